@@ -1,0 +1,115 @@
+// BER primitives shared by every SNMP object (X.690 basic encoding rules, definite lengths).
+//
+// Encoding runs backwards into a caller-owned buffer: the writer's cursor points at the last free
+// byte, each byte is stored there and the cursor moves towards the start. Content goes first,
+// then the length octets, then the identifier octet, so no length is known in advance and
+// nothing is ever moved. Decoding runs forwards over a span that is consumed as it is read.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace snmp {
+
+// Result codes of decoding (0 is success). The response checks add -6 to -11.
+enum BerResult : int {
+  kBerOk = 0,
+  kBerInternal = -1,       // a request of the wrong form, or nothing to decode into
+  kBerExhausted = -2,      // fewer bytes remain than are needed
+  kBerTrailing = -3,       // bytes left after the PDU
+  kBerWrongTag = -4,       // identifier octet differs from the expected one
+  kBerBadLength = -5,      // a length out of the range the content type accepts
+  kVersionMismatch = -6,
+  kCommunityMismatch = -7,
+  kRequestIdMismatch = -8,
+  kVarBindCountMismatch = -9,
+  kOidMismatch = -10,
+  kUnsupportedType = -11,
+};
+
+// Backwards writer over [buffer_start, cursor]. The free count is signed on purpose: one length
+// rule (below) lowers it before checking it.
+class CBerWriter {
+ public:
+  // `last` points at the last byte of the buffer; `free_count` is how many bytes may be written.
+  CBerWriter(std::uint8_t* last, std::int32_t free_count) : cursor_(last), free_(free_count) {}
+
+  // Stores one byte at the cursor; false when no byte is free.
+  [[nodiscard]] bool PutByte(std::uint8_t b);
+  // Stores bytes so that the last one lands at the cursor; false when they do not fit.
+  [[nodiscard]] bool PutBytes(const std::uint8_t* bytes, std::uint32_t bytes_len);
+
+  // Identifier octet (only single-octet tags exist here).
+  [[nodiscard]] bool PutTag(std::uint32_t tag) { return PutByte(static_cast<std::uint8_t>(tag)); }
+  // Length octets, minimal definite form (X.690 8.1.3). Long form keeps one byte of slack: the
+  // last two bytes need three free bytes.
+  [[nodiscard]] bool PutLength(std::uint32_t len);
+
+  // The first byte written so far (one after the cursor) and the free count left.
+  const std::uint8_t* Begin() const { return cursor_ + 1; }
+  std::int32_t FreeCount() const { return free_; }
+
+ private:
+  std::uint8_t* cursor_;
+  std::int32_t free_;
+};
+
+// Forward reader over a span; every successful read consumes what it read.
+class CBerReader {
+ public:
+  CBerReader(const std::uint8_t* data, std::int32_t remain)
+      : cursor_(data), remain_(remain < 0 ? 0 : remain) {}
+
+  std::int32_t Remaining() const { return remain_; }
+  bool Empty() const { return remain_ <= 0; }
+  const std::uint8_t* Cursor() const { return cursor_; }
+
+  // Next byte without consuming it; false when nothing remains.
+  bool Peek(std::uint8_t& out_byte) const;
+  // Consumes one byte; kBerExhausted when nothing remains.
+  int GetByte(std::uint8_t& out_byte);
+  // Consumes `len` bytes; kBerExhausted (and nothing consumed) when fewer remain.
+  int Skip(std::uint32_t len);
+
+  // Identifier octet: kBerExhausted if none, kBerWrongTag if it is not `tag`.
+  int ExpectTag(std::uint32_t tag);
+  // Length octets (X.690 8.1.3) into out_len. Up to four significant bytes; leading zero bytes
+  // beyond four are skipped, a non-zero one gives kBerBadLength. 0x80 (the indefinite form) is
+  // read as length 0 on purpose.
+  int GetLength(std::uint32_t& out_len);
+
+  // Splits off the next `len` bytes as their own reader and consumes them here.
+  int Split(std::uint32_t len, CBerReader& out_child);
+
+ private:
+  const std::uint8_t* cursor_;
+  std::int32_t remain_;
+};
+
+// True when a content of `len` bytes does not fit in what the reader has left.
+inline bool ExceedsInput(std::uint32_t len, const CBerReader& in) {
+  return static_cast<std::int64_t>(len) > in.Remaining();
+}
+
+// Content codecs of the primitive types. Each encoder reports the content length it wrote.
+[[nodiscard]] bool EncodeSignedContent(CBerWriter& out, std::int32_t value,
+                                       std::uint32_t& out_len);
+[[nodiscard]] bool EncodeUnsignedContent(CBerWriter& out, std::uint64_t value,
+                                         std::uint32_t& out_len);
+// Signed INTEGER content of `len` bytes: 1 to 5 bytes, else kBerBadLength.
+int DecodeSignedContent(CBerReader& in, std::uint32_t len, std::int32_t& out_value);
+// Unsigned content of `len` bytes (1 to max_len). Only the low 32 bits of the running value are
+// kept at every step, so Counter64 (max_len 9) decodes its last four bytes only.
+int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t max_len,
+                          std::uint32_t& out_value);
+// OBJECT IDENTIFIER content. The first sub-identifier is one byte, first arc * 40 + second, in 8
+// bits (not itself base 128); at least two arcs are needed to encode.
+[[nodiscard]] bool EncodeOidContent(CBerWriter& out, const std::vector<std::uint32_t>& arcs,
+                                    std::uint32_t& out_len);
+// At most kMaxOidArcs arcs; more gives kBerBadLength. A first byte of 0x80 or more is read as a
+// signed number and gives negative arcs, kept as they are.
+int DecodeOidContent(CBerReader& in, std::uint32_t len, std::vector<std::uint32_t>& out_arcs);
+
+inline constexpr std::size_t kMaxOidArcs = 128;
+
+}  // namespace snmp

@@ -1,0 +1,29 @@
+// CCounter64 (tag 70): encodes all 64 bits; decoding keeps the value of the last four content
+// bytes only, as peers of this program have always seen it.
+#pragma once
+
+#include <string>
+
+#include "snmp/asn_data_type.h"
+
+namespace snmp {
+
+class CCounter64 : public CASNDataType {
+ public:
+  CCounter64() : CASNDataType(kTagCounter64) {}
+  explicit CCounter64(std::uint64_t value) : CASNDataType(kTagCounter64), value_(value) {}
+  // Decimal text; text that is not a number gives 0.
+  explicit CCounter64(const std::wstring& text);
+
+  std::uint64_t Value() const { return value_; }
+  void SetValue(std::uint64_t value) { value_ = value; }
+
+ protected:
+  bool EncodeContent(CBerWriter& out) override;
+  int DecodeContent(CBerReader& in) override;
+
+ private:
+  std::uint64_t value_ = 0;
+};
+
+}  // namespace snmp

@@ -1,0 +1,28 @@
+// CInteger32: INTEGER (tag 2), signed 32 bits.
+#pragma once
+
+#include <string>
+
+#include "snmp/asn_data_type.h"
+
+namespace snmp {
+
+class CInteger32 : public CASNDataType {
+ public:
+  CInteger32() : CASNDataType(kTagInteger32) {}
+  explicit CInteger32(std::int32_t value) : CASNDataType(kTagInteger32), value_(value) {}
+  // Decimal text; text that is not a number gives 0, too large a number saturates.
+  explicit CInteger32(const std::wstring& text);
+
+  std::int32_t Value() const { return value_; }
+  void SetValue(std::int32_t value) { value_ = value; }
+
+ protected:
+  bool EncodeContent(CBerWriter& out) override;
+  int DecodeContent(CBerReader& in) override;
+
+ private:
+  std::int32_t value_ = 0;
+};
+
+}  // namespace snmp

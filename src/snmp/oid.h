@@ -1,0 +1,39 @@
+// COid: OBJECT IDENTIFIER (tag 6), an ordered list of unsigned 32-bit arcs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "snmp/asn_data_type.h"
+
+namespace snmp {
+
+class COid : public CASNDataType {
+ public:
+  COid() : CASNDataType(kTagOid) {}
+  // Dotted text; empty pieces are skipped, so ".1.3.6", "1.3.6" and "1..3.6" are the same
+  // identifier. Each piece is read as a decimal int (callers validate the text first).
+  explicit COid(const std::wstring& text) : COid() { SetFromText(text); }
+  explicit COid(std::vector<std::uint32_t> arcs) : CASNDataType(kTagOid), arcs_(std::move(arcs)) {}
+
+  void SetFromText(const std::wstring& text);
+  // ".1.3.6.1" form, each arc printed as a signed int (arcs of 2^31 and above show negative, as
+  // the logs have always shown them). With fewer than two arcs, out_text is left as it was and
+  // the answer is false.
+  bool ToText(std::wstring& out_text) const;
+  // ToText into an empty string.
+  std::wstring Text() const;
+
+  const std::vector<std::uint32_t>& Arcs() const { return arcs_; }
+  bool operator==(const COid& other) const { return arcs_ == other.arcs_; }
+
+ protected:
+  // Fails with fewer than two arcs, or with more than can be decoded again (128).
+  bool EncodeContent(CBerWriter& out) override;
+  int DecodeContent(CBerReader& in) override;
+
+ private:
+  std::vector<std::uint32_t> arcs_;
+};
+
+}  // namespace snmp

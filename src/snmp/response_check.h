@@ -1,0 +1,38 @@
+// Checks a received response against the request it answers, and the texts of every outcome.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "logs/event_line_sink.h"
+#include "snmp/snmp_message.h"
+
+namespace snmp {
+
+// Decodes `bytes` into `response` (a fresh message of type kPduResponse) and compares it with
+// `request` as it reads, stopping at the first difference. Order: trap request (-1), message
+// header, version (-6), community (-7), PDU type must be Response (-4), request id (-8), error
+// status (a non-zero status is the result), bindings, their count (-9), for get and set the
+// names in order (-10), bytes after the PDU (-3). Returns 0, the agent's positive error status,
+// or a negative code; on 0 `response` holds the decoded bindings.
+int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
+                     const CSNMPMessage& request);
+
+// "Unsupported value type" ... for the negative codes; "Unknown internal application error"
+// for -1 to -3 and anything unknown.
+std::wstring InternalErrorText(int code);
+// The text of an SNMP error status 1 to 18; "Unknown internal application error" otherwise.
+std::wstring ErrorStatusText(int status);
+
+// The event-log line for a failed get, set or get-next (empty for 0 or any other request type):
+// "<Op> request failed for OID '<oid>'. Reason: '<text>'." for a negative code and
+// "<Op> request failed for OID '<oid>'. Error Code:<s>, Error Index:<i>. ('<text>')." for an
+// error status. At most tvkutil::kMaxLogLineLen characters.
+std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
+                                const CSNMPMessage& request, const CSNMPMessage& response);
+// Hands the line above to the sink when there is one.
+void ReportRequestFailure(int result, const std::wstring& oid_text, const CSNMPMessage& request,
+                          const CSNMPMessage& response, logs::IEventLineSink* sink);
+
+}  // namespace snmp

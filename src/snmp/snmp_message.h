@@ -1,0 +1,91 @@
+// CSNMPMessage: an SNMP v1 or v2c message (RFC 1157 / RFC 1901): SEQUENCE of version,
+// community and one PDU. Version 0 is "1", version 1 is "2c".
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "snmp/octet_string.h"
+#include "snmp/pdu.h"
+#include "snmp/trap_pdu.h"
+
+namespace snmp {
+
+inline constexpr std::int32_t kSnmpVersion1 = 0;
+inline constexpr std::int32_t kSnmpVersion2c = 1;
+// Every request and trap is encoded into a buffer of this size.
+inline constexpr std::int32_t kMessageBufferLen = 65535;
+
+class CSNMPMessage : public CASNDataType {
+ public:
+  // A message holds a CTrapPDU when pdu_type is kPduTrapV1 and a CPDU of that type otherwise.
+  explicit CSNMPMessage(std::uint32_t pdu_type) : CSNMPMessage(kSnmpVersion1, L"", pdu_type) {}
+  CSNMPMessage(std::int32_t version, const std::wstring& community, std::uint32_t pdu_type);
+
+  std::int32_t Version() const { return version_.Value(); }
+  const std::wstring& Community() const { return community_.Text(); }
+  std::uint32_t PduType() const { return pdu_->Tag(); }
+  bool IsTrap() const { return PduType() == kPduTrapV1; }
+  // Changes the PDU type of a non-trap message; a trap, or a change to the trap type, is ignored.
+  void SetPduType(std::uint32_t pdu_type);
+
+  // Request fields of a non-trap message; a trap reads -1 and ignores writes.
+  std::int32_t RequestId() const;
+  void SetRequestId(std::int32_t id);
+  std::int32_t ErrorStatus() const;
+  void SetErrorStatus(std::int32_t status);
+  std::int32_t ErrorIndex() const;
+  void SetErrorIndex(std::int32_t index);
+
+  // v1 trap fields; other messages read the empty text, -1 or 0 and ignore writes.
+  std::wstring Enterprise() const;
+  void SetEnterprise(const std::wstring& oid_text);
+  std::wstring AgentAddress() const;
+  void SetAgentAddress(const std::wstring& address_text);
+  std::int32_t GenericTrap() const;
+  void SetGenericTrap(std::int32_t generic);
+  std::int32_t SpecificTrap() const;
+  void SetSpecificTrap(std::int32_t specific);
+  std::uint32_t TimeStamp() const;
+  void SetTimeStamp(std::uint32_t hundredths);
+
+  // The bindings of whichever PDU the message holds.
+  void AddVarBind(const std::wstring& name_text, std::uint32_t value_tag,
+                  const std::wstring& value_text);
+  // A name with a Null value: how Get and GetNext requests are built.
+  void AddNullVarBind(const std::wstring& name_text) { AddVarBind(name_text, kTagNull, L""); }
+  const CVarBind* GetVarBind(int index) const { return VarBinds().Get(index); }
+  void CopyVarBinds(const CVarBindList& list) { VarBinds().CopyFrom(list); }
+  CVarBindList& VarBinds();
+  const CVarBindList& VarBinds() const;
+
+  // Encodes the whole message backwards into buffer; on success out_message views the encoded
+  // bytes at the end of buffer.
+  [[nodiscard]] bool EncodeInto(std::span<std::uint8_t> buffer,
+                                std::span<const std::uint8_t>& out_message);
+  // Decodes a whole message from bytes; bytes left after the PDU give kBerTrailing.
+  [[nodiscard]] int DecodeFrom(std::span<const std::uint8_t> bytes);
+
+ protected:
+  bool EncodeContent(CBerWriter& out) override;
+  int DecodeContent(CBerReader& in) override;
+
+ private:
+  friend int ValidateResponse(std::span<const std::uint8_t>, CSNMPMessage&,
+                              const CSNMPMessage&);
+
+  CPDU* Pdu() { return IsTrap() ? nullptr : static_cast<CPDU*>(pdu_.get()); }
+  const CPDU* Pdu() const { return IsTrap() ? nullptr : static_cast<const CPDU*>(pdu_.get()); }
+  CTrapPDU* Trap() { return IsTrap() ? static_cast<CTrapPDU*>(pdu_.get()) : nullptr; }
+  const CTrapPDU* Trap() const {
+    return IsTrap() ? static_cast<const CTrapPDU*>(pdu_.get()) : nullptr;
+  }
+
+  CInteger32 version_;
+  COctetString community_;
+  std::unique_ptr<CASNDataType> pdu_;
+};
+
+}  // namespace snmp

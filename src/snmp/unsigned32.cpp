@@ -1,0 +1,21 @@
+#include "snmp/unsigned32.h"
+
+#include "util/text.h"
+
+namespace snmp {
+
+CUnsigned32::CUnsigned32(AsnTag tag, const std::wstring& text)
+    : CASNDataType(tag), value_(tvkutil::WcsToU32(text)) {}
+
+bool CUnsigned32::EncodeContent(CBerWriter& out) {
+  std::uint32_t len = 0;
+  if (!EncodeUnsignedContent(out, value_, len)) return false;
+  SetContentLength(len);
+  return true;
+}
+
+int CUnsigned32::DecodeContent(CBerReader& in) {
+  return DecodeUnsignedContent(in, ContentLength(), 5, value_);
+}
+
+}  // namespace snmp

@@ -1,0 +1,35 @@
+// CVarBindList: the SEQUENCE OF bindings that is the payload of every PDU (tag 0x30).
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "snmp/var_bind.h"
+
+namespace snmp {
+
+class CVarBindList : public CASNDataType {
+ public:
+  CVarBindList() : CASNDataType(kTagSequence) {}
+
+  // Appends a binding built from text (see CVarBind).
+  void Add(const std::wstring& name_text, std::uint32_t value_tag, const std::wstring& value_text);
+  // The binding at a 1-based index; null below 1 or beyond the count.
+  const CVarBind* Get(int index) const;
+  int Count() const { return static_cast<int>(binds_.size()); }
+  void RemoveAll() { binds_.clear(); }
+  // Replaces this list with new bindings made from the text of the other's bindings.
+  void CopyFrom(const CVarBindList& other);
+
+ protected:
+  bool EncodeContent(CBerWriter& out) override;
+  // Reads bindings until the input ends, not until the list's own length does: the list is
+  // always the last element of a PDU, so whatever follows it is read as further bindings.
+  int DecodeContent(CBerReader& in) override;
+
+ private:
+  std::vector<std::unique_ptr<CVarBind>> binds_;
+};
+
+}  // namespace snmp
