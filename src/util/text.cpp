@@ -313,4 +313,24 @@ std::wstring Format(std::wstring_view format, std::initializer_list<FormatArg> a
   return out;
 }
 
+std::uint32_t WcsToU32InBase(std::wstring_view text, int base) {
+  std::size_t i = 0;
+  while (i < text.size() && std::iswspace(static_cast<wint_t>(text[i]))) ++i;
+  std::wstring_view rest = text.substr(i);
+  std::wstring sign;
+  if (!rest.empty() && (rest[0] == L'+' || rest[0] == L'-')) {
+    sign.assign(1, rest[0]);
+    rest.remove_prefix(1);
+  }
+  // A "0x" prefix is skipped here because ParseNumber only detects it for base 0.
+  if (base == 16 && rest.size() > 2 && rest[0] == L'0' && (rest[1] == L'x' || rest[1] == L'X') &&
+      std::iswxdigit(static_cast<wint_t>(rest[2]))) {
+    rest.remove_prefix(2);
+  }
+  const ParsedNumber n = ParseNumber(sign + std::wstring(rest), base);
+  if (n.overflow || n.magnitude > UINT32_MAX) return UINT32_MAX;
+  const auto v = static_cast<std::uint32_t>(n.magnitude);
+  return n.negative ? static_cast<std::uint32_t>(0U - v) : v;
+}
+
 }  // namespace tvkutil

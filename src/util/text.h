@@ -67,4 +67,8 @@ std::wstring FormatN(std::wstring_view format, std::size_t max_len, const Args&.
 // Event-log lines are cut to this many characters.
 inline constexpr std::size_t kMaxLogLineLen = 511;
 
+// Unsigned 32-bit reading in a fixed base (8, 10 or 16; a "0x" prefix is allowed in base 16),
+// with the sign and saturation rules of WcsToU32. For the numeric entry fields.
+std::uint32_t WcsToU32InBase(std::wstring_view text, int base);
+
 }  // namespace tvkutil

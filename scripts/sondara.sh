@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# Set-up, build, run and test on Debian 12. Installs whatever Debian packages are missing.
+#   scripts/sondara.sh run    build and start the program
+#   scripts/sondara.sh test   build and run every test (normal, sanitizer and fuzz builds)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+BUILD_PACKAGES=(cmake ninja-build g++ libgtest-dev)
+# Test peers and tools: tshark decodes our encodings independently, snmpd/snmptrapd answer our
+# requests, clang builds the fuzzer, iproute2 makes the private network namespaces.
+TEST_PACKAGES=(clang libclang-rt-14-dev tshark snmpd snmptrapd snmp iproute2 procps)
+
+install_missing() {
+  local missing=() p
+  for p in "$@"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+  done
+  ((${#missing[@]} == 0)) && return 0
+  local sudo=""
+  [ "$(id -u)" -ne 0 ] && sudo="sudo"
+  echo "Installing: ${missing[*]}"
+  $sudo apt-get update
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y --no-install-recommends "${missing[@]}"
+}
+
+jobs=$(nproc 2>/dev/null || echo 2)
+
+build() {  # build <dir> <cmake options...>
+  local dir=$1
+  shift
+  cmake -S . -B "$dir" -G Ninja "$@"
+  cmake --build "$dir" -j "$jobs"
+}
+
+passed=0
+failed=0
+run_ctest() {  # run_ctest <dir> <ctest options...>
+  local dir=$1 log
+  shift
+  log=$(mktemp)
+  local rc=0
+  ctest --test-dir "$dir" --output-on-failure "$@" 2>&1 | tee "$log" || rc=$?
+  [ "${PIPESTATUS[0]}" -ne 0 ] && rc=1
+  local line
+  line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$log" | tail -n 1 || true)
+  if [ -n "$line" ]; then
+    local f t
+    f=$(sed -E 's/.* ([0-9]+) tests failed out of ([0-9]+).*/\1/' <<<"$line")
+    t=$(sed -E 's/.* ([0-9]+) tests failed out of ([0-9]+).*/\2/' <<<"$line")
+    passed=$((passed + t - f))
+    failed=$((failed + f))
+  fi
+  rm -f "$log"
+  return $rc
+}
+
+case "${1:-}" in
+  run)
+    install_missing "${BUILD_PACKAGES[@]}"
+    build build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSONDARA_BUILD_TESTS=OFF
+    exec ./build/src/sondara
+    ;;
+  test)
+    install_missing "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+    status=0
+    # 1. Everything, as users get it.
+    build build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSONDARA_BUILD_TESTS=ON
+    run_ctest build -j "$jobs" || status=1
+    # 2. The core and its tests under AddressSanitizer and UndefinedBehaviorSanitizer.
+    build build-asan -DCMAKE_BUILD_TYPE=Debug -DSONDARA_SANITIZE=ON -DSONDARA_BUILD_GUI=OFF \
+      -DSONDARA_BUILD_BENCH=OFF
+    ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 run_ctest build-asan -j "$jobs" ||
+      status=1
+    # 3. libFuzzer on message decoding and response checks, for a bounded time.
+    CC=clang CXX=clang++ build build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSONDARA_FUZZ=ON \
+      -DSONDARA_BUILD_GUI=OFF -DSONDARA_FUZZ_SECONDS="${SONDARA_FUZZ_SECONDS:-60}"
+    run_ctest build-fuzz || status=1
+    echo
+    echo "all builds: $passed passed, $failed failed"
+    exit $status
+    ;;
+  *)
+    echo "usage: $0 run|test" >&2
+    exit 2
+    ;;
+esac
