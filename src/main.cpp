@@ -1,5 +1,42 @@
-// Until the main window exists, the program only says who it is.
+// Start-up and shut-down of the program: settings are loaded before the window exists and both
+// stores are written back after it has closed.
+#include <clocale>
 #include <cstdio>
+
+#ifdef SONDARA_WITH_GUI
+#include <QApplication>
+#include <QIcon>
+
+#include "app/main_wnd.h"
+#include "app/sondara_utility_app.h"
+
+int main(int argc, char* argv[]) {
+  QApplication qt_app(argc, argv);
+  // Dates and times in the logs follow the user's locale.
+  std::setlocale(LC_ALL, "");
+  QApplication::setApplicationName(QStringLiteral("Sondara Utility"));
+  QApplication::setOrganizationName(QStringLiteral("Tarvik Technologies"));
+  QApplication::setApplicationVersion(
+      QString::fromStdWString(app::CSondaraUtilityApp::VersionText()));
+
+  app::CSondaraUtilityApp app;
+  app.RecordStartTime();
+  app.LoadNetworkSettings();
+  app.LoadPageSettings();
+
+  int code = 0;
+  {
+    app::CMainWnd window(app);
+    window.show();
+    code = QApplication::exec();
+  }  // the window writes its page switches as it goes
+
+  app.SavePageSettings();
+  app.SaveNetworkSettings();
+  return code;
+}
+
+#else
 
 int main() {
 #ifdef SONDARA_DEBUG_BUILD
@@ -9,3 +46,5 @@ int main() {
 #endif
   return 0;
 }
+
+#endif

@@ -1,0 +1,266 @@
+#include "app/main_wnd.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QScreen>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include "app/about_dialog.h"
+#include "app/options_dialog.h"
+#include "app/property_sheet_view.h"
+#include "app/sondara_utility_app.h"
+#include "logs/event_log_view.h"
+#include "logs/transaction_log_view.h"
+#include "pages/ping_view.h"
+
+namespace app {
+
+namespace {
+
+constexpr wchar_t kFlagsSection[] = L"FunctionalityEnable Settings";
+constexpr wchar_t kWindowSection[] = L"Main Window";
+constexpr int kMinPaneHeight = 10;
+
+QString Caption(int page_id) {
+  switch (page_id) {
+    case kPageDeviceDiscovery: return QStringLiteral("&Device Discovery");
+    case kPageGetSet: return QStringLiteral("&Get/Set");
+    case kPageSendTrap: return QStringLiteral("&sendTrap");
+    default: return QStringLiteral("&walkMIB");
+  }
+}
+
+// Pages whose operation is not built yet show as their captioned tab with an empty form.
+CPropertyPage* CreatePage(int page_id, CSondaraUtilityApp& /*app*/, QWidget* parent) {
+  if (!CPageSet::IsOperationPage(page_id)) return nullptr;
+  return new CPropertyPage(page_id, Caption(page_id), parent);
+}
+
+// The focused text field, whether a plain edit or the edit of an editable combo box.
+QLineEdit* FocusedEdit() {
+  QWidget* w = QApplication::focusWidget();
+  if (auto* edit = qobject_cast<QLineEdit*>(w)) return edit;
+  if (auto* combo = qobject_cast<QComboBox*>(w)) return combo->lineEdit();
+  return nullptr;
+}
+
+}  // namespace
+
+CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(parent), app_(app) {
+  setWindowTitle(QString::fromStdWString(CSondaraUtilityApp::ProductName()));
+  flags_.ping_toolbar = app_.GetProfileInt(kFlagsSection, L"EnablePingToolBar", 1) != 0;
+  flags_.device_discovery = app_.GetProfileInt(kFlagsSection, L"EnableDeviceDiscovery", 1) != 0;
+  flags_.get_set = app_.GetProfileInt(kFlagsSection, L"EnableGetSet", 1) != 0;
+  flags_.send_trap = app_.GetProfileInt(kFlagsSection, L"EnableSendTrap", 1) != 0;
+  flags_.walk_mib = app_.GetProfileInt(kFlagsSection, L"EnableWalkMIB", 1) != 0;
+
+  splitter_ = new QSplitter(Qt::Vertical, this);
+  splitter_->setChildrenCollapsible(false);
+  ping_view_ = new pages::CPingView(app_, splitter_);
+  sheet_view_ = new CPropertySheetView(
+      flags_, [this](int id, QWidget* p) { return CreatePage(id, app_, p); }, splitter_);
+  transaction_view_ = new logs::CTransactionLogView(app_, splitter_);
+  event_view_ = new logs::CEventLogView(app_, splitter_);
+  for (QWidget* pane : {static_cast<QWidget*>(ping_view_), static_cast<QWidget*>(sheet_view_),
+                        static_cast<QWidget*>(transaction_view_),
+                        static_cast<QWidget*>(event_view_)}) {
+    splitter_->addWidget(pane);
+    pane->setMinimumHeight(kMinPaneHeight);
+  }
+  splitter_->setStretchFactor(3, 1);  // the event log takes what the others leave
+  setCentralWidget(splitter_);
+  ping_view_->ShowToolbar(flags_.ping_toolbar && app_.IcmpAvailable());
+
+  BuildMenus();
+  RestorePlacement();
+  UpdateCommandStates();
+}
+
+CMainWnd::~CMainWnd() {
+  app_.WriteProfileInt(kFlagsSection, L"EnablePingToolBar", flags_.ping_toolbar ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"EnableDeviceDiscovery", flags_.device_discovery ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"EnableGetSet", flags_.get_set ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"EnableSendTrap", flags_.send_trap ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"EnableWalkMIB", flags_.walk_mib ? 1 : 0);
+}
+
+QAction* CMainWnd::Action(const char* name) const {
+  return findChild<QAction*>(QString::fromLatin1(name));
+}
+
+void CMainWnd::BuildMenus() {
+  auto add = [this](QMenu* menu, const char* name, const QString& text, auto slot) {
+    QAction* a = menu->addAction(text);
+    a->setObjectName(QString::fromLatin1(name));
+    connect(a, &QAction::triggered, this, slot);
+    return a;
+  };
+  QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+  add(file, "saveSnapshot", QStringLiteral("&Save Snapshot"), &CMainWnd::OnSaveSnapshot);
+  file->addSeparator();
+  add(file, "exit", QStringLiteral("E&xit"), &CMainWnd::close);
+
+  QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+  QAction* copy = add(edit, "copy", QStringLiteral("&Copy"), [] {
+    if (QLineEdit* e = FocusedEdit()) e->copy();
+  });
+  copy->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_C), QKeySequence(Qt::CTRL | Qt::Key_Insert)});
+  QAction* paste = add(edit, "paste", QStringLiteral("&Paste"), [] {
+    if (QLineEdit* e = FocusedEdit()) e->paste();
+  });
+  paste->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_V), QKeySequence(Qt::SHIFT | Qt::Key_Insert)});
+  auto* cut = new QAction(this);
+  cut->setObjectName(QStringLiteral("cut"));
+  cut->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_X));
+  connect(cut, &QAction::triggered, this, [] {
+    if (QLineEdit* e = FocusedEdit()) e->cut();
+  });
+  addAction(cut);
+  // Enter does nothing in the main window: it must never close or leave an operation page.
+  auto* enter = new QAction(this);
+  enter->setObjectName(QStringLiteral("enter"));
+  enter->setShortcuts({QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)});
+  addAction(enter);
+
+  QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
+  add(tools, "options", QStringLiteral("&Options"), &CMainWnd::OnOptions);
+
+  QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+  add(view, "viewPingToolbar", QStringLiteral("&Ping Toolbar"), &CMainWnd::OnTogglePingToolbar);
+  add(view, "viewDeviceDiscovery", QStringLiteral("&Device Discovery"),
+      [this] { OnTogglePage(kPageDeviceDiscovery); });
+  add(view, "viewGetSet", QStringLiteral("&Get/Set"), [this] { OnTogglePage(kPageGetSet); });
+  add(view, "viewSendTrap", QStringLiteral("&sendTrap"), [this] { OnTogglePage(kPageSendTrap); });
+  add(view, "viewWalkMib", QStringLiteral("&walkMIB"), [this] { OnTogglePage(kPageWalkMib); });
+  for (QAction* a : view->actions()) a->setCheckable(true);
+
+  QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
+  add(help, "readme", QStringLiteral("Readme"), &CMainWnd::OnReadme);
+  add(help, "about", QStringLiteral("&About Sondara Utility..."), &CMainWnd::OnAbout);
+
+  for (QMenu* menu : {file, edit, tools, view, help}) {
+    connect(menu, &QMenu::aboutToShow, this, &CMainWnd::UpdateCommandStates);
+  }
+}
+
+void CMainWnd::UpdateCommandStates() {
+  const bool icmp = app_.IcmpAvailable();
+  Action("saveSnapshot")->setEnabled(SaveSnapshotEnabled(flags_, icmp));
+
+  QLineEdit* edit = FocusedEdit();
+  Action("copy")->setEnabled(edit != nullptr && edit->hasSelectedText());
+  const QMimeData* clip = QApplication::clipboard()->mimeData();
+  Action("paste")->setEnabled(edit != nullptr && !edit->isReadOnly() && clip != nullptr &&
+                              clip->hasText());
+
+  auto apply = [](QAction* a, CommandState s) {
+    a->setEnabled(s.enabled);
+    a->setChecked(s.checked);
+  };
+  apply(Action("viewPingToolbar"), PingToolbarState(flags_, icmp));
+  apply(Action("viewDeviceDiscovery"), PageSwitchState(flags_, kPageDeviceDiscovery, icmp));
+  apply(Action("viewGetSet"), PageSwitchState(flags_, kPageGetSet, icmp));
+  apply(Action("viewSendTrap"), PageSwitchState(flags_, kPageSendTrap, icmp));
+  apply(Action("viewWalkMib"), PageSwitchState(flags_, kPageWalkMib, icmp));
+  Action("readme")->setEnabled(QFileInfo::exists(ReadmePath()));
+}
+
+void CMainWnd::OnSaveSnapshot() {
+  ping_view_->StoreToApp();
+  sheet_view_->CollectForSnapshot();
+  app_.SavePageSettings();
+}
+
+void CMainWnd::OnTogglePingToolbar() {
+  flags_.ping_toolbar = !flags_.ping_toolbar;
+  ping_view_->ShowToolbar(flags_.ping_toolbar && app_.IcmpAvailable());
+  UpdateCommandStates();
+}
+
+void CMainWnd::OnTogglePage(PageId id) {
+  bool& flag = flags_.ForPage(id);
+  flag = !flag;
+  if (flag) {
+    sheet_view_->AddPage(id);
+  } else {
+    sheet_view_->RemovePage(id);
+  }
+  UpdateCommandStates();
+}
+
+void CMainWnd::OnOptions() {
+  COptionsDialog dialog(app_, this);
+  dialog.exec();
+}
+
+QString CMainWnd::ReadmePath() const {
+  return QCoreApplication::applicationDirPath() + QStringLiteral("/Sondara.txt");
+}
+
+void CMainWnd::OnReadme() {
+  const QString path = ReadmePath();
+  if (QFileInfo::exists(path)) QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+void CMainWnd::OnAbout() {
+  CAboutDlg dialog(this);
+  dialog.exec();
+}
+
+void CMainWnd::RestorePlacement() {
+  const QRect screen = QGuiApplication::primaryScreen() != nullptr
+                           ? QGuiApplication::primaryScreen()->availableGeometry()
+                           : QRect(0, 0, 1280, 1024);
+  const int x = app_.GetProfileInt(kWindowSection, L"x", 10);
+  const int y = app_.GetProfileInt(kWindowSection, L"y", 10);
+  const int cx = app_.GetProfileInt(kWindowSection, L"cx", screen.width() / 2);
+  const int cy = app_.GetProfileInt(kWindowSection, L"cy", screen.height());
+  auto pane = [&](const wchar_t* key, int def) {
+    return std::max(kMinPaneHeight, app_.GetProfileInt(kWindowSection, key, def));
+  };
+  const int h0 = pane(L"First Splitter", cy / 23);
+  const int h1 = pane(L"Second Splitter", cy * 12 / 25);
+  const int h2 = pane(L"Third Splitter", cy / 5);
+  // The window always reopens in the normal state, at its last normal placement.
+  resize(std::max(cx, 200), std::max(cy, 200));
+  move(x, y);
+  splitter_->setSizes({h0, h1, h2, std::max(kMinPaneHeight, cy - h0 - h1 - h2)});
+}
+
+void CMainWnd::SavePlacement() {
+  if (isMinimized() || isMaximized()) {
+    // The last normal placement stays in the profile.
+    app_.WriteProfileInt(kWindowSection, L"State", isMinimized() ? -1 : 1);
+  } else {
+    const QRect frame = frameGeometry();
+    app_.WriteProfileInt(kWindowSection, L"x", frame.x());
+    app_.WriteProfileInt(kWindowSection, L"y", frame.y());
+    app_.WriteProfileInt(kWindowSection, L"cx", width());
+    app_.WriteProfileInt(kWindowSection, L"cy", height());
+    app_.WriteProfileInt(kWindowSection, L"State", 0);
+  }
+  const QList<int> sizes = splitter_->sizes();
+  app_.WriteProfileInt(kWindowSection, L"First Splitter", sizes.value(0));
+  app_.WriteProfileInt(kWindowSection, L"Second Splitter", sizes.value(1));
+  app_.WriteProfileInt(kWindowSection, L"Third Splitter", sizes.value(2));
+}
+
+void CMainWnd::closeEvent(QCloseEvent* event) {
+  sheet_view_->Close();
+  SavePlacement();
+  // The pages hand their values to the application object before it saves them at exit.
+  ping_view_->StoreToApp();
+  sheet_view_->CollectForSnapshot();
+  event->accept();
+}
+
+}  // namespace app

@@ -1,0 +1,50 @@
+// Address tests and resolvers shared by every page and the transport.
+//
+// The tests look at text only. The resolvers turn a host text into an address; a host text
+// with a dot (IPv4) or a colon (IPv6) is taken as an address and never looked up, so
+// "printer.local" is refused rather than sent to a name server.
+#pragma once
+
+#include <netdb.h>
+
+#include <cstdint>
+#include <string>
+
+namespace net {
+
+// A dotted IPv4 text by the deliberately loose pattern the pages have always used: any one
+// character separates the numbers, so "1x2x3x4" passes. "0.0.0.0" and "255.255.255.255" fail.
+bool IsValidIPv4Text(const std::wstring& text);
+
+// Full or "::"-compressed IPv6 text with at most 7 colons, optionally followed by "%" and a
+// zone index from 0 to 65535.
+bool IsValidIPv6Text(const std::wstring& text);
+
+// Dotted text (at most 32 characters are looked at) to an address in network byte order.
+// False, with out_addr all ones, when the text gives all ones or zero.
+bool DottedToAddress(const std::wstring& text, std::uint32_t& out_addr);
+
+// An address in network byte order to dotted text; out_text is cleared first.
+bool AddressToDotted(std::uint32_t addr, std::wstring& out_text);
+
+// A host text to an IPv4 address in network byte order. With a dot: the IPv4 text test and
+// the dotted conversion, no lookup. Without: a name lookup (first 128 characters), the first
+// result. False when no address other than all ones came out.
+bool ResolveIPv4Host(const std::wstring& host, std::uint32_t& out_addr);
+
+// A host text to IPv6 address text with a scope. With a colon: the IPv6 text test, then the
+// scope suffix. Without: a name lookup and the first result as numeric text, then the suffix.
+// out_text is empty when the answer is false.
+bool ResolveIPv6Host(const std::wstring& host, std::uint32_t scope_id, std::wstring& out_text);
+
+// Appends "%<scope_id>" when the text has no "%" yet, so that a link-local address leaves
+// through the interface chosen in the Options.
+std::wstring WithScopeSuffix(const std::wstring& address_text, std::uint32_t scope_id);
+
+// The name lookup the resolvers use; tests replace it to see whether a lookup happened.
+// Passing nullptr restores getaddrinfo.
+using HostLookupFn = int (*)(const char* node, const char* service, const addrinfo* hints,
+                             addrinfo** res);
+void SetHostLookupForTesting(HostLookupFn fn);
+
+}  // namespace net

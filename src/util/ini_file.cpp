@@ -1,0 +1,346 @@
+#include "util/ini_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "util/text.h"
+
+namespace tvkutil {
+
+namespace {
+
+// A settings file is a few kilobytes; anything far beyond that is damage, and reading only
+// its beginning keeps a runaway file from eating the memory.
+constexpr std::size_t kMaxFileBytes = 16u << 20;
+
+bool IsBlank(wchar_t c) {
+  return c == L' ' || c == L'\t' || c == L'\v' || c == L'\f';
+}
+
+std::wstring_view Trim(std::wstring_view s) {
+  while (!s.empty() && IsBlank(s.front()))
+    s.remove_prefix(1);
+  while (!s.empty() && IsBlank(s.back()))
+    s.remove_suffix(1);
+  return s;
+}
+
+std::wstring DecodeUtf16(std::string_view bytes, bool little_endian) {
+  std::wstring out;
+  out.reserve(bytes.size() / 2);
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    const auto b0 = static_cast<unsigned char>(bytes[i]);
+    const auto b1 = static_cast<unsigned char>(bytes[i + 1]);
+    const unsigned unit = little_endian ? (b0 | (b1 << 8)) : ((b0 << 8) | b1);
+    if (unit >= 0xD800 && unit <= 0xDBFF && i + 3 < bytes.size()) {
+      const auto c0 = static_cast<unsigned char>(bytes[i + 2]);
+      const auto c1 = static_cast<unsigned char>(bytes[i + 3]);
+      const unsigned low = little_endian ? (c0 | (c1 << 8)) : ((c0 << 8) | c1);
+      if (low >= 0xDC00 && low <= 0xDFFF) {
+        out.push_back(static_cast<wchar_t>(0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00)));
+        i += 2;
+        continue;
+      }
+    }
+    out.push_back(static_cast<wchar_t>((unit >= 0xD800 && unit <= 0xDFFF) ? 0xFFFD : unit));
+  }
+  return out;
+}
+
+std::wstring DecodeFile(std::string_view bytes) {
+  if (bytes.size() >= 3 && bytes.substr(0, 3) == "\xEF\xBB\xBF") {
+    return FromUtf8Lenient(bytes.substr(3));
+  }
+  if (bytes.size() >= 2 && bytes.substr(0, 2) == "\xFF\xFE") {
+    return DecodeUtf16(bytes.substr(2), true);
+  }
+  if (bytes.size() >= 2 && bytes.substr(0, 2) == "\xFE\xFF") {
+    return DecodeUtf16(bytes.substr(2), false);
+  }
+  return FromUtf8Lenient(bytes);
+}
+
+// A value with blanks at either end, or one that is itself quoted, would not read back as it
+// was written without quotes of its own.
+std::wstring EncodeValue(std::wstring_view value) {
+  std::wstring v(value);
+  for (wchar_t& c : v) {
+    if (c == L'\r' || c == L'\n' || c == L'\0')
+      c = L' ';
+  }
+  const bool needs_quotes =
+      !v.empty() && (IsBlank(v.front()) || IsBlank(v.back()) ||
+                     (v.size() >= 2 && v.front() == L'"' && v.back() == L'"'));
+  return needs_quotes ? L"\"" + v + L"\"" : v;
+}
+
+std::wstring DecodeValue(std::wstring_view raw) {
+  std::wstring_view v = Trim(raw);
+  if (v.size() >= 2 && v.front() == L'"' && v.back() == L'"')
+    v = v.substr(1, v.size() - 2);
+  return std::wstring(v);
+}
+
+}  // namespace
+
+bool CIniFile::Load() {
+  sections_.clear();
+  std::ifstream in(path_, std::ios::binary);
+  if (!in)
+    return false;
+  std::string bytes;
+  bytes.resize(kMaxFileBytes);
+  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (in.bad())
+    return false;
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  Parse(bytes);
+  return true;
+}
+
+void CIniFile::Parse(std::string_view bytes) {
+  sections_.clear();
+  sections_.push_back(Section{});  // lines before the first header
+  const std::wstring text = DecodeFile(bytes);
+  std::size_t pos = 0;
+  while (pos < text.size()) {
+    // CR, LF, CR LF and stray zeros all end a line, so no line ends up glued to the next.
+    std::size_t end = text.find_first_of(std::wstring_view(L"\r\n\0", 3), pos);
+    if (end == std::wstring::npos)
+      end = text.size();
+    const std::wstring_view raw(text.data() + pos, end - pos);
+    pos = end + 1;
+    if (end < text.size() && text[end] == L'\r' && pos < text.size() && text[pos] == L'\n')
+      ++pos;
+
+    const std::wstring_view t = Trim(raw);
+    Line line;
+    line.text = std::wstring(raw);
+    if (t.empty()) {
+      line.kind = LineKind::kBlank;
+    } else if (t.front() == L';' || t.front() == L'#') {
+      line.kind = LineKind::kComment;
+    } else if (t.front() == L'[') {
+      Section s;
+      s.has_header = true;
+      const std::size_t close = t.find(L']');
+      s.name =
+          std::wstring(Trim(t.substr(1, close == std::wstring_view::npos ? close : close - 1)));
+      s.header_text = std::wstring(raw);
+      sections_.push_back(std::move(s));
+      continue;
+    } else if (const std::size_t eq = t.find(L'='); eq != std::wstring_view::npos) {
+      line.key = std::wstring(Trim(t.substr(0, eq)));
+      line.value = DecodeValue(t.substr(eq + 1));
+      line.kind = line.key.empty() ? LineKind::kOther : LineKind::kKey;
+    }
+    sections_.back().lines.push_back(std::move(line));
+  }
+}
+
+std::string CIniFile::Serialize() const {
+  std::wstring out;
+  for (const Section& s : sections_) {
+    if (s.has_header)
+      out += s.header_text + L"\n";
+    for (const Line& l : s.lines)
+      out += l.text + L"\n";
+  }
+  return ToUtf8(out);
+}
+
+bool CIniFile::Save() const {
+  namespace fs = std::filesystem;
+  if (path_.empty())
+    return false;
+  std::error_code ec;
+  // Write through a symbolic link rather than replace it with a plain file.
+  fs::path target(path_);
+  if (fs::is_symlink(fs::symlink_status(target, ec))) {
+    const fs::path resolved = fs::weakly_canonical(target, ec);
+    if (!ec)
+      target = resolved;
+  }
+  std::string temp = target.string() + ".XXXXXX";
+  const int fd = ::mkstemp(temp.data());
+  if (fd < 0)
+    return false;
+  struct stat old_stat {};
+  if (::stat(target.c_str(), &old_stat) == 0) {
+    ::fchmod(fd, old_stat.st_mode & 07777);
+  } else {
+    ::fchmod(fd, 0644);
+  }
+  const std::string bytes = Serialize();
+  std::size_t done = 0;
+  bool ok = true;
+  while (done < bytes.size()) {
+    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (n < 0 && errno == EINTR)
+      continue;
+    if (n <= 0) {
+      ok = false;
+      break;
+    }
+    done += static_cast<std::size_t>(n);
+  }
+  if (ok && ::fsync(fd) != 0)
+    ok = false;
+  if (::close(fd) != 0)
+    ok = false;
+  if (ok && std::rename(temp.c_str(), target.c_str()) != 0)
+    ok = false;
+  if (!ok)
+    ::unlink(temp.c_str());
+  return ok;
+}
+
+const CIniFile::Line* CIniFile::FindKey(std::wstring_view section, std::wstring_view key) const {
+  // A section that appears twice is read as one: the first occurrence of the key wins.
+  for (const Section& s : sections_) {
+    if (!s.has_header || !EqualsNoCase(s.name, section))
+      continue;
+    for (const Line& l : s.lines) {
+      if (l.kind == LineKind::kKey && EqualsNoCase(l.key, key))
+        return &l;
+    }
+  }
+  return nullptr;
+}
+
+std::wstring CIniFile::GetString(std::wstring_view section, std::wstring_view key,
+                                 std::wstring_view def, std::size_t max_len) const {
+  const Line* l = FindKey(section, key);
+  std::wstring value = l != nullptr ? l->value : std::wstring(def);
+  if (value.size() > max_len)
+    value.resize(max_len);
+  return value;
+}
+
+std::int32_t CIniFile::GetInt(std::wstring_view section, std::wstring_view key,
+                              std::int32_t def) const {
+  const Line* l = FindKey(section, key);
+  if (l == nullptr || l->value.empty())
+    return def;
+  return Wtoi(l->value);
+}
+
+bool CIniFile::HasKey(std::wstring_view section, std::wstring_view key) const {
+  return FindKey(section, key) != nullptr;
+}
+
+CIniFile::Section& CIniFile::SectionForWrite(std::wstring_view section) {
+  for (Section& s : sections_) {
+    if (s.has_header && EqualsNoCase(s.name, section))
+      return s;
+  }
+  if (sections_.empty())
+    sections_.push_back(Section{});
+  // A blank line before a new section keeps the file readable by eye.
+  Section& last = sections_.back();
+  const bool file_empty = sections_.size() == 1 && last.lines.empty();
+  if (!file_empty && (last.lines.empty() || last.lines.back().kind != LineKind::kBlank)) {
+    last.lines.push_back(Line{LineKind::kBlank, L"", L"", L""});
+  }
+  Section s;
+  s.has_header = true;
+  s.name = std::wstring(section);
+  s.header_text = L"[" + s.name + L"]";
+  sections_.push_back(std::move(s));
+  return sections_.back();
+}
+
+void CIniFile::WriteString(std::wstring_view section, std::wstring_view key,
+                           std::wstring_view value) {
+  Line line;
+  line.kind = LineKind::kKey;
+  line.key = std::wstring(key);
+  line.text = line.key + L"=" + EncodeValue(value);
+  line.value = DecodeValue(line.text.substr(line.key.size() + 1));
+  for (Section& s : sections_) {
+    if (!s.has_header || !EqualsNoCase(s.name, section))
+      continue;
+    for (Line& l : s.lines) {
+      if (l.kind == LineKind::kKey && EqualsNoCase(l.key, key)) {
+        l = std::move(line);
+        return;
+      }
+    }
+  }
+  Section& s = SectionForWrite(section);
+  std::size_t insert_at = 0;
+  for (std::size_t i = 0; i < s.lines.size(); ++i) {
+    if (s.lines[i].kind == LineKind::kKey)
+      insert_at = i + 1;
+  }
+  s.lines.insert(s.lines.begin() + static_cast<std::ptrdiff_t>(insert_at), std::move(line));
+}
+
+void CIniFile::WriteInt(std::wstring_view section, std::wstring_view key, std::int32_t value) {
+  WriteString(section, key, std::to_wstring(value));
+}
+
+void CIniFile::ClearSection(std::wstring_view section) {
+  bool first = true;
+  for (auto it = sections_.begin(); it != sections_.end();) {
+    if (!it->has_header || !EqualsNoCase(it->name, section)) {
+      ++it;
+      continue;
+    }
+    // Keep the trailing comments and blank lines: they belong to what follows.
+    std::size_t keep_from = it->lines.size();
+    while (keep_from > 0 && (it->lines[keep_from - 1].kind == LineKind::kBlank ||
+                             it->lines[keep_from - 1].kind == LineKind::kComment)) {
+      --keep_from;
+    }
+    it->lines.erase(it->lines.begin(), it->lines.begin() + static_cast<std::ptrdiff_t>(keep_from));
+    if (first) {
+      first = false;
+      ++it;
+    } else {
+      // A repeated section folds into the first one; its trailing lines go to the one before.
+      auto prev = std::prev(it);
+      prev->lines.insert(prev->lines.end(), it->lines.begin(), it->lines.end());
+      it = sections_.erase(it);
+    }
+  }
+  if (first)
+    SectionForWrite(section);
+}
+
+std::vector<std::wstring> CIniFile::SectionNames() const {
+  std::vector<std::wstring> names;
+  for (const Section& s : sections_) {
+    if (!s.has_header)
+      continue;
+    bool seen = false;
+    for (const std::wstring& n : names)
+      seen = seen || EqualsNoCase(n, s.name);
+    if (!seen)
+      names.push_back(s.name);
+  }
+  return names;
+}
+
+std::vector<std::wstring> CIniFile::KeyNames(std::wstring_view section) const {
+  std::vector<std::wstring> keys;
+  for (const Section& s : sections_) {
+    if (!s.has_header || !EqualsNoCase(s.name, section))
+      continue;
+    for (const Line& l : s.lines) {
+      if (l.kind == LineKind::kKey)
+        keys.push_back(l.key);
+    }
+  }
+  return keys;
+}
+
+}  // namespace tvkutil

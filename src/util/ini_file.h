@@ -1,0 +1,91 @@
+// CIniFile: the settings file and the per-user profile share this store.
+//
+// It behaves like the classic profile functions the settings were designed around: section and
+// key names compare without regard to case, a missing key gives the caller's default, a string
+// is cut to the caller's maximum length, an integer reads like atoi, and a section can be
+// emptied before it is written again. A file edited by hand is read the way its author meant
+// it: blanks around names and values, blank lines, ';' and '#' comments, CR LF line ends, a
+// byte-order mark (UTF-8 or UTF-16) and a missing ']' are all fine. Of duplicate keys the first
+// wins. Lines that make no sense are skipped, never fatal, and survive a save untouched.
+//
+// The store works on a copy in memory: Load() reads the file, the Write/Clear calls change the
+// copy, Save() replaces the file in one step (a new file renamed over the old), so a crash or a
+// full disk never leaves half a settings file behind.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tvkutil {
+
+class CIniFile {
+ public:
+  CIniFile() = default;
+  // Remembers the path; nothing is read until Load().
+  explicit CIniFile(std::string path) : path_(std::move(path)) {}
+
+  const std::string& Path() const { return path_; }
+
+  // Reads the file into memory, replacing what was held. False (and an empty store) when the
+  // file does not exist or cannot be read.
+  bool Load();
+  // Writes the store to the file. False when the file or its temporary twin cannot be
+  // written; the old file is then left as it was. The folder must exist.
+  [[nodiscard]] bool Save() const;
+
+  // Parses file bytes (any of the encodings above) instead of reading the file.
+  void Parse(std::string_view bytes);
+  // The file as Save() writes it: UTF-8 without a byte-order mark, "\n" line ends.
+  std::string Serialize() const;
+
+  // The value of a key, or def when the key is missing; cut to max_len characters. A key that
+  // is present with an empty value gives the empty text, not the default.
+  std::wstring GetString(std::wstring_view section, std::wstring_view key, std::wstring_view def,
+                         std::size_t max_len = SIZE_MAX) const;
+  // The value read as a decimal int (see tvkutil::Wtoi: "12abc" is 12, "abc" is 0); def when
+  // the key is missing or its value is empty.
+  std::int32_t GetInt(std::wstring_view section, std::wstring_view key, std::int32_t def) const;
+  bool HasKey(std::wstring_view section, std::wstring_view key) const;
+
+  // Sets a key, replacing its first occurrence or adding it after the last key of the section;
+  // the section is added at the end when it does not exist. Line breaks in the value become
+  // blanks; a value that would not read back as it is (blanks at either end, enclosing
+  // quotes) is written in double quotes.
+  void WriteString(std::wstring_view section, std::wstring_view key, std::wstring_view value);
+  // "%d".
+  void WriteInt(std::wstring_view section, std::wstring_view key, std::int32_t value);
+  // Removes every key of the section but keeps the section itself (it is created when
+  // missing), so that keys written afterwards start from nothing. Comments and blank lines at
+  // the end of the section stay: they introduce the next one.
+  void ClearSection(std::wstring_view section);
+
+  // Section names in file order (duplicates once) and the keys of one section in order.
+  std::vector<std::wstring> SectionNames() const;
+  std::vector<std::wstring> KeyNames(std::wstring_view section) const;
+
+ private:
+  enum class LineKind { kKey, kComment, kBlank, kOther };
+  struct Line {
+    LineKind kind = LineKind::kOther;
+    std::wstring text;  // the line as it stands in the file
+    std::wstring key;   // kKey only
+    std::wstring value;
+  };
+  struct Section {
+    bool has_header = false;  // false only for lines before the first header
+    std::wstring name;
+    std::wstring header_text;
+    std::vector<Line> lines;
+  };
+
+  const Line* FindKey(std::wstring_view section, std::wstring_view key) const;
+  Section& SectionForWrite(std::wstring_view section);
+
+  std::string path_;
+  std::vector<Section> sections_;
+};
+
+}  // namespace tvkutil

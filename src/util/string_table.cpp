@@ -1,0 +1,133 @@
+#include "util/string_table.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tvkutil {
+
+namespace {
+
+struct Entry {
+  int id;
+  const wchar_t* text;
+};
+
+// Kept sorted by number: LoadString searches it by halves.
+constexpr Entry kTable[] = {
+    {ids::kEventLogReset, L"&Reset"},
+    {ids::kEventLogSave, L"&Save"},
+    {ids::kTransactionLogReset, L"&Reset"},
+    {ids::kTransactionLogSave, L"&Save"},
+    {ids::kColumnDate, L"Date"},
+    {ids::kColumnTime, L"Time"},
+    {ids::kColumnEvent, L"Event"},
+    {ids::kColumnSource, L"Source"},
+    {ids::kColumnType, L"Type"},
+    {ids::kColumnTransaction, L"Transaction"},
+    {ids::kColumnNumber, L"No."},
+    {ids::kColumnIp, L"IP"},
+    {ids::kColumnDescription, L"Description"},
+    {ids::kInvalidStartIp, L"Please enter a valid start IP address."},
+    {ids::kInvalidEndIp, L"Please enter a valid end IP address."},
+    {ids::kBeginDiscovery, L"Begin &Discovery"},
+    {ids::kStop, L"St&op"},
+    {ids::kPingSent, L"Ping command sent to IP %s."},
+    {ids::kPingReplyIPv4, L"Reply from %s: bytes=%d time=%dms."},
+    {ids::kPingNoReply, L"Reply from %s not received."},
+    // There is no helper library to load here; what can be missing is the ICMP socket.
+    {ids::kIcmpUnavailable,
+     L"Unable to open an ICMP socket. Ping/Device discovery functionality will not be "
+     L"available."},
+    {ids::kCsvFilter, L"Text Files (*.csv)|*.csv|"},
+    {ids::kCsvExtension, L"csv"},
+    {ids::kUnableToSave, L"Unable to save results to file %s."},
+    {ids::kDiscoveryLimitReached,
+     L"Stopping device discovery. A maximum of '%d' devices can only be discovered."},
+    {ids::kDiscoveryStarted, L"Device discovery started."},
+    {ids::kDiscoveryStopped, L"Device discovery stopped. No. of devices discovered '%d'."},
+    {ids::kDiscoveryComplete, L"Device discovery complete. No. of devices discovered '%d'."},
+    {ids::kUnableToResolveIPv4, L"Unable to resolve IPv4 host '%s'"},
+    {ids::kUnableToResolveIPv6, L"Unable to resolve IPv6 host '%s'"},
+    {ids::kUnableToConnect, L"Unable to connect to remote host"},
+    {ids::kUnableToBuild, L"Unable to build message for transmit"},
+    {ids::kUnableToTransmit, L"Unable to transmit message to remote host"},
+    {ids::kTimedOut, L"Timed out while waiting for response from remote host"},
+    {ids::kUnknownError, L"Unknown error"},
+    {ids::kFailedSeeEventLog, L"<Failed: See Event Log>"},
+    {ids::kProductName, L"Sondara Utility"},
+    {ids::kFullProductName, L"Tarvik Sondara Utility"},
+    {ids::kCompanyName, L"Tarvik Technologies"},
+    {ids::kPingReplyIPv6, L"Reply from %s: time=%dms."},
+    {ids::kUnableToBind, L"Unable to bind to local adapter"},
+    {ids::kTransactionLogFilter, L"Text Files (*.txt)|*.txt|"},
+    {ids::kTransactionLogExtension, L"txt"},
+    {ids::kEventLogFilter, L"Text Files (*.txt)|*.txt|"},
+    {ids::kEventLogExtension, L"txt"},
+    {ids::kInvalidIPv4Address, L"Invalid IPv4 address '%s'."},
+
+    {ids::kNoPagesSelected, L"You have deselected all the pages!"},
+    {ids::kEnterValidHost, L"Please enter a valid IP/Host address."},
+    {ids::kSelectVersion, L"Please select an SNMP version."},
+    {ids::kEnterValidGetOid, L"Please enter a valid OID for the 'Get' request."},
+    {ids::kEnterGetCommunity, L"Please enter a community name for the 'Get' request."},
+    {ids::kEnterValidSetOid, L"Please enter a valid OID for the 'Set' request."},
+    {ids::kEnterSetCommunity, L"Please enter a community name for the 'Set' request."},
+    {ids::kSelectSetDataType, L"Please select datatype for the 'Set' request."},
+    {ids::kEnterValidSetValue, L"Please enter a valid value to write for the 'Set' request."},
+    {ids::kEnterCommunity, L"Please enter a community name."},
+    {ids::kEnterValidStartOid, L"Please enter a valid Start OID."},
+    {ids::kEnterValidSenderIp, L"Please enter a valid sender IP address."},
+    {ids::kEnterValidSenderOid, L"Please enter a valid sender OID."},
+    {ids::kVarBindNumTooLarge,
+     L"VarBind# ('%d') greater than the no. of varbinds in the VarBind list ('%d')."},
+    {ids::kSelectTrapType, L"Please select a trap type."},
+    {ids::kEnterValidOid, L"Please enter a valid OID."},
+    {ids::kSelectDataType, L"Please select a datatype."},
+    {ids::kEnterValidValue, L"Please enter a valid value."},
+    {ids::kMaxVarBindsReached, L"A maximum of '%d' varbinds can only be created."},
+    // The trailing blanks have always been part of these three texts.
+    {ids::kCannotEditSysUpTime, L"Cannot edit this sysUpTime varbind. "},
+    {ids::kCannotDeleteSysUpTime, L"Cannot delete this sysUpTime varbind. "},
+    {ids::kCannotDeleteSnmpTrapOid, L"Cannot delete this snmpTrapOID varbind. "},
+    {ids::kWalkStarted, L"walkMIB started."},
+    {ids::kWalkStopped, L"walkMIB stopped. No. of OIDs found: '%d'."},
+    {ids::kWalkFailed, L"walkMIB failed. No. of OIDs found: '%d'."},
+    {ids::kWalkComplete, L"walkMIB complete. No. of OIDs found: '%d'."},
+    {ids::kSysObjectIdFailed,
+     L"Get request failed for OID '%s' (RFC1213::SysObjectID). Reason: '%s'."},
+    {ids::kTrapFailed, L"Trap request failed. Reason: '%s'."},
+    {ids::kRangeMessage, L"Please enter an integer between %d and %d."},
+    {ids::kDefaultAdapter, L"Default"},
+    {ids::kColumnOid, L"OID"},
+    {ids::kColumnDataType, L"DataType"},
+    {ids::kColumnValue, L"Value"},
+    {ids::kAddVarBindTitle, L"Add VarBind"},
+    {ids::kEditVarBindTitle, L"Edit VarBind"},
+    {ids::kOptionsTitle, L"Options"},
+    {ids::kBeginWalk, L"Begin &Walk"},
+    {ids::kPageDeviceDiscovery, L"&Device Discovery"},
+    {ids::kPageGetSet, L"&Get/Set"},
+    {ids::kPageSendTrap, L"&sendTrap"},
+    {ids::kPageWalkMib, L"&walkMIB"},
+    {ids::kPageNoFunctionality, L"&No Functionality"},
+};
+
+}  // namespace
+
+std::wstring LoadString(int id) {
+  const auto it = std::lower_bound(std::begin(kTable), std::end(kTable), id,
+                                   [](const Entry& e, int key) { return e.id < key; });
+  if (it == std::end(kTable) || it->id != id)
+    return {};
+  return it->text;
+}
+
+std::vector<int> StringTableIds() {
+  std::vector<int> result;
+  result.reserve(std::size(kTable));
+  for (const Entry& e : kTable)
+    result.push_back(e.id);
+  return result;
+}
+
+}  // namespace tvkutil
