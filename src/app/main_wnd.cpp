@@ -233,7 +233,18 @@ void CMainWnd::RestorePlacement() {
   // The window always reopens in the normal state, at its last normal placement.
   resize(std::max(cx, 200), std::max(cy, 200));
   move(x, y);
-  splitter_->setSizes({h0, h1, h2, std::max(kMinPaneHeight, cy - h0 - h1 - h2)});
+  pending_sizes_ = {h0, h1, h2, std::max(kMinPaneHeight, cy - h0 - h1 - h2)};
+  splitter_->setSizes(pending_sizes_);
+}
+
+void CMainWnd::showEvent(QShowEvent* event) {
+  QMainWindow::showEvent(event);
+  // A splitter spreads heights in proportion until it has its real size, so the saved heights
+  // are set again when the window first appears.
+  if (!pending_sizes_.isEmpty()) {
+    splitter_->setSizes(pending_sizes_);
+    pending_sizes_.clear();
+  }
 }
 
 void CMainWnd::SavePlacement() {

@@ -50,6 +50,7 @@ class CMainWnd : public QMainWindow {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void showEvent(QShowEvent* event) override;
 
  private:
   void BuildMenus();
@@ -64,6 +65,8 @@ class CMainWnd : public QMainWindow {
   CPropertySheetView* sheet_view_ = nullptr;
   logs::CTransactionLogView* transaction_view_ = nullptr;
   logs::CEventLogView* event_view_ = nullptr;
+  // Pane heights from the profile, applied once the window has its real size.
+  QList<int> pending_sizes_;
 };
 
 }  // namespace app
