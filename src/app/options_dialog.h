@@ -1,20 +1,69 @@
-// COptionsDialog: network adapter, IP version, time-outs and retries.
+// COptionsDialog: the network interface requests are sent from, the IP version, and the
+// time-outs and retries of every SNMP exchange. OK stores into the application object (the
+// profile is written at shut-down); Cancel stores nothing.
 #pragma once
 
 #include <QDialog>
+#include <QString>
+#include <functional>
+#include <utility>
+
+class QCheckBox;
+class QComboBox;
+class QGridLayout;
+
+namespace tvkutil {
+class CNumericEdit;
+class SpinButtons;
+}  // namespace tvkutil
 
 namespace app {
 
+class CAdapterTable;
 class CSondaraUtilityApp;
 
 class COptionsDialog : public QDialog {
   Q_OBJECT
 
  public:
+  // The warning of a refused value; the default shows a warning message box over the dialog.
+  using WarningSink = std::function<void(const QString& text)>;
+
+  // Offers the adapters of this run.
   explicit COptionsDialog(CSondaraUtilityApp& app, QWidget* parent = nullptr);
+  // Offers the adapters of the given table (tests, or a caller that enumerated itself).
+  COptionsDialog(CSondaraUtilityApp& app, CAdapterTable& adapters, QWidget* parent = nullptr);
+
+  void SetWarningSink(WarningSink sink) { warn_ = std::move(sink); }
+
+  // Checks the three numbers in the order they stand; the first one out of range is reported
+  // and focused, and the dialog stays open with nothing stored.
+  void accept() override;
 
  private:
+  struct NumberField {
+    tvkutil::CNumericEdit* edit = nullptr;
+    tvkutil::SpinButtons* spin = nullptr;
+    int minimum = 0;
+    int maximum = 0;
+  };
+
+  NumberField AddNumberField(QGridLayout* grid, int row, const QString& caption, int text_limit,
+                             int minimum, int maximum, int step, int value);
+  // Empties the list and fills it with the adapters of the family, "Default" on top.
+  void FillAdapterList(bool use_ipv6);
+  // Reads a field; false (after the warning) when its value is out of range.
+  bool TakeNumber(const NumberField& field, int& out_value);
+  void Warn(const QString& text);
+
   CSondaraUtilityApp& app_;
+  CAdapterTable& adapters_;
+  WarningSink warn_;
+  QCheckBox* use_ipv6_ = nullptr;
+  QComboBox* adapter_list_ = nullptr;
+  NumberField connect_timeout_;
+  NumberField request_timeout_;
+  NumberField retries_;
 };
 
 }  // namespace app

@@ -1,0 +1,108 @@
+// The queue machinery both logs share: entries are added under a lock by any thread and moved
+// into the shown list by the window thread's timer, which keeps at most kMaxShownRows.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace logs {
+
+// Each log shows at most this many rows; the oldest goes first.
+inline constexpr std::size_t kMaxShownRows = 1024;
+// Both arrays grow their capacity in steps of this many slots, so a burst reallocates rarely.
+inline constexpr std::size_t kCapacityStep = 1024;
+
+// What one tick changed, so that a view can tell its list which rows went and came.
+struct LogTickResult {
+  std::size_t removed_front = 0;  // rows that were shown before the tick and are gone now
+  std::size_t appended = 0;       // rows added at the end (all of them still shown)
+};
+
+template <typename Entry>
+class CLogQueue {
+ public:
+  // Any thread.
+  void Add(std::unique_ptr<Entry> entry) {
+    std::lock_guard lock(mutex_);
+    AddLocked(std::move(entry));
+  }
+  template <typename Range>
+  void AddAll(Range&& entries) {
+    std::lock_guard lock(mutex_);
+    for (auto& e : entries)
+      AddLocked(std::move(e));
+  }
+
+  // Window thread (timer tick): moves every pending entry to the end of the shown ones in
+  // arrival order; when 1024 are shown, each new one first pushes out the oldest.
+  LogTickResult MovePending() {
+    std::lock_guard lock(mutex_);
+    LogTickResult result;
+    const std::size_t shown_before = shown_.size();
+    for (auto& entry : pending_) {
+      if (shown_.size() == kMaxShownRows) {
+        shown_.erase(shown_.begin());
+        if (result.removed_front < shown_before) {
+          ++result.removed_front;
+        } else {
+          --result.appended;  // one added in this same tick has already gone again
+        }
+      } else {
+        Grow(shown_);
+      }
+      shown_.push_back(std::move(entry));
+      ++result.appended;
+    }
+    pending_.clear();  // capacity is kept for the next burst
+    return result;
+  }
+
+  // Window thread: forgets every shown entry; pending ones stay for the next tick.
+  void ResetShown() {
+    std::lock_guard lock(mutex_);
+    shown_.clear();
+  }
+
+  // Window thread. Only that thread changes the shown entries, so it may read them unlocked.
+  std::size_t ShownCount() const { return shown_.size(); }
+  const Entry& Shown(std::size_t index) const { return *shown_[index]; }
+
+  // Runs fn(shown entries) under the lock, so that adding threads wait (saving uses it).
+  template <typename Fn>
+  auto WithShownLocked(Fn&& fn) const {
+    std::lock_guard lock(mutex_);
+    return fn(shown_);
+  }
+
+  std::size_t PendingCount() const {
+    std::lock_guard lock(mutex_);
+    return pending_.size();
+  }
+  std::vector<Entry> CopyPending() const {
+    std::lock_guard lock(mutex_);
+    std::vector<Entry> copy;
+    copy.reserve(pending_.size());
+    for (const auto& e : pending_)
+      copy.push_back(*e);
+    return copy;
+  }
+
+ private:
+  static void Grow(std::vector<std::unique_ptr<Entry>>& v) {
+    if (v.size() == v.capacity())
+      v.reserve(v.capacity() + kCapacityStep);
+  }
+  void AddLocked(std::unique_ptr<Entry> entry) {
+    Grow(pending_);
+    pending_.push_back(std::move(entry));
+  }
+
+  mutable std::mutex mutex_;
+  std::vector<std::unique_ptr<Entry>> shown_;
+  std::vector<std::unique_ptr<Entry>> pending_;
+};
+
+}  // namespace logs

@@ -1,0 +1,71 @@
+// The transaction log without its window: each message sent or received is split into rows of
+// fixed size (hex or text), queued by any thread, moved into the shown rows (at most 1024) by
+// the window's timer, and saved with the rows of one message joined into one line again.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "logs/log_queue.h"
+#include "logs/log_time.h"
+
+namespace logs {
+
+inline constexpr std::int32_t kDirectionReceived = 0;
+inline constexpr std::int32_t kDirectionSent = 1;
+// Bytes per row: 86 bytes make 258 hex characters; text rows take 260 bytes.
+inline constexpr std::size_t kHexRowBytes = 86;
+inline constexpr std::size_t kTextRowBytes = 260;
+
+struct CTransactionRow {
+  LogTimeStamp stamp;
+  std::wstring source;     // the operation: "Get", "Set", "walkMIB", "sendTrap", "Ping" ...
+  std::int32_t direction;  // kDirectionSent, kDirectionReceived, anything else shows empty
+  std::wstring text;       // this row's share of the message
+  bool first_row = false;  // only first rows show date, time and source
+};
+
+// "TX" for sent, "RX" for received, empty for anything else.
+std::wstring DirectionText(std::int32_t direction);
+// The source column of a first row, "[Get]TX:".
+std::wstring SourceColumnText(const CTransactionRow& row);
+
+// Splits a message into rows: length / row size + 1 of them, so a message that fills its last
+// row exactly, and an empty message, end with an empty row. Binary bytes become "%02x " each;
+// text bytes are converted from UTF-8 row by row.
+std::vector<CTransactionRow> SplitTransaction(std::int32_t direction, std::wstring_view source,
+                                              const std::uint8_t* data, std::size_t length,
+                                              int is_text);
+
+class CTransactionLog {
+ public:
+  // Any thread: splits the message and queues its rows, all with fresh time stamps.
+  void AddTransaction(std::int32_t direction, std::wstring_view source, const std::uint8_t* data,
+                      std::size_t length, int is_text);
+
+  // Window thread: the timer tick, the Reset command and the rows of the list. The cap of 1024
+  // counts rows, so a long message may lose its first row and keep its continuation rows.
+  LogTickResult MovePending() { return queue_.MovePending(); }
+  void Reset() { queue_.ResetShown(); }
+  std::size_t ShownCount() const { return queue_.ShownCount(); }
+  const CTransactionRow& Shown(std::size_t index) const { return queue_.Shown(index); }
+
+  std::size_t PendingCount() const { return queue_.PendingCount(); }
+  std::vector<CTransactionRow> CopyPending() const { return queue_.CopyPending(); }
+
+  // FF FE, the padded header "Date", "Time", "Source", "Transaction", then for every first row
+  // CR LF, date, tab, time, tab, the source column padded to 21 characters, tab; every row's
+  // text follows, so continuation rows continue their message's line. UTF-16LE, no final line
+  // end.
+  std::string SavedFileBytes() const;
+  [[nodiscard]] bool SaveToFile(const std::filesystem::path& path) const;
+
+ private:
+  CLogQueue<CTransactionRow> queue_;
+};
+
+}  // namespace logs

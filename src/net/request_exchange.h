@@ -1,0 +1,31 @@
+// The request exchange every SNMP page runs: encode, send, wait, retry, log, decode.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "net/snmp_internal_error.h"
+#include "net/udp_session.h"
+#include "snmp/snmp_message.h"
+
+namespace net {
+
+// Sends `request` (filled by the page: version, community, request id, bindings) to
+// host:port and, for get, get-next and set, waits for the agent's answer.
+//
+// Get/GetNext/Set: the message is sent up to settings.retries + 1 times, each try followed by
+// a full settings.request_timeout_ms wait; every datagram sent and the one received go to the
+// transaction log under `source`. The answer is then decoded into `response` (a fresh message
+// of the response type) and checked against the request; the result of that check is
+// returned: 0, the agent's error status, or a negative check code (see ValidateResponse).
+//
+// Traps (v1 and v2c): sent once and logged, never waited for; returns 0.
+//
+// Throws SNMPINTERNALERROR: -2 host not resolved, -1 bind failed, -7 no socket, -4 message not
+// encodable, -5 not all bytes sent, -6 no answer after all tries.
+int ExchangeRequest(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
+                    std::wstring_view source, snmp::CSNMPMessage& request,
+                    snmp::CSNMPMessage& response, IUdpSocketOps* ops = nullptr);
+
+}  // namespace net

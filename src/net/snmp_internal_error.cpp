@@ -1,0 +1,29 @@
+#include "net/snmp_internal_error.h"
+
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace net {
+
+std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_ipv6) {
+  switch (code) {
+    case kSnmpBindError:
+      return tvkutil::LoadString(tvkutil::ids::kUnableToBind);
+    case kSnmpResolveError:
+      return tvkutil::FormatN(tvkutil::LoadString(use_ipv6 ? tvkutil::ids::kUnableToResolveIPv6
+                                                           : tvkutil::ids::kUnableToResolveIPv4),
+                              tvkutil::kMaxLogLineLen, host);
+    case kSnmpConnectError:
+      return tvkutil::LoadString(tvkutil::ids::kUnableToConnect);
+    case kSnmpBuildError:
+      return tvkutil::LoadString(tvkutil::ids::kUnableToBuild);
+    case kSnmpTransmitError:
+      return tvkutil::LoadString(tvkutil::ids::kUnableToTransmit);
+    case kSnmpTimeoutError:
+      return tvkutil::LoadString(tvkutil::ids::kTimedOut);
+    default:
+      return tvkutil::LoadString(tvkutil::ids::kUnknownError);
+  }
+}
+
+}  // namespace net

@@ -1,0 +1,22 @@
+// The one exception of the request exchange and the message a page shows for each code.
+#pragma once
+
+#include <string>
+
+namespace net {
+
+enum SNMPINTERNALERROR : int {
+  kSnmpBindError = -1,      // "Unable to bind to local adapter"
+  kSnmpResolveError = -2,   // "Unable to resolve IPv4 host '%s'" / "... IPv6 host '%s'"
+  kSnmpConnectError = -3,   // nothing throws it; its text stays for old callers
+  kSnmpBuildError = -4,     // "Unable to build message for transmit"
+  kSnmpTransmitError = -5,  // "Unable to transmit message to remote host"
+  kSnmpTimeoutError = -6,   // "Timed out while waiting for response from remote host"
+  kSnmpUnknownError = -7,   // socket could not be made; "Unknown error"
+};
+
+// The message for a thrown code; any code outside the table reads "Unknown error". The host
+// text fills the resolve message, which names the family by use_ipv6.
+std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_ipv6);
+
+}  // namespace net

@@ -1,0 +1,226 @@
+#include "net/udp_session.h"
+
+#include <arpa/inet.h>
+#include <netdb.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include "net/address.h"
+#include "net/snmp_internal_error.h"
+#include "util/text.h"
+
+namespace net {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Stale datagrams are read into this much scratch; anything longer is cut, which is fine
+// since they are thrown away.
+constexpr std::size_t kDrainScratchLen = 512;
+// An address of all ones means the adapter has none.
+constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
+
+bool ParseIPv6(const std::wstring& text, sockaddr_in6& out) {
+  addrinfo hints{};
+  hints.ai_family = AF_INET6;
+  hints.ai_socktype = SOCK_DGRAM;
+  hints.ai_flags = AI_NUMERICHOST;
+  addrinfo* found = nullptr;
+  if (::getaddrinfo(tvkutil::ToUtf8(text).c_str(), nullptr, &hints, &found) != 0)
+    return false;
+  std::memcpy(&out, found->ai_addr, sizeof out);
+  ::freeaddrinfo(found);
+  return true;
+}
+
+}  // namespace
+
+CUdpSession::CUdpSession(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
+                         bool open_now, IUdpSocketOps* ops)
+    : ops_(ops != nullptr ? *ops : PosixUdpSocketOps()),
+      use_ipv6_(settings.use_ipv6),
+      host_(host),
+      port_(port),
+      timeout_ms_(settings.request_timeout_ms),
+      adapter_(settings.adapter) {
+  if (use_ipv6_) {
+    const std::uint32_t scope = adapter_.ipv6_scope_id == kNoAddress ? 0 : adapter_.ipv6_scope_id;
+    if (!ResolveIPv6Host(host_, scope, ipv6_text_))
+      throw kSnmpResolveError;
+  } else if (!ResolveIPv4Host(host_, ipv4_address_)) {
+    throw kSnmpResolveError;
+  }
+  if (open_now) {
+    if (const int r = Open(); r != 0)
+      throw static_cast<SNMPINTERNALERROR>(r);
+  }
+}
+
+CUdpSession::~CUdpSession() {
+  Close();
+}
+
+int CUdpSession::Open() {
+  Close();
+  fd_ = ops_.Socket(use_ipv6_ ? AF_INET6 : AF_INET);
+  if (fd_ < 0) {
+    Close();
+    return kSnmpUnknownError;
+  }
+  sockaddr_storage local{};
+  socklen_t local_len = 0;
+  if (use_ipv6_) {
+    auto& a6 = reinterpret_cast<sockaddr_in6&>(local);
+    if (adapter_.IsDefault() || adapter_.address.empty() ||
+        tvkutil::EqualsNoCase(adapter_.address, L"Default")) {
+      a6.sin6_family = AF_INET6;
+      a6.sin6_addr = in6addr_any;
+      a6.sin6_scope_id = adapter_.ipv6_scope_id == kNoAddress ? 0 : adapter_.ipv6_scope_id;
+    } else if (!ParseIPv6(adapter_.address, a6)) {
+      Close();
+      return kSnmpBindError;
+    }
+    a6.sin6_port = 0;
+    local_len = sizeof(sockaddr_in6);
+  } else {
+    auto& a4 = reinterpret_cast<sockaddr_in&>(local);
+    a4.sin_family = AF_INET;
+    a4.sin_port = 0;
+    const std::uint32_t address = adapter_.is_ipv4 != 0 ? adapter_.ipv4_address : 0;
+    a4.sin_addr.s_addr = address == kNoAddress ? INADDR_ANY : address;
+    local_len = sizeof(sockaddr_in);
+  }
+  if (ops_.Bind(fd_, reinterpret_cast<const sockaddr*>(&local), local_len) != 0) {
+    Close();
+    return kSnmpBindError;
+  }
+  open_ = true;
+  return 0;
+}
+
+void CUdpSession::SetPeer() {
+  if (!open_) {
+    if (const int r = Open(); r != 0)
+      throw static_cast<SNMPINTERNALERROR>(r);
+  }
+  peer_ = {};
+  if (use_ipv6_) {
+    auto& p6 = reinterpret_cast<sockaddr_in6&>(peer_);
+    if (!ParseIPv6(ipv6_text_, p6))
+      throw kSnmpResolveError;
+    p6.sin6_port = htons(port_);
+    peer_len_ = sizeof(sockaddr_in6);
+  } else {
+    auto& p4 = reinterpret_cast<sockaddr_in&>(peer_);
+    p4.sin_family = AF_INET;
+    p4.sin_port = htons(port_);
+    p4.sin_addr.s_addr = ipv4_address_;
+    peer_len_ = sizeof(sockaddr_in);
+  }
+}
+
+std::int32_t CUdpSession::Send(const std::uint8_t* data, std::int32_t len) {
+  if (!open_ && Open() != 0)
+    return 0;
+  // An answer that arrived after the previous try gave up must not be taken for the answer to
+  // this one.
+  std::array<std::uint8_t, kDrainScratchLen> scratch;
+  for (;;) {
+    sockaddr_storage from{};
+    socklen_t from_len = sizeof from;
+    const ssize_t n = ops_.RecvFrom(fd_, scratch.data(), scratch.size(),
+                                    reinterpret_cast<sockaddr*>(&from), &from_len);
+    if (n >= 0)
+      continue;
+    if (errno == EAGAIN || errno == EWOULDBLOCK)
+      break;
+    if (errno == EINTR)
+      continue;
+    Close();
+    return 0;
+  }
+  if (len < 1 || data == nullptr)
+    return 0;
+  std::int32_t sent = 0;
+  while (sent < len) {
+    const ssize_t n = ops_.SendTo(fd_, data + sent, static_cast<std::size_t>(len - sent),
+                                  reinterpret_cast<const sockaddr*>(&peer_), peer_len_);
+    if (n < 0 && errno == EINTR)
+      continue;
+    if (n <= 0) {
+      Close();
+      return 0;
+    }
+    sent += static_cast<std::int32_t>(n);
+  }
+  return sent;
+}
+
+bool CUdpSession::FromPeer(const sockaddr_storage& from) const {
+  if (from.ss_family != peer_.ss_family)
+    return false;
+  if (from.ss_family == AF_INET) {
+    const auto& f = reinterpret_cast<const sockaddr_in&>(from);
+    const auto& p = reinterpret_cast<const sockaddr_in&>(peer_);
+    return f.sin_port == p.sin_port && f.sin_addr.s_addr == p.sin_addr.s_addr;
+  }
+  // The scope is not compared: replies to a link-local address carry the interface the
+  // kernel chose, which need not be the number the user typed.
+  const auto& f = reinterpret_cast<const sockaddr_in6&>(from);
+  const auto& p = reinterpret_cast<const sockaddr_in6&>(peer_);
+  return f.sin6_port == p.sin6_port &&
+         std::memcmp(&f.sin6_addr, &p.sin6_addr, sizeof(in6_addr)) == 0;
+}
+
+std::int32_t CUdpSession::Receive(std::uint8_t* buffer, std::int32_t size, int mode) {
+  if (!open_ || buffer == nullptr || size < 1)
+    return 0;
+  std::int32_t total = 0;
+  auto deadline = Clock::now() + std::chrono::milliseconds(timeout_ms_);
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    const int ready = ops_.WaitReadable(fd_, static_cast<int>(left > 0 ? left : 0));
+    if (ready < 0 && errno == EINTR)
+      continue;
+    if (ready == 0) {
+      Close();
+      return total;  // kReceiveOne never gets here with anything gathered
+    }
+    if (ready < 0) {
+      Close();
+      return 0;
+    }
+    sockaddr_storage from{};
+    socklen_t from_len = sizeof from;
+    const ssize_t n = ops_.RecvFrom(fd_, buffer + total, static_cast<std::size_t>(size - total),
+                                    reinterpret_cast<sockaddr*>(&from), &from_len);
+    if (n < 0) {
+      if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)
+        continue;
+      Close();
+      return 0;
+    }
+    if (!FromPeer(from)) {
+      deadline = Clock::now() + std::chrono::milliseconds(timeout_ms_);
+      continue;
+    }
+    if (mode != kReceiveFill)
+      return static_cast<std::int32_t>(n);
+    total += static_cast<std::int32_t>(n);
+    if (total >= size)
+      return total;
+  }
+}
+
+void CUdpSession::Close() {
+  if (fd_ >= 0)
+    ops_.Close(fd_);
+  fd_ = -1;
+  open_ = false;
+}
+
+}  // namespace net

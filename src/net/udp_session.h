@@ -1,0 +1,79 @@
+// CUdpSession: one UDP socket to one SNMP agent for the length of one operation. It sends to
+// the agent and takes answers only from that agent's address and port.
+#pragma once
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <cstdint>
+#include <string>
+
+#include "app/adapter_table.h"
+#include "net/udp_socket_ops.h"
+
+namespace net {
+
+// The settings an exchange needs; the pages fill it from the application object.
+struct UdpSettings {
+  bool use_ipv6 = false;          // IPv6 socket and resolver instead of IPv4
+  int request_timeout_ms = 1000;  // each wait for an answer
+  int retries = 3;                // sends after the first when no answer comes
+  app::_adapterinfo adapter;      // the local address to bind to; empty record: any
+};
+
+// Receive modes: one datagram, or datagrams appended until the buffer is full.
+inline constexpr int kReceiveOne = 0;
+inline constexpr int kReceiveFill = 1;
+
+class CUdpSession {
+ public:
+  // Resolves the host (IPv4 or IPv6 by settings.use_ipv6; SNMPINTERNALERROR -2 when it
+  // cannot) and keeps port, time-out and adapter. With open_now the socket is opened at once
+  // and a failed open is thrown (-1 bind, -7 socket); otherwise it opens on first use.
+  CUdpSession(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
+              bool open_now, IUdpSocketOps* ops = nullptr);
+  ~CUdpSession();
+  CUdpSession(const CUdpSession&) = delete;
+  CUdpSession& operator=(const CUdpSession&) = delete;
+
+  // Makes the socket and binds it to port 0 on the chosen adapter's address (any address when
+  // it has none). Returns 0, kSnmpUnknownError (-7) when no socket could be made or
+  // kSnmpBindError (-1) when binding failed; a failure leaves the session closed.
+  int Open();
+  // Fixes the destination and the filter for answers: the resolved host and the port. Opens
+  // first when closed (a failed open is thrown); an IPv6 text that does not parse throws -2.
+  void SetPeer();
+  // Drains every datagram already waiting (stale answers of an earlier try), then sends all
+  // bytes. Returns the number sent; 0 when len < 1, when the socket cannot be opened, or when
+  // a socket call fails (which closes the session).
+  std::int32_t Send(const std::uint8_t* data, std::int32_t len);
+  // Waits up to the time-out for a datagram from the peer; datagrams from anyone else are
+  // thrown away and the wait starts again with the full time-out. Mode kReceiveOne returns
+  // one datagram's length; kReceiveFill appends datagrams until `size` bytes are filled and
+  // returns what it gathered when the wait runs out. A time-out with nothing received, or a
+  // failed call, closes the session and returns 0.
+  std::int32_t Receive(std::uint8_t* buffer, std::int32_t size, int mode);
+  void Close();
+
+  bool IsOpen() const { return open_; }
+  const std::wstring& Host() const { return host_; }
+  std::uint16_t Port() const { return port_; }
+
+ private:
+  bool FromPeer(const sockaddr_storage& from) const;
+
+  IUdpSocketOps& ops_;
+  bool open_ = false;
+  bool use_ipv6_;
+  int fd_ = -1;
+  std::wstring host_;
+  std::uint32_t ipv4_address_ = 0;  // network byte order
+  std::wstring ipv6_text_;          // resolved numeric text with its scope
+  std::uint16_t port_;
+  int timeout_ms_;
+  app::_adapterinfo adapter_;
+  sockaddr_storage peer_{};
+  socklen_t peer_len_ = 0;
+};
+
+}  // namespace net

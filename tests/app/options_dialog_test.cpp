@@ -1,0 +1,183 @@
+// The Options dialog as a user meets it: fields found by their captions, the adapter list per IP
+// family, the range checks of OK, and what OK and Cancel leave in the application object.
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+#include <optional>
+
+#include "app/adapter_table.h"
+#include "app/options_dialog.h"
+#include "app/sondara_utility_app.h"
+#include "util/numeric_edit.h"
+#include "util/temp_folder.h"
+
+namespace {
+
+using app::MakeAdapterInfo;
+
+const QString kConnect = "&Connect Timeout (seconds):";
+const QString kRequest = "&Request Timeout (milliseconds):";
+const QString kRetries = "R&etries:";
+
+// A dialog over stores and adapters of its own; warnings are recorded, never shown.
+struct Options {
+  sondara_test::TempFolder dir;
+  app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
+  app::CAdapterTable adapters;
+  std::optional<app::COptionsDialog> d;
+  QStringList warnings;
+
+  explicit Options(bool with_adapters = true)
+      : adapters(with_adapters ? std::vector{MakeAdapterInfo(L"eth1", L"10.0.0.2", true, 0),
+                                             MakeAdapterInfo(L"eth0", L"10.0.0.1", true, 0)}
+                               : std::vector<app::_adapterinfo>{},
+                 with_adapters ? std::vector{MakeAdapterInfo(L"wlan0", L"fe80::2%3", false, 3),
+                                             MakeAdapterInfo(L"Eth0", L"2001:db8::1", false, 2),
+                                             MakeAdapterInfo(L"docker0", L"fd00::1", false, 4)}
+                               : std::vector<app::_adapterinfo>{}) {}
+
+  app::COptionsDialog& Open() {
+    d.emplace(sondara, adapters);
+    d->SetWarningSink([this](const QString& text) { warnings << text; });
+    return *d;
+  }
+  // The control a caption names, as Alt+letter reaches it.
+  tvkutil::CNumericEdit* Field(const QString& caption) const {
+    for (QLabel* label : d->findChildren<QLabel*>()) {
+      if (label->text() == caption)
+        return qobject_cast<tvkutil::CNumericEdit*>(label->buddy());
+    }
+    return nullptr;
+  }
+  void Type(const QString& caption, const QString& text) const {
+    Field(caption)->selectAll();
+    QTest::keyClick(Field(caption), Qt::Key_Backspace);
+    QTest::keyClicks(Field(caption), text);
+  }
+  void SpinUp(const QString& caption) const {
+    for (auto* spin : d->findChildren<tvkutil::SpinButtons*>()) {
+      if (spin->Buddy() == Field(caption))
+        QTest::mouseClick(spin->UpButton(), Qt::LeftButton);
+    }
+  }
+  void Click(const QString& text) const {
+    for (QPushButton* b : d->findChildren<QPushButton*>()) {
+      if (b->text() == text)
+        QTest::mouseClick(b, Qt::LeftButton);
+    }
+  }
+  // Near the box: a check box stretched across the dialog takes clicks only by its text.
+  void ClickUseIPv6() const {
+    auto* box = d->findChild<QCheckBox*>();
+    QCOMPARE(box->text(), QString("&Use IPv6"));
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
+  }
+  // use IPv6, connect time-out, request time-out, retries
+  QList<int> Stored() const {
+    const app::NetworkSettings& n = sondara.Network();
+    return {n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries};
+  }
+  QStringList Items() const {
+    QStringList items;
+    for (int i = 0; i < d->findChild<QComboBox*>()->count(); ++i)
+      items << d->findChild<QComboBox*>()->itemText(i);
+    return items;
+  }
+};
+
+class OptionsDialogTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void OkChecksRangesInOrder_data() {
+    QTest::addColumn<QStringList>("typed");  // connect, request, retries
+    QTest::addColumn<QString>("warning");    // empty: accepted
+    QTest::addColumn<QString>("focused");
+    const QString request_range = "Please enter an integer between 100 and 30000.";
+    QTest::newRow("request 99") << QStringList{"3", "99", "3"} << request_range << kRequest;
+    QTest::newRow("request 30001") << QStringList{"3", "30001", "3"} << request_range << kRequest;
+    QTest::newRow("request 100") << QStringList{"3", "100", "3"} << ""
+                                 << "";
+    QTest::newRow("request 30000") << QStringList{"30", "30000", "1"} << ""
+                                   << "";
+    QTest::newRow("empty connect first")
+        << QStringList{"", "99", "0"} << "Please enter an integer between 1 and 30." << kConnect;
+    QTest::newRow("retries 0") << QStringList{"1", "1000", "0"}
+                               << "Please enter an integer between 1 and 10." << kRetries;
+  }
+  void OkChecksRangesInOrder() {
+    QFETCH(QStringList, typed);
+    QFETCH(QString, warning);
+    QFETCH(QString, focused);
+    Options o;
+    o.Open().show();
+    QVERIFY(QTest::qWaitForWindowActive(&*o.d));
+    o.ClickUseIPv6();
+    o.Type(kConnect, typed[0]);
+    o.Type(kRequest, typed[1]);
+    o.Type(kRetries, typed[2]);
+    o.Click("&OK");
+
+    if (warning.isEmpty()) {
+      QCOMPARE(o.warnings, QStringList());
+      QCOMPARE(o.d->result(), int(QDialog::Accepted));
+      QCOMPARE(o.Stored(), QList<int>({1, typed[0].toInt(), typed[1].toInt(), typed[2].toInt()}));
+    } else {
+      QCOMPARE(o.warnings, QStringList{warning});
+      QVERIFY(o.d->isVisible());
+      QCOMPARE(QApplication::focusWidget(), o.Field(focused));
+      QCOMPARE(o.Field(focused)->selectedText(), o.Field(focused)->text());
+      QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3}));  // not even what passed
+    }
+  }
+
+  void AdapterListFollowsTheFamily() {
+    Options o;
+    o.sondara.SetAdapter(o.adapters.Lookup(L"eth1[10.0.0.2]", false));
+    o.Open();
+    QCOMPARE(o.Items(), (QStringList{"Default", "eth0[10.0.0.1]", "eth1[10.0.0.2]"}));
+    QCOMPARE(o.d->findChild<QComboBox*>()->currentText(), QString("eth1[10.0.0.2]"));
+    o.ClickUseIPv6();  // sorted without regard to case, "Default" on top and chosen
+    QCOMPARE(o.Items(),
+             (QStringList{"Default", "docker0[fd00::1]", "Eth0[2001:db8::1]", "wlan0[fe80::2%3]"}));
+    QCOMPARE(o.d->findChild<QComboBox*>()->currentIndex(), 0);
+
+    Options none(false);
+    none.Open();
+    QCOMPARE(none.Items(), QStringList());
+    none.Click("&OK");
+    QVERIFY(none.sondara.Network().adapter.IsDefault());
+  }
+
+  void OkStoresEverythingCancelNothing() {
+    for (const QString button : {"Cance&l", "&OK"}) {
+      Options o;
+      QCOMPARE(o.Open().windowTitle(), QString("Options"));
+      o.ClickUseIPv6();
+      o.d->findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
+      o.SpinUp(kConnect);
+      o.Type(kRequest, "2500");
+      for (int i = 0; i < 8; ++i)
+        o.SpinUp(kRetries);  // 10 comes only from the spin
+      QCOMPARE(o.Field(kRetries)->text(), QString("10"));
+      o.Click(button);
+
+      const bool ok = button == "&OK";
+      const app::NetworkSettings& net = o.sondara.Network();
+      QCOMPARE(o.warnings, QStringList());
+      QCOMPARE(o.d->result(), int(ok ? QDialog::Accepted : QDialog::Rejected));
+      QCOMPARE(net.adapter_name, std::wstring(ok ? L"wlan0[fe80::2%3]" : L""));
+      QCOMPARE(net.adapter.ipv6_scope_id, ok ? 3u : 0u);
+      QCOMPARE(o.Stored(), ok ? QList<int>({1, 4, 2500, 10}) : QList<int>({0, 3, 1000, 3}));
+    }
+  }
+};
+
+}  // namespace
+
+QTEST_MAIN(OptionsDialogTest)
+#include "options_dialog_test.moc"
