@@ -15,12 +15,14 @@ using Clock = std::chrono::steady_clock;
 template <typename Fn>
 void Measure(const char* what, Fn&& fn) {
   // Warm up, then run for about one second in batches.
-  for (int i = 0; i < 10000; ++i) fn();
+  for (int i = 0; i < 10000; ++i)
+    fn();
   long count = 0;
   const auto start = Clock::now();
   auto now = start;
   while (now - start < std::chrono::seconds(1)) {
-    for (int i = 0; i < 10000; ++i) fn();
+    for (int i = 0; i < 10000; ++i)
+      fn();
     count += 10000;
     now = Clock::now();
   }
@@ -41,7 +43,8 @@ int main() {
     get.SetRequestId(id++ & 0xFF);
     get.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
     std::span<const std::uint8_t> out;
-    if (get.EncodeInto(buf, out)) sink += static_cast<long>(out.size());
+    if (get.EncodeInto(buf, out))
+      sink += static_cast<long>(out.size());
   });
 
   CSNMPMessage request(kSnmpVersion1, L"getcom", kPduGetRequest);
@@ -52,7 +55,8 @@ int main() {
   reply.AddVarBind(L".1.3.6.1.2.1.1.1.0", kTagOctetString,
                    L"Linux gateway-7 6.1.0-18-amd64 #1 SMP Debian x86_64 rack 4/2");
   std::span<const std::uint8_t> reply_bytes;
-  if (!reply.EncodeInto(buf, reply_bytes)) return 1;
+  if (!reply.EncodeInto(buf, reply_bytes))
+    return 1;
   const std::vector<std::uint8_t> wire(reply_bytes.begin(), reply_bytes.end());
 
   Measure("decode + check GetResponse (OCTET STRING, 60 bytes)", [&] {

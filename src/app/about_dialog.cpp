@@ -17,9 +17,9 @@ CAboutDlg::CAboutDlg(QWidget* parent) : QDialog(parent) {
   bold.setBold(true);
   name->setFont(bold);
   name->setObjectName(QStringLiteral("productName"));
-  auto* version = new QLabel(QStringLiteral("Version %1").arg(
-                                 QString::fromStdWString(CSondaraUtilityApp::VersionText())),
-                             this);
+  auto* version = new QLabel(
+      QStringLiteral("Version %1").arg(QString::fromStdWString(CSondaraUtilityApp::VersionText())),
+      this);
   version->setObjectName(QStringLiteral("version"));
   auto* company = new QLabel(QString::fromStdWString(CSondaraUtilityApp::CompanyName()), this);
   company->setObjectName(QStringLiteral("company"));

@@ -6,10 +6,14 @@ namespace app {
 
 bool& PageFlags::ForPage(PageId id) {
   switch (id) {
-    case kPageDeviceDiscovery: return device_discovery;
-    case kPageGetSet: return get_set;
-    case kPageSendTrap: return send_trap;
-    default: return walk_mib;
+    case kPageDeviceDiscovery:
+      return device_discovery;
+    case kPageGetSet:
+      return get_set;
+    case kPageSendTrap:
+      return send_trap;
+    default:
+      return walk_mib;
   }
 }
 
@@ -21,7 +25,8 @@ bool CPageSet::IsOperationPage(int id) {
 CPageSet::CPageSet(const PageFlags& flags) {
   PageFlags f = flags;
   for (PageId id : {kPageDeviceDiscovery, kPageGetSet, kPageSendTrap, kPageWalkMib}) {
-    if (f.ForPage(id)) pages_.push_back(id);
+    if (f.ForPage(id))
+      pages_.push_back(id);
   }
   if (pages_.empty()) {
     pages_.push_back(kPageNoFunctionality);
@@ -45,13 +50,15 @@ bool CPageSet::Add(int id) {
 
 bool CPageSet::Remove(int id) {
   const auto it = std::find(pages_.begin(), pages_.end(), id);
-  if (!IsOperationPage(id) || it == pages_.end()) return false;
+  if (!IsOperationPage(id) || it == pages_.end())
+    return false;
   pages_.erase(it);
   if (pages_.empty()) {
     pages_.push_back(kPageNoFunctionality);
     placeholder_shown_ = true;
   }
-  if (active_ == id) active_ = pages_.front();
+  if (active_ == id)
+    active_ = pages_.front();
   return true;
 }
 
@@ -63,7 +70,8 @@ bool SaveSnapshotEnabled(const PageFlags& flags, bool icmp_available) {
 CommandState PageSwitchState(const PageFlags& flags, PageId id, bool icmp_available) {
   PageFlags f = flags;
   const bool on = f.ForPage(id);
-  if (id == kPageDeviceDiscovery) return {icmp_available, on && icmp_available};
+  if (id == kPageDeviceDiscovery)
+    return {icmp_available, on && icmp_available};
   return {true, on};
 }
 

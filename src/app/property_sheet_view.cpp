@@ -13,8 +13,7 @@ CZeroFunctionalityPropertyPage::CZeroFunctionalityPropertyPage(QWidget* parent)
   layout->addStretch();
 }
 
-CPropertySheetView::CPropertySheetView(const PageFlags& flags, PageFactory factory,
-                                       QWidget* parent)
+CPropertySheetView::CPropertySheetView(const PageFlags& flags, PageFactory factory, QWidget* parent)
     : QScrollArea(parent), page_set_(flags), factory_(std::move(factory)) {
   auto* holder = new QWidget(this);
   auto* layout = new QVBoxLayout(holder);
@@ -33,11 +32,12 @@ CPropertySheetView::CPropertySheetView(const PageFlags& flags, PageFactory facto
 
 CPropertyPage* CPropertySheetView::Page(int page_id) {
   auto it = pages_.find(page_id);
-  if (it != pages_.end()) return it->second;
-  CPropertyPage* page = page_id == kPageNoFunctionality
-                            ? new CZeroFunctionalityPropertyPage(this)
-                            : factory_(page_id, this);
-  if (page != nullptr) pages_[page_id] = page;
+  if (it != pages_.end())
+    return it->second;
+  CPropertyPage* page = page_id == kPageNoFunctionality ? new CZeroFunctionalityPropertyPage(this)
+                                                        : factory_(page_id, this);
+  if (page != nullptr)
+    pages_[page_id] = page;
   return page;
 }
 
@@ -47,33 +47,40 @@ void CPropertySheetView::SyncTabs() {
   const bool blocked = sheet_->blockSignals(true);
   for (int i = sheet_->count() - 1; i >= 0; --i) {
     auto* page = static_cast<CPropertyPage*>(sheet_->widget(i));
-    if (std::find(ids.begin(), ids.end(), page->PageId()) == ids.end()) sheet_->removeTab(i);
+    if (std::find(ids.begin(), ids.end(), page->PageId()) == ids.end())
+      sheet_->removeTab(i);
   }
   for (int id : ids) {
     CPropertyPage* page = Page(id);
-    if (page != nullptr && sheet_->indexOf(page) < 0) sheet_->addTab(page, page->Caption());
+    if (page != nullptr && sheet_->indexOf(page) < 0)
+      sheet_->addTab(page, page->Caption());
   }
-  if (CPropertyPage* active = Page(page_set_.Active())) sheet_->setCurrentWidget(active);
+  if (CPropertyPage* active = Page(page_set_.Active()))
+    sheet_->setCurrentWidget(active);
   sheet_->blockSignals(blocked);
 }
 
 void CPropertySheetView::AddPage(int page_id) {
-  if (!page_set_.Add(page_id)) return;
+  if (!page_set_.Add(page_id))
+    return;
   SyncTabs();
   OnCurrentChanged(sheet_->currentIndex());
 }
 
 void CPropertySheetView::RemovePage(int page_id) {
-  if (!page_set_.Remove(page_id)) return;
+  if (!page_set_.Remove(page_id))
+    return;
   SyncTabs();
   OnCurrentChanged(sheet_->currentIndex());
 }
 
 void CPropertySheetView::OnCurrentChanged(int index) {
   auto* page = index >= 0 ? static_cast<CPropertyPage*>(sheet_->widget(index)) : nullptr;
-  if (page == active_) return;
+  if (page == active_)
+    return;
   // A page that is being removed is deactivated too, so what was typed in it is kept.
-  if (active_ != nullptr) active_->OnKillActive();
+  if (active_ != nullptr)
+    active_->OnKillActive();
   active_ = page;
   if (page != nullptr) {
     page_set_.SetActive(page->PageId());
@@ -82,13 +89,16 @@ void CPropertySheetView::OnCurrentChanged(int index) {
 }
 
 void CPropertySheetView::CollectForSnapshot() {
-  if (page_set_.PlaceholderShown()) return;
-  if (CPropertyPage* page = Page(page_set_.Active())) page->StoreToApp();
+  if (page_set_.PlaceholderShown())
+    return;
+  if (CPropertyPage* page = Page(page_set_.Active()))
+    page->StoreToApp();
 }
 
 void CPropertySheetView::Close() {
   for (int id : {kPageDeviceDiscovery, kPageWalkMib}) {
-    if (auto it = pages_.find(id); it != pages_.end()) it->second->StopOperations();
+    if (auto it = pages_.find(id); it != pages_.end())
+      it->second->StopOperations();
   }
 }
 

@@ -7,8 +7,10 @@ bool CASNDataType::Encode(CBerWriter& out) {
 }
 
 int CASNDataType::Decode(CBerReader& in) {
-  if (const int r = in.ExpectTag(tag_); r != kBerOk) return r;
-  if (const int r = in.GetLength(content_len_); r != kBerOk) return r;
+  if (const int r = in.ExpectTag(tag_); r != kBerOk)
+    return r;
+  if (const int r = in.GetLength(content_len_); r != kBerOk)
+    return r;
   return DecodeContent(in);
 }
 

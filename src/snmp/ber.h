@@ -14,11 +14,11 @@ namespace snmp {
 // Result codes of decoding (0 is success). The response checks add -6 to -11.
 enum BerResult : int {
   kBerOk = 0,
-  kBerInternal = -1,       // a request of the wrong form, or nothing to decode into
-  kBerExhausted = -2,      // fewer bytes remain than are needed
-  kBerTrailing = -3,       // bytes left after the PDU
-  kBerWrongTag = -4,       // identifier octet differs from the expected one
-  kBerBadLength = -5,      // a length out of the range the content type accepts
+  kBerInternal = -1,   // a request of the wrong form, or nothing to decode into
+  kBerExhausted = -2,  // fewer bytes remain than are needed
+  kBerTrailing = -3,   // bytes left after the PDU
+  kBerWrongTag = -4,   // identifier octet differs from the expected one
+  kBerBadLength = -5,  // a length out of the range the content type accepts
   kVersionMismatch = -6,
   kCommunityMismatch = -7,
   kRequestIdMismatch = -8,
@@ -92,8 +92,7 @@ inline bool ExceedsInput(std::uint32_t len, const CBerReader& in) {
 }
 
 // Content codecs of the primitive types. Each encoder reports the content length it wrote.
-[[nodiscard]] bool EncodeSignedContent(CBerWriter& out, std::int32_t value,
-                                       std::uint32_t& out_len);
+[[nodiscard]] bool EncodeSignedContent(CBerWriter& out, std::int32_t value, std::uint32_t& out_len);
 [[nodiscard]] bool EncodeUnsignedContent(CBerWriter& out, std::uint64_t value,
                                          std::uint32_t& out_len);
 // Signed INTEGER content of `len` bytes: 1 to 5 bytes, else kBerBadLength.

@@ -9,7 +9,8 @@ CCounter64::CCounter64(const std::wstring& text)
 
 bool CCounter64::EncodeContent(CBerWriter& out) {
   std::uint32_t len = 0;
-  if (!EncodeUnsignedContent(out, value_, len)) return false;
+  if (!EncodeUnsignedContent(out, value_, len))
+    return false;
   SetContentLength(len);
   return true;
 }
@@ -17,7 +18,8 @@ bool CCounter64::EncodeContent(CBerWriter& out) {
 int CCounter64::DecodeContent(CBerReader& in) {
   std::uint32_t low = 0;
   const int r = DecodeUnsignedContent(in, ContentLength(), 9, low);
-  if (r == kBerOk) value_ = low;
+  if (r == kBerOk)
+    value_ = low;
   return r;
 }
 

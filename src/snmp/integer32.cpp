@@ -9,7 +9,8 @@ CInteger32::CInteger32(const std::wstring& text)
 
 bool CInteger32::EncodeContent(CBerWriter& out) {
   std::uint32_t len = 0;
-  if (!EncodeSignedContent(out, value_, len)) return false;
+  if (!EncodeSignedContent(out, value_, len))
+    return false;
   SetContentLength(len);
   return true;
 }

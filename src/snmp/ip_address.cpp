@@ -8,16 +8,20 @@ namespace snmp {
 
 void CIPAddress::SetFromText(const std::wstring& text) {
   octets_.clear();
-  if (text.size() >= 16 || std::count(text.begin(), text.end(), L'.') != 3) return;
+  if (text.size() >= 16 || std::count(text.begin(), text.end(), L'.') != 3)
+    return;
   std::wstring octets;
   std::size_t start = 0;
   for (int part = 0; part < 4; ++part) {
     std::size_t end = text.find(L'.', start);
-    if (end == std::wstring::npos) end = text.size();
+    if (end == std::wstring::npos)
+      end = text.size();
     const std::wstring_view piece(text.data() + start, end - start);
-    if (piece.empty() || piece.size() > 3) return;
+    if (piece.empty() || piece.size() > 3)
+      return;
     const std::int32_t n = tvkutil::Wtoi(piece);
-    if (n < 0 || n > 255) return;
+    if (n < 0 || n > 255)
+      return;
     octets.push_back(static_cast<wchar_t>(n));
     start = end + 1;
   }
@@ -27,7 +31,8 @@ void CIPAddress::SetFromText(const std::wstring& text) {
 std::wstring CIPAddress::ToText() const {
   std::wstring text;
   for (std::size_t i = 0; i < octets_.size(); ++i) {
-    if (i != 0) text.push_back(L'.');
+    if (i != 0)
+      text.push_back(L'.');
     text += std::to_wstring(static_cast<unsigned>(octets_[i]) & 0xFFu);
   }
   return text;
@@ -37,7 +42,8 @@ bool CIPAddress::EncodeContent(CBerWriter& out) {
   // A decoded address keeps whatever length the peer sent, so it re-encodes as it came.
   const std::string bytes(octets_.begin(), octets_.end());
   const auto len = static_cast<std::uint32_t>(bytes.size());
-  if (!out.PutBytes(reinterpret_cast<const std::uint8_t*>(bytes.data()), len)) return false;
+  if (!out.PutBytes(reinterpret_cast<const std::uint8_t*>(bytes.data()), len))
+    return false;
   SetContentLength(len);
   return true;
 }
@@ -45,7 +51,8 @@ bool CIPAddress::EncodeContent(CBerWriter& out) {
 int CIPAddress::DecodeContent(CBerReader& in) {
   const std::uint32_t len = ContentLength();
   const std::uint8_t* bytes = in.Cursor();
-  if (const int r = in.Skip(len); r != kBerOk) return r;
+  if (const int r = in.Skip(len); r != kBerOk)
+    return r;
   octets_.assign(bytes, bytes + len);
   return kBerOk;
 }

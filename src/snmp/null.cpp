@@ -7,6 +7,8 @@ bool CNull::EncodeContent(CBerWriter& /*out*/) {
   return true;
 }
 
-int CNull::DecodeContent(CBerReader& /*in*/) { return kBerOk; }
+int CNull::DecodeContent(CBerReader& /*in*/) {
+  return kBerOk;
+}
 
 }  // namespace snmp

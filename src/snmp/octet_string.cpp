@@ -7,15 +7,18 @@ namespace snmp {
 namespace {
 
 bool IsShownAsText(wchar_t c) {
-  if (c == L' ' || (c >= L'\t' && c <= L'\r')) return true;  // white space
-  if (c < 0x20 || c == 0x7F) return false;                    // C0 controls, DEL
-  return c < 0x80 || c > 0x9F;                                // C1 controls are not text
+  if (c == L' ' || (c >= L'\t' && c <= L'\r'))
+    return true;  // white space
+  if (c < 0x20 || c == 0x7F)
+    return false;               // C0 controls, DEL
+  return c < 0x80 || c > 0x9F;  // C1 controls are not text
 }
 
 }  // namespace
 
 std::wstring OctetsToText(const std::uint8_t* bytes, std::uint32_t bytes_len) {
-  if (bytes_len == 0) return {};
+  if (bytes_len == 0)
+    return {};
   std::wstring text;
   if (tvkutil::FromUtf8(bytes, bytes_len, text)) {
     bool printable = true;
@@ -23,13 +26,15 @@ std::wstring OctetsToText(const std::uint8_t* bytes, std::uint32_t bytes_len) {
       // A terminating zero, as some agents send, still counts as text.
       printable = IsShownAsText(text[i]) || (text[i] == 0 && i + 1 == text.size());
     }
-    if (printable) return text;
+    if (printable)
+      return text;
   }
   static constexpr wchar_t kHex[] = L"0123456789abcdef";
   text.clear();
   text.reserve(bytes_len * 3);
   for (std::uint32_t i = 0; i < bytes_len; ++i) {
-    if (i != 0) text.push_back(L' ');
+    if (i != 0)
+      text.push_back(L' ');
     text.push_back(kHex[bytes[i] >> 4]);
     text.push_back(kHex[bytes[i] & 0x0F]);
   }
@@ -39,7 +44,8 @@ std::wstring OctetsToText(const std::uint8_t* bytes, std::uint32_t bytes_len) {
 bool COctetString::EncodeContent(CBerWriter& out) {
   const std::string bytes = tvkutil::ToUtf8(text_);
   const auto len = static_cast<std::uint32_t>(bytes.size());
-  if (!out.PutBytes(reinterpret_cast<const std::uint8_t*>(bytes.data()), len)) return false;
+  if (!out.PutBytes(reinterpret_cast<const std::uint8_t*>(bytes.data()), len))
+    return false;
   SetContentLength(len);
   return true;
 }
@@ -47,7 +53,8 @@ bool COctetString::EncodeContent(CBerWriter& out) {
 int COctetString::DecodeContent(CBerReader& in) {
   const std::uint32_t len = ContentLength();
   const std::uint8_t* bytes = in.Cursor();
-  if (const int r = in.Skip(len); r != kBerOk) return r;
+  if (const int r = in.Skip(len); r != kBerOk)
+    return r;
   text_ = OctetsToText(bytes, len);
   return kBerOk;
 }

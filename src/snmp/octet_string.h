@@ -10,7 +10,8 @@ namespace snmp {
 class COctetString : public CASNDataType {
  public:
   COctetString() : CASNDataType(kTagOctetString) {}
-  explicit COctetString(std::wstring text) : CASNDataType(kTagOctetString), text_(std::move(text)) {}
+  explicit COctetString(std::wstring text)
+      : CASNDataType(kTagOctetString), text_(std::move(text)) {}
 
   const std::wstring& Text() const { return text_; }
   void SetText(std::wstring text) { text_ = std::move(text); }

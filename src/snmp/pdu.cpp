@@ -14,11 +14,15 @@ bool CPDU::EncodeContent(CBerWriter& out) {
 
 int CPDU::DecodeContent(CBerReader& in) {
   CBerReader content(nullptr, 0);
-  if (const int r = in.Split(ContentLength(), content); r != kBerOk) return r;
+  if (const int r = in.Split(ContentLength(), content); r != kBerOk)
+    return r;
   int r = request_id_.Decode(content);
-  if (r == kBerOk) r = error_status_.Decode(content);
-  if (r == kBerOk) r = error_index_.Decode(content);
-  if (r == kBerOk) r = varbinds_.Decode(content);
+  if (r == kBerOk)
+    r = error_status_.Decode(content);
+  if (r == kBerOk)
+    r = error_index_.Decode(content);
+  if (r == kBerOk)
+    r = varbinds_.Decode(content);
   return r;
 }
 

@@ -38,64 +38,95 @@ constexpr std::array<const wchar_t*, 18> kStatusTexts = {
 
 std::wstring InternalErrorText(int code) {
   switch (code) {
-    case kUnsupportedType: return L"Unsupported value type";
-    case kOidMismatch: return L"OID mismatch in request/response message";
-    case kVarBindCountMismatch: return L"VarBind count mismatch in request/response message";
-    case kRequestIdMismatch: return L"Request ID mismatch in request/response message";
-    case kCommunityMismatch: return L"Community name mismatch in request/response message";
-    case kVersionMismatch: return L"SNMP version mismatch in request/response message";
-    case kBerBadLength: return L"Invalid BER encoding length";
-    case kBerWrongTag: return L"Incorrect BER encoding type";
-    default: return kUnknownError;
+    case kUnsupportedType:
+      return L"Unsupported value type";
+    case kOidMismatch:
+      return L"OID mismatch in request/response message";
+    case kVarBindCountMismatch:
+      return L"VarBind count mismatch in request/response message";
+    case kRequestIdMismatch:
+      return L"Request ID mismatch in request/response message";
+    case kCommunityMismatch:
+      return L"Community name mismatch in request/response message";
+    case kVersionMismatch:
+      return L"SNMP version mismatch in request/response message";
+    case kBerBadLength:
+      return L"Invalid BER encoding length";
+    case kBerWrongTag:
+      return L"Incorrect BER encoding type";
+    default:
+      return kUnknownError;
   }
 }
 
 std::wstring ErrorStatusText(int status) {
-  if (status < 1 || status > static_cast<int>(kStatusTexts.size())) return kUnknownError;
+  if (status < 1 || status > static_cast<int>(kStatusTexts.size()))
+    return kUnknownError;
   return kStatusTexts[static_cast<std::size_t>(status - 1)];
 }
 
 int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
                      const CSNMPMessage& request) {
-  if (request.IsTrap()) return kBerInternal;  // a trap has no response
+  if (request.IsTrap())
+    return kBerInternal;  // a trap has no response
   CPDU* pdu = response.Pdu();
-  if (pdu == nullptr || bytes.size() > static_cast<std::size_t>(INT32_MAX)) return kBerInternal;
+  if (pdu == nullptr || bytes.size() > static_cast<std::size_t>(INT32_MAX))
+    return kBerInternal;
   CBerReader in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
 
   std::uint32_t len = 0;
-  if (const int r = in.ExpectTag(kTagSequence); r != kBerOk) return r;
-  if (const int r = in.GetLength(len); r != kBerOk) return r;
-  if (ExceedsInput(len, in)) return kBerExhausted;
+  if (const int r = in.ExpectTag(kTagSequence); r != kBerOk)
+    return r;
+  if (const int r = in.GetLength(len); r != kBerOk)
+    return r;
+  if (ExceedsInput(len, in))
+    return kBerExhausted;
 
-  if (const int r = response.version_.Decode(in); r != kBerOk) return r;
-  if (response.Version() != request.Version()) return kVersionMismatch;
-  if (const int r = response.community_.Decode(in); r != kBerOk) return r;
-  if (response.Community() != request.Community()) return kCommunityMismatch;
+  if (const int r = response.version_.Decode(in); r != kBerOk)
+    return r;
+  if (response.Version() != request.Version())
+    return kVersionMismatch;
+  if (const int r = response.community_.Decode(in); r != kBerOk)
+    return r;
+  if (response.Community() != request.Community())
+    return kCommunityMismatch;
 
   // The PDU is read member by member so that each can be compared as soon as it is known.
-  if (const int r = in.ExpectTag(kPduResponse); r != kBerOk) return r;
-  if (const int r = in.GetLength(len); r != kBerOk) return r;
+  if (const int r = in.ExpectTag(kPduResponse); r != kBerOk)
+    return r;
+  if (const int r = in.GetLength(len); r != kBerOk)
+    return r;
   CBerReader content(nullptr, 0);
-  if (const int r = in.Split(len, content); r != kBerOk) return r;
-  if (const int r = pdu->RequestId().Decode(content); r != kBerOk) return r;
-  if (response.RequestId() != request.RequestId()) return kRequestIdMismatch;
-  if (const int r = pdu->ErrorStatus().Decode(content); r != kBerOk) return r;
-  if (const int r = pdu->ErrorIndex().Decode(content); r != kBerOk) return r;
+  if (const int r = in.Split(len, content); r != kBerOk)
+    return r;
+  if (const int r = pdu->RequestId().Decode(content); r != kBerOk)
+    return r;
+  if (response.RequestId() != request.RequestId())
+    return kRequestIdMismatch;
+  if (const int r = pdu->ErrorStatus().Decode(content); r != kBerOk)
+    return r;
+  if (const int r = pdu->ErrorIndex().Decode(content); r != kBerOk)
+    return r;
   const std::int32_t status = response.ErrorStatus();
   // A negative status is no SNMP status at all; it must not pass for one of our own codes.
-  if (status < 0) return kBerInternal;
-  if (status != 0) return status;
+  if (status < 0)
+    return kBerInternal;
+  if (status != 0)
+    return status;
 
-  if (const int r = pdu->VarBinds().Decode(content); r != kBerOk) return r;
+  if (const int r = pdu->VarBinds().Decode(content); r != kBerOk)
+    return r;
   const CVarBindList& got = response.VarBinds();
   const CVarBindList& sent = request.VarBinds();
-  if (got.Count() != sent.Count()) return kVarBindCountMismatch;
+  if (got.Count() != sent.Count())
+    return kVarBindCountMismatch;
   // A get-next answer names the next object by design, so only get and set compare names.
   if (request.PduType() == kPduGetRequest || request.PduType() == kPduSetRequest) {
     for (int i = 1; i <= got.Count(); ++i) {
       const COid* a = got.Get(i)->Name();
       const COid* b = sent.Get(i)->Name();
-      if (a == nullptr || b == nullptr || !(*a == *b)) return kOidMismatch;
+      if (a == nullptr || b == nullptr || !(*a == *b))
+        return kOidMismatch;
     }
   }
   return content.Empty() && in.Empty() ? kBerOk : kBerTrailing;
@@ -105,10 +136,17 @@ std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
                                 const CSNMPMessage& request, const CSNMPMessage& response) {
   const wchar_t* op = nullptr;
   switch (request.PduType()) {
-    case kPduGetRequest: op = L"Get"; break;
-    case kPduSetRequest: op = L"Set"; break;
-    case kPduGetNextRequest: op = L"GetNext"; break;
-    default: return {};
+    case kPduGetRequest:
+      op = L"Get";
+      break;
+    case kPduSetRequest:
+      op = L"Set";
+      break;
+    case kPduGetNextRequest:
+      op = L"GetNext";
+      break;
+    default:
+      return {};
   }
   const std::wstring prefix = std::wstring(op) + L" request failed for OID '%s'. ";
   if (result < 0) {
@@ -126,9 +164,11 @@ std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
 
 void ReportRequestFailure(int result, const std::wstring& oid_text, const CSNMPMessage& request,
                           const CSNMPMessage& response, logs::IEventLineSink* sink) {
-  if (sink == nullptr) return;
+  if (sink == nullptr)
+    return;
   const std::wstring line = RequestFailureLine(result, oid_text, request, response);
-  if (!line.empty()) sink->AddEventLine(line);
+  if (!line.empty())
+    sink->AddEventLine(line);
 }
 
 }  // namespace snmp

@@ -13,57 +13,66 @@ CSNMPMessage::CSNMPMessage(std::int32_t version, const std::wstring& community,
 }
 
 void CSNMPMessage::SetPduType(std::uint32_t pdu_type) {
-  if (CPDU* pdu = Pdu(); pdu != nullptr && pdu_type != kPduTrapV1) pdu->SetType(pdu_type);
+  if (CPDU* pdu = Pdu(); pdu != nullptr && pdu_type != kPduTrapV1)
+    pdu->SetType(pdu_type);
 }
 
 std::int32_t CSNMPMessage::RequestId() const {
   return Pdu() != nullptr ? Pdu()->RequestId().Value() : -1;
 }
 void CSNMPMessage::SetRequestId(std::int32_t id) {
-  if (CPDU* pdu = Pdu()) pdu->RequestId().SetValue(id);
+  if (CPDU* pdu = Pdu())
+    pdu->RequestId().SetValue(id);
 }
 std::int32_t CSNMPMessage::ErrorStatus() const {
   return Pdu() != nullptr ? Pdu()->ErrorStatus().Value() : -1;
 }
 void CSNMPMessage::SetErrorStatus(std::int32_t status) {
-  if (CPDU* pdu = Pdu()) pdu->ErrorStatus().SetValue(status);
+  if (CPDU* pdu = Pdu())
+    pdu->ErrorStatus().SetValue(status);
 }
 std::int32_t CSNMPMessage::ErrorIndex() const {
   return Pdu() != nullptr ? Pdu()->ErrorIndex().Value() : -1;
 }
 void CSNMPMessage::SetErrorIndex(std::int32_t index) {
-  if (CPDU* pdu = Pdu()) pdu->ErrorIndex().SetValue(index);
+  if (CPDU* pdu = Pdu())
+    pdu->ErrorIndex().SetValue(index);
 }
 
 std::wstring CSNMPMessage::Enterprise() const {
   return Trap() != nullptr ? Trap()->Enterprise().Text() : std::wstring();
 }
 void CSNMPMessage::SetEnterprise(const std::wstring& oid_text) {
-  if (CTrapPDU* trap = Trap()) trap->Enterprise().SetFromText(oid_text);
+  if (CTrapPDU* trap = Trap())
+    trap->Enterprise().SetFromText(oid_text);
 }
 std::wstring CSNMPMessage::AgentAddress() const {
   return Trap() != nullptr ? Trap()->AgentAddress().ToText() : std::wstring();
 }
 void CSNMPMessage::SetAgentAddress(const std::wstring& address_text) {
-  if (CTrapPDU* trap = Trap()) trap->AgentAddress().SetFromText(address_text);
+  if (CTrapPDU* trap = Trap())
+    trap->AgentAddress().SetFromText(address_text);
 }
 std::int32_t CSNMPMessage::GenericTrap() const {
   return Trap() != nullptr ? Trap()->GenericTrap().Value() : -1;
 }
 void CSNMPMessage::SetGenericTrap(std::int32_t generic) {
-  if (CTrapPDU* trap = Trap()) trap->GenericTrap().SetValue(generic);
+  if (CTrapPDU* trap = Trap())
+    trap->GenericTrap().SetValue(generic);
 }
 std::int32_t CSNMPMessage::SpecificTrap() const {
   return Trap() != nullptr ? Trap()->SpecificTrap().Value() : -1;
 }
 void CSNMPMessage::SetSpecificTrap(std::int32_t specific) {
-  if (CTrapPDU* trap = Trap()) trap->SpecificTrap().SetValue(specific);
+  if (CTrapPDU* trap = Trap())
+    trap->SpecificTrap().SetValue(specific);
 }
 std::uint32_t CSNMPMessage::TimeStamp() const {
   return Trap() != nullptr ? Trap()->TimeStamp().Value() : 0;
 }
 void CSNMPMessage::SetTimeStamp(std::uint32_t hundredths) {
-  if (CTrapPDU* trap = Trap()) trap->TimeStamp().SetValue(hundredths);
+  if (CTrapPDU* trap = Trap())
+    trap->TimeStamp().SetValue(hundredths);
 }
 
 void CSNMPMessage::AddVarBind(const std::wstring& name_text, std::uint32_t value_tag,
@@ -80,33 +89,41 @@ const CVarBindList& CSNMPMessage::VarBinds() const {
 
 bool CSNMPMessage::EncodeInto(std::span<std::uint8_t> buffer,
                               std::span<const std::uint8_t>& out_message) {
-  if (buffer.empty() || buffer.size() > static_cast<std::size_t>(INT32_MAX)) return false;
+  if (buffer.empty() || buffer.size() > static_cast<std::size_t>(INT32_MAX))
+    return false;
   CBerWriter writer(&buffer.back(), static_cast<std::int32_t>(buffer.size()));
-  if (!Encode(writer)) return false;
-  out_message = std::span<const std::uint8_t>(writer.Begin(),
-                                              buffer.size() - static_cast<std::size_t>(writer.FreeCount()));
+  if (!Encode(writer))
+    return false;
+  out_message = std::span<const std::uint8_t>(
+      writer.Begin(), buffer.size() - static_cast<std::size_t>(writer.FreeCount()));
   return true;
 }
 
 int CSNMPMessage::DecodeFrom(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() > static_cast<std::size_t>(INT32_MAX)) return kBerBadLength;
+  if (bytes.size() > static_cast<std::size_t>(INT32_MAX))
+    return kBerBadLength;
   CBerReader reader(bytes.data(), static_cast<std::int32_t>(bytes.size()));
   return Decode(reader);
 }
 
 bool CSNMPMessage::EncodeContent(CBerWriter& out) {
   const std::int32_t free_before = out.FreeCount();
-  if (!pdu_->Encode(out) || !community_.Encode(out) || !version_.Encode(out)) return false;
+  if (!pdu_->Encode(out) || !community_.Encode(out) || !version_.Encode(out))
+    return false;
   SetContentLength(WrittenSince(out, free_before));
   return true;
 }
 
 int CSNMPMessage::DecodeContent(CBerReader& in) {
-  if (ExceedsInput(ContentLength(), in)) return kBerExhausted;
+  if (ExceedsInput(ContentLength(), in))
+    return kBerExhausted;
   int r = version_.Decode(in);
-  if (r == kBerOk) r = community_.Decode(in);
-  if (r == kBerOk) r = pdu_->Decode(in);
-  if (r == kBerOk && !in.Empty()) r = kBerTrailing;
+  if (r == kBerOk)
+    r = community_.Decode(in);
+  if (r == kBerOk)
+    r = pdu_->Decode(in);
+  if (r == kBerOk && !in.Empty())
+    r = kBerTrailing;
   return r;
 }
 

@@ -73,8 +73,7 @@ class CSNMPMessage : public CASNDataType {
   int DecodeContent(CBerReader& in) override;
 
  private:
-  friend int ValidateResponse(std::span<const std::uint8_t>, CSNMPMessage&,
-                              const CSNMPMessage&);
+  friend int ValidateResponse(std::span<const std::uint8_t>, CSNMPMessage&, const CSNMPMessage&);
 
   CPDU* Pdu() { return IsTrap() ? nullptr : static_cast<CPDU*>(pdu_.get()); }
   const CPDU* Pdu() const { return IsTrap() ? nullptr : static_cast<const CPDU*>(pdu_.get()); }

@@ -14,13 +14,19 @@ bool CTrapPDU::EncodeContent(CBerWriter& out) {
 
 int CTrapPDU::DecodeContent(CBerReader& in) {
   CBerReader content(nullptr, 0);
-  if (const int r = in.Split(ContentLength(), content); r != kBerOk) return r;
+  if (const int r = in.Split(ContentLength(), content); r != kBerOk)
+    return r;
   int r = enterprise_.Decode(content);
-  if (r == kBerOk) r = agent_address_.Decode(content);
-  if (r == kBerOk) r = generic_trap_.Decode(content);
-  if (r == kBerOk) r = specific_trap_.Decode(content);
-  if (r == kBerOk) r = time_stamp_.Decode(content);
-  if (r == kBerOk) r = varbinds_.Decode(content);
+  if (r == kBerOk)
+    r = agent_address_.Decode(content);
+  if (r == kBerOk)
+    r = generic_trap_.Decode(content);
+  if (r == kBerOk)
+    r = specific_trap_.Decode(content);
+  if (r == kBerOk)
+    r = time_stamp_.Decode(content);
+  if (r == kBerOk)
+    r = varbinds_.Decode(content);
   return r;
 }
 

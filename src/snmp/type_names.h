@@ -29,7 +29,7 @@ bool ValueToText(const CASNDataType& value, std::wstring& out_text);
 
 // Generic trap names indexed by their number: "coldStart" (0) ... "enterpriseSpecific" (6).
 inline constexpr std::array<std::wstring_view, 7> kGenericTrapNames = {
-    L"coldStart", L"warmStart", L"linkDown", L"linkUp", L"authenticationFailure",
+    L"coldStart",       L"warmStart",         L"linkDown", L"linkUp", L"authenticationFailure",
     L"egpNeighborLoss", L"enterpriseSpecific"};
 inline constexpr std::int32_t kEnterpriseSpecificTrap = 6;
 

@@ -9,7 +9,8 @@ CUnsigned32::CUnsigned32(AsnTag tag, const std::wstring& text)
 
 bool CUnsigned32::EncodeContent(CBerWriter& out) {
   std::uint32_t len = 0;
-  if (!EncodeUnsignedContent(out, value_, len)) return false;
+  if (!EncodeUnsignedContent(out, value_, len))
+    return false;
   SetContentLength(len);
   return true;
 }

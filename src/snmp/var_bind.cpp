@@ -21,23 +21,29 @@ bool CVarBind::ValueText(std::wstring& out_text, std::uint32_t& out_tag) const {
 }
 
 bool CVarBind::EncodeContent(CBerWriter& out) {
-  if (name_ == nullptr || value_ == nullptr) return false;
+  if (name_ == nullptr || value_ == nullptr)
+    return false;
   const std::int32_t free_before = out.FreeCount();
   // Backwards: the value first, so the name comes first on the wire.
-  if (!value_->Encode(out) || !name_->Encode(out)) return false;
+  if (!value_->Encode(out) || !name_->Encode(out))
+    return false;
   SetContentLength(WrittenSince(out, free_before));
   return true;
 }
 
 int CVarBind::DecodeContent(CBerReader& in) {
-  if (ExceedsInput(ContentLength(), in)) return kBerExhausted;
+  if (ExceedsInput(ContentLength(), in))
+    return kBerExhausted;
   name_ = std::make_unique<COid>();
   value_.reset();
-  if (const int r = name_->Decode(in); r != kBerOk) return r;
+  if (const int r = name_->Decode(in); r != kBerOk)
+    return r;
   std::uint8_t tag = 0;
-  if (!in.Peek(tag)) return kBerExhausted;
+  if (!in.Peek(tag))
+    return kBerExhausted;
   value_ = CreateValue(tag);
-  if (value_ == nullptr) return kUnsupportedType;
+  if (value_ == nullptr)
+    return kUnsupportedType;
   return value_->Decode(in);
 }
 

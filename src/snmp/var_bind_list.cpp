@@ -8,16 +8,19 @@ void CVarBindList::Add(const std::wstring& name_text, std::uint32_t value_tag,
 }
 
 const CVarBind* CVarBindList::Get(int index) const {
-  if (index < 1 || index > Count()) return nullptr;
+  if (index < 1 || index > Count())
+    return nullptr;
   return binds_[static_cast<std::size_t>(index - 1)].get();
 }
 
 void CVarBindList::CopyFrom(const CVarBindList& other) {
-  if (&other == this) return;
+  if (&other == this)
+    return;
   RemoveAll();
   for (const auto& bind : other.binds_) {
     std::wstring name;
-    if (bind->Name() != nullptr) (void)bind->Name()->ToText(name);
+    if (bind->Name() != nullptr)
+      (void)bind->Name()->ToText(name);
     std::wstring value;
     std::uint32_t tag = 0;
     (void)bind->ValueText(value, tag);
@@ -28,18 +31,21 @@ void CVarBindList::CopyFrom(const CVarBindList& other) {
 bool CVarBindList::EncodeContent(CBerWriter& out) {
   const std::int32_t free_before = out.FreeCount();
   for (auto it = binds_.rbegin(); it != binds_.rend(); ++it) {
-    if (*it != nullptr && !(*it)->Encode(out)) return false;
+    if (*it != nullptr && !(*it)->Encode(out))
+      return false;
   }
   SetContentLength(WrittenSince(out, free_before));
   return true;
 }
 
 int CVarBindList::DecodeContent(CBerReader& in) {
-  if (ExceedsInput(ContentLength(), in)) return kBerExhausted;
+  if (ExceedsInput(ContentLength(), in))
+    return kBerExhausted;
   RemoveAll();
   while (!in.Empty()) {
     auto bind = std::make_unique<CVarBind>();
-    if (const int r = bind->Decode(in); r != kBerOk) return r;
+    if (const int r = bind->Decode(in); r != kBerOk)
+      return r;
     binds_.push_back(std::move(bind));
   }
   return kBerOk;

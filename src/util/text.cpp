@@ -12,7 +12,8 @@ std::string ToUtf8(std::wstring_view text) {
   out.reserve(text.size());
   for (wchar_t wc : text) {
     auto cp = static_cast<std::uint32_t>(wc);
-    if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
+    if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
+      cp = 0xFFFD;
     if (cp < 0x80) {
       out.push_back(static_cast<char>(cp));
     } else if (cp < 0x800) {
@@ -53,13 +54,16 @@ std::size_t DecodeOne(const std::uint8_t* bytes, std::size_t len, std::size_t i,
   } else {
     return 0;
   }
-  if (len - i < n) return 0;
+  if (len - i < n)
+    return 0;
   for (std::size_t k = 1; k < n; ++k) {
     const std::uint8_t b = bytes[i + k];
-    if ((b & 0xC0) != 0x80) return 0;
+    if ((b & 0xC0) != 0x80)
+      return 0;
     out_cp = (out_cp << 6) | (b & 0x3F);
   }
-  if (out_cp < min || out_cp > 0x10FFFF || (out_cp >= 0xD800 && out_cp <= 0xDFFF)) return 0;
+  if (out_cp < min || out_cp > 0x10FFFF || (out_cp >= 0xD800 && out_cp <= 0xDFFF))
+    return 0;
   return n;
 }
 
@@ -71,7 +75,8 @@ bool FromUtf8(const std::uint8_t* bytes, std::size_t bytes_len, std::wstring& ou
   for (std::size_t i = 0; i < bytes_len;) {
     std::uint32_t cp = 0;
     const std::size_t n = DecodeOne(bytes, bytes_len, i, cp);
-    if (n == 0) return false;
+    if (n == 0)
+      return false;
     out_text.push_back(static_cast<wchar_t>(cp));
     i += n;
   }
@@ -107,7 +112,8 @@ struct ParsedNumber {
 ParsedNumber ParseNumber(std::wstring_view text, int base) {
   ParsedNumber r;
   std::size_t i = 0;
-  while (i < text.size() && std::iswspace(static_cast<wint_t>(text[i]))) ++i;
+  while (i < text.size() && std::iswspace(static_cast<wint_t>(text[i])))
+    ++i;
   if (i < text.size() && (text[i] == L'+' || text[i] == L'-')) {
     r.negative = text[i] == L'-';
     ++i;
@@ -135,10 +141,11 @@ ParsedNumber ParseNumber(std::wstring_view text, int base) {
     } else {
       break;
     }
-    if (digit >= base) break;
+    if (digit >= base)
+      break;
     const auto ubase = static_cast<std::uint64_t>(base);
-    if (r.magnitude > (std::numeric_limits<std::uint64_t>::max() - static_cast<unsigned>(digit)) /
-                          ubase) {
+    if (r.magnitude >
+        (std::numeric_limits<std::uint64_t>::max() - static_cast<unsigned>(digit)) / ubase) {
       r.overflow = true;
     } else {
       r.magnitude = r.magnitude * ubase + static_cast<unsigned>(digit);
@@ -152,28 +159,33 @@ ParsedNumber ParseNumber(std::wstring_view text, int base) {
 std::int32_t Wtoi(std::wstring_view text) {
   const ParsedNumber n = ParseNumber(text, 10);
   if (n.negative) {
-    if (n.overflow || n.magnitude > 2147483648ULL) return INT32_MIN;
+    if (n.overflow || n.magnitude > 2147483648ULL)
+      return INT32_MIN;
     return static_cast<std::int32_t>(-static_cast<std::int64_t>(n.magnitude));
   }
-  if (n.overflow || n.magnitude > INT32_MAX) return INT32_MAX;
+  if (n.overflow || n.magnitude > INT32_MAX)
+    return INT32_MAX;
   return static_cast<std::int32_t>(n.magnitude);
 }
 
 std::uint32_t WcsToU32(std::wstring_view text) {
   const ParsedNumber n = ParseNumber(text, 0);
-  if (n.overflow || n.magnitude > UINT32_MAX) return UINT32_MAX;
+  if (n.overflow || n.magnitude > UINT32_MAX)
+    return UINT32_MAX;
   const auto v = static_cast<std::uint32_t>(n.magnitude);
   return n.negative ? static_cast<std::uint32_t>(0U - v) : v;
 }
 
 std::uint64_t WcsToU64(std::wstring_view text) {
   const ParsedNumber n = ParseNumber(text, 10);
-  if (n.overflow) return UINT64_MAX;
+  if (n.overflow)
+    return UINT64_MAX;
   return n.negative ? 0ULL - n.magnitude : n.magnitude;
 }
 
 bool EqualsNoCase(std::wstring_view a, std::wstring_view b) {
-  if (a.size() != b.size()) return false;
+  if (a.size() != b.size())
+    return false;
   for (std::size_t i = 0; i < a.size(); ++i) {
     if (std::towlower(static_cast<wint_t>(a[i])) != std::towlower(static_cast<wint_t>(b[i]))) {
       return false;
@@ -233,8 +245,10 @@ std::wstring Format(std::wstring_view format, std::initializer_list<FormatArg> a
     bool left = false;
     wchar_t pad = L' ';
     for (; i < format.size() && (format[i] == L'-' || format[i] == L'0'); ++i) {
-      if (format[i] == L'-') left = true;
-      if (format[i] == L'0') pad = L'0';
+      if (format[i] == L'-')
+        left = true;
+      if (format[i] == L'0')
+        pad = L'0';
     }
     std::size_t width = 0;
     for (; i < format.size() && format[i] >= L'0' && format[i] <= L'9'; ++i) {
@@ -244,7 +258,8 @@ std::wstring Format(std::wstring_view format, std::initializer_list<FormatArg> a
     if (format.substr(i, 3) == L"I64") {
       i += 3;
     } else {
-      while (i < format.size() && (format[i] == L'l' || format[i] == L'h')) ++i;
+      while (i < format.size() && (format[i] == L'l' || format[i] == L'h'))
+        ++i;
     }
     if (i >= format.size()) {
       out.append(format.substr(start));
@@ -309,13 +324,15 @@ std::wstring Format(std::wstring_view format, std::initializer_list<FormatArg> a
     ++next;
     AppendPadded(out, body, width, left, pad);
   }
-  if (out.size() > max_len) out.resize(max_len);
+  if (out.size() > max_len)
+    out.resize(max_len);
   return out;
 }
 
 std::uint32_t WcsToU32InBase(std::wstring_view text, int base) {
   std::size_t i = 0;
-  while (i < text.size() && std::iswspace(static_cast<wint_t>(text[i]))) ++i;
+  while (i < text.size() && std::iswspace(static_cast<wint_t>(text[i])))
+    ++i;
   std::wstring_view rest = text.substr(i);
   std::wstring sign;
   if (!rest.empty() && (rest[0] == L'+' || rest[0] == L'-')) {
@@ -328,7 +345,8 @@ std::uint32_t WcsToU32InBase(std::wstring_view text, int base) {
     rest.remove_prefix(2);
   }
   const ParsedNumber n = ParseNumber(sign + std::wstring(rest), base);
-  if (n.overflow || n.magnitude > UINT32_MAX) return UINT32_MAX;
+  if (n.overflow || n.magnitude > UINT32_MAX)
+    return UINT32_MAX;
   const auto v = static_cast<std::uint32_t>(n.magnitude);
   return n.negative ? static_cast<std::uint32_t>(0U - v) : v;
 }

@@ -19,7 +19,8 @@ std::string ToUtf8(std::wstring_view text);
 
 // Strict UTF-8 to wide text. Returns false (and leaves out_text unspecified) on any malformed,
 // overlong or surrogate sequence; an embedded zero byte becomes a zero character.
-[[nodiscard]] bool FromUtf8(const std::uint8_t* bytes, std::size_t bytes_len, std::wstring& out_text);
+[[nodiscard]] bool FromUtf8(const std::uint8_t* bytes, std::size_t bytes_len,
+                            std::wstring& out_text);
 
 // Lenient UTF-8 to wide text: malformed sequences become U+FFFD. For file names and messages.
 std::wstring FromUtf8Lenient(std::string_view bytes);
@@ -49,15 +50,33 @@ std::wstring Format(std::wstring_view format, std::initializer_list<FormatArg> a
                     std::size_t max_len = SIZE_MAX);
 
 // Convenience overloads so call sites can pass ints, unsigned and strings directly.
-inline FormatArg Arg(int v) { return std::int64_t{v}; }
-inline FormatArg Arg(long v) { return std::int64_t{v}; }
-inline FormatArg Arg(long long v) { return std::int64_t{v}; }
-inline FormatArg Arg(unsigned v) { return std::uint64_t{v}; }
-inline FormatArg Arg(unsigned long v) { return std::uint64_t{v}; }
-inline FormatArg Arg(unsigned long long v) { return std::uint64_t{v}; }
-inline FormatArg Arg(std::wstring_view v) { return v; }
-inline FormatArg Arg(const std::wstring& v) { return std::wstring_view{v}; }
-inline FormatArg Arg(const wchar_t* v) { return std::wstring_view{v}; }
+inline FormatArg Arg(int v) {
+  return std::int64_t{v};
+}
+inline FormatArg Arg(long v) {
+  return std::int64_t{v};
+}
+inline FormatArg Arg(long long v) {
+  return std::int64_t{v};
+}
+inline FormatArg Arg(unsigned v) {
+  return std::uint64_t{v};
+}
+inline FormatArg Arg(unsigned long v) {
+  return std::uint64_t{v};
+}
+inline FormatArg Arg(unsigned long long v) {
+  return std::uint64_t{v};
+}
+inline FormatArg Arg(std::wstring_view v) {
+  return v;
+}
+inline FormatArg Arg(const std::wstring& v) {
+  return std::wstring_view{v};
+}
+inline FormatArg Arg(const wchar_t* v) {
+  return std::wstring_view{v};
+}
 
 template <typename... Args>
 std::wstring FormatN(std::wstring_view format, std::size_t max_len, const Args&... args) {

@@ -16,7 +16,8 @@ namespace {
 QStringList TabTexts(const app::CMainWnd& w) {
   QStringList texts;
   QTabWidget* sheet = w.PropertySheetView()->Sheet();
-  for (int i = 0; i < sheet->count(); ++i) texts << sheet->tabText(i);
+  for (int i = 0; i < sheet->count(); ++i)
+    texts << sheet->tabText(i);
   return texts;
 }
 

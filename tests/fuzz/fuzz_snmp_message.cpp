@@ -13,15 +13,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace snmp;
   const std::span<const std::uint8_t> bytes(data, size);
   static const std::uint32_t kTypes[] = {kPduGetRequest, kPduGetNextRequest, kPduResponse,
-                                         kPduSetRequest, kPduTrapV1, kPduTrapV2};
+                                         kPduSetRequest, kPduTrapV1,         kPduTrapV2};
   for (std::uint32_t type : kTypes) {
     CSNMPMessage msg(type);
-    if (msg.DecodeFrom(bytes) != kBerOk) continue;
+    if (msg.DecodeFrom(bytes) != kBerOk)
+      continue;
     std::vector<std::uint8_t> buf(kMessageBufferLen);
     std::span<const std::uint8_t> out;
-    if (!msg.EncodeInto(buf, out)) std::abort();
+    if (!msg.EncodeInto(buf, out))
+      std::abort();
     CSNMPMessage again(type);
-    if (again.DecodeFrom(out) != kBerOk) std::abort();
+    if (again.DecodeFrom(out) != kBerOk)
+      std::abort();
   }
   for (std::uint32_t type : {kPduGetRequest, kPduGetNextRequest, kPduSetRequest}) {
     CSNMPMessage request(kSnmpVersion1, L"getcom", type);

@@ -22,7 +22,8 @@ using testing_support::ToHex;
 std::string EncodeHex(CASNDataType& value, std::int32_t room = 4096) {
   std::vector<std::uint8_t> buf(static_cast<std::size_t>(room) + 1, 0xEE);
   CBerWriter w(&buf[static_cast<std::size_t>(room) - 1], room);
-  if (!value.Encode(w)) return "FAIL";
+  if (!value.Encode(w))
+    return "FAIL";
   EXPECT_EQ(buf.back(), 0xEE) << "wrote past the end";
   return ToHex({w.Begin(), static_cast<std::size_t>(room - w.FreeCount())});
 }
@@ -35,8 +36,8 @@ std::wstring Text(const CASNDataType& value) {
 
 struct TextCase {
   std::uint32_t tag;
-  std::wstring text;  // as the user types it
-  const char* hex;    // whole TLV
+  std::wstring text;   // as the user types it
+  const char* hex;     // whole TLV
   std::wstring shown;  // as it reads back after decoding
 };
 
@@ -163,8 +164,11 @@ TEST(ValueCodec, LengthOctetForms) {
   struct {
     std::size_t content_len;
     const char* prefix;
-  } const cases[] = {{127, "04 7f"}, {128, "04 81 80"}, {255, "04 81 ff"},
-                     {256, "04 82 01 00"}, {65536, "04 83 01 00 00"}};
+  } const cases[] = {{127, "04 7f"},
+                     {128, "04 81 80"},
+                     {255, "04 81 ff"},
+                     {256, "04 82 01 00"},
+                     {65536, "04 83 01 00 00"}};
   for (const auto& c : cases) {
     COctetString s(std::wstring(c.content_len, L'a'));
     const std::string hex = EncodeHex(s, 70000);

@@ -20,7 +20,8 @@ using testing_support::ToHex;
 std::string EncodeHex(CSNMPMessage& msg, std::size_t room = kMessageBufferLen) {
   std::vector<std::uint8_t> buf(room);
   std::span<const std::uint8_t> out;
-  if (!msg.EncodeInto(buf, out)) return "FAIL";
+  if (!msg.EncodeInto(buf, out))
+    return "FAIL";
   return ToHex(out);
 }
 
@@ -69,10 +70,11 @@ std::vector<std::function<std::unique_ptr<CSNMPMessage>()>> MessageKinds() {
       [] {
         auto m = std::make_unique<CSNMPMessage>(kSnmpVersion2c, L"getcom", kPduResponse);
         int n = 0;
-        for (std::uint32_t tag : {2u, 4u, 5u, 6u, 64u, 65u, 66u, 67u, 68u, 70u, 71u, 128u, 129u,
-                                  130u}) {
-          const wchar_t* text = tag == kTagOid ? L"1.3.6.1" : tag == kTagIpAddress ? L"10.1.2.3"
-                                                                                     : L"1";
+        for (std::uint32_t tag :
+             {2u, 4u, 5u, 6u, 64u, 65u, 66u, 67u, 68u, 70u, 71u, 128u, 129u, 130u}) {
+          const wchar_t* text = tag == kTagOid         ? L"1.3.6.1"
+                                : tag == kTagIpAddress ? L"10.1.2.3"
+                                                       : L"1";
           m->AddVarBind(L".1.3.6.1.4.1.1." + std::to_wstring(++n), tag, text);
         }
         return m;
@@ -105,9 +107,9 @@ TEST(Message, EveryKindRoundTrips) {
 }
 
 TEST(Message, TrailingByteAfterThePdu) {
-  auto bytes = Hex(
-      "30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06 "
-      "08 2b 06 01 02 01 01 01 00 05 00");
+  auto bytes =
+      Hex("30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06 "
+          "08 2b 06 01 02 01 01 01 00 05 00");
   CSNMPMessage ok(kPduGetRequest);
   EXPECT_EQ(ok.DecodeFrom(bytes), kBerOk);
   bytes.push_back(0x00);
@@ -163,9 +165,9 @@ TEST(VarBind, DecodeEdges) {
     int result;
     int count;
   } const cases[] = {
-      {"30 00", kBerOk, 0},                                     // empty list at the end
-      {"30 07 30 05 06 01 2b 45 00", kUnsupportedType, 0},     // value tag 0x45
-      {"30 05 30 03 06 01 2b", kBerExhausted, 0},              // name but no value
+      {"30 00", kBerOk, 0},                                 // empty list at the end
+      {"30 07 30 05 06 01 2b 45 00", kUnsupportedType, 0},  // value tag 0x45
+      {"30 05 30 03 06 01 2b", kBerExhausted, 0},           // name but no value
       {"30 08 30 06 06 01 2b 02 01 05", kBerOk, 1},
       // Bytes after the list's own length are read as further bindings.
       {"30 08 30 06 06 01 2b 02 01 05 30 06 06 01 2b 02 01 06", kBerOk, 2},

@@ -23,11 +23,16 @@ Bytes Tlv(std::uint8_t tag, const Bytes& content) {
 }
 Bytes Cat(std::initializer_list<Bytes> parts) {
   Bytes out;
-  for (const Bytes& p : parts) out.insert(out.end(), p.begin(), p.end());
+  for (const Bytes& p : parts)
+    out.insert(out.end(), p.begin(), p.end());
   return out;
 }
-Bytes Str(const std::string& s) { return Tlv(0x04, Bytes(s.begin(), s.end())); }
-Bytes Int(std::uint8_t v) { return Tlv(0x02, {v}); }
+Bytes Str(const std::string& s) {
+  return Tlv(0x04, Bytes(s.begin(), s.end()));
+}
+Bytes Int(std::uint8_t v) {
+  return Tlv(0x02, {v});
+}
 
 const char kSysDescr[] = "06 08 2b 06 01 02 01 01 01 00";
 const char kSysContact[] = "06 08 2b 06 01 02 01 01 04 00";
@@ -55,7 +60,8 @@ struct Reply {
 std::unique_ptr<CSNMPMessage> Request(std::uint32_t type, int binds = 1) {
   auto req = std::make_unique<CSNMPMessage>(kSnmpVersion1, L"getcom", type);
   req->SetRequestId(5);
-  for (int i = 0; i < binds; ++i) req->AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+  for (int i = 0; i < binds; ++i)
+    req->AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
   return req;
 }
 
@@ -82,8 +88,8 @@ TEST(ResponseCheck, OrderOfChecks) {
        }),
        kPduGetRequest, 1, 2},
       {"version", with([](Reply& r) { r.version = 1; }), kPduGetRequest, 1, kVersionMismatch},
-      {"community, case counts", with([](Reply& r) { r.community = "GETCOM"; }), kPduGetRequest,
-       1, kCommunityMismatch},
+      {"community, case counts", with([](Reply& r) { r.community = "GETCOM"; }), kPduGetRequest, 1,
+       kCommunityMismatch},
       {"community is checked before request id", with([](Reply& r) {
          r.community = "public";
          r.request_id = 9;
@@ -93,11 +99,15 @@ TEST(ResponseCheck, OrderOfChecks) {
        kRequestIdMismatch},
       {"not a response PDU", with([](Reply& r) { r.pdu_tag = 0xa0; }), kPduGetRequest, 1,
        kBerWrongTag},
-      {"binding count", with([](Reply& r) { r.names = {kSysDescr, kSysDescr}; }), kPduGetRequest,
-       1, kVarBindCountMismatch},
+      {"binding count", with([](Reply& r) {
+         r.names = {kSysDescr, kSysDescr};
+       }),
+       kPduGetRequest, 1, kVarBindCountMismatch},
       {"name differs on get", with([](Reply& r) { r.names = {kSysContact}; }), kPduGetRequest, 1,
        kOidMismatch},
-      {"second name differs", with([](Reply& r) { r.names = {kSysDescr, kSysContact}; }),
+      {"second name differs", with([](Reply& r) {
+         r.names = {kSysDescr, kSysContact};
+       }),
        kPduGetRequest, 2, kOidMismatch},
       {"get-next names move on", with([](Reply& r) { r.names = {kSysContact}; }),
        kPduGetNextRequest, 1, 0},
@@ -160,8 +170,7 @@ TEST(ResponseCheck, FailureLines) {
             L"GetNext request failed for OID '.1.3.6.1.2.1.1.9.0'. Reason: 'Unknown internal "
             L"application error'.");
 
-  const std::wstring long_line =
-      RequestFailureLine(-5, std::wstring(600, L'1'), get, response);
+  const std::wstring long_line = RequestFailureLine(-5, std::wstring(600, L'1'), get, response);
   EXPECT_EQ(long_line.size(), 511u);
 
   EXPECT_EQ(ErrorStatusText(19), L"Unknown internal application error");
@@ -181,7 +190,7 @@ TEST(RequestId, RunsAndRestarts) {
   EXPECT_EQ(ids.Next(L"host", L"public", 162, kGet, oid), 0);  // port changed
   EXPECT_EQ(ids.Next(L"other", L"public", 162, kGet, oid), 0);
   EXPECT_EQ(ids.Next(L"other", L"public", 162, kGet, oid + L"1"), 0);  // OID changed
-  EXPECT_EQ(ids.Next(L"other", L"public", 162, kSet, oid), 0);  // first Set of its OID
+  EXPECT_EQ(ids.Next(L"other", L"public", 162, kSet, oid), 0);         // first Set of its OID
   EXPECT_EQ(ids.Next(L"other", L"public", 162, kGet, oid + L"1"), 1);
   EXPECT_EQ(ids.Next(L"other", L"public", 162, kSet, oid), 2);
   int last = 0;

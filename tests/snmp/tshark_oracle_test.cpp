@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <set>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -38,11 +38,13 @@ class PcapWriter {
   void AddUdp(std::span<const std::uint8_t> payload) {
     const auto udp_len = static_cast<std::uint16_t>(8 + payload.size());
     const auto ip_len = static_cast<std::uint16_t>(20 + udp_len);
-    std::vector<std::uint8_t> p = {0x45, 0, Hi(ip_len), Lo(ip_len), 0, 1, 0, 0, 64, 17, 0, 0,
-                                   127,  0, 0,          1,          127, 0, 0, 1};
+    std::vector<std::uint8_t> p = {0x45, 0, Hi(ip_len), Lo(ip_len), 0, 1, 0,   0, 64, 17,
+                                   0,    0, 127,        0,          0, 1, 127, 0, 0,  1};
     std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < 20; i += 2) sum += static_cast<std::uint32_t>(p[i] << 8 | p[i + 1]);
-    while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16);
+    for (std::size_t i = 0; i < 20; i += 2)
+      sum += static_cast<std::uint32_t>(p[i] << 8 | p[i + 1]);
+    while (sum > 0xFFFF)
+      sum = (sum & 0xFFFF) + (sum >> 16);
     const auto csum = static_cast<std::uint16_t>(~sum);
     p[10] = Hi(csum);
     p[11] = Lo(csum);
@@ -71,9 +73,11 @@ class PcapWriter {
 std::string RunCommand(const std::string& cmd) {
   std::string out;
   std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(cmd.c_str(), "r"), pclose);
-  if (!pipe) return out;
+  if (!pipe)
+    return out;
   char buf[4096];
-  while (std::fgets(buf, sizeof buf, pipe.get()) != nullptr) out += buf;
+  while (std::fgets(buf, sizeof buf, pipe.get()) != nullptr)
+    out += buf;
   return out;
 }
 
@@ -91,14 +95,18 @@ std::vector<Expected> Messages() {
   auto get = std::make_unique<CSNMPMessage>(kSnmpVersion1, L"getcom", kPduGetRequest);
   get->SetRequestId(17);
   get->AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
-  add(std::move(get), {{"snmp.version", "0"}, {"snmp.community", "getcom"},
-                       {"snmp.data", "0"}, {"snmp.request_id", "17"},
+  add(std::move(get), {{"snmp.version", "0"},
+                       {"snmp.community", "getcom"},
+                       {"snmp.data", "0"},
+                       {"snmp.request_id", "17"},
                        {"snmp.name", "1.3.6.1.2.1.1.1.0"}});
 
   auto next = std::make_unique<CSNMPMessage>(kSnmpVersion2c, L"public", kPduGetNextRequest);
   next->SetRequestId(255);
   next->AddNullVarBind(L".1.3.6.1.2.1.1");
-  add(std::move(next), {{"snmp.version", "1"}, {"snmp.data", "1"}, {"snmp.request_id", "255"},
+  add(std::move(next), {{"snmp.version", "1"},
+                        {"snmp.data", "1"},
+                        {"snmp.request_id", "255"},
                         {"snmp.name", "1.3.6.1.2.1.1"}});
 
   // One Set for each type a user can set, with the field tshark shows its value in.
@@ -125,9 +133,11 @@ std::vector<Expected> Messages() {
     auto set = std::make_unique<CSNMPMessage>(kSnmpVersion2c, L"setcomm", kPduSetRequest);
     set->SetRequestId(++id);
     set->AddVarBind(L".1.3.6.1.2.1.1.4.0", s.tag, s.text);
-    add(std::move(set), {{"snmp.data", "3"}, {"snmp.community", "setcomm"},
+    add(std::move(set), {{"snmp.data", "3"},
+                         {"snmp.community", "setcomm"},
                          {"snmp.request_id", std::to_string(id)},
-                         {"snmp.name", "1.3.6.1.2.1.1.4.0"}, {s.field, s.shown}});
+                         {"snmp.name", "1.3.6.1.2.1.1.4.0"},
+                         {s.field, s.shown}});
   }
 
   auto trap = std::make_unique<CSNMPMessage>(kSnmpVersion1, L"trapcom", kPduTrapV1);
@@ -137,17 +147,22 @@ std::vector<Expected> Messages() {
   trap->SetSpecificTrap(42);
   trap->SetTimeStamp(123456);
   trap->AddVarBind(L".1.3.6.1.4.1.99999.1.1", kTagOctetString, L"door open");
-  add(std::move(trap), {{"snmp.version", "0"}, {"snmp.data", "4"},
+  add(std::move(trap), {{"snmp.version", "0"},
+                        {"snmp.data", "4"},
                         {"snmp.enterprise", "1.3.6.1.4.1.99999"},
-                        {"snmp.agent_addr", "192.0.2.10"}, {"snmp.generic_trap", "6"},
-                        {"snmp.specific_trap", "42"}, {"snmp.time_stamp", "123456"},
+                        {"snmp.agent_addr", "192.0.2.10"},
+                        {"snmp.generic_trap", "6"},
+                        {"snmp.specific_trap", "42"},
+                        {"snmp.time_stamp", "123456"},
                         {"snmp.value.octets", "646f6f72206f70656e"}});
 
   auto trap2 = std::make_unique<CSNMPMessage>(kSnmpVersion2c, L"trapcom", kPduTrapV2);
   trap2->SetRequestId(3);
   trap2->AddVarBind(L".1.3.6.1.2.1.1.3.0", kTagTimeTicks, L"4711");
   trap2->AddVarBind(L".1.3.6.1.6.3.1.1.4.1.0", kTagOid, L".1.3.6.1.6.3.1.1.5.3");
-  add(std::move(trap2), {{"snmp.version", "1"}, {"snmp.data", "7"}, {"snmp.request_id", "3"},
+  add(std::move(trap2), {{"snmp.version", "1"},
+                         {"snmp.data", "7"},
+                         {"snmp.request_id", "3"},
                          {"snmp.name", "1.3.6.1.2.1.1.3.0,1.3.6.1.6.3.1.1.4.1.0"},
                          {"snmp.value.timeticks", "4711"},
                          {"snmp.value.oid", "1.3.6.1.6.3.1.1.5.3"}});
@@ -155,9 +170,10 @@ std::vector<Expected> Messages() {
 }
 
 TEST(TsharkOracle, AgreesWithEveryMessageWeSend) {
-  if (RunCommand("command -v tshark").empty()) GTEST_SKIP() << "tshark is not installed";
-  const auto dir = std::filesystem::temp_directory_path() /
-                   ("sondara-tshark-" + std::to_string(getpid()));
+  if (RunCommand("command -v tshark").empty())
+    GTEST_SKIP() << "tshark is not installed";
+  const auto dir =
+      std::filesystem::temp_directory_path() / ("sondara-tshark-" + std::to_string(getpid()));
   std::filesystem::create_directories(dir);
   const auto pcap = dir / "messages.pcap";
 
@@ -174,11 +190,13 @@ TEST(TsharkOracle, AgreesWithEveryMessageWeSend) {
 
   std::set<std::string> names = {"_ws.malformed", "_ws.expert.severity"};
   for (const Expected& e : messages) {
-    for (const auto& [field, value] : e.fields) names.insert(field);
+    for (const auto& [field, value] : e.fields)
+      names.insert(field);
   }
   std::string cmd = "tshark -n -r '" + pcap.string() + "' -d udp.port==" + std::to_string(kPort) +
                     ",snmp -T fields -E separator='|' -E occurrence=a -E aggregator=,";
-  for (const std::string& n : names) cmd += " -e " + n;
+  for (const std::string& n : names)
+    cmd += " -e " + n;
   // tshark's notes (such as running as root) go to stderr, kept apart from the fields.
   const std::string output = RunCommand(cmd + " 2>'" + (dir / "tshark.err").string() + "'");
 
@@ -189,14 +207,16 @@ TEST(TsharkOracle, AgreesWithEveryMessageWeSend) {
     SCOPED_TRACE("message " + std::to_string(row + 1) + ": " + line);
     std::map<std::string, std::string> got;
     std::istringstream cells(line);
-    for (const std::string& n : names) std::getline(cells, got[n], '|');
+    for (const std::string& n : names)
+      std::getline(cells, got[n], '|');
     EXPECT_EQ(got["_ws.malformed"], "");
     // Expert items of warning severity (0x600000) or worse mark a suspect encoding.
     std::istringstream severities(got["_ws.expert.severity"]);
     for (std::string s; std::getline(severities, s, ',');) {
       EXPECT_LT(std::stoul(s), 0x600000u) << "expert item of severity " << s;
     }
-    for (const auto& [field, value] : messages[row].fields) EXPECT_EQ(got[field], value) << field;
+    for (const auto& [field, value] : messages[row].fields)
+      EXPECT_EQ(got[field], value) << field;
     ++row;
   }
   std::ifstream err(dir / "tshark.err");

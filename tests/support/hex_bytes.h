@@ -31,7 +31,8 @@ inline std::vector<std::uint8_t> Hex(std::string_view text) {
       hi = -1;
     }
   }
-  if (hi >= 0) throw std::invalid_argument("odd number of hex digits");
+  if (hi >= 0)
+    throw std::invalid_argument("odd number of hex digits");
   return out;
 }
 
@@ -39,7 +40,8 @@ inline std::string ToHex(std::span<const std::uint8_t> bytes) {
   static const char kDigits[] = "0123456789abcdef";
   std::string s;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
-    if (i != 0) s.push_back(' ');
+    if (i != 0)
+      s.push_back(' ');
     s.push_back(kDigits[bytes[i] >> 4]);
     s.push_back(kDigits[bytes[i] & 0x0F]);
   }
