@@ -1,7 +1,11 @@
-// CEventLogView: the event log pane of the main window.
+// CEventLogView: the event log pane of the main window. It owns the event log, makes it the one
+// LogEvent writes to while the pane exists, and shows its lines as Date, Time and Event.
 #pragma once
 
-#include <QWidget>
+#include <string>
+
+#include "logs/event_log.h"
+#include "logs/log_table_view.h"
 
 namespace app {
 class CSondaraUtilityApp;
@@ -9,14 +13,20 @@ class CSondaraUtilityApp;
 
 namespace logs {
 
-class CEventLogView : public QWidget {
+class CEventLogView : public CLogTableView {
   Q_OBJECT
 
  public:
   explicit CEventLogView(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
+  ~CEventLogView() override;
+
+  // Any thread.
+  void AddEvent(const std::wstring& text) { log_->AddEvent(text); }
+
+  CEventLog& Log() const { return *log_; }
 
  private:
-  app::CSondaraUtilityApp& app_;
+  CEventLog* log_;  // owned through the rows of the base
 };
 
 }  // namespace logs

@@ -1,7 +1,74 @@
 #include "logs/transaction_log_view.h"
 
+#include "logs/log_entry_points.h"
+#include "util/string_table.h"
+
 namespace logs {
 
-CTransactionLogView::CTransactionLogView(app::CSondaraUtilityApp& app, QWidget* parent) : QWidget(parent), app_(app) {}
+namespace {
+
+namespace ids = tvkutil::ids;
+
+constexpr int kTextColumn = 3;
+
+// The transaction log while its pane exists: registered with LogTransaction for that long.
+class CTransactionRows : public ILogRows {
+ public:
+  CTransactionRows() { RegisterTransactionLog(&log_); }
+  ~CTransactionRows() override { RegisterTransactionLog(nullptr); }
+  CTransactionRows(const CTransactionRows&) = delete;
+  CTransactionRows& operator=(const CTransactionRows&) = delete;
+
+  CTransactionLog& Log() { return log_; }
+
+  LogTickResult MovePending() override { return log_.MovePending(); }
+  void Reset() override { log_.Reset(); }
+  std::size_t ShownCount() const override { return log_.ShownCount(); }
+  // Continuation rows of a message leave date, time and source empty.
+  QString CellText(std::size_t index, int column) const override {
+    const CTransactionRow& row = log_.Shown(index);
+    if (column == kTextColumn)
+      return QString::fromStdWString(row.text);
+    if (!row.first_row)
+      return {};
+    switch (column) {
+      case 0:
+        return QString::fromStdWString(DateText(row.stamp));
+      case 1:
+        return QString::fromStdWString(TimeText(row.stamp));
+      default:
+        return QString::fromStdWString(SourceColumnText(row));
+    }
+  }
+  bool SaveToFile(const std::filesystem::path& path) const override {
+    return log_.SaveToFile(path);
+  }
+
+ private:
+  CTransactionLog log_;
+};
+
+LogPaneLayout TransactionLayout() {
+  return LogPaneLayout{
+      "transactionLogTable",
+      L"Transaction View",
+      {ids::kColumnDate, ids::kColumnTime, ids::kColumnSource, ids::kColumnTransaction},
+      3,  // the last column takes the rest of the width and is not kept
+      ids::kTransactionLogReset,
+      ids::kTransactionLogSave,
+      ids::kTransactionLogFilter,
+      ids::kTransactionLogExtension,
+      &app::AppFolders::transaction_log_folder,
+      true,
+      kTextColumn};
+}
+
+}  // namespace
+
+CTransactionLogView::CTransactionLogView(app::CSondaraUtilityApp& app, QWidget* parent)
+    : CLogTableView(app, TransactionLayout(), std::make_unique<CTransactionRows>(), parent),
+      log_(&static_cast<CTransactionRows&>(Rows()).Log()) {}
+
+CTransactionLogView::~CTransactionLogView() = default;
 
 }  // namespace logs

@@ -1,0 +1,103 @@
+// CLogTableView: what the event log and transaction log panes share. A table over the shown rows
+// of a core log, drained by a 100 ms timer, with the "&Reset"/"&Save" context menu, the save
+// dialog and column widths kept in the profile. The rows themselves come from the core log
+// through ILogRows, so this class never knows what a row holds.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/app_folders.h"
+#include "logs/log_queue.h"
+
+class QMenu;
+class QTableView;
+class QTimer;
+
+namespace app {
+class CSondaraUtilityApp;
+}
+
+namespace logs {
+
+// A core log as the pane sees it. Implementations own their log and register it with the entry
+// points for as long as they live.
+class ILogRows {
+ public:
+  virtual ~ILogRows() = default;
+  virtual LogTickResult MovePending() = 0;
+  virtual void Reset() = 0;
+  virtual std::size_t ShownCount() const = 0;
+  virtual QString CellText(std::size_t row, int column) const = 0;
+  [[nodiscard]] virtual bool SaveToFile(const std::filesystem::path& path) const = 0;
+};
+
+// The fixed facts of one pane.
+struct LogPaneLayout {
+  const char* object_name;         // of the table
+  const wchar_t* profile_section;  // column widths and "SaveResultsPath"
+  std::vector<int> column_ids;     // string table ids of the headers, in column order
+  int stored_widths;               // columns 0 .. stored_widths - 1 keep their width
+  int reset_id;                    // menu texts
+  int save_id;
+  int filter_id;  // "Text Files (*.txt)|*.txt|"
+  int extension_id;
+  std::string app::AppFolders::*log_folder;  // initial folder when none was used yet
+  bool white_on_black;                       // every row drawn white text on black
+  int fixed_font_column;                     // column shown in the fixed-pitch font, -1 for none
+};
+
+class CLogTableModel;
+
+class CLogTableView : public QWidget {
+  Q_OBJECT
+
+ public:
+  // Asks for the file to save to, starting in `folder`; empty when cancelled. Tests replace it
+  // so that no modal dialog opens.
+  using SaveDialog = std::function<QString(QWidget* parent, const QString& folder,
+                                           const QString& filter, const QString& suffix)>;
+  static void SetSaveDialog(SaveDialog dialog);
+
+  ~CLogTableView() override;
+
+  QTableView* Table() const { return table_; }
+
+  // One timer tick: moves the pending rows in and scrolls the newest into view.
+  void Tick();
+  // The "&Reset" command: the shown rows go; pending ones appear at the next tick.
+  void ResetLog();
+  // The "&Save" command: dialog, folder write-back, file.
+  void SaveWithDialog();
+  // Writes the shown rows to `path`; on failure tells the user and answers false.
+  bool SaveTo(const QString& path);
+  // The context menu: "&Reset" and "&Save" while at least one row is shown, else nothing.
+  std::unique_ptr<QMenu> BuildContextMenu();
+
+ protected:
+  CLogTableView(app::CSondaraUtilityApp& app, LogPaneLayout layout, std::unique_ptr<ILogRows> rows,
+                QWidget* parent);
+
+  ILogRows& Rows() const { return *rows_; }
+
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void ShowContextMenu(const QPoint& global_pos);
+  void OpenMenuFromKeyboard();
+
+  app::CSondaraUtilityApp& app_;
+  const LogPaneLayout layout_;
+  std::unique_ptr<ILogRows> rows_;
+  CLogTableModel* model_ = nullptr;
+  QTableView* table_ = nullptr;
+  QTimer* timer_ = nullptr;
+};
+
+}  // namespace logs

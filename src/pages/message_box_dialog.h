@@ -1,0 +1,33 @@
+// The message boxes of the pages: QMessageBox with the product name as title. Tests replace
+// the box by a hook so that nothing modal blocks an offscreen run.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+#include <functional>
+#include <map>
+
+#include "pages/operation_ui.h"
+
+namespace pages {
+
+// Receives what would have been shown instead of a modal box (tests).
+using MessageBoxHook = std::function<void(const QString& text, MessageIcon icon)>;
+void SetMessageBoxHook(MessageBoxHook hook);
+
+// Shows a message box over `parent` (or the hook's call when one is set).
+void ShowMessageBox(QWidget* parent, const QString& text, MessageIcon icon);
+
+// IOperationUi over a page: the fields map to the page's controls.
+class CMessageBoxUi : public IOperationUi {
+ public:
+  explicit CMessageBoxUi(QWidget* parent) : parent_(parent) {}
+  void MapField(int field, QWidget* control) { fields_[field] = control; }
+  void ShowMessage(const std::wstring& text, MessageIcon icon, int field) override;
+
+ private:
+  QWidget* parent_;
+  std::map<int, QWidget*> fields_;
+};
+
+}  // namespace pages
