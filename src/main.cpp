@@ -9,6 +9,7 @@
 
 #include "app/main_wnd.h"
 #include "app/sondara_utility_app.h"
+#include "net/icmp_echo.h"
 
 int main(int argc, char* argv[]) {
   QApplication qt_app(argc, argv);
@@ -20,6 +21,8 @@ int main(int argc, char* argv[]) {
       QString::fromStdWString(app::CSondaraUtilityApp::VersionText()));
 
   app::CSondaraUtilityApp app;
+  // Without ICMP the run goes on; the ping toolbar tells the user and pings do nothing.
+  app.SetIcmpAvailable(net::LoadIcmp());
   app.RecordStartTime();
   app.LoadNetworkSettings();
   app.LoadPageSettings();
@@ -33,6 +36,7 @@ int main(int argc, char* argv[]) {
 
   app.SavePageSettings();
   app.SaveNetworkSettings();
+  net::UnloadIcmp();
   return code;
 }
 

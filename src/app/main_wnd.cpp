@@ -20,7 +20,9 @@
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
 #include "logs/transaction_log_view.h"
+#include "pages/get_set_page.h"
 #include "pages/ping_view.h"
+#include "util/numeric_edit.h"
 
 namespace app {
 
@@ -32,24 +34,33 @@ constexpr int kMinPaneHeight = 10;
 
 QString Caption(int page_id) {
   switch (page_id) {
-    case kPageDeviceDiscovery: return QStringLiteral("&Device Discovery");
-    case kPageGetSet: return QStringLiteral("&Get/Set");
-    case kPageSendTrap: return QStringLiteral("&sendTrap");
-    default: return QStringLiteral("&walkMIB");
+    case kPageDeviceDiscovery:
+      return QStringLiteral("&Device Discovery");
+    case kPageGetSet:
+      return QStringLiteral("&Get/Set");
+    case kPageSendTrap:
+      return QStringLiteral("&sendTrap");
+    default:
+      return QStringLiteral("&walkMIB");
   }
 }
 
 // Pages whose operation is not built yet show as their captioned tab with an empty form.
-CPropertyPage* CreatePage(int page_id, CSondaraUtilityApp& /*app*/, QWidget* parent) {
-  if (!CPageSet::IsOperationPage(page_id)) return nullptr;
+CPropertyPage* CreatePage(int page_id, CSondaraUtilityApp& app, QWidget* parent) {
+  if (!CPageSet::IsOperationPage(page_id))
+    return nullptr;
+  if (page_id == kPageGetSet)
+    return new pages::CGetSetPropertyPage(app, parent);
   return new CPropertyPage(page_id, Caption(page_id), parent);
 }
 
 // The focused text field, whether a plain edit or the edit of an editable combo box.
 QLineEdit* FocusedEdit() {
   QWidget* w = QApplication::focusWidget();
-  if (auto* edit = qobject_cast<QLineEdit*>(w)) return edit;
-  if (auto* combo = qobject_cast<QComboBox*>(w)) return combo->lineEdit();
+  if (auto* edit = qobject_cast<QLineEdit*>(w))
+    return edit;
+  if (auto* combo = qobject_cast<QComboBox*>(w))
+    return combo->lineEdit();
   return nullptr;
 }
 
@@ -70,9 +81,9 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
       flags_, [this](int id, QWidget* p) { return CreatePage(id, app_, p); }, splitter_);
   transaction_view_ = new logs::CTransactionLogView(app_, splitter_);
   event_view_ = new logs::CEventLogView(app_, splitter_);
-  for (QWidget* pane : {static_cast<QWidget*>(ping_view_), static_cast<QWidget*>(sheet_view_),
-                        static_cast<QWidget*>(transaction_view_),
-                        static_cast<QWidget*>(event_view_)}) {
+  for (QWidget* pane :
+       {static_cast<QWidget*>(ping_view_), static_cast<QWidget*>(sheet_view_),
+        static_cast<QWidget*>(transaction_view_), static_cast<QWidget*>(event_view_)}) {
     splitter_->addWidget(pane);
     pane->setMinimumHeight(kMinPaneHeight);
   }
@@ -111,18 +122,26 @@ void CMainWnd::BuildMenus() {
 
   QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
   QAction* copy = add(edit, "copy", QStringLiteral("&Copy"), [] {
-    if (QLineEdit* e = FocusedEdit()) e->copy();
+    if (QLineEdit* e = FocusedEdit())
+      e->copy();
   });
   copy->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_C), QKeySequence(Qt::CTRL | Qt::Key_Insert)});
   QAction* paste = add(edit, "paste", QStringLiteral("&Paste"), [] {
-    if (QLineEdit* e = FocusedEdit()) e->paste();
+    QLineEdit* e = FocusedEdit();
+    // A numeric edit filters what is pasted; its paste() hides QLineEdit's.
+    if (auto* numeric = qobject_cast<tvkutil::CEditBase*>(e))
+      numeric->paste();
+    else if (e)
+      e->paste();
   });
-  paste->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_V), QKeySequence(Qt::SHIFT | Qt::Key_Insert)});
+  paste->setShortcuts(
+      {QKeySequence(Qt::CTRL | Qt::Key_V), QKeySequence(Qt::SHIFT | Qt::Key_Insert)});
   auto* cut = new QAction(this);
   cut->setObjectName(QStringLiteral("cut"));
   cut->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_X));
   connect(cut, &QAction::triggered, this, [] {
-    if (QLineEdit* e = FocusedEdit()) e->cut();
+    if (QLineEdit* e = FocusedEdit())
+      e->cut();
   });
   addAction(cut);
   // Enter does nothing in the main window: it must never close or leave an operation page.
@@ -141,7 +160,8 @@ void CMainWnd::BuildMenus() {
   add(view, "viewGetSet", QStringLiteral("&Get/Set"), [this] { OnTogglePage(kPageGetSet); });
   add(view, "viewSendTrap", QStringLiteral("&sendTrap"), [this] { OnTogglePage(kPageSendTrap); });
   add(view, "viewWalkMib", QStringLiteral("&walkMIB"), [this] { OnTogglePage(kPageWalkMib); });
-  for (QAction* a : view->actions()) a->setCheckable(true);
+  for (QAction* a : view->actions())
+    a->setCheckable(true);
 
   QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
   add(help, "readme", QStringLiteral("Readme"), &CMainWnd::OnReadme);
@@ -208,7 +228,8 @@ QString CMainWnd::ReadmePath() const {
 
 void CMainWnd::OnReadme() {
   const QString path = ReadmePath();
-  if (QFileInfo::exists(path)) QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+  if (QFileInfo::exists(path))
+    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
 
 void CMainWnd::OnAbout() {

@@ -33,6 +33,8 @@ class CMainWnd : public QMainWindow {
 
   CPropertySheetView* PropertySheetView() const { return sheet_view_; }
   pages::CPingView* PingView() const { return ping_view_; }
+  logs::CTransactionLogView* TransactionView() const { return transaction_view_; }
+  logs::CEventLogView* EventView() const { return event_view_; }
   QSplitter* Splitter() const { return splitter_; }
   const PageFlags& Flags() const { return flags_; }
 

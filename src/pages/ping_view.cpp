@@ -1,11 +1,17 @@
 #include "pages/ping_view.h"
 
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTimer>
 
 #include "app/sondara_utility_app.h"
+#include "logs/log_entry_points.h"
+#include "pages/message_box_dialog.h"
+#include "pages/ping_operation.h"
+#include "util/string_table.h"
 
 namespace pages {
 
@@ -24,12 +30,33 @@ CPingView::CPingView(app::CSondaraUtilityApp& app, QWidget* parent) : QWidget(pa
   layout->addWidget(ping_);
   layout->addStretch();
   connect(ping_, &QPushButton::clicked, this, &CPingView::OnPing);
+  if (!app_.IcmpAvailable()) {
+    // Said once the event log pane exists and is registered.
+    QTimer::singleShot(0, this, [] { logs::LogEvent(tvkutil::ids::kIcmpUnavailable); });
+  }
 }
 
-void CPingView::ShowToolbar(bool show) { setVisible(show); }
+void CPingView::ShowToolbar(bool show) {
+  setVisible(show);
+}
 
-void CPingView::StoreToApp() { app_.Ping().host = host_->text().toStdWString(); }
+void CPingView::StoreToApp() {
+  app_.Ping().host = host_->text().toStdWString();
+}
 
-void CPingView::OnPing() {}
+void CPingView::OnPing() {
+  StoreToApp();
+  QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+  struct CursorRestore {
+    ~CursorRestore() { QGuiApplication::restoreOverrideCursor(); }
+  } restore;
+  const auto& network = app_.Network();
+  PingTarget target;
+  target.host = app_.Ping().host;
+  target.use_ipv6 = network.use_ipv6 != 0;
+  target.ipv6_scope_id = network.adapter.is_ipv4 ? 0 : network.adapter.ipv6_scope_id;
+  CMessageBoxUi ui(this);
+  RunToolbarPing(target, ui);
+}
 
 }  // namespace pages

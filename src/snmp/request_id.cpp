@@ -13,12 +13,13 @@ std::int32_t CRequestIdCounter::Next(const std::wstring& host, const std::wstrin
   restart |= !tvkutil::EqualsNoCase(second_target, last_second_target_);
   restart |= port != last_port_;
   std::wstring& last_id_text = last_id_text_[operation];  // empty before the first request
-  restart |= last_id_text != id_text;
+  restart |= !tvkutil::EqualsNoCase(last_id_text, id_text);
   last_host_ = host;
   last_second_target_ = second_target;
   last_port_ = port;
   last_id_text = id_text;
-  if (restart) counter_ = 0;
+  if (restart)
+    counter_ = 0;
   return counter_++;
 }
 

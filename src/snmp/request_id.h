@@ -13,10 +13,10 @@ class CRequestIdCounter {
   // The identifier for the next request of operation `operation` (a page's own number, such as
   // get or set) with identifier text `id_text` (for example the OID). The counter restarts at 0
   // when it has passed 255, when host or second target differ from the previous request
-  // (without regard to case), when the port differs, or when id_text differs from the one this
-  // operation used last.
-  std::int32_t Next(const std::wstring& host, const std::wstring& second_target,
-                    std::uint16_t port, int operation, const std::wstring& id_text);
+  // (without regard to case), when the port differs, or when id_text differs (likewise) from
+  // the one this operation used last.
+  std::int32_t Next(const std::wstring& host, const std::wstring& second_target, std::uint16_t port,
+                    int operation, const std::wstring& id_text);
   void Reset() { *this = CRequestIdCounter(); }
 
  private:

@@ -1,17 +1,32 @@
 // The main window as a user meets it: page switches in the View menu, the enable and check
 // rules, and what it keeps in the profile between runs.
 #include <QAction>
+#include <QApplication>
+#include <QClipboard>
 #include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTabWidget>
+#include <QTableView>
 #include <QTest>
 
 #include "app/main_wnd.h"
 #include "app/property_sheet_view.h"
 #include "app/sondara_utility_app.h"
+#include "logs/event_log_view.h"
+#include "logs/transaction_log_view.h"
+#include "net/icmp_echo.h"
+#include "pages/message_box_dialog.h"
 #include "pages/ping_view.h"
+#include "util/numeric_edit.h"
 #include "util/temp_folder.h"
 
 namespace {
+
+QString Cell(const logs::CLogTableView* view, int row, int column) {
+  const QAbstractItemModel* model = view->Table()->model();
+  return model->data(model->index(row, column)).toString();
+}
 
 QStringList TabTexts(const app::CMainWnd& w) {
   QStringList texts;
@@ -70,6 +85,59 @@ class MainWndTest : public QObject {
     QCOMPARE(TabTexts(w), QStringList{"&Device Discovery"});
     w.Action("viewWalkMib")->trigger();
     QVERIFY(w.Action("saveSnapshot")->isEnabled());
+    // The user is told once the event log is there.
+    QTRY_COMPARE(w.EventView()->Table()->model()->rowCount(), 1);
+    QCOMPARE(Cell(w.EventView(), 0, 2),
+             "Unable to open an ICMP socket. Ping/Device discovery functionality will not be "
+             "available.");
+  }
+
+  void EditPasteIntoANumericEditIsFiltered() {
+    sondara_test::TempFolder dir;
+    app::CSondaraUtilityApp app(dir / "sondara.ini", dir / "profile.ini");
+    app::CMainWnd w(app);
+    w.show();
+    QApplication::setActiveWindow(&w);
+    QVERIFY(QTest::qWaitForWindowActive(&w));
+    auto* port = w.findChild<tvkutil::CNumericEdit*>("getSetPort");
+    QVERIFY(port);
+    port->clear();
+    port->setFocus();
+    QGuiApplication::clipboard()->setText("12a3");
+    w.UpdateCommandStates();
+    w.Action("paste")->trigger();
+    QCOMPARE(port->text(), "123");
+  }
+
+  void PingFromTheToolbar() {
+    sondara_test::TempFolder dir;
+    app::CSondaraUtilityApp app(dir / "sondara.ini", dir / "profile.ini");
+    app.SetIcmpAvailable(net::LoadIcmp());
+    if (!app.IcmpAvailable())
+      QSKIP("no ICMP socket: needs CAP_NET_RAW or ping_group_range");
+    app::CMainWnd w(app);
+    QStringList shown;
+    pages::SetMessageBoxHook([&](const QString& text, pages::MessageIcon) { shown << text; });
+    QLineEdit* host = w.PingView()->HostEdit();
+    logs::CTransactionLogView* log = w.TransactionView();
+
+    // Refused before any lookup or echo.
+    QTest::keyClicks(host, "10.0.0.300");
+    QTest::mouseClick(w.PingView()->PingButton(), Qt::LeftButton);
+    QCOMPARE(shown, QStringList{"Invalid IPv4 address '10.0.0.300'."});
+    log->Tick();
+    QCOMPARE(log->Table()->model()->rowCount(), 0);
+
+    host->clear();
+    QTest::keyClicks(host, "127.0.0.1");
+    QTest::mouseClick(w.PingView()->PingButton(), Qt::LeftButton);
+    QTRY_COMPARE(log->Table()->model()->rowCount(), 2);
+    QCOMPARE(Cell(log, 0, 2), "[Ping]TX:");
+    QCOMPARE(Cell(log, 0, 3), "Ping command sent to IP 127.0.0.1.");
+    QCOMPARE(Cell(log, 1, 2), "[Ping]RX:");
+    QVERIFY(Cell(log, 1, 3).startsWith("Reply from 127.0.0.1: bytes=14 time="));
+    QCOMPARE(shown.size(), 1);
+    pages::SetMessageBoxHook(nullptr);
   }
 
   void PlacementAndSwitchesSurviveARestart() {

@@ -1,0 +1,212 @@
+#include "pages/get_set_operation.h"
+
+#include <string_view>
+
+#include "app/setting_rules.h"
+#include "net/address.h"
+#include "net/request_exchange.h"
+#include "net/snmp_internal_error.h"
+#include "pages/history.h"
+#include "snmp/response_check.h"
+#include "snmp/type_names.h"
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace pages {
+
+namespace {
+
+constexpr std::uint32_t kMaxPort = 65535;
+
+// The port box holds digits only; anything else, nothing at all or a number past 65535 is
+// refused with the range message.
+bool ReadPort(const std::wstring& text, std::uint16_t& out_port) {
+  if (text.empty() || text.size() > 5)
+    return false;
+  std::uint32_t value = 0;
+  for (wchar_t ch : text) {
+    if (ch < L'0' || ch > L'9')
+      return false;
+    value = value * 10 + static_cast<std::uint32_t>(ch - L'0');
+  }
+  if (value > kMaxPort)
+    return false;
+  out_port = static_cast<std::uint16_t>(value);
+  return true;
+}
+
+bool Refuse(IOperationUi& ui, int string_id, int field) {
+  ui.ShowMessage(tvkutil::LoadString(string_id), MessageIcon::kWarning, field);
+  return false;
+}
+
+}  // namespace
+
+std::wstring FailedResultText() {
+  return tvkutil::LoadString(tvkutil::ids::kFailedSeeEventLog);
+}
+
+bool IsValidSetValueText(std::uint32_t tag, const std::wstring& text) {
+  if (text.empty() || tag < snmp::kTagInteger32 || tag > snmp::kTagUnsigned32)
+    return false;
+  switch (tag) {
+    case snmp::kTagInteger32:
+    case snmp::kTagOctetString:
+    case snmp::kTagNull:
+    case snmp::kTagCounter32:
+    case snmp::kTagGauge32:
+    case snmp::kTagTimeTicks:
+    case snmp::kTagOpaque:
+    case snmp::kTagCounter64:
+    case snmp::kTagUnsigned32:
+      return true;
+    case snmp::kTagOid:
+      return app::IsValidOidText(text);
+    case snmp::kTagIpAddress:
+      return net::IsValidIPv4Text(text);
+    default:
+      return false;
+  }
+}
+
+CGetSetOperation::CGetSetOperation(const app::GetSetSettings& stored, logs::IEventLineSink* sink)
+    : sink_(sink) {
+  form_.host = stored.host;
+  form_.version = stored.version;
+  form_.port_text = std::to_wstring(stored.port);
+  // The current texts are the first stored entries, which the reversed fill puts last.
+  const auto first = [](const app::History& h) { return h.empty() ? std::wstring() : h.front(); };
+  form_.get_oid = first(stored.get_oids);
+  form_.get_community = first(stored.get_communities);
+  form_.set_oid = first(stored.set_oids);
+  form_.set_community = first(stored.set_communities);
+  form_.get_oids = HistoryFromStored(stored.get_oids);
+  form_.get_communities = HistoryFromStored(stored.get_communities);
+  form_.set_oids = HistoryFromStored(stored.set_oids);
+  form_.set_communities = HistoryFromStored(stored.set_communities);
+  form_.set_data_type = stored.set_data_type;
+  form_.set_value = stored.set_value;
+}
+
+bool CGetSetOperation::Validate(GetSetMode mode, IOperationUi& ui) {
+  using namespace tvkutil::ids;
+  mode_ = mode;
+  if (form_.host.empty())
+    return Refuse(ui, kEnterValidHost, kFieldHost);
+  if (form_.version.empty())
+    return Refuse(ui, kSelectVersion, kFieldVersion);
+  if (!ReadPort(form_.port_text, port_)) {
+    ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(kRangeMessage), SIZE_MAX, 0, kMaxPort),
+                   MessageIcon::kWarning, kFieldPort);
+    return false;
+  }
+  if (mode == GetSetMode::kGet) {
+    if (!app::IsValidOidText(form_.get_oid))
+      return Refuse(ui, kEnterValidGetOid, kFieldGetOid);
+    if (form_.get_community.empty())
+      return Refuse(ui, kEnterGetCommunity, kFieldGetCommunity);
+    return true;
+  }
+  if (!app::IsValidOidText(form_.set_oid))
+    return Refuse(ui, kEnterValidSetOid, kFieldSetOid);
+  if (form_.set_community.empty())
+    return Refuse(ui, kEnterSetCommunity, kFieldSetCommunity);
+  if (form_.set_data_type.empty())
+    return Refuse(ui, kSelectSetDataType, kFieldSetDataType);
+  if (!IsValidSetValueText(snmp::TagOfTypeName(form_.set_data_type), form_.set_value))
+    return Refuse(ui, kEnterValidSetValue, kFieldSetValue);
+  return true;
+}
+
+RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, IOperationUi& ui,
+                                     net::IUdpSocketOps* ops) {
+  if (!Validate(GetSetMode::kGet, ui))
+    return RequestOutcome::kRefused;
+  form_.get_value.clear();
+  return Run(settings, ops);
+}
+
+RequestOutcome CGetSetOperation::Set(const net::UdpSettings& settings, IOperationUi& ui,
+                                     net::IUdpSocketOps* ops) {
+  if (!Validate(GetSetMode::kSet, ui))
+    return RequestOutcome::kRefused;
+  return Run(settings, ops);
+}
+
+RequestOutcome CGetSetOperation::Run(const net::UdpSettings& settings, net::IUdpSocketOps* ops) {
+  const bool get = mode_ == GetSetMode::kGet;
+  const std::wstring& oid = get ? form_.get_oid : form_.set_oid;
+  const std::wstring& community = get ? form_.get_community : form_.set_community;
+
+  snmp::CSNMPMessage request(app::VersionIndex(form_.version), community,
+                             get ? snmp::kPduGetRequest : snmp::kPduSetRequest);
+  request.SetRequestId(
+      request_ids_.Next(form_.host, form_.version, port_, static_cast<int>(mode_), community));
+  if (get) {
+    request.AddNullVarBind(oid);
+  } else {
+    request.AddVarBind(oid, snmp::TagOfTypeName(form_.set_data_type), form_.set_value);
+  }
+  snmp::CSNMPMessage response(snmp::kPduResponse);
+
+  int result = 0;
+  std::wstring reason;  // set for the exchange's own failures, which the codec has no text for
+  try {
+    result = net::ExchangeRequest(form_.host, port_, settings, get ? L"Get" : L"Set", request,
+                                  response, ops);
+  } catch (net::SNMPINTERNALERROR code) {
+    reason = net::SnmpInternalErrorText(code, form_.host, settings.use_ipv6);
+  } catch (...) {
+    reason = net::SnmpInternalErrorText(net::kSnmpUnknownError, form_.host, settings.use_ipv6);
+  }
+
+  if (!reason.empty() || result != 0) {
+    if (!reason.empty()) {
+      if (sink_ != nullptr) {
+        const std::wstring format =
+            std::wstring(get ? L"Get" : L"Set") + L" request failed for OID '%s'. Reason: '%s'.";
+        sink_->AddEventLine(tvkutil::FormatN(format, tvkutil::kMaxLogLineLen, oid, reason));
+      }
+    } else {
+      snmp::ReportRequestFailure(result, oid, request, response, sink_);
+    }
+    if (get) {
+      form_.get_data_type.clear();
+      form_.get_value = FailedResultText();
+    }
+    return RequestOutcome::kFailed;
+  }
+
+  if (get) {
+    std::wstring text;
+    std::uint32_t tag = 0;
+    if (const snmp::CVarBind* bind = response.GetVarBind(1))
+      bind->ValueText(text, tag);  // Null and the exception values read as empty text
+    form_.get_value = text;
+    form_.get_data_type = snmp::TypeNameOfTag(tag);
+    AddToHistory(form_.get_oids, form_.get_oid);
+    AddToHistory(form_.get_communities, form_.get_community);
+  } else {
+    AddToHistory(form_.set_oids, form_.set_oid);
+    AddToHistory(form_.set_communities, form_.set_community);
+  }
+  return RequestOutcome::kDone;
+}
+
+void CGetSetOperation::StoreTo(app::GetSetSettings& settings) {
+  MoveToFront(form_.get_oids, form_.get_oid);
+  MoveToFront(form_.get_communities, form_.get_community);
+  MoveToFront(form_.set_oids, form_.set_oid);
+  MoveToFront(form_.set_communities, form_.set_community);
+  settings.host = form_.host;
+  settings.version = form_.version;
+  settings.port = app::Low16(tvkutil::Wtoi(form_.port_text));
+  settings.get_oids = form_.get_oids;
+  settings.get_communities = form_.get_communities;
+  settings.set_oids = form_.set_oids;
+  settings.set_communities = form_.set_communities;
+  settings.set_data_type = form_.set_data_type;
+  settings.set_value = form_.set_value;
+}
+
+}  // namespace pages

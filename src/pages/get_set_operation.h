@@ -1,0 +1,108 @@
+// The Get/Set page without its window: the page's values, the checks of both buttons in their
+// fixed order, the request identifiers, one Get or Set over the request exchange, the result
+// and type texts, the failure lines and the histories. The page only copies its controls into
+// GetSetForm, calls Get or Set, and shows what comes back.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "app/sondara_utility_app.h"
+#include "logs/event_line_sink.h"
+#include "logs/log_entry_points.h"
+#include "net/udp_session.h"
+#include "net/udp_socket_ops.h"
+#include "pages/operation_ui.h"
+#include "snmp/request_id.h"
+
+namespace pages {
+
+// The page's fields as the checks name them for IOperationUi (the page maps them to controls).
+enum GetSetField : int {
+  kFieldHost = 0,
+  kFieldVersion,
+  kFieldPort,
+  kFieldGetOid,
+  kFieldGetCommunity,
+  kFieldSetOid,
+  kFieldSetCommunity,
+  kFieldSetDataType,
+  kFieldSetValue,
+};
+
+// Which button ran last; the checks of the other half are skipped.
+enum class GetSetMode : std::int32_t { kGet = 0, kSet = 1 };
+
+// What a button ended with: refused by the checks (nothing sent), failed (one event-log line
+// written) or done.
+enum class RequestOutcome { kRefused, kFailed, kDone };
+
+// The values of the page, all as the user typed or sees them.
+struct GetSetForm {
+  std::wstring host;
+  std::wstring version;    // "1" or "2c"; empty when nothing is selected
+  std::wstring port_text;  // the port box as typed, checked when a button runs
+
+  std::wstring get_oid;
+  app::History get_oids;  // the drop-down's entries, top first
+  std::wstring get_community;
+  app::History get_communities;
+  std::wstring get_data_type;  // output: the type name of the value read, or empty
+  std::wstring get_value;      // output: the value read, or the failure text
+
+  std::wstring set_oid;
+  app::History set_oids;
+  std::wstring set_community;
+  app::History set_communities;
+  std::wstring set_data_type;
+  std::wstring set_value;
+};
+
+// The text the Get result box shows after a failure.
+std::wstring FailedResultText();
+
+// The value text test of a Set for a type tag: not empty, and for identifiers and addresses a
+// valid OID or IPv4 text; the other value types take any text here and are read when the
+// binding is built.
+bool IsValidSetValueText(std::uint32_t tag, const std::wstring& text);
+
+class CGetSetOperation {
+ public:
+  // Starts from the stored settings; failure lines go to `sink` (the event log by default).
+  explicit CGetSetOperation(const app::GetSetSettings& stored,
+                            logs::IEventLineSink* sink = &logs::EventLogSink());
+
+  GetSetForm& Form() { return form_; }
+  const GetSetForm& Form() const { return form_; }
+  GetSetMode Mode() const { return mode_; }
+
+  // The checks of one button, in their fixed order; the first failure is shown through `ui`
+  // with the warning icon and the field to focus. Sets the mode first.
+  bool Validate(GetSetMode mode, IOperationUi& ui);
+
+  // The "&Get" button: checks, then one GetRequest of the get OID with a Null value. On
+  // success the value and its type name are in the form and OID and community join their
+  // histories; on failure the result shows FailedResultText() and the type is empty.
+  RequestOutcome Get(const net::UdpSettings& settings, IOperationUi& ui,
+                     net::IUdpSocketOps* ops = nullptr);
+  // The "&Set" button: checks, then one SetRequest of the set OID with the value read from the
+  // set value text as the set data type. On success OID and community join their histories.
+  RequestOutcome Set(const net::UdpSettings& settings, IOperationUi& ui,
+                     net::IUdpSocketOps* ops = nullptr);
+
+  // Writes the page back into the settings: each history with its current entry first, the
+  // port read from its text as a plain decimal number. The get data type is not kept.
+  void StoreTo(app::GetSetSettings& settings);
+
+ private:
+  // The request of the current mode, sent and checked; the failure line is written here.
+  RequestOutcome Run(const net::UdpSettings& settings, net::IUdpSocketOps* ops);
+
+  GetSetForm form_;
+  GetSetMode mode_ = GetSetMode::kGet;
+  snmp::CRequestIdCounter request_ids_;
+  logs::IEventLineSink* sink_;
+  std::uint16_t port_ = 0;  // the port of the last check that passed
+};
+
+}  // namespace pages

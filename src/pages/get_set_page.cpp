@@ -1,0 +1,298 @@
+#include "pages/get_set_page.h"
+
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "app/page_set.h"
+#include "app/setting_rules.h"
+#include "app/sondara_utility_app.h"
+#include "pages/message_box_dialog.h"
+#include "util/numeric_edit.h"
+
+namespace pages {
+
+namespace {
+
+constexpr int kMaxHostLen = 128;
+constexpr int kPortTextLimit = 5;
+// Combo boxes size themselves by this many characters, not by their longest entry: an OID
+// history can hold texts of 1408 characters.
+constexpr int kComboContentsLen = 24;
+
+const QStringList kVersions = {QStringLiteral("1"), QStringLiteral("2c")};
+// Every type a Get can read, in the order the list has always had.
+const QStringList kGetDataTypes = {
+    QStringLiteral("Integer32"),      QStringLiteral("Octet String"),
+    QStringLiteral("Null"),           QStringLiteral("Object Identifier"),
+    QStringLiteral("IPAddress"),      QStringLiteral("Counter32"),
+    QStringLiteral("Gauge32"),        QStringLiteral("UInteger32"),
+    QStringLiteral("Timeticks"),      QStringLiteral("Opaque"),
+    QStringLiteral("Counter64"),      QStringLiteral("noSuchObject"),
+    QStringLiteral("noSuchInstance"), QStringLiteral("endOfMibView")};
+// The types a Set can write: no Null and none of the exception values.
+const QStringList kSetDataTypes = {QStringLiteral("Integer32"),
+                                   QStringLiteral("Octet String"),
+                                   QStringLiteral("Object Identifier"),
+                                   QStringLiteral("IPAddress"),
+                                   QStringLiteral("Counter32"),
+                                   QStringLiteral("Gauge32"),
+                                   QStringLiteral("UInteger32"),
+                                   QStringLiteral("Timeticks"),
+                                   QStringLiteral("Opaque"),
+                                   QStringLiteral("Counter64")};
+
+// The wait cursor for the length of one synchronous request.
+class WaitCursor {
+ public:
+  WaitCursor() { QGuiApplication::setOverrideCursor(Qt::WaitCursor); }
+  ~WaitCursor() { QGuiApplication::restoreOverrideCursor(); }
+  WaitCursor(const WaitCursor&) = delete;
+  WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+QString Q(const std::wstring& text) {
+  return QString::fromStdWString(text);
+}
+
+QComboBox* HistoryCombo(const char* name, QWidget* parent) {
+  auto* combo = new QComboBox(parent);
+  combo->setObjectName(QString::fromLatin1(name));
+  combo->setEditable(true);
+  // Enter must not add what is typed: only a request that worked adds to a history.
+  combo->setInsertPolicy(QComboBox::NoInsert);
+  // No inline completion: a shorter OID typed would silently become a longer one of the list.
+  combo->setCompleter(nullptr);
+  combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+  combo->setMinimumContentsLength(kComboContentsLen);
+  combo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+  return combo;
+}
+
+QComboBox* ListCombo(const char* name, const QStringList& items, QWidget* parent) {
+  auto* combo = new QComboBox(parent);
+  combo->setObjectName(QString::fromLatin1(name));
+  combo->addItems(items);
+  return combo;
+}
+
+// A caption whose Alt+letter reaches the control, which it also names.
+void AddRow(QGridLayout* grid, int row, const QString& caption, QWidget* control) {
+  auto* label = new QLabel(caption);
+  label->setBuddy(control);
+  grid->addWidget(label, row, 0);
+  grid->addWidget(control, row, 1);
+}
+
+void Fill(QComboBox* combo, const app::History& history, const std::wstring& current) {
+  combo->clear();
+  for (const std::wstring& entry : history)
+    combo->addItem(Q(entry));
+  combo->setEditText(Q(current));
+}
+
+// Selects the item equal to text without regard to case; nothing when there is none.
+void Select(QComboBox* combo, const std::wstring& text) {
+  combo->setCurrentIndex(text.empty() ? -1 : combo->findText(Q(text), Qt::MatchFixedString));
+}
+
+}  // namespace
+
+CGetSetPropertyPage::CGetSetPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent)
+    : CPropertyPage(app::kPageGetSet, QStringLiteral("&Get/Set"), parent),
+      app_(app),
+      operation_(app.GetSet()) {
+  BuildControls();
+  WriteControls();
+}
+
+CGetSetPropertyPage::~CGetSetPropertyPage() {
+  StoreToApp();
+}
+
+void CGetSetPropertyPage::BuildControls() {
+  auto* device = new QGroupBox(QStringLiteral("Device"), this);
+  host_ = new QLineEdit(device);
+  host_->setObjectName(QStringLiteral("getSetHost"));
+  host_->setMaxLength(kMaxHostLen);
+  // Wide enough for an IPv6 address with its scope; a host name longer than that scrolls.
+  host_->setMinimumWidth(host_->fontMetrics().horizontalAdvance(QLatin1Char('0')) * 28);
+  host_->setMaximumWidth(host_->fontMetrics().horizontalAdvance(QLatin1Char('0')) * 46);
+  version_ = ListCombo("getSetVersion", kVersions, device);
+  port_ = new tvkutil::CNumericEdit(device);
+  port_->setObjectName(QStringLiteral("getSetPort"));
+  port_->SetTextLimit(kPortTextLimit);
+  port_->setFixedWidth(port_->fontMetrics().horizontalAdvance(QStringLiteral("0000000")) + 12);
+  auto* device_row = new QHBoxLayout(device);
+  const auto add_captioned = [device_row](const QString& caption, QWidget* control, int stretch) {
+    auto* label = new QLabel(caption);
+    label->setBuddy(control);
+    device_row->addWidget(label);
+    device_row->addWidget(control, stretch);
+    device_row->addSpacing(16);
+  };
+  add_captioned(QStringLiteral("&IP/Host:"), host_, 1);
+  add_captioned(QStringLiteral("SNMP &Version:"), version_, 0);
+  add_captioned(QStringLiteral("&Port:"), port_, 0);
+  device_row->addStretch();
+
+  auto* get_group = new QGroupBox(QStringLiteral("Get"), this);
+  auto* get_grid = new QGridLayout(get_group);
+  get_oid_ = HistoryCombo("getOid", get_group);
+  get_oid_->lineEdit()->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
+  get_community_ = HistoryCombo("getCommunity", get_group);
+  get_ = new QPushButton(QStringLiteral("&Get"), get_group);
+  get_->setObjectName(QStringLiteral("getButton"));
+  get_data_type_ = ListCombo("getDataType", kGetDataTypes, get_group);
+  get_data_type_->setEnabled(false);  // shows what was read; never chosen
+  get_value_ = new QLineEdit(get_group);
+  get_value_->setObjectName(QStringLiteral("getValue"));
+  get_value_->setReadOnly(true);
+  AddRow(get_grid, 0, QStringLiteral("&OID:"), get_oid_);
+  AddRow(get_grid, 1, QStringLiteral("&Community:"), get_community_);
+  get_grid->addWidget(get_, 1, 2);
+  AddRow(get_grid, 2, QStringLiteral("Data&Type:"), get_data_type_);
+  AddRow(get_grid, 3, QStringLiteral("Value/Resu&lt:"), get_value_);
+  get_grid->addWidget(get_value_, 3, 1, 1, 2);  // values can be long: under the button too
+  get_grid->setColumnStretch(1, 1);
+  get_grid->setRowStretch(4, 1);
+
+  auto* set_group = new QGroupBox(QStringLiteral("Set"), this);
+  auto* set_grid = new QGridLayout(set_group);
+  set_oid_ = HistoryCombo("setOid", set_group);
+  set_oid_->lineEdit()->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
+  set_community_ = HistoryCombo("setCommunity", set_group);
+  set_data_type_ = ListCombo("setDataType", kSetDataTypes, set_group);
+  set_value_ = new QLineEdit(set_group);
+  set_value_->setObjectName(QStringLiteral("setValue"));
+  set_ = new QPushButton(QStringLiteral("&Set"), set_group);
+  set_->setObjectName(QStringLiteral("setButton"));
+  AddRow(set_grid, 0, QStringLiteral("OI&D:"), set_oid_);
+  AddRow(set_grid, 1, QStringLiteral("Co&mmunity:"), set_community_);
+  AddRow(set_grid, 2, QStringLiteral("DataT&ype:"), set_data_type_);
+  AddRow(set_grid, 3, QStringLiteral("Val&ue:"), set_value_);
+  set_grid->addWidget(set_, 3, 2);
+  set_grid->setColumnStretch(1, 1);
+  set_grid->setRowStretch(4, 1);
+
+  // The buttons sit in a column of their own; the same width keeps both halves aligned.
+  const int button_width = std::max(get_->sizeHint().width(), set_->sizeHint().width());
+  get_->setFixedWidth(button_width);
+  set_->setFixedWidth(button_width);
+  for (QPushButton* button : {get_, set_}) {
+    // Outside a dialog Enter must not press a button behind the user's back.
+    button->setAutoDefault(false);
+    button->setDefault(false);
+  }
+
+  auto* halves = new QHBoxLayout;
+  halves->addWidget(get_group, 1);
+  halves->addWidget(set_group, 1);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(device);
+  layout->addLayout(halves);
+  layout->addStretch();
+
+  connect(get_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnGet);
+  connect(set_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnSet);
+}
+
+void CGetSetPropertyPage::ReadControls() {
+  GetSetForm& form = operation_.Form();
+  form.host = host_->text().toStdWString();
+  form.version = version_->currentText().toStdWString();
+  form.port_text = port_->text().toStdWString();
+  form.get_oid = get_oid_->currentText().toStdWString();
+  form.get_community = get_community_->currentText().toStdWString();
+  form.get_data_type = get_data_type_->currentText().toStdWString();
+  form.get_value = get_value_->text().toStdWString();
+  form.set_oid = set_oid_->currentText().toStdWString();
+  form.set_community = set_community_->currentText().toStdWString();
+  form.set_data_type = set_data_type_->currentText().toStdWString();
+  form.set_value = set_value_->text().toStdWString();
+}
+
+void CGetSetPropertyPage::WriteControls() {
+  const GetSetForm& form = operation_.Form();
+  host_->setText(Q(form.host));
+  Select(version_, form.version);
+  port_->SetText(Q(form.port_text));
+  Fill(get_oid_, form.get_oids, form.get_oid);
+  Fill(get_community_, form.get_communities, form.get_community);
+  Fill(set_oid_, form.set_oids, form.set_oid);
+  Fill(set_community_, form.set_communities, form.set_community);
+  Select(set_data_type_, form.set_data_type);
+  set_value_->setText(Q(form.set_value));
+  ShowGetResult();
+}
+
+void CGetSetPropertyPage::ShowGetResult() {
+  const GetSetForm& form = operation_.Form();
+  Select(get_data_type_, form.get_data_type);
+  get_value_->setText(Q(form.get_value));
+}
+
+void CGetSetPropertyPage::SyncHistory(QComboBox* combo, const app::History& history) {
+  // Entries only ever join a history on top, one per request.
+  const QString text = combo->currentText();
+  const auto size = static_cast<int>(history.size());
+  while (combo->count() < size)
+    combo->insertItem(0, Q(history[static_cast<std::size_t>(size - combo->count() - 1)]));
+  combo->setEditText(text);
+}
+
+net::UdpSettings CGetSetPropertyPage::ExchangeSettings() const {
+  const app::NetworkSettings& network = app_.Network();
+  return net::UdpSettings{network.use_ipv6 != 0, network.request_timeout_ms, network.retries,
+                          network.adapter};
+}
+
+void CGetSetPropertyPage::MapFields(CMessageBoxUi& ui) {
+  ui.MapField(kFieldHost, host_);
+  ui.MapField(kFieldVersion, version_);
+  ui.MapField(kFieldPort, port_);
+  ui.MapField(kFieldGetOid, get_oid_);
+  ui.MapField(kFieldGetCommunity, get_community_);
+  ui.MapField(kFieldSetOid, set_oid_);
+  ui.MapField(kFieldSetCommunity, set_community_);
+  ui.MapField(kFieldSetDataType, set_data_type_);
+  ui.MapField(kFieldSetValue, set_value_);
+}
+
+void CGetSetPropertyPage::OnGet() {
+  WaitCursor wait;
+  ReadControls();
+  CMessageBoxUi ui(this);
+  MapFields(ui);
+  if (operation_.Get(ExchangeSettings(), ui) == RequestOutcome::kRefused)
+    return;
+  ShowGetResult();
+  SyncHistory(get_oid_, operation_.Form().get_oids);
+  SyncHistory(get_community_, operation_.Form().get_communities);
+}
+
+void CGetSetPropertyPage::OnSet() {
+  WaitCursor wait;
+  ReadControls();
+  CMessageBoxUi ui(this);
+  MapFields(ui);
+  if (operation_.Set(ExchangeSettings(), ui) == RequestOutcome::kRefused)
+    return;
+  SyncHistory(set_oid_, operation_.Form().set_oids);
+  SyncHistory(set_community_, operation_.Form().set_communities);
+}
+
+void CGetSetPropertyPage::OnKillActive() {
+  StoreToApp();
+}
+
+void CGetSetPropertyPage::StoreToApp() {
+  ReadControls();
+  operation_.StoreTo(app_.GetSet());
+}
+
+}  // namespace pages

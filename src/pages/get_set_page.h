@@ -1,0 +1,69 @@
+// CGetSetPropertyPage: the "&Get/Set" tab. A thin layer over CGetSetOperation: it copies its
+// controls into the operation's form, runs the operation under a wait cursor and shows what
+// comes back.
+#pragma once
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include "app/property_page.h"
+#include "pages/get_set_operation.h"
+
+namespace app {
+class CSondaraUtilityApp;
+}
+
+namespace tvkutil {
+class CNumericEdit;
+}
+
+namespace pages {
+
+class CMessageBoxUi;
+
+class CGetSetPropertyPage : public app::CPropertyPage {
+ public:
+  CGetSetPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
+  ~CGetSetPropertyPage() override;
+
+  void OnKillActive() override;
+  void StoreToApp() override;
+
+  // The buttons' commands (also what a click runs).
+  void OnGet();
+  void OnSet();
+
+  const CGetSetOperation& Operation() const { return operation_; }
+
+ private:
+  void BuildControls();
+  // The two directions of the page's data exchange.
+  void ReadControls();
+  void WriteControls();
+  // Shows the Get result: the value text and the type selected in the type list.
+  void ShowGetResult();
+  net::UdpSettings ExchangeSettings() const;
+  void MapFields(CMessageBoxUi& ui);
+  // The entry a successful request added on top of a history, also on top of its drop-down.
+  static void SyncHistory(QComboBox* combo, const app::History& history);
+
+  app::CSondaraUtilityApp& app_;
+  CGetSetOperation operation_;
+
+  QLineEdit* host_ = nullptr;
+  QComboBox* version_ = nullptr;
+  tvkutil::CNumericEdit* port_ = nullptr;
+  QComboBox* get_oid_ = nullptr;
+  QComboBox* get_community_ = nullptr;
+  QPushButton* get_ = nullptr;
+  QComboBox* get_data_type_ = nullptr;
+  QLineEdit* get_value_ = nullptr;
+  QComboBox* set_oid_ = nullptr;
+  QComboBox* set_community_ = nullptr;
+  QComboBox* set_data_type_ = nullptr;
+  QLineEdit* set_value_ = nullptr;
+  QPushButton* set_ = nullptr;
+};
+
+}  // namespace pages

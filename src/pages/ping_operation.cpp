@@ -1,0 +1,43 @@
+#include "pages/ping_operation.h"
+
+#include <cstdint>
+
+#include "net/address.h"
+#include "net/icmp_echo.h"
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace pages {
+
+namespace {
+void Refuse(IOperationUi& ui, int string_id, const std::wstring& host) {
+  ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(string_id), SIZE_MAX, host),
+                 MessageIcon::kWarning, kNoField);
+}
+}  // namespace
+
+bool RunToolbarPing(const PingTarget& target, IOperationUi& ui) {
+  const std::wstring& host = target.host;
+  if (!target.use_ipv6) {
+    if (host.find(L'.') != std::wstring::npos && !net::IsValidIPv4Text(host)) {
+      Refuse(ui, tvkutil::ids::kInvalidIPv4Address, host);
+      return false;
+    }
+    std::uint32_t address = 0;
+    if (!net::ResolveIPv4Host(host, address)) {
+      Refuse(ui, tvkutil::ids::kUnableToResolveIPv4, host);
+      return false;
+    }
+    net::PingIPv4(address, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping");
+    return true;
+  }
+  std::wstring address_text;
+  if (!net::ResolveIPv6Host(host, target.ipv6_scope_id, address_text)) {
+    Refuse(ui, tvkutil::ids::kUnableToResolveIPv6, host);
+    return false;
+  }
+  net::PingIPv6(address_text, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping");
+  return true;
+}
+
+}  // namespace pages

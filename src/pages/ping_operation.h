@@ -1,0 +1,28 @@
+// The ping toolbar's command without its window: checks and resolves the host text, tells the
+// user what is wrong through IOperationUi, and pings. Replies go to the transaction log.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "pages/operation_ui.h"
+
+namespace pages {
+
+// A ping from the toolbar waits this long for each echo and sends at most two.
+inline constexpr int kToolbarPingTimeoutMs = 1000;
+inline constexpr int kToolbarPingRetries = 1;
+
+struct PingTarget {
+  std::wstring host;
+  bool use_ipv6 = false;
+  std::uint32_t ipv6_scope_id = 0;  // the interface chosen in the Options, 0 for any
+};
+
+// Runs one toolbar ping. True when a ping was sent (whatever its outcome); false when the host
+// text was refused or could not be resolved, after the message has been shown. A dotted text
+// must be an IPv4 address: host names with dots are refused on purpose, only dot-free names
+// are looked up.
+bool RunToolbarPing(const PingTarget& target, IOperationUi& ui);
+
+}  // namespace pages
