@@ -243,7 +243,13 @@ void CMainWnd::RestorePlacement() {
                            : QRect(0, 0, 1280, 1024);
   const int x = app_.GetProfileInt(kWindowSection, L"x", 10);
   const int y = app_.GetProfileInt(kWindowSection, L"y", 10);
-  const int cx = app_.GetProfileInt(kWindowSection, L"cx", screen.width() / 2);
+  // Half the screen wide by default, but never so narrow that the pages need a scroll bar when
+  // the screen has the room.
+  int page_width = 0;
+  for (int i = 0; i < sheet_view_->Sheet()->count(); ++i)
+    page_width = std::max(page_width, sheet_view_->Sheet()->widget(i)->sizeHint().width());
+  const int fit_width = std::min(screen.width(), page_width + 40);
+  const int cx = app_.GetProfileInt(kWindowSection, L"cx", std::max(screen.width() / 2, fit_width));
   const int cy = app_.GetProfileInt(kWindowSection, L"cy", screen.height());
   auto pane = [&](const wchar_t* key, int def) {
     return std::max(kMinPaneHeight, app_.GetProfileInt(kWindowSection, key, def));

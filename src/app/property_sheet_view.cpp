@@ -17,8 +17,9 @@ CPropertySheetView::CPropertySheetView(const PageFlags& flags, PageFactory facto
     : QScrollArea(parent), page_set_(flags), factory_(std::move(factory)) {
   auto* holder = new QWidget(this);
   auto* layout = new QVBoxLayout(holder);
-  // The sheet stands 15 pixels in from the left edge of its pane.
-  layout->setContentsMargins(15, 0, 0, 0);
+  // The sheet stands 15 pixels in from the left edge of its pane, with a little room on the
+  // right so its frame is not flush with the window's edge.
+  layout->setContentsMargins(15, 0, 8, 4);
   sheet_ = new QTabWidget(holder);
   sheet_->setDocumentMode(false);
   layout->addWidget(sheet_);
