@@ -4,12 +4,48 @@
 #include <cstdio>
 
 #ifdef SONDARA_WITH_GUI
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <QApplication>
 #include <QIcon>
+#include <QSocketNotifier>
+#include <csignal>
 
 #include "app/main_wnd.h"
 #include "app/sondara_utility_app.h"
 #include "net/icmp_echo.h"
+
+namespace {
+
+// SIGTERM (log-out, kill), SIGINT and SIGHUP close the window the ordinary way, so the settings
+// are written as on File > Exit. The handler only writes a byte; the window's thread does the
+// rest.
+int g_signal_pipe[2] = {-1, -1};
+
+void OnQuitSignal(int) {
+  const char byte = 1;
+  [[maybe_unused]] const auto written = ::write(g_signal_pipe[0], &byte, 1);
+}
+
+void CloseOnQuitSignals(QObject* owner) {
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_signal_pipe) != 0)
+    return;
+  auto* notifier = new QSocketNotifier(g_signal_pipe[1], QSocketNotifier::Read, owner);
+  QObject::connect(notifier, &QSocketNotifier::activated, owner, [] {
+    char byte = 0;
+    [[maybe_unused]] const auto got = ::read(g_signal_pipe[1], &byte, 1);
+    QApplication::closeAllWindows();
+  });
+  struct sigaction action {};
+  action.sa_handler = OnQuitSignal;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  for (int sig : {SIGTERM, SIGINT, SIGHUP})
+    ::sigaction(sig, &action, nullptr);
+}
+
+}  // namespace
 
 int main(int argc, char* argv[]) {
   QApplication qt_app(argc, argv);
@@ -30,6 +66,7 @@ int main(int argc, char* argv[]) {
   int code = 0;
   {
     app::CMainWnd window(app);
+    CloseOnQuitSignals(&window);
     window.show();
     code = QApplication::exec();
   }  // the window writes its page switches as it goes
