@@ -12,27 +12,14 @@
 #include "logs/log_entry_points.h"
 #include "logs/transaction_log.h"
 #include "support/private_netns.h"
+#include "support/registered_transaction_log.h"
 #include "util/text.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct RegisteredTransactionLog {
-  RegisteredTransactionLog() { logs::RegisterTransactionLog(&log); }
-  ~RegisteredTransactionLog() { logs::RegisterTransactionLog(nullptr); }
-  // The texts of the first rows, one per message.
-  std::vector<std::wstring> Messages() {
-    log.MovePending();
-    std::vector<std::wstring> out;
-    for (std::size_t i = 0; i < log.ShownCount(); ++i) {
-      if (log.Shown(i).first_row)
-        out.push_back(log.Shown(i).text);
-    }
-    return out;
-  }
-  logs::CTransactionLog log;
-};
+using sondara_test::RegisteredTransactionLog;
 
 std::uint32_t V4(const char* text) {
   in_addr a{};

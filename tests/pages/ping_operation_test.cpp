@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "logs/log_entry_points.h"
-#include "logs/transaction_log.h"
 #include "net/address.h"
 #include "net/icmp_echo.h"
+#include "support/registered_transaction_log.h"
 
 namespace {
 
@@ -21,18 +20,7 @@ struct RecordingUi : pages::IOperationUi {
   std::vector<std::wstring> messages;
 };
 
-struct RegisteredTransactionLog {
-  RegisteredTransactionLog() { logs::RegisterTransactionLog(&log); }
-  ~RegisteredTransactionLog() { logs::RegisterTransactionLog(nullptr); }
-  std::vector<std::wstring> Rows() {
-    log.MovePending();
-    std::vector<std::wstring> out;
-    for (std::size_t i = 0; i < log.ShownCount(); ++i)
-      out.push_back(log.Shown(i).text);
-    return out;
-  }
-  logs::CTransactionLog log;
-};
+using sondara_test::RegisteredTransactionLog;
 
 int lookups = 0;
 int FailingLookup(const char*, const char*, const addrinfo*, addrinfo**) {
@@ -65,7 +53,7 @@ TEST(ToolbarPing, RefusesBadHostsWithoutSending) {
     EXPECT_FALSE(pages::RunToolbarPing({c.host, c.use_ipv6, 0}, ui));
     EXPECT_EQ(ui.messages, std::vector<std::wstring>{c.message});
     EXPECT_LE(lookups, c.lookups);
-    EXPECT_TRUE(tlog.Rows().empty());
+    EXPECT_TRUE(tlog.Messages().empty());
   }
   net::SetHostLookupForTesting(nullptr);
 }
@@ -89,7 +77,7 @@ TEST(ToolbarPing, LoopbackWritesSentAndReplyRows) {
     RecordingUi ui;
     EXPECT_TRUE(pages::RunToolbarPing({c.host, c.use_ipv6, 0}, ui));
     EXPECT_TRUE(ui.messages.empty());
-    const auto rows = tlog.Rows();
+    const auto rows = tlog.Messages();
     ASSERT_EQ(rows.size(), 2U);
     EXPECT_EQ(rows[0], c.sent);
     EXPECT_EQ(rows[1].rfind(c.reply_prefix, 0), 0U);
