@@ -46,14 +46,13 @@ class MainWndTest : public QObject {
     app::CMainWnd w(app);
     QCOMPARE(TabTexts(w), (QStringList{"&Device Discovery", "&Get/Set", "&sendTrap", "&walkMIB"}));
 
-    for (const char* name : {"viewDeviceDiscovery", "viewGetSet", "viewSendTrap"}) {
+    for (const char* name : {"viewDeviceDiscovery", "viewGetSet", "viewSendTrap"})
       w.Action(name)->trigger();
-    }
     QCOMPARE(TabTexts(w), QStringList{"&walkMIB"});
     w.Action("viewWalkMib")->trigger();  // the last page goes: the placeholder stands in
     QCOMPARE(TabTexts(w), QStringList{"&No Functionality"});
-    QVERIFY(w.PropertySheetView()->Sheet()->currentWidget()->findChild<QLabel*>()->text() ==
-            "You have deselected all the pages!");
+    QCOMPARE(w.PropertySheetView()->Sheet()->currentWidget()->findChild<QLabel*>()->text(),
+             "You have deselected all the pages!");
 
     w.Action("viewSendTrap")->trigger();
     w.Action("viewGetSet")->trigger();  // appended and activated, not put back in its old place
@@ -81,11 +80,9 @@ class MainWndTest : public QObject {
     }
     QVERIFY(!w.Action("saveSnapshot")->isEnabled());
     QVERIFY(w.PingView()->isHidden());
-    // The Device Discovery tab is still there: it tells the user why it cannot work.
-    QCOMPARE(TabTexts(w), QStringList{"&Device Discovery"});
+    QCOMPARE(TabTexts(w), QStringList{"&Device Discovery"});  // it tells why it cannot work
     w.Action("viewWalkMib")->trigger();
     QVERIFY(w.Action("saveSnapshot")->isEnabled());
-    // The user is told once the event log is there.
     QTRY_COMPARE(w.EventView()->Table()->model()->rowCount(), 1);
     QCOMPARE(Cell(w.EventView(), 0, 2),
              "Unable to open an ICMP socket. Ping/Device discovery functionality will not be "
@@ -121,7 +118,6 @@ class MainWndTest : public QObject {
     QLineEdit* host = w.PingView()->HostEdit();
     logs::CTransactionLogView* log = w.TransactionView();
 
-    // Refused before any lookup or echo.
     QTest::keyClicks(host, "10.0.0.300");
     QTest::mouseClick(w.PingView()->PingButton(), Qt::LeftButton);
     QCOMPARE(shown, QStringList{"Invalid IPv4 address '10.0.0.300'."});

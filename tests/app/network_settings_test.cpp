@@ -20,48 +20,37 @@ class NetworkSettingsTest : public testing::Test {
                   {MakeAdapterInfo(L"eth0", L"fe80::1%4", false, 4)}),
         app_(dir_ / "sondara.ini", dir_ / "config/Tarvik Technologies/Sondara Utility.ini") {}
 
-  void WriteProfile(const std::string& text) {
-    std::filesystem::create_directories(dir_ / "config/Tarvik Technologies");
-    sondara_test::WriteFile(app_.ProfilePath(), text);
-  }
-
   sondara_test::TempFolder dir_;
   CAdapterTable adapters_;
   CSondaraUtilityApp app_;
 };
 
-TEST_F(NetworkSettingsTest, DefaultsWithoutAProfile) {
-  app_.LoadNetworkSettings(adapters_);
-  const app::NetworkSettings& n = app_.Network();
-  EXPECT_EQ(n.use_ipv6, 0);
-  EXPECT_EQ(n.adapter_name, L"");
-  EXPECT_TRUE(n.adapter.IsDefault());
-  EXPECT_EQ(n.connect_timeout_s, 3);
-  EXPECT_EQ(n.request_timeout_ms, 1000);
-  EXPECT_EQ(n.retries, 3);
-}
-
-TEST_F(NetworkSettingsTest, ReadsValuesAndSelectsTheAdapter) {
-  WriteProfile(
-      "[NetworkInterface Settings]\nUseIPv6=1\nAdapterName=old name[fe80::1%4]\n"
-      "ConnectTimeout=30\nRequestTimeoutMS=100\nRetries=10\n");
-  app_.LoadNetworkSettings(adapters_);
-  const app::NetworkSettings& n = app_.Network();
-  EXPECT_EQ(n.use_ipv6, 1);
-  EXPECT_EQ(n.adapter.address, L"fe80::1%4");  // found by the address in brackets
-  EXPECT_EQ(n.adapter.ipv6_scope_id, 4u);
-  EXPECT_EQ(n.connect_timeout_s, 30);
-  EXPECT_EQ(n.request_timeout_ms, 100);
-  EXPECT_EQ(n.retries, 10);
-}
-
-TEST_F(NetworkSettingsTest, ValuesTheOptionsWouldRefuseFallBackToDefaults) {
-  WriteProfile(
-      "[NetworkInterface Settings]\nConnectTimeout=0\nRequestTimeoutMS=30001\nRetries=-1\n");
-  app_.LoadNetworkSettings(adapters_);
-  EXPECT_EQ(app_.Network().connect_timeout_s, 3);
-  EXPECT_EQ(app_.Network().request_timeout_ms, 1000);
-  EXPECT_EQ(app_.Network().retries, 3);
+TEST_F(NetworkSettingsTest, ReadsValuesSelectsTheAdapterAndRefusesWhatOptionsWould) {
+  const struct {
+    const char* profile;        // nullptr: no profile file
+    std::vector<int> expected;  // use IPv6, connect, request, retries, scope id
+  } cases[] = {
+      {nullptr, {0, 3, 1000, 3, -1}},
+      {"[NetworkInterface Settings]\nUseIPv6=1\nAdapterName=old name[fe80::1%4]\n"
+       "ConnectTimeout=30\nRequestTimeoutMS=100\nRetries=10\n",
+       {1, 30, 100, 10, 4}},  // found by the address in brackets
+      {"[NetworkInterface Settings]\nConnectTimeout=0\nRequestTimeoutMS=30001\nRetries=-1\n",
+       {0, 3, 1000, 3, -1}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.profile != nullptr ? c.profile : "no profile");
+    std::filesystem::remove_all(dir_ / "config");
+    if (c.profile != nullptr) {
+      std::filesystem::create_directories(dir_ / "config/Tarvik Technologies");
+      sondara_test::WriteFile(app_.ProfilePath(), c.profile);
+    }
+    CSondaraUtilityApp a(app_.SettingsFilePath(), app_.ProfilePath());
+    a.LoadNetworkSettings(adapters_);
+    const app::NetworkSettings& n = a.Network();
+    EXPECT_EQ((std::vector<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
+                                n.adapter.IsDefault() ? -1 : int(n.adapter.ipv6_scope_id)}),
+              c.expected);
+  }
 }
 
 TEST_F(NetworkSettingsTest, SaveCreatesTheProfileAndKeepsOtherGroups) {

@@ -83,8 +83,8 @@ struct Options {
   }
   QStringList Items() const {
     QStringList items;
-    for (int i = 0; i < d->findChild<QComboBox*>()->count(); ++i)
-      items << d->findChild<QComboBox*>()->itemText(i);
+    for (auto* list = d->findChild<QComboBox*>(); items.size() < list->count();)
+      items << list->itemText(int(items.size()));
     return items;
   }
 };
@@ -93,45 +93,41 @@ class OptionsDialogTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void OkChecksRangesInOrder_data() {
-    QTest::addColumn<QStringList>("typed");  // connect, request, retries
-    QTest::addColumn<QString>("warning");    // empty: accepted
-    QTest::addColumn<QString>("focused");
-    const QString request_range = "Please enter an integer between 100 and 30000.";
-    QTest::newRow("request 99") << QStringList{"3", "99", "3"} << request_range << kRequest;
-    QTest::newRow("request 30001") << QStringList{"3", "30001", "3"} << request_range << kRequest;
-    QTest::newRow("request 100") << QStringList{"3", "100", "3"} << ""
-                                 << "";
-    QTest::newRow("request 30000") << QStringList{"30", "30000", "1"} << ""
-                                   << "";
-    QTest::newRow("empty connect first")
-        << QStringList{"", "99", "0"} << "Please enter an integer between 1 and 30." << kConnect;
-    QTest::newRow("retries 0") << QStringList{"1", "1000", "0"}
-                               << "Please enter an integer between 1 and 10." << kRetries;
-  }
   void OkChecksRangesInOrder() {
-    QFETCH(QStringList, typed);
-    QFETCH(QString, warning);
-    QFETCH(QString, focused);
-    Options o;
-    o.Open().show();
-    QVERIFY(QTest::qWaitForWindowActive(&*o.d));
-    o.ClickUseIPv6();
-    o.Type(kConnect, typed[0]);
-    o.Type(kRequest, typed[1]);
-    o.Type(kRetries, typed[2]);
-    o.Click("&OK");
-
-    if (warning.isEmpty()) {
-      QCOMPARE(o.warnings, QStringList());
-      QCOMPARE(o.d->result(), int(QDialog::Accepted));
-      QCOMPARE(o.Stored(), QList<int>({1, typed[0].toInt(), typed[1].toInt(), typed[2].toInt()}));
-    } else {
-      QCOMPARE(o.warnings, QStringList{warning});
-      QVERIFY(o.d->isVisible());
-      QCOMPARE(QApplication::focusWidget(), o.Field(focused));
-      QCOMPARE(o.Field(focused)->selectedText(), o.Field(focused)->text());
-      QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3}));  // not even what passed
+    const QString request_range = "Please enter an integer between 100 and 30000.";
+    const struct {
+      QStringList typed;  // connect, request, retries
+      QString warning;    // empty: accepted
+      QString focused;
+    } cases[] = {
+        {{"3", "99", "3"}, request_range, kRequest},
+        {{"3", "30001", "3"}, request_range, kRequest},
+        {{"3", "100", "3"}, "", ""},
+        {{"30", "30000", "1"}, "", ""},
+        {{"", "99", "0"}, "Please enter an integer between 1 and 30.", kConnect},  // first wins
+        {{"1", "1000", "0"}, "Please enter an integer between 1 and 10.", kRetries},
+    };
+    for (const auto& c : cases) {
+      Options o;
+      o.Open().show();
+      QVERIFY(QTest::qWaitForWindowActive(&*o.d));
+      o.ClickUseIPv6();
+      o.Type(kConnect, c.typed[0]);
+      o.Type(kRequest, c.typed[1]);
+      o.Type(kRetries, c.typed[2]);
+      o.Click("&OK");
+      if (c.warning.isEmpty()) {
+        QCOMPARE(o.warnings, QStringList());
+        QCOMPARE(o.d->result(), int(QDialog::Accepted));
+        QCOMPARE(o.Stored(),
+                 QList<int>({1, c.typed[0].toInt(), c.typed[1].toInt(), c.typed[2].toInt()}));
+      } else {
+        QCOMPARE(o.warnings, QStringList{c.warning});
+        QVERIFY(o.d->isVisible());
+        QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
+        QCOMPARE(o.Field(c.focused)->selectedText(), o.Field(c.focused)->text());
+        QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3}));  // not even what passed
+      }
     }
   }
 
@@ -156,7 +152,7 @@ class OptionsDialogTest : public QObject {
   void OkStoresEverythingCancelNothing() {
     for (const QString button : {"Cance&l", "&OK"}) {
       Options o;
-      QCOMPARE(o.Open().windowTitle(), QString("Options"));
+      o.Open();
       o.ClickUseIPv6();
       o.d->findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
       o.SpinUp(kConnect);

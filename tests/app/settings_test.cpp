@@ -249,49 +249,27 @@ void FillEverything(CSondaraUtilityApp& a) {
   a.WalkMib() = {L"walkhost", L"2c", L".1.3.6.1.2", 2161, {L"walkcom"}};
 }
 
-TEST_F(SettingsTest, SaveThenLoadGivesTheSameValues) {
+TEST_F(SettingsTest, SaveThenLoadGivesTheSameValuesAndKeysInOrder) {
   auto a = NewApp();
   FillEverything(*a);
   a->SavePageSettings();
+  const std::string first = sondara_test::ReadFile(SettingsFile());
+  for (const char* v : {"=pinghost", "=10.0.0.20", "=gethost", "=traphost", "=192.0.2.7",
+                        "=linkDown", "=walkhost", "=.1.3.6.1.2\n", "=2161", "=walkcom", "=1162"})
+    EXPECT_NE(first.find(v), std::string::npos) << v;
 
+  // What is loaded back writes the same file again, so no value was lost on the way.
   auto b = NewApp();
   b->LoadPageSettings();
-  EXPECT_EQ(b->Ping().host, a->Ping().host);
-  EXPECT_EQ(b->Discovery().start_ip, a->Discovery().start_ip);
-  EXPECT_EQ(b->Discovery().end_ip, a->Discovery().end_ip);
-  const auto& g = b->GetSet();
-  EXPECT_EQ(g.host, L"gethost");
-  EXPECT_EQ(g.version, L"1");
-  EXPECT_EQ(g.port, 1161);
-  EXPECT_EQ(g.get_oids, a->GetSet().get_oids);
-  EXPECT_EQ(g.get_communities, a->GetSet().get_communities);
-  EXPECT_EQ(g.set_oids, a->GetSet().set_oids);
-  EXPECT_EQ(g.set_communities, History{L"private"});
-  EXPECT_EQ(g.set_data_type, L"Octet String");
-  EXPECT_EQ(g.set_value, a->GetSet().set_value);
-  const auto& t = b->SendTrap();
-  EXPECT_EQ(t.host, L"traphost");
-  EXPECT_EQ(t.port, 1162);
-  EXPECT_EQ(t.use_default, 0);
-  EXPECT_EQ(t.sender_ip, L"192.0.2.7");
-  EXPECT_EQ(t.sender_oids, a->SendTrap().sender_oids);
-  EXPECT_EQ(t.communities, History{L"trapcom"});
-  EXPECT_EQ(t.varbind_count, 2);
-  EXPECT_EQ(t.trap_type, L"linkDown");
-  EXPECT_EQ(t.specific_type, 42);
+  EXPECT_EQ(b->GetSet().set_value, a->GetSet().set_value);
+  EXPECT_EQ(b->GetSet().get_communities, a->GetSet().get_communities);
+  EXPECT_EQ(b->SendTrap().specific_type, 42);
   ASSERT_EQ(b->TrapVarBinds().Count(), 2);
   EXPECT_EQ(Binding(*b, 1), L".1.3.6.1.2.1.2.2.1.1.1|Integer32|1");
   EXPECT_EQ(Binding(*b, 2), L".1.3.6.1.2.1.1.5.0|Octet String|name");
-  EXPECT_EQ(b->WalkMib().host, L"walkhost");
-  EXPECT_EQ(b->WalkMib().start_oid, L".1.3.6.1.2");
-  EXPECT_EQ(b->WalkMib().port, 2161);
-  EXPECT_EQ(b->WalkMib().communities, History{L"walkcom"});
-}
+  b->SavePageSettings();
+  EXPECT_EQ(sondara_test::ReadFile(SettingsFile()), first);
 
-TEST_F(SettingsTest, SavedFileHasSectionsAndKeysInOrder) {
-  auto a = NewApp();
-  FillEverything(*a);
-  a->SavePageSettings();
   const tvkutil::CIniFile ini = SavedFile();
   using Names = std::vector<std::wstring>;
   EXPECT_EQ(ini.SectionNames(),

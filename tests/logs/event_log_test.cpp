@@ -1,11 +1,7 @@
 #include "logs/event_log.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,6 +9,7 @@
 #include "logs/log_entry_points.h"
 #include "logs/log_test_support.h"
 #include "util/string_table.h"
+#include "util/temp_folder.h"
 
 namespace {
 
@@ -21,15 +18,9 @@ using logs_test::Narrow;
 using logs_test::Utf16le;
 
 // Registers a log for the length of a test and always unregisters it.
-class RegisteredEventLog {
- public:
-  RegisteredEventLog() { logs::RegisterEventLog(&log_); }
+struct RegisteredEventLog : CEventLog {
+  RegisteredEventLog() { logs::RegisterEventLog(this); }
   ~RegisteredEventLog() { logs::RegisterEventLog(nullptr); }
-  CEventLog& operator*() { return log_; }
-  CEventLog* operator->() { return &log_; }
-
- private:
-  CEventLog log_;
 };
 
 TEST(EventLog, ConcurrentLinesArriveInOrderPerThreadWithoutLossOrDuplicates) {
@@ -48,7 +39,7 @@ TEST(EventLog, ConcurrentLinesArriveInOrderPerThreadWithoutLossOrDuplicates) {
   for (auto& th : threads)
     th.join();
 
-  const std::vector<logs::CEventEntry> pending = log->CopyPending();
+  const std::vector<logs::CEventEntry> pending = log.CopyPending();
   ASSERT_EQ(pending.size(), static_cast<std::size_t>(kThreads * kPerThread));
   std::vector<int> next(kThreads, 0);
   for (const auto& entry : pending) {
@@ -95,18 +86,6 @@ TEST(EventLog, ShowsTheNewest1024LinesInOrder) {
   }
 }
 
-TEST(EventLog, ResetClearsShownLinesButKeepsPendingOnes) {
-  CEventLog log;
-  log.AddEvent(L"shown");
-  log.MovePending();
-  log.AddEvent(L"pending");
-  log.Reset();
-  EXPECT_EQ(log.ShownCount(), 0U);
-  log.MovePending();
-  ASSERT_EQ(log.ShownCount(), 1U);
-  EXPECT_EQ(log.Shown(0).text, L"pending");
-}
-
 TEST(EventLog, LogEventFormatsFromTheStringTableAndCutsAt511) {
   // Nothing registered: lines are dropped without harm.
   logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.1");
@@ -114,10 +93,18 @@ TEST(EventLog, LogEventFormatsFromTheStringTableAndCutsAt511) {
   RegisteredEventLog log;
   logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.1");
   logs::LogEvent(tvkutil::ids::kPingSent, std::wstring(600, L'x'));
-  log->MovePending();
-  ASSERT_EQ(log->ShownCount(), 2U);
-  EXPECT_EQ(log->Shown(0).text, L"Ping command sent to IP 10.0.0.1.");
-  EXPECT_EQ(log->Shown(1).text.size(), 511U);
+  log.MovePending();
+  ASSERT_EQ(log.ShownCount(), 2U);
+  EXPECT_EQ(log.Shown(0).text, L"Ping command sent to IP 10.0.0.1.");
+  EXPECT_EQ(log.Shown(1).text.size(), 511U);
+
+  // Reset clears the shown lines but keeps the pending ones.
+  logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.2");
+  log.Reset();
+  EXPECT_EQ(log.ShownCount(), 0U);
+  log.MovePending();
+  ASSERT_EQ(log.ShownCount(), 1U);
+  EXPECT_EQ(log.Shown(0).text, L"Ping command sent to IP 10.0.0.2.");
 }
 
 TEST(EventLog, SavedFileHasBomPaddedHeaderAndLinesIntroducedByCrLf) {
@@ -135,13 +122,9 @@ TEST(EventLog, SavedFileHasBomPaddedHeaderAndLinesIntroducedByCrLf) {
   }
   EXPECT_EQ(log.SavedFileBytes(), expected);
 
-  const auto path = std::filesystem::temp_directory_path() /
-                    ("sondara-event-log-" + std::to_string(::getpid()) + ".txt");
-  ASSERT_TRUE(log.SaveToFile(path));
-  std::ifstream in(path, std::ios::binary);
-  const std::string written((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  std::filesystem::remove(path);
-  EXPECT_EQ(written, expected);
+  sondara_test::TempFolder dir;
+  ASSERT_TRUE(log.SaveToFile(dir / "events.txt"));
+  EXPECT_EQ(sondara_test::ReadFile(dir / "events.txt"), expected);
 
   EXPECT_FALSE(log.SaveToFile("/nonexistent-folder/x.txt"));
 }

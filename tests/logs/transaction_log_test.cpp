@@ -7,6 +7,7 @@
 
 #include "logs/log_entry_points.h"
 #include "logs/log_test_support.h"
+#include "support/hex_bytes.h"
 
 namespace {
 
@@ -22,12 +23,11 @@ std::vector<std::uint8_t> Bytes(std::size_t n) {
 }
 
 TEST(TransactionLog, SplitsMessagesIntoFixedRowsWithTheExtraEmptyRow) {
-  struct Case {
+  const struct {
     std::size_t len;
     int is_text;
     std::vector<std::size_t> row_bytes;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0, 0, {0}},  // an empty message still gets its row
       {85, 0, {85}},
       {86, 0, {86, 0}},  // an exact multiple ends with an empty row
@@ -37,7 +37,7 @@ TEST(TransactionLog, SplitsMessagesIntoFixedRowsWithTheExtraEmptyRow) {
       {260, 1, {260, 0}},
       {300, 1, {260, 40}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.len << " bytes, text " << c.is_text);
     std::vector<std::uint8_t> data(c.len, 'a');
     const auto rows = logs::SplitTransaction(1, L"Get", data.data(), data.size(), c.is_text);
@@ -102,14 +102,7 @@ TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
   ASSERT_EQ(log.ShownCount(), 4U);  // 3 rows + 1 row
 
   auto hex = [](const std::vector<std::uint8_t>& v, std::size_t from, std::size_t to) {
-    static const char kDigits[] = "0123456789abcdef";
-    std::string s;
-    for (std::size_t i = from; i < to; ++i) {
-      s += kDigits[v[i] >> 4];
-      s += kDigits[v[i] & 15];
-      s += ' ';
-    }
-    return s;
+    return testing_support::ToHex(std::span(v).subspan(from, to - from)) + " ";
   };
   auto stamp = [&](std::size_t row) {
     return Narrow(logs::DateText(log.Shown(row).stamp)) + "\t" +

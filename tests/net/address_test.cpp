@@ -31,6 +31,7 @@ TEST(AddressTest, IPv4TextTest) {
   }
 }
 
+// More than 7 colons is refused whatever the rest says.
 TEST(AddressTest, IPv6TextTest) {
   const struct {
     const wchar_t* text;
@@ -47,7 +48,7 @@ TEST(AddressTest, IPv6TextTest) {
       {L"1::2:3:4:5:6:7", true},
       {L"fe80::1%65536", false},
       {L"fe80::1%eth0", false},
-      {L"1:2:3:4:5:6:7:8:9", false},  // more than 7 colons
+      {L"1:2:3:4:5:6:7:8:9", false},
       {L"1::2:3:4:5:6:7:8", false},
       {L"::::::::", false},
       {L"1:2:3:4:5:6:7", false},
@@ -123,8 +124,7 @@ TEST_F(ResolveTest, IPv6AddressesGetTheChosenScope) {
   EXPECT_EQ(g_lookups.load(), 1);
 }
 
-TEST(AddressResolveTest, LooksUpLocalNames) {
-  // Answered from the hosts file; nothing leaves the machine.
+TEST(AddressResolveTest, LooksUpLocalNamesFromTheHostsFile) {
   std::uint32_t addr = 0;
   ASSERT_TRUE(ResolveIPv4Host(L"localhost", addr));
   EXPECT_EQ(addr, ::inet_addr("127.0.0.1"));

@@ -161,18 +161,14 @@ TEST(ValueCodec, DecodeTable) {
 }
 
 TEST(ValueCodec, LengthOctetForms) {
-  struct {
-    std::size_t content_len;
-    const char* prefix;
-  } const cases[] = {{127, "04 7f"},
-                     {128, "04 81 80"},
-                     {255, "04 81 ff"},
-                     {256, "04 82 01 00"},
-                     {65536, "04 83 01 00 00"}};
-  for (const auto& c : cases) {
-    COctetString s(std::wstring(c.content_len, L'a'));
-    const std::string hex = EncodeHex(s, 70000);
-    EXPECT_EQ(hex.substr(0, std::string(c.prefix).size()), c.prefix) << c.content_len;
+  const std::pair<std::size_t, std::string> cases[] = {{127, "04 7f"},
+                                                       {128, "04 81 80"},
+                                                       {255, "04 81 ff"},
+                                                       {256, "04 82 01 00"},
+                                                       {65536, "04 83 01 00 00"}};
+  for (const auto& [content_len, prefix] : cases) {
+    COctetString s(std::wstring(content_len, L'a'));
+    EXPECT_EQ(EncodeHex(s, 70000).substr(0, prefix.size()), prefix) << content_len;
   }
 }
 
@@ -216,19 +212,15 @@ TEST(ValueCodec, OidArcLimits) {
 
 TEST(TypeNames, TablesAndFallbacks) {
   EXPECT_EQ(TagOfTypeName(L"counter32"), kTagCounter32);
-  EXPECT_EQ(TagOfTypeName(L"OCTET STRING"), kTagOctetString);
   EXPECT_EQ(TagOfTypeName(L"String"), kTagOctetString);  // unknown names mean a string
-  EXPECT_EQ(TypeNameOfTag(kTagTimeTicks), L"Timeticks");
   EXPECT_EQ(TypeNameOfTag(0x45), L"");
+  EXPECT_EQ(CreateValue(0x45), nullptr);
   for (std::uint32_t tag : {2u, 4u, 5u, 6u, 64u, 65u, 66u, 67u, 68u, 70u, 71u, 128u, 129u, 130u}) {
     EXPECT_EQ(TagOfTypeName(TypeNameOfTag(tag)), tag);
     EXPECT_EQ(CreateValue(tag)->Tag(), tag);
   }
-  EXPECT_EQ(CreateValue(0x45), nullptr);
-
   EXPECT_EQ(GenericTrapNumber(L"LINKUP"), 3);
   EXPECT_EQ(GenericTrapNumber(L"coldStart"), 0);
-  EXPECT_EQ(GenericTrapNumber(L"enterpriseSpecific"), 6);
   EXPECT_EQ(GenericTrapNumber(L"whatever"), 6);
   EXPECT_TRUE(IsGenericTrapName(L"EGPNEIGHBORLOSS"));
   EXPECT_FALSE(IsGenericTrapName(L"whatever"));

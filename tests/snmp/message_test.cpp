@@ -5,6 +5,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "snmp/snmp_message.h"
@@ -82,15 +83,22 @@ std::vector<std::function<std::unique_ptr<CSNMPMessage>()>> MessageKinds() {
   };
 }
 
-TEST(Message, GetRequestBytes) {
+TEST(Message, GetRequestBytesAndTheTrailingByte) {
+  const char kGet[] =
+      "30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06 08 "
+      "2b 06 01 02 01 01 01 00 05 00";
   CSNMPMessage get(kSnmpVersion1, L"getcom", kPduGetRequest);
   get.SetRequestId(0);
   get.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
-  EXPECT_EQ(EncodeHex(get),
-            "30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 "
-            "0c 06 08 2b 06 01 02 01 01 01 00 05 00");
-  EXPECT_EQ(EncodeHex(get, 40), EncodeHex(get));
+  EXPECT_EQ(EncodeHex(get), kGet);
+  EXPECT_EQ(EncodeHex(get, 40), kGet);
   EXPECT_EQ(EncodeHex(get, 39), "FAIL");
+
+  auto bytes = Hex(kGet);
+  CSNMPMessage ok(kPduGetRequest), trailing(kPduGetRequest);
+  EXPECT_EQ(ok.DecodeFrom(bytes), kBerOk);
+  bytes.push_back(0x00);
+  EXPECT_EQ(trailing.DecodeFrom(bytes), kBerTrailing);
 }
 
 TEST(Message, EveryKindRoundTrips) {
@@ -104,17 +112,6 @@ TEST(Message, EveryKindRoundTrips) {
     EXPECT_EQ(back.Community(), msg->Community());
     EXPECT_EQ(back.VarBinds().Count(), msg->VarBinds().Count());
   }
-}
-
-TEST(Message, TrailingByteAfterThePdu) {
-  auto bytes =
-      Hex("30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06 "
-          "08 2b 06 01 02 01 01 01 00 05 00");
-  CSNMPMessage ok(kPduGetRequest);
-  EXPECT_EQ(ok.DecodeFrom(bytes), kBerOk);
-  bytes.push_back(0x00);
-  CSNMPMessage trailing(kPduGetRequest);
-  EXPECT_EQ(trailing.DecodeFrom(bytes), kBerTrailing);
 }
 
 TEST(Message, DecodersSurviveTruncationAndCorruption) {
@@ -139,22 +136,16 @@ TEST(Message, DecodersSurviveTruncationAndCorruption) {
   }
 }
 
-TEST(Message, AccessorsFollowThePduKind) {
-  CSNMPMessage trap(kPduTrapV1);
-  EXPECT_EQ(trap.RequestId(), -1);
+TEST(Message, TrapFieldsAndRequestFieldsBelongToTheirPduKind) {
+  CSNMPMessage trap(kPduTrapV1), get(kPduGetRequest);
   trap.SetRequestId(5);
-  EXPECT_EQ(trap.ErrorStatus(), -1);
-  trap.SetPduType(kPduGetRequest);
-  EXPECT_EQ(trap.PduType(), kPduTrapV1);
-
-  CSNMPMessage get(kPduGetRequest);
-  EXPECT_EQ(get.GenericTrap(), -1);
-  EXPECT_EQ(get.SpecificTrap(), -1);
-  EXPECT_EQ(get.TimeStamp(), 0u);
+  trap.SetPduType(kPduGetRequest);  // a trap stays a trap, a request stays a request
+  EXPECT_EQ(std::tuple(trap.RequestId(), trap.ErrorStatus(), trap.PduType()),
+            std::tuple(-1, -1, kPduTrapV1));
   get.SetEnterprise(L".1.3.6.1.4.1.1");
-  EXPECT_EQ(get.Enterprise(), L"");
   get.SetPduType(kPduTrapV1);
-  EXPECT_EQ(get.PduType(), kPduGetRequest);
+  EXPECT_EQ(std::tuple(get.GenericTrap(), get.SpecificTrap(), get.Enterprise(), get.PduType()),
+            std::tuple(-1, -1, std::wstring(), kPduGetRequest));
   get.SetPduType(kPduGetNextRequest);
   EXPECT_EQ(get.PduType(), kPduGetNextRequest);
 }
@@ -189,15 +180,14 @@ TEST(VarBind, ListAccessAndCopy) {
   list.Add(L"1.3.6.1.2.1.1.5.0", kTagOctetString, L"router-7");
   list.Add(L"1.3.6.1.2.1.1.3.0", kTagTimeTicks, L"42");
   list.Add(L"1.3", kTagIpAddress, L"192.0.2.9");
-  EXPECT_EQ(list.Get(0), nullptr);
+  EXPECT_EQ(list.Get(0), nullptr);  // numbered from 1
   EXPECT_EQ(list.Get(4), nullptr);
   ASSERT_NE(list.Get(3), nullptr);
   std::wstring text;
   std::uint32_t tag = 0;
   ASSERT_TRUE(list.Get(3)->ValueText(text, tag));
-  EXPECT_EQ(text, L"192.0.2.9");
+  EXPECT_EQ(list.Get(3)->Name()->Text() + L"=" + text, L".1.3=192.0.2.9");
   EXPECT_EQ(tag, kTagIpAddress);
-  EXPECT_EQ(list.Get(3)->Name()->Text(), L".1.3");
 
   CSNMPMessage a(kPduSetRequest), b(kPduSetRequest);
   a.CopyVarBinds(list);

@@ -7,32 +7,18 @@
 
 #include "snmp/request_id.h"
 #include "snmp/response_check.h"
+#include "support/ber_builder.h"
 #include "support/hex_bytes.h"
 
 namespace snmp {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using testing_support::Bytes;
+using testing_support::Cat;
 using testing_support::Hex;
-
-// A tiny TLV builder of the test's own (short-form lengths are all these replies need).
-Bytes Tlv(std::uint8_t tag, const Bytes& content) {
-  Bytes out = {tag, static_cast<std::uint8_t>(content.size())};
-  out.insert(out.end(), content.begin(), content.end());
-  return out;
-}
-Bytes Cat(std::initializer_list<Bytes> parts) {
-  Bytes out;
-  for (const Bytes& p : parts)
-    out.insert(out.end(), p.begin(), p.end());
-  return out;
-}
-Bytes Str(const std::string& s) {
-  return Tlv(0x04, Bytes(s.begin(), s.end()));
-}
-Bytes Int(std::uint8_t v) {
-  return Tlv(0x02, {v});
-}
+using testing_support::Int;
+using testing_support::Str;
+using testing_support::Tlv;
 
 const char kSysDescr[] = "06 08 2b 06 01 02 01 01 01 00";
 const char kSysContact[] = "06 08 2b 06 01 02 01 01 04 00";
@@ -45,7 +31,7 @@ struct Reply {
   std::uint8_t status = 0;
   std::uint8_t index = 0;
   std::vector<const char*> names = {kSysDescr};
-  std::string trailer;
+  std::string trailer = "";
 
   Bytes Build() const {
     Bytes binds;
@@ -73,46 +59,32 @@ TEST(ResponseCheck, OrderOfChecks) {
     int request_binds;
     int result;
   };
-  auto with = [](auto change) {
-    Reply r;
-    change(r);
-    return r;
-  };
   const Case cases[] = {
-      {"good get", Reply{}, kPduGetRequest, 1, 0},
-      {"good set", Reply{}, kPduSetRequest, 1, 0},
-      {"agent error status wins over bindings", with([](Reply& r) {
-         r.status = 2;
-         r.index = 1;
-         r.names = {};
-       }),
-       kPduGetRequest, 1, 2},
-      {"version", with([](Reply& r) { r.version = 1; }), kPduGetRequest, 1, kVersionMismatch},
-      {"community, case counts", with([](Reply& r) { r.community = "GETCOM"; }), kPduGetRequest, 1,
+      {"good get", {}, kPduGetRequest, 1, 0},
+      {"good set", {}, kPduSetRequest, 1, 0},
+      {"agent error status wins over bindings",
+       {.status = 2, .index = 1, .names = {}},
+       kPduGetRequest,
+       1,
+       2},
+      {"version", {.version = 1}, kPduGetRequest, 1, kVersionMismatch},
+      {"community, case counts", {.community = "GETCOM"}, kPduGetRequest, 1, kCommunityMismatch},
+      {"community is checked before request id",
+       {.community = "public", .request_id = 9},
+       kPduGetRequest,
+       1,
        kCommunityMismatch},
-      {"community is checked before request id", with([](Reply& r) {
-         r.community = "public";
-         r.request_id = 9;
-       }),
-       kPduGetRequest, 1, kCommunityMismatch},
-      {"request id", with([](Reply& r) { r.request_id = 6; }), kPduGetRequest, 1,
-       kRequestIdMismatch},
-      {"not a response PDU", with([](Reply& r) { r.pdu_tag = 0xa0; }), kPduGetRequest, 1,
-       kBerWrongTag},
-      {"binding count", with([](Reply& r) {
-         r.names = {kSysDescr, kSysDescr};
-       }),
-       kPduGetRequest, 1, kVarBindCountMismatch},
-      {"name differs on get", with([](Reply& r) { r.names = {kSysContact}; }), kPduGetRequest, 1,
-       kOidMismatch},
-      {"second name differs", with([](Reply& r) {
-         r.names = {kSysDescr, kSysContact};
-       }),
-       kPduGetRequest, 2, kOidMismatch},
-      {"get-next names move on", with([](Reply& r) { r.names = {kSysContact}; }),
-       kPduGetNextRequest, 1, 0},
-      {"byte after the message", with([](Reply& r) { r.trailer = "00"; }), kPduGetRequest, 1,
-       kBerTrailing},
+      {"request id", {.request_id = 6}, kPduGetRequest, 1, kRequestIdMismatch},
+      {"not a response PDU", {.pdu_tag = 0xa0}, kPduGetRequest, 1, kBerWrongTag},
+      {"binding count",
+       {.names = {kSysDescr, kSysDescr}},
+       kPduGetRequest,
+       1,
+       kVarBindCountMismatch},
+      {"name differs on get", {.names = {kSysContact}}, kPduGetRequest, 1, kOidMismatch},
+      {"second name differs", {.names = {kSysDescr, kSysContact}}, kPduGetRequest, 2, kOidMismatch},
+      {"get-next names move on", {.names = {kSysContact}}, kPduGetNextRequest, 1, 0},
+      {"byte after the message", {.trailer = "00"}, kPduGetRequest, 1, kBerTrailing},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);

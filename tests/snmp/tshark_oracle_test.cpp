@@ -26,13 +26,8 @@ constexpr std::uint16_t kPort = 16161;
 class PcapWriter {
  public:
   explicit PcapWriter(const std::filesystem::path& path) : out_(path, std::ios::binary) {
-    Put32(0xa1b2c3d4);
-    Put16(2);
-    Put16(4);
-    Put32(0);
-    Put32(0);
-    Put32(65535);
-    Put32(101);  // LINKTYPE_RAW
+    for (std::uint32_t v : {0xa1b2c3d4u, 0x00040002u, 0u, 0u, 65535u, 101u /* LINKTYPE_RAW */})
+      Put32(v);  // magic, version 2.4, zone, accuracy, snap length, link type
   }
 
   void AddUdp(std::span<const std::uint8_t> payload) {
@@ -53,10 +48,9 @@ class PcapWriter {
       p.push_back(b);
     }
     p.insert(p.end(), payload.begin(), payload.end());
-    Put32(++seconds_);
-    Put32(0);
-    Put32(static_cast<std::uint32_t>(p.size()));
-    Put32(static_cast<std::uint32_t>(p.size()));
+    const auto size = static_cast<std::uint32_t>(p.size());
+    for (std::uint32_t v : {++seconds_, 0u, size, size})
+      Put32(v);
     out_.write(reinterpret_cast<const char*>(p.data()), static_cast<std::streamsize>(p.size()));
   }
 
@@ -64,7 +58,6 @@ class PcapWriter {
   static std::uint8_t Hi(std::uint16_t v) { return static_cast<std::uint8_t>(v >> 8); }
   static std::uint8_t Lo(std::uint16_t v) { return static_cast<std::uint8_t>(v); }
   void Put32(std::uint32_t v) { out_.write(reinterpret_cast<const char*>(&v), 4); }
-  void Put16(std::uint16_t v) { out_.write(reinterpret_cast<const char*>(&v), 2); }
 
   std::ofstream out_;
   std::uint32_t seconds_ = 1700000000;
@@ -87,13 +80,19 @@ struct Expected {
   std::map<std::string, std::string> fields;
 };
 
+std::unique_ptr<CSNMPMessage> Make(std::uint32_t version, const wchar_t* community,
+                                   std::uint32_t pdu, std::int32_t id) {
+  auto m = std::make_unique<CSNMPMessage>(version, community, pdu);
+  m->SetRequestId(id);
+  return m;
+}
+
 std::vector<Expected> Messages() {
   std::vector<Expected> all;
   auto add = [&](std::unique_ptr<CSNMPMessage> m, std::map<std::string, std::string> f) {
     all.push_back({std::move(m), std::move(f)});
   };
-  auto get = std::make_unique<CSNMPMessage>(kSnmpVersion1, L"getcom", kPduGetRequest);
-  get->SetRequestId(17);
+  auto get = Make(kSnmpVersion1, L"getcom", kPduGetRequest, 17);
   get->AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
   add(std::move(get), {{"snmp.version", "0"},
                        {"snmp.community", "getcom"},
@@ -101,8 +100,7 @@ std::vector<Expected> Messages() {
                        {"snmp.request_id", "17"},
                        {"snmp.name", "1.3.6.1.2.1.1.1.0"}});
 
-  auto next = std::make_unique<CSNMPMessage>(kSnmpVersion2c, L"public", kPduGetNextRequest);
-  next->SetRequestId(255);
+  auto next = Make(kSnmpVersion2c, L"public", kPduGetNextRequest, 255);
   next->AddNullVarBind(L".1.3.6.1.2.1.1");
   add(std::move(next), {{"snmp.version", "1"},
                         {"snmp.data", "1"},
@@ -130,8 +128,7 @@ std::vector<Expected> Messages() {
   };
   int id = 100;
   for (const SetCase& s : sets) {
-    auto set = std::make_unique<CSNMPMessage>(kSnmpVersion2c, L"setcomm", kPduSetRequest);
-    set->SetRequestId(++id);
+    auto set = Make(kSnmpVersion2c, L"setcomm", kPduSetRequest, ++id);
     set->AddVarBind(L".1.3.6.1.2.1.1.4.0", s.tag, s.text);
     add(std::move(set), {{"snmp.data", "3"},
                          {"snmp.community", "setcomm"},
@@ -156,8 +153,7 @@ std::vector<Expected> Messages() {
                         {"snmp.time_stamp", "123456"},
                         {"snmp.value.octets", "646f6f72206f70656e"}});
 
-  auto trap2 = std::make_unique<CSNMPMessage>(kSnmpVersion2c, L"trapcom", kPduTrapV2);
-  trap2->SetRequestId(3);
+  auto trap2 = Make(kSnmpVersion2c, L"trapcom", kPduTrapV2, 3);
   trap2->AddVarBind(L".1.3.6.1.2.1.1.3.0", kTagTimeTicks, L"4711");
   trap2->AddVarBind(L".1.3.6.1.6.3.1.1.4.1.0", kTagOid, L".1.3.6.1.6.3.1.1.5.3");
   add(std::move(trap2), {{"snmp.version", "1"},

@@ -16,17 +16,13 @@ CIniFile Parsed(const std::string& bytes) {
 }
 
 // What a user writes by hand, and what each key must read as.
-struct ReadCase {
-  const char* what;
-  std::string file;
-  const wchar_t* section;
-  const wchar_t* key;
-  const wchar_t* expected;  // nullptr: the key must be missing
-};
-
 TEST(IniFileTest, ReadsHandWrittenFilesAsMeant) {
-  const ReadCase cases[] = {
-      {"plain", "[S]\nk=v\n", L"S", L"k", L"v"},
+  const struct {
+    const char* what;
+    std::string file;
+    const wchar_t *section, *key;
+    const wchar_t* expected;  // nullptr: the key must be missing
+  } cases[] = {
       {"blanks around everything", "  [ S ]  \n\t k \t=  v w  \n", L"S", L"k", L"v w"},
       {"names ignore case", "[getset]\nIPHOST=h\n", L"GetSet", L"IPHost", L"h"},
       {"CR LF line ends", "[S]\r\nk=v\r\nj=w\r\n", L"S", L"j", L"w"},
@@ -46,12 +42,11 @@ TEST(IniFileTest, ReadsHandWrittenFilesAsMeant) {
       {"garbage line skipped", "[S]\n\x01\x02junk\nk=v\n=nokey\n", L"S", L"k", L"v"},
       {"zero byte ends a line", std::string("[S]\nj=1\0k=v\n", 12), L"S", L"k", L"v"},
       {"bad UTF-8 does not hide the key", "[S]\nx=\xFF\xFE\xC0\nk=v\n", L"S", L"k", L"v"},
-      {"no last line end", "[S]\nk=v", L"S", L"k", L"v"},
       {"key before any section", "k=v\n[S]\n", L"S", L"k", nullptr},
       {"key in another section", "[T]\nk=v\n", L"S", L"k", nullptr},
       {"line without equals", "[S]\nk\n", L"S", L"k", nullptr},
   };
-  for (const ReadCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     const CIniFile ini = Parsed(c.file);
     if (c.expected == nullptr) {
@@ -69,15 +64,10 @@ TEST(IniFileTest, CutsStringsAndReadsIntegersLikeTheProfileFunctions) {
   EXPECT_EQ(ini.GetString(L"S", L"s", L"", 4), L"abcd");
   EXPECT_EQ(ini.GetString(L"S", L"missing", L"default", 3), L"def");
 
-  const struct {
-    const wchar_t* key;
-    std::int32_t expected;
-  } ints[] = {{L"n", 12},     {L"neg", -5},  {L"word", 0},
-              {L"empty", 77}, {L"gone", 77}, {L"big", INT32_MAX}};
-  for (const auto& c : ints) {
-    SCOPED_TRACE(testing::Message() << "key " << tvkutil::ToUtf8(c.key));
-    EXPECT_EQ(ini.GetInt(L"S", c.key, 77), c.expected);
-  }
+  const std::pair<const wchar_t*, std::int32_t> ints[] = {
+      {L"n", 12}, {L"neg", -5}, {L"word", 0}, {L"empty", 77}, {L"gone", 77}, {L"big", INT32_MAX}};
+  for (const auto& [key, expected] : ints)
+    EXPECT_EQ(ini.GetInt(L"S", key, 77), expected) << tvkutil::ToUtf8(key);
 }
 
 TEST(IniFileTest, WritesInPlaceAndKeepsWhatItDoesNotOwn) {
@@ -122,8 +112,7 @@ TEST(IniFileTest, ValuesReadBackExactly) {
 TEST(IniFileTest, SavesAndLoadsFiles) {
   sondara_test::TempFolder dir;
   const std::string path = dir / "s.ini";
-  CIniFile missing(path);
-  EXPECT_FALSE(missing.Load());
+  EXPECT_FALSE(CIniFile(path).Load());
 
   CIniFile ini(path);
   ini.WriteString(L"S", L"k", L"v");
