@@ -22,7 +22,6 @@
 #include "logs/transaction_log_view.h"
 #include "pages/get_set_page.h"
 #include "pages/ping_view.h"
-#include "util/numeric_edit.h"
 
 namespace app {
 
@@ -62,6 +61,13 @@ QLineEdit* FocusedEdit() {
   if (auto* combo = qobject_cast<QComboBox*>(w))
     return combo->lineEdit();
   return nullptr;
+}
+
+// Runs an edit slot ("copy", "cut", "paste") on the focused field by name, so the field's own
+// slot runs: a numeric edit's paste filters what it inserts.
+void EditCommand(const char* slot) {
+  if (QLineEdit* e = FocusedEdit())
+    QMetaObject::invokeMethod(e, slot);
 }
 
 }  // namespace
@@ -121,28 +127,15 @@ void CMainWnd::BuildMenus() {
   add(file, "exit", QStringLiteral("E&xit"), &CMainWnd::close);
 
   QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
-  QAction* copy = add(edit, "copy", QStringLiteral("&Copy"), [] {
-    if (QLineEdit* e = FocusedEdit())
-      e->copy();
-  });
+  QAction* copy = add(edit, "copy", QStringLiteral("&Copy"), [] { EditCommand("copy"); });
   copy->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_C), QKeySequence(Qt::CTRL | Qt::Key_Insert)});
-  QAction* paste = add(edit, "paste", QStringLiteral("&Paste"), [] {
-    QLineEdit* e = FocusedEdit();
-    // A numeric edit filters what is pasted; its paste() hides QLineEdit's.
-    if (auto* numeric = qobject_cast<tvkutil::CEditBase*>(e))
-      numeric->paste();
-    else if (e)
-      e->paste();
-  });
+  QAction* paste = add(edit, "paste", QStringLiteral("&Paste"), [] { EditCommand("paste"); });
   paste->setShortcuts(
       {QKeySequence(Qt::CTRL | Qt::Key_V), QKeySequence(Qt::SHIFT | Qt::Key_Insert)});
   auto* cut = new QAction(this);
   cut->setObjectName(QStringLiteral("cut"));
   cut->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_X));
-  connect(cut, &QAction::triggered, this, [] {
-    if (QLineEdit* e = FocusedEdit())
-      e->cut();
-  });
+  connect(cut, &QAction::triggered, this, [] { EditCommand("cut"); });
   addAction(cut);
   // Enter does nothing in the main window: it must never close or leave an operation page.
   auto* enter = new QAction(this);

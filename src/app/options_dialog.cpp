@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "app/adapter_table.h"
+#include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
 #include "util/numeric_edit.h"
 #include "util/string_table.h"
@@ -23,15 +24,7 @@ namespace app {
 
 namespace {
 
-// The ranges the dialog accepts. The profile loader keeps the same ones, so a value that
-// passed here is never replaced by a default at the next start.
-constexpr int kMinConnectTimeoutS = 1;
-constexpr int kMaxConnectTimeoutS = 30;
-constexpr int kMinRequestTimeoutMs = 100;
-constexpr int kMaxRequestTimeoutMs = 30000;
 constexpr int kRequestTimeoutStep = 100;
-constexpr int kMinRetries = 1;
-constexpr int kMaxRetries = 10;
 
 // Characters a user may type into each field. Retries takes one although 10 is allowed: 10 is
 // reached with the spin only. That has always been so and is kept on purpose.

@@ -11,6 +11,15 @@ namespace app {
 inline constexpr std::size_t kMaxOidTextLen = 1408;
 inline constexpr int kMaxOidArcs = 128;
 
+// The network values the Options accept. The profile loader keeps the same ranges, so a value
+// that passed the dialog is never replaced by a default at the next start.
+inline constexpr int kMinConnectTimeoutS = 1;
+inline constexpr int kMaxConnectTimeoutS = 30;
+inline constexpr int kMinRequestTimeoutMs = 100;
+inline constexpr int kMaxRequestTimeoutMs = 30000;
+inline constexpr int kMinRetries = 1;
+inline constexpr int kMaxRetries = 10;
+
 // An OID text: not empty, at most 1408 characters, not ending in ".", only digits and dots,
 // and 2 to 128 numbers between the dots (empty pieces do not count, so ".1.3" and "1..3" pass).
 bool IsValidOidText(std::wstring_view text);

@@ -315,10 +315,11 @@ void CSondaraUtilityApp::LoadNetworkSettings(CAdapterTable& adapters) {
     const int v = ini.GetInt(kNetwork, key, def);
     return v >= lo && v <= hi ? v : def;
   };
-  network_.connect_timeout_s = in_range(L"ConnectTimeout", defaults.connect_timeout_s, 1, 30);
-  network_.request_timeout_ms =
-      in_range(L"RequestTimeoutMS", defaults.request_timeout_ms, 100, 30000);
-  network_.retries = in_range(L"Retries", defaults.retries, 1, 10);
+  network_.connect_timeout_s = in_range(L"ConnectTimeout", defaults.connect_timeout_s,
+                                        kMinConnectTimeoutS, kMaxConnectTimeoutS);
+  network_.request_timeout_ms = in_range(L"RequestTimeoutMS", defaults.request_timeout_ms,
+                                         kMinRequestTimeoutMs, kMaxRequestTimeoutMs);
+  network_.retries = in_range(L"Retries", defaults.retries, kMinRetries, kMaxRetries);
   network_.adapter = adapters.Lookup(network_.adapter_name, network_.use_ipv6 != 0);
 }
 

@@ -9,19 +9,9 @@ namespace {
 
 namespace ids = tvkutil::ids;
 
-// The event log while its pane exists: registered with LogEvent for exactly that long.
-class CEventRows : public ILogRows {
+// The event log while its pane exists.
+class CEventRows : public CRegisteredRows<CEventLog, RegisterEventLog> {
  public:
-  CEventRows() { RegisterEventLog(&log_); }
-  ~CEventRows() override { RegisterEventLog(nullptr); }
-  CEventRows(const CEventRows&) = delete;
-  CEventRows& operator=(const CEventRows&) = delete;
-
-  CEventLog& Log() { return log_; }
-
-  LogTickResult MovePending() override { return log_.MovePending(); }
-  void Reset() override { log_.Reset(); }
-  std::size_t ShownCount() const override { return log_.ShownCount(); }
   QString CellText(std::size_t row, int column) const override {
     const CEventEntry& entry = log_.Shown(row);
     switch (column) {
@@ -33,12 +23,6 @@ class CEventRows : public ILogRows {
         return QString::fromStdWString(entry.text);
     }
   }
-  bool SaveToFile(const std::filesystem::path& path) const override {
-    return log_.SaveToFile(path);
-  }
-
- private:
-  CEventLog log_;
 };
 
 LogPaneLayout EventLayout() {
@@ -59,7 +43,7 @@ LogPaneLayout EventLayout() {
 
 CEventLogView::CEventLogView(app::CSondaraUtilityApp& app, QWidget* parent)
     : CLogTableView(app, EventLayout(), std::make_unique<CEventRows>(), parent),
-      log_(&static_cast<CEventRows&>(Rows()).Log()) {}
+      log_(&static_cast<CEventRows&>(Rows()).TheLog()) {}
 
 CEventLogView::~CEventLogView() = default;
 

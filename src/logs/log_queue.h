@@ -2,6 +2,7 @@
 // into the shown list by the window thread's timer, which keeps at most kMaxShownRows.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -12,7 +13,7 @@ namespace logs {
 
 // Each log shows at most this many rows; the oldest goes first.
 inline constexpr std::size_t kMaxShownRows = 1024;
-// Both arrays grow their capacity in steps of this many slots, so a burst reallocates rarely.
+// The pending array grows its capacity in steps of this many slots, so a burst reallocates rarely.
 inline constexpr std::size_t kCapacityStep = 1024;
 
 // What one tick changed, so that a view can tell its list which rows went and came.
@@ -37,25 +38,21 @@ class CLogQueue {
   }
 
   // Window thread (timer tick): moves every pending entry to the end of the shown ones in
-  // arrival order; when 1024 are shown, each new one first pushes out the oldest.
+  // arrival order; when 1024 are shown, each new one pushes out the oldest. The rows that would
+  // only come and go again in the same tick are dropped at once, and the old ones leave in one
+  // step, so a full log costs one move per tick rather than one per new entry.
   LogTickResult MovePending() {
     std::lock_guard lock(mutex_);
     LogTickResult result;
-    const std::size_t shown_before = shown_.size();
-    for (auto& entry : pending_) {
-      if (shown_.size() == kMaxShownRows) {
-        shown_.erase(shown_.begin());
-        if (result.removed_front < shown_before) {
-          ++result.removed_front;
-        } else {
-          --result.appended;  // one added in this same tick has already gone again
-        }
-      } else {
-        Grow(shown_);
-      }
-      shown_.push_back(std::move(entry));
-      ++result.appended;
-    }
+    result.appended = std::min(pending_.size(), kMaxShownRows);
+    const std::size_t total = shown_.size() + result.appended;
+    result.removed_front = total > kMaxShownRows ? total - kMaxShownRows : 0;
+    shown_.erase(shown_.begin(),
+                 shown_.begin() + static_cast<std::ptrdiff_t>(result.removed_front));
+    if (shown_.capacity() < kMaxShownRows)
+      shown_.reserve(kMaxShownRows);
+    for (std::size_t i = pending_.size() - result.appended; i < pending_.size(); ++i)
+      shown_.push_back(std::move(pending_[i]));
     pending_.clear();  // capacity is kept for the next burst
     return result;
   }
@@ -91,12 +88,9 @@ class CLogQueue {
   }
 
  private:
-  static void Grow(std::vector<std::unique_ptr<Entry>>& v) {
-    if (v.size() == v.capacity())
-      v.reserve(v.capacity() + kCapacityStep);
-  }
   void AddLocked(std::unique_ptr<Entry> entry) {
-    Grow(pending_);
+    if (pending_.size() == pending_.capacity())
+      pending_.reserve(pending_.capacity() + kCapacityStep);
     pending_.push_back(std::move(entry));
   }
 

@@ -38,6 +38,28 @@ class ILogRows {
   [[nodiscard]] virtual bool SaveToFile(const std::filesystem::path& path) const = 0;
 };
 
+// A core log owned by its pane and made the one its entry point writes to for as long as the
+// pane lives; `Register` is RegisterEventLog or RegisterTransactionLog.
+template <typename Log, void (*Register)(Log*)>
+class CRegisteredRows : public ILogRows {
+ public:
+  CRegisteredRows() { Register(&log_); }
+  ~CRegisteredRows() override { Register(nullptr); }
+  CRegisteredRows(const CRegisteredRows&) = delete;
+  CRegisteredRows& operator=(const CRegisteredRows&) = delete;
+
+  Log& TheLog() { return log_; }
+  LogTickResult MovePending() override { return log_.MovePending(); }
+  void Reset() override { log_.Reset(); }
+  std::size_t ShownCount() const override { return log_.ShownCount(); }
+  bool SaveToFile(const std::filesystem::path& path) const override {
+    return log_.SaveToFile(path);
+  }
+
+ protected:
+  Log log_;
+};
+
 // The fixed facts of one pane.
 struct LogPaneLayout {
   const char* object_name;         // of the table

@@ -11,19 +11,9 @@ namespace ids = tvkutil::ids;
 
 constexpr int kTextColumn = 3;
 
-// The transaction log while its pane exists: registered with LogTransaction for that long.
-class CTransactionRows : public ILogRows {
+// The transaction log while its pane exists.
+class CTransactionRows : public CRegisteredRows<CTransactionLog, RegisterTransactionLog> {
  public:
-  CTransactionRows() { RegisterTransactionLog(&log_); }
-  ~CTransactionRows() override { RegisterTransactionLog(nullptr); }
-  CTransactionRows(const CTransactionRows&) = delete;
-  CTransactionRows& operator=(const CTransactionRows&) = delete;
-
-  CTransactionLog& Log() { return log_; }
-
-  LogTickResult MovePending() override { return log_.MovePending(); }
-  void Reset() override { log_.Reset(); }
-  std::size_t ShownCount() const override { return log_.ShownCount(); }
   // Continuation rows of a message leave date, time and source empty.
   QString CellText(std::size_t index, int column) const override {
     const CTransactionRow& row = log_.Shown(index);
@@ -40,12 +30,6 @@ class CTransactionRows : public ILogRows {
         return QString::fromStdWString(SourceColumnText(row));
     }
   }
-  bool SaveToFile(const std::filesystem::path& path) const override {
-    return log_.SaveToFile(path);
-  }
-
- private:
-  CTransactionLog log_;
 };
 
 LogPaneLayout TransactionLayout() {
@@ -67,7 +51,7 @@ LogPaneLayout TransactionLayout() {
 
 CTransactionLogView::CTransactionLogView(app::CSondaraUtilityApp& app, QWidget* parent)
     : CLogTableView(app, TransactionLayout(), std::make_unique<CTransactionRows>(), parent),
-      log_(&static_cast<CTransactionRows&>(Rows()).Log()) {}
+      log_(&static_cast<CTransactionRows&>(Rows()).TheLog()) {}
 
 CTransactionLogView::~CTransactionLogView() = default;
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 // GCC 12 reports a false "maybe uninitialized" deep inside <regex> once the sanitizers are on.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -123,6 +124,19 @@ bool ResolveIPv4Host(const std::wstring& host, std::uint32_t& out_addr) {
   ::freeaddrinfo(result);
   out_addr = addr;
   return addr != INADDR_NONE;
+}
+
+bool ParseIPv6Address(const std::wstring& text, sockaddr_in6& out) {
+  addrinfo hints{};
+  hints.ai_family = AF_INET6;
+  hints.ai_socktype = SOCK_DGRAM;
+  hints.ai_flags = AI_NUMERICHOST;
+  addrinfo* found = nullptr;
+  if (::getaddrinfo(tvkutil::ToUtf8(text).c_str(), nullptr, &hints, &found) != 0)
+    return false;
+  std::memcpy(&out, found->ai_addr, sizeof out);
+  ::freeaddrinfo(found);
+  return true;
 }
 
 std::wstring WithScopeSuffix(const std::wstring& address_text, std::uint32_t scope_id) {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <netdb.h>
+#include <netinet/in.h>
 
 #include <cstdint>
 #include <string>
@@ -36,6 +37,10 @@ bool ResolveIPv4Host(const std::wstring& host, std::uint32_t& out_addr);
 // scope suffix. Without: a name lookup and the first result as numeric text, then the suffix.
 // out_text is empty when the answer is false.
 bool ResolveIPv6Host(const std::wstring& host, std::uint32_t scope_id, std::wstring& out_text);
+
+// A numeric IPv6 text ("%scope" allowed) as a socket address with port 0; false when the text
+// is no IPv6 address. Never looks a name up.
+bool ParseIPv6Address(const std::wstring& text, sockaddr_in6& out);
 
 // Appends "%<scope_id>" when the text has no "%" yet, so that a link-local address leaves
 // through the interface chosen in the Options.

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <linux/errqueue.h>
 #include <linux/icmp.h>
-#include <netdb.h>
 #include <netinet/icmp6.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -340,6 +339,31 @@ EchoResult EchoWithRetries(CEchoSocket& socket, const sockaddr_storage& dest, so
   return result;
 }
 
+// One ping as both families log it: the sent row, the echoes, the outcome row. The IPv6 reply
+// row carries no data size.
+bool PingAndLog(const sockaddr_storage& dest, socklen_t dest_len, const std::wstring& text,
+                int timeout_ms, int retries, std::wstring_view source) {
+  if (!g_icmp_loaded)
+    return false;
+  CEchoSocket socket(dest.ss_family);
+  if (!socket.IsOpen())
+    return false;
+  namespace ids = tvkutil::ids;
+  const auto line = [](int id, const auto&... args) {
+    return tvkutil::FormatN(tvkutil::LoadString(id), SIZE_MAX, args...);
+  };
+  LogText(logs::kDirectionSent, source, line(ids::kPingSent, text));
+  const EchoResult r = EchoWithRetries(socket, dest, dest_len, timeout_ms, retries);
+  const bool ok = r.status == kEchoSuccess;
+  std::wstring outcome = line(ids::kPingNoReply, text);
+  if (ok && dest.ss_family == AF_INET)
+    outcome = line(ids::kPingReplyIPv4, text, r.data_size, r.round_trip_ms);
+  else if (ok)
+    outcome = line(ids::kPingReplyIPv6, text, r.round_trip_ms);
+  LogText(logs::kDirectionReceived, source, outcome);
+  return ok;
+}
+
 }  // namespace
 
 bool LoadIcmp() {
@@ -357,56 +381,20 @@ bool IcmpLoaded() {
 }
 
 bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source) {
-  if (!g_icmp_loaded)
-    return false;
-  std::wstring text;
-  AddressToDotted(address, text);
-  CEchoSocket socket(AF_INET);
-  if (!socket.IsOpen())
-    return false;
   sockaddr_storage dest{};
   auto& dest4 = reinterpret_cast<sockaddr_in&>(dest);
   dest4.sin_family = AF_INET;
   dest4.sin_addr.s_addr = address;
-
-  LogText(logs::kDirectionSent, source,
-          tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kPingSent), SIZE_MAX, text));
-  const EchoResult r = EchoWithRetries(socket, dest, sizeof(sockaddr_in), timeout_ms, retries);
-  const bool ok = r.status == kEchoSuccess;
-  LogText(logs::kDirectionReceived, source,
-          ok ? tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kPingReplyIPv4), SIZE_MAX, text,
-                                r.data_size, r.round_trip_ms)
-             : tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kPingNoReply), SIZE_MAX, text));
-  return ok;
+  std::wstring text;
+  AddressToDotted(address, text);
+  return PingAndLog(dest, sizeof(sockaddr_in), text, timeout_ms, retries, source);
 }
 
 bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source) {
-  if (!g_icmp_loaded)
-    return false;
-  CEchoSocket socket(AF_INET6);
-  if (!socket.IsOpen())
-    return false;
-  addrinfo hints{};
-  hints.ai_family = AF_INET6;
-  hints.ai_flags = AI_NUMERICHOST;
-  addrinfo* found = nullptr;
-  if (::getaddrinfo(tvkutil::ToUtf8(address).c_str(), nullptr, &hints, &found) != 0)
-    return false;
   sockaddr_storage dest{};
-  const socklen_t dest_len = found->ai_addrlen;
-  std::memcpy(&dest, found->ai_addr, std::min<std::size_t>(found->ai_addrlen, sizeof dest));
-  ::freeaddrinfo(found);
-
-  LogText(logs::kDirectionSent, source,
-          tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kPingSent), SIZE_MAX, address));
-  const EchoResult r = EchoWithRetries(socket, dest, dest_len, timeout_ms, retries);
-  const bool ok = r.status == kEchoSuccess;
-  LogText(
-      logs::kDirectionReceived, source,
-      ok ? tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kPingReplyIPv6), SIZE_MAX, address,
-                            r.round_trip_ms)
-         : tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kPingNoReply), SIZE_MAX, address));
-  return ok;
+  if (!ParseIPv6Address(address, reinterpret_cast<sockaddr_in6&>(dest)))
+    return false;
+  return PingAndLog(dest, sizeof(sockaddr_in6), address, timeout_ms, retries, source);
 }
 
 }  // namespace net

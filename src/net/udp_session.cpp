@@ -1,7 +1,6 @@
 #include "net/udp_session.h"
 
 #include <arpa/inet.h>
-#include <netdb.h>
 
 #include <array>
 #include <cerrno>
@@ -23,19 +22,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kDrainScratchLen = 512;
 // An address of all ones means the adapter has none.
 constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
-
-bool ParseIPv6(const std::wstring& text, sockaddr_in6& out) {
-  addrinfo hints{};
-  hints.ai_family = AF_INET6;
-  hints.ai_socktype = SOCK_DGRAM;
-  hints.ai_flags = AI_NUMERICHOST;
-  addrinfo* found = nullptr;
-  if (::getaddrinfo(tvkutil::ToUtf8(text).c_str(), nullptr, &hints, &found) != 0)
-    return false;
-  std::memcpy(&out, found->ai_addr, sizeof out);
-  ::freeaddrinfo(found);
-  return true;
-}
 
 }  // namespace
 
@@ -80,7 +66,7 @@ int CUdpSession::Open() {
       a6.sin6_family = AF_INET6;
       a6.sin6_addr = in6addr_any;
       a6.sin6_scope_id = adapter_.ipv6_scope_id == kNoAddress ? 0 : adapter_.ipv6_scope_id;
-    } else if (!ParseIPv6(adapter_.address, a6)) {
+    } else if (!ParseIPv6Address(adapter_.address, a6)) {
       Close();
       return kSnmpBindError;
     }
@@ -110,7 +96,7 @@ void CUdpSession::SetPeer() {
   peer_ = {};
   if (use_ipv6_) {
     auto& p6 = reinterpret_cast<sockaddr_in6&>(peer_);
-    if (!ParseIPv6(ipv6_text_, p6))
+    if (!ParseIPv6Address(ipv6_text_, p6))
       throw kSnmpResolveError;
     p6.sin6_port = htons(port_);
     peer_len_ = sizeof(sockaddr_in6);

@@ -162,11 +162,8 @@ RequestOutcome CGetSetOperation::Run(const net::UdpSettings& settings, net::IUdp
 
   if (!reason.empty() || result != 0) {
     if (!reason.empty()) {
-      if (sink_ != nullptr) {
-        const std::wstring format =
-            std::wstring(get ? L"Get" : L"Set") + L" request failed for OID '%s'. Reason: '%s'.";
-        sink_->AddEventLine(tvkutil::FormatN(format, tvkutil::kMaxLogLineLen, oid, reason));
-      }
+      if (sink_ != nullptr)
+        sink_->AddEventLine(snmp::RequestFailureReasonLine(request, oid, reason));
     } else {
       snmp::ReportRequestFailure(result, oid, request, response, sink_);
     }

@@ -2,7 +2,6 @@
 
 #include <QGridLayout>
 #include <QGroupBox>
-#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -12,6 +11,7 @@
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
 #include "pages/message_box_dialog.h"
+#include "snmp/type_names.h"
 #include "util/numeric_edit.h"
 
 namespace pages {
@@ -25,35 +25,22 @@ constexpr int kPortTextLimit = 5;
 constexpr int kComboContentsLen = 24;
 
 const QStringList kVersions = {QStringLiteral("1"), QStringLiteral("2c")};
-// Every type a Get can read, in the order the list has always had.
-const QStringList kGetDataTypes = {
-    QStringLiteral("Integer32"),      QStringLiteral("Octet String"),
-    QStringLiteral("Null"),           QStringLiteral("Object Identifier"),
-    QStringLiteral("IPAddress"),      QStringLiteral("Counter32"),
-    QStringLiteral("Gauge32"),        QStringLiteral("UInteger32"),
-    QStringLiteral("Timeticks"),      QStringLiteral("Opaque"),
-    QStringLiteral("Counter64"),      QStringLiteral("noSuchObject"),
-    QStringLiteral("noSuchInstance"), QStringLiteral("endOfMibView")};
-// The types a Set can write: no Null and none of the exception values.
-const QStringList kSetDataTypes = {QStringLiteral("Integer32"),
-                                   QStringLiteral("Octet String"),
-                                   QStringLiteral("Object Identifier"),
-                                   QStringLiteral("IPAddress"),
-                                   QStringLiteral("Counter32"),
-                                   QStringLiteral("Gauge32"),
-                                   QStringLiteral("UInteger32"),
-                                   QStringLiteral("Timeticks"),
-                                   QStringLiteral("Opaque"),
-                                   QStringLiteral("Counter64")};
+// Every type a Get can read, in the order the list has always had. The Set list is the same
+// without Null and the exception values, which cannot be written.
+constexpr std::uint32_t kGetListTags[] = {
+    snmp::kTagInteger32,      snmp::kTagOctetString, snmp::kTagNull,      snmp::kTagOid,
+    snmp::kTagIpAddress,      snmp::kTagCounter32,   snmp::kTagGauge32,   snmp::kTagUnsigned32,
+    snmp::kTagTimeTicks,      snmp::kTagOpaque,      snmp::kTagCounter64, snmp::kTagNoSuchObject,
+    snmp::kTagNoSuchInstance, snmp::kTagEndOfMibView};
 
-// The wait cursor for the length of one synchronous request.
-class WaitCursor {
- public:
-  WaitCursor() { QGuiApplication::setOverrideCursor(Qt::WaitCursor); }
-  ~WaitCursor() { QGuiApplication::restoreOverrideCursor(); }
-  WaitCursor(const WaitCursor&) = delete;
-  WaitCursor& operator=(const WaitCursor&) = delete;
-};
+QStringList DataTypeNames(bool settable) {
+  QStringList names;
+  for (std::uint32_t tag : kGetListTags) {
+    if (!settable || (tag != snmp::kTagNull && tag < snmp::kTagNoSuchObject))
+      names << QString::fromStdWString(snmp::TypeNameOfTag(tag));
+  }
+  return names;
+}
 
 QString Q(const std::wstring& text) {
   return QString::fromStdWString(text);
@@ -147,7 +134,7 @@ void CGetSetPropertyPage::BuildControls() {
   get_community_ = HistoryCombo("getCommunity", get_group);
   get_ = new QPushButton(QStringLiteral("&Get"), get_group);
   get_->setObjectName(QStringLiteral("getButton"));
-  get_data_type_ = ListCombo("getDataType", kGetDataTypes, get_group);
+  get_data_type_ = ListCombo("getDataType", DataTypeNames(false), get_group);
   get_data_type_->setEnabled(false);  // shows what was read; never chosen
   get_value_ = new QLineEdit(get_group);
   get_value_->setObjectName(QStringLiteral("getValue"));
@@ -166,7 +153,7 @@ void CGetSetPropertyPage::BuildControls() {
   set_oid_ = HistoryCombo("setOid", set_group);
   set_oid_->lineEdit()->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
   set_community_ = HistoryCombo("setCommunity", set_group);
-  set_data_type_ = ListCombo("setDataType", kSetDataTypes, set_group);
+  set_data_type_ = ListCombo("setDataType", DataTypeNames(true), set_group);
   set_value_ = new QLineEdit(set_group);
   set_value_->setObjectName(QStringLiteral("setValue"));
   set_ = new QPushButton(QStringLiteral("&Set"), set_group);
@@ -264,7 +251,7 @@ void CGetSetPropertyPage::MapFields(CMessageBoxUi& ui) {
 }
 
 void CGetSetPropertyPage::OnGet() {
-  WaitCursor wait;
+  CWaitCursor wait;
   ReadControls();
   CMessageBoxUi ui(this);
   MapFields(ui);
@@ -276,7 +263,7 @@ void CGetSetPropertyPage::OnGet() {
 }
 
 void CGetSetPropertyPage::OnSet() {
-  WaitCursor wait;
+  CWaitCursor wait;
   ReadControls();
   CMessageBoxUi ui(this);
   MapFields(ui);

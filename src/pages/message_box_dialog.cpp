@@ -14,6 +14,14 @@ MessageBoxHook& Hook() {
 }
 }  // namespace
 
+CWaitCursor::CWaitCursor() {
+  QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+}
+
+CWaitCursor::~CWaitCursor() {
+  QGuiApplication::restoreOverrideCursor();
+}
+
 void SetMessageBoxHook(MessageBoxHook hook) {
   Hook() = std::move(hook);
 }

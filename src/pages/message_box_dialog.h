@@ -1,5 +1,6 @@
-// The message boxes of the pages: QMessageBox with the product name as title. Tests replace
-// the box by a hook so that nothing modal blocks an offscreen run.
+// What the pages show around an operation: message boxes (QMessageBox with the product name as
+// title; tests replace the box by a hook so that nothing modal blocks an offscreen run) and the
+// wait cursor of a request that runs on the window's thread.
 #pragma once
 
 #include <QString>
@@ -10,6 +11,15 @@
 #include "pages/operation_ui.h"
 
 namespace pages {
+
+// The wait cursor for as long as the object lives.
+class CWaitCursor {
+ public:
+  CWaitCursor();
+  ~CWaitCursor();
+  CWaitCursor(const CWaitCursor&) = delete;
+  CWaitCursor& operator=(const CWaitCursor&) = delete;
+};
 
 // Receives what would have been shown instead of a modal box (tests).
 using MessageBoxHook = std::function<void(const QString& text, MessageIcon icon)>;

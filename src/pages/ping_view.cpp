@@ -1,6 +1,5 @@
 #include "pages/ping_view.h"
 
-#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -46,10 +45,7 @@ void CPingView::StoreToApp() {
 
 void CPingView::OnPing() {
   StoreToApp();
-  QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-  struct CursorRestore {
-    ~CursorRestore() { QGuiApplication::restoreOverrideCursor(); }
-  } restore;
+  CWaitCursor wait;
   const auto& network = app_.Network();
   PingTarget target;
   target.host = app_.Ping().host;

@@ -132,34 +132,43 @@ int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response
   return content.Empty() && in.Empty() ? kBerOk : kBerTrailing;
 }
 
-std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
-                                const CSNMPMessage& request, const CSNMPMessage& response) {
-  const wchar_t* op = nullptr;
+namespace {
+
+// "Get request failed for OID '%s'. " and the like; empty for a message that is no request.
+std::wstring FailurePrefix(const CSNMPMessage& request) {
   switch (request.PduType()) {
     case kPduGetRequest:
-      op = L"Get";
-      break;
+      return L"Get request failed for OID '%s'. ";
     case kPduSetRequest:
-      op = L"Set";
-      break;
+      return L"Set request failed for OID '%s'. ";
     case kPduGetNextRequest:
-      op = L"GetNext";
-      break;
+      return L"GetNext request failed for OID '%s'. ";
     default:
       return {};
   }
-  const std::wstring prefix = std::wstring(op) + L" request failed for OID '%s'. ";
-  if (result < 0) {
-    return tvkutil::FormatN(prefix + L"Reason: '%s'.", tvkutil::kMaxLogLineLen, oid_text,
-                            InternalErrorText(result));
-  }
-  if (result > 0) {
-    const std::wstring code = tvkutil::FormatN(L"Error Code:%d, Error Index:%d", SIZE_MAX,
-                                               response.ErrorStatus(), response.ErrorIndex());
-    return tvkutil::FormatN(prefix + L"%s. ('%s').", tvkutil::kMaxLogLineLen, oid_text, code,
-                            ErrorStatusText(result));
-  }
-  return {};
+}
+
+}  // namespace
+
+std::wstring RequestFailureReasonLine(const CSNMPMessage& request, const std::wstring& oid_text,
+                                      const std::wstring& reason) {
+  const std::wstring prefix = FailurePrefix(request);
+  if (prefix.empty())
+    return {};
+  return tvkutil::FormatN(prefix + L"Reason: '%s'.", tvkutil::kMaxLogLineLen, oid_text, reason);
+}
+
+std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
+                                const CSNMPMessage& request, const CSNMPMessage& response) {
+  if (result < 0)
+    return RequestFailureReasonLine(request, oid_text, InternalErrorText(result));
+  const std::wstring prefix = FailurePrefix(request);
+  if (result == 0 || prefix.empty())
+    return {};
+  const std::wstring code = tvkutil::FormatN(L"Error Code:%d, Error Index:%d", SIZE_MAX,
+                                             response.ErrorStatus(), response.ErrorIndex());
+  return tvkutil::FormatN(prefix + L"%s. ('%s').", tvkutil::kMaxLogLineLen, oid_text, code,
+                          ErrorStatusText(result));
 }
 
 void ReportRequestFailure(int result, const std::wstring& oid_text, const CSNMPMessage& request,

@@ -31,7 +31,11 @@ std::wstring ErrorStatusText(int status);
 // error status. At most tvkutil::kMaxLogLineLen characters.
 std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
                                 const CSNMPMessage& request, const CSNMPMessage& response);
-// Hands the line above to the sink when there is one.
+// The first form with a reason text of the caller's, for failures the checks above do not know
+// (the exchange's own: time-out, no route, ...).
+std::wstring RequestFailureReasonLine(const CSNMPMessage& request, const std::wstring& oid_text,
+                                      const std::wstring& reason);
+// Hands the line of RequestFailureLine to the sink when there is one.
 void ReportRequestFailure(int result, const std::wstring& oid_text, const CSNMPMessage& request,
                           const CSNMPMessage& response, logs::IEventLineSink* sink);
 
