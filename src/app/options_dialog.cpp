@@ -7,7 +7,6 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -16,6 +15,7 @@
 #include "app/adapter_table.h"
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
+#include "pages/message_box_dialog.h"
 #include "util/numeric_edit.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -144,24 +144,17 @@ bool COptionsDialog::TakeNumber(const NumberField& field, int& out_value) {
   // other number outside the range.
   const std::int64_t value = field.edit->GetValue();
   if (value < field.minimum || value > field.maximum) {
-    Warn(QString::fromStdWString(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kRangeMessage),
-                                                  SIZE_MAX, field.minimum, field.maximum)));
+    pages::ShowMessageBox(
+        this,
+        QString::fromStdWString(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kRangeMessage),
+                                                 SIZE_MAX, field.minimum, field.maximum)),
+        pages::MessageIcon::kWarning);
     field.edit->setFocus(Qt::OtherFocusReason);
     field.edit->selectAll();
     return false;
   }
   out_value = static_cast<int>(value);
   return true;
-}
-
-void COptionsDialog::Warn(const QString& text) {
-  if (warn_) {
-    warn_(text);
-    return;
-  }
-  QMessageBox box(QMessageBox::Warning, QString::fromStdWString(CSondaraUtilityApp::ProductName()),
-                  text, QMessageBox::Ok, this);
-  box.exec();
 }
 
 void COptionsDialog::accept() {

@@ -5,8 +5,6 @@
 
 #include <QDialog>
 #include <QString>
-#include <functional>
-#include <utility>
 
 class QCheckBox;
 class QComboBox;
@@ -26,15 +24,10 @@ class COptionsDialog : public QDialog {
   Q_OBJECT
 
  public:
-  // The warning of a refused value; the default shows a warning message box over the dialog.
-  using WarningSink = std::function<void(const QString& text)>;
-
   // Offers the adapters of this run.
   explicit COptionsDialog(CSondaraUtilityApp& app, QWidget* parent = nullptr);
   // Offers the adapters of the given table (tests, or a caller that enumerated itself).
   COptionsDialog(CSondaraUtilityApp& app, CAdapterTable& adapters, QWidget* parent = nullptr);
-
-  void SetWarningSink(WarningSink sink) { warn_ = std::move(sink); }
 
   // Checks the three numbers in the order they stand; the first one out of range is reported
   // and focused, and the dialog stays open with nothing stored.
@@ -54,11 +47,9 @@ class COptionsDialog : public QDialog {
   void FillAdapterList(bool use_ipv6);
   // Reads a field; false (after the warning) when its value is out of range.
   bool TakeNumber(const NumberField& field, int& out_value);
-  void Warn(const QString& text);
 
   CSondaraUtilityApp& app_;
   CAdapterTable& adapters_;
-  WarningSink warn_;
   QCheckBox* use_ipv6_ = nullptr;
   QComboBox* adapter_list_ = nullptr;
   NumberField connect_timeout_;
