@@ -1,26 +1,28 @@
-// The settings file: defaults, every read rule, and what a save writes.
+// The folders, the settings file and the profile's network group: defaults, read rules, saves.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
-#include <functional>
+#include <map>
+#include <optional>
 
+#include "app/app_folders.h"
+#include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
 #include "snmp/type_names.h"
 #include "util/ini_file.h"
 #include "util/temp_folder.h"
-#include "util/text.h"
 
 namespace {
 
 using app::CSondaraUtilityApp;
 using app::History;
-using sondara_test::TempFolder;
+using Names = std::vector<std::wstring>;
 
 class SettingsTest : public testing::Test {
  protected:
   std::string SettingsFile() const { return dir_ / "data/Sondara/sondara.ini"; }
   std::string ProfileFile() const { return dir_ / "config/profile.ini"; }
-
   std::unique_ptr<CSondaraUtilityApp> NewApp() const {
     return std::make_unique<CSondaraUtilityApp>(SettingsFile(), ProfileFile());
   }
@@ -31,249 +33,156 @@ class SettingsTest : public testing::Test {
     a->LoadPageSettings();
     return a;
   }
-  tvkutil::CIniFile SavedFile() const {
-    tvkutil::CIniFile ini(SettingsFile());
+  static tvkutil::CIniFile Saved(const std::string& path) {
+    tvkutil::CIniFile ini(path);
     EXPECT_TRUE(ini.Load());
     return ini;
   }
 
-  TempFolder dir_;
+  sondara_test::TempFolder dir_;
 };
 
-// One binding of the trap list as "oid|type|value".
-std::wstring Binding(const CSondaraUtilityApp& a, int n) {
-  const snmp::CVarBind* vb = a.TrapVarBinds().Get(n);
-  if (vb == nullptr)
-    return L"<none>";
-  std::wstring value;
-  std::uint32_t tag = 0;
-  vb->ValueText(value, tag);
-  return vb->Name()->Text() + L"|" + snmp::TypeNameOfTag(tag) + L"|" + value;
-}
-
-void ExpectBuiltInDefaults(const CSondaraUtilityApp& a) {
-  EXPECT_EQ(a.Ping().host, L"");
-  EXPECT_EQ(a.Discovery().start_ip, L"");
-  EXPECT_EQ(a.GetSet().version, L"2c");
-  EXPECT_EQ(a.GetSet().port, 161);
-  EXPECT_EQ(a.GetSet().get_oids, History{});
-  EXPECT_EQ(a.GetSet().get_communities, (History{L"getcom", L"setcomm"}));
-  EXPECT_EQ(a.GetSet().set_communities, (History{L"setcomm", L"getcom"}));
-  EXPECT_EQ(a.GetSet().set_data_type, L"");
-  EXPECT_EQ(a.SendTrap().version, L"2c");
-  EXPECT_EQ(a.SendTrap().port, 162);
-  EXPECT_EQ(a.SendTrap().use_default, 1);
-  EXPECT_EQ(a.SendTrap().sender_oids, History{app::DefaultSenderOid()});
-  EXPECT_EQ(a.SendTrap().communities, (History{L"getcom", L"setcomm"}));
-  EXPECT_EQ(a.SendTrap().varbind_count, 0);
-  EXPECT_EQ(a.SendTrap().trap_type, L"enterpriseSpecific");
-  EXPECT_EQ(a.SendTrap().specific_type, 1);
-  EXPECT_EQ(a.TrapVarBinds().Count(), 0);
-  EXPECT_EQ(a.WalkMib().version, L"2c");
-  EXPECT_EQ(a.WalkMib().start_oid, L".1.3.6.1");
-  EXPECT_EQ(a.WalkMib().port, 161);
-  EXPECT_EQ(a.WalkMib().communities, (History{L"getcom", L"setcomm"}));
+// The trap section as "sender|sender OIDs|first community|count|type|specific|bindings...".
+std::wstring TrapState(const CSondaraUtilityApp& a) {
+  const app::SendTrapSettings& t = a.SendTrap();
+  std::wstring s = t.sender_ip + L"|" + std::to_wstring(t.sender_oids.size()) + L"|" +
+                   (t.communities.empty() ? L"" : t.communities[0]) + L"|" +
+                   std::to_wstring(t.varbind_count) + L"|" + t.trap_type + L"|" +
+                   std::to_wstring(t.specific_type);
+  for (int n = 1; n <= a.TrapVarBinds().Count(); ++n) {
+    std::wstring value;
+    std::uint32_t tag = 0;
+    a.TrapVarBinds().Get(n)->ValueText(value, tag);
+    s += L"|" + a.TrapVarBinds().Get(n)->Name()->Text() + L" " + snmp::TypeNameOfTag(tag) + L" " +
+         value;
+  }
+  return s;
 }
 
 TEST_F(SettingsTest, WithoutAFileEverythingIsDefaultAndTheFirstSaveCreatesIt) {
   auto a = NewApp();
   a->LoadPageSettings();
-  ExpectBuiltInDefaults(*a);
-  EXPECT_TRUE(app::DefaultSenderOid().starts_with(L".1.3.6.1.4.1."));
-
+  const History both{L"getcom", L"setcomm"};
+  const auto& gs = a->GetSet();
+  const auto& wm = a->WalkMib();
+  EXPECT_EQ((Names{a->Ping().host, a->Discovery().start_ip, gs.version, gs.set_data_type,
+                   a->SendTrap().version, wm.version, wm.start_oid}),
+            (Names{L"", L"", L"2c", L"", L"2c", L"2c", L".1.3.6.1"}));
+  EXPECT_EQ((std::vector<int>{gs.port, a->SendTrap().port, wm.port, a->SendTrap().use_default}),
+            (std::vector<int>{161, 162, 161, 1}));
+  EXPECT_EQ(TrapState(*a), L"|1|getcom|0|enterpriseSpecific|1");
+  EXPECT_EQ(a->SendTrap().sender_oids, History{app::DefaultSenderOid()});
+  EXPECT_EQ((std::vector<History>{gs.get_oids, gs.get_communities, gs.set_communities,
+                                  a->SendTrap().communities, wm.communities}),
+            (std::vector<History>{{}, both, {L"setcomm", L"getcom"}, both, both}));
   a->SavePageSettings();
-  ASSERT_TRUE(std::filesystem::exists(SettingsFile()));
-  auto b = NewApp();
-  b->LoadPageSettings();
-  ExpectBuiltInDefaults(*b);
-
-  // The user deleted the data folder while the program ran: the next save brings it back.
-  std::filesystem::remove_all(dir_ / "data");
+  EXPECT_EQ(Saved(SettingsFile()).KeyNames(L"sendTrap"),  // use default: nothing more is saved
+            (Names{L"IPHost", L"Version", L"Port", L"UseDefault"}));
+  std::filesystem::remove_all(dir_ / "data");  // deleted while the program ran
   a->SavePageSettings();
   EXPECT_TRUE(std::filesystem::exists(SettingsFile()));
 }
 
-struct ReadCase {
-  const char* what;
-  std::string file;
-  std::function<void(const CSondaraUtilityApp&)> check;
-};
-
-TEST_F(SettingsTest, ReadRules) {
-  const std::string long_host(200, 'h');
-  const ReadCase cases[] = {
-      {"OID history skips bad entries",
-       "[GetSet]\nGETOID-0=1.3\nGETOID-1=1.3.\nGETOID-2=1\nGETOID-3=1.a\nGETOID-4=1.3.6\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.GetSet().get_oids, (History{L"1.3", L"1.3.6"}));
-       }},
-      {"empty entry ends a history", "[GetSet]\nGETOID-0=\nGETOID-1=1.3.6\n",
-       [](const auto& a) { EXPECT_EQ(a.GetSet().get_oids, History{}); }},
-      {"invalid first OID, valid second", "[GetSet]\nSETOID-0=x\nSETOID-1=1.3.6\n",
-       [](const auto& a) { EXPECT_EQ(a.GetSet().set_oids, History{L"1.3.6"}); }},
-      {"only ten history entries are read",
-       "[walkMIB]\nWALKMIBCOMMUNITY-0=c0\nWALKMIBCOMMUNITY-1=c1\nWALKMIBCOMMUNITY-2=c2\n"
-       "WALKMIBCOMMUNITY-3=c3\nWALKMIBCOMMUNITY-4=c4\nWALKMIBCOMMUNITY-5=c5\n"
-       "WALKMIBCOMMUNITY-6=c6\nWALKMIBCOMMUNITY-7=c7\nWALKMIBCOMMUNITY-8=c8\n"
-       "WALKMIBCOMMUNITY-9=c9\nWALKMIBCOMMUNITY-10=c10\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.WalkMib().communities.size(), 10u);
-         EXPECT_EQ(a.WalkMib().communities.back(), L"c9");
-       }},
-      {"a single community stays single; an empty list is refilled",
-       "[GetSet]\nSETCOMMUNITY-0=private\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.GetSet().set_communities, History{L"private"});
-         EXPECT_EQ(a.GetSet().get_communities, (History{L"getcom", L"setcomm"}));
-       }},
-      {"version kept as written, bad version replaced",
-       "[GetSet]\nVersion=2C\n[walkMIB]\nVersion=3\n[sendTrap]\nVersion=1\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.GetSet().version, L"2C");
-         EXPECT_EQ(a.WalkMib().version, L"2c");
-         EXPECT_EQ(a.SendTrap().version, L"1");
-       }},
-      {"ports keep their low 16 bits", "[GetSet]\nPort=65697\n[walkMIB]\nPort=0\n[sendTrap]\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.GetSet().port, 161);
-         EXPECT_EQ(a.WalkMib().port, 0);
-         EXPECT_EQ(a.SendTrap().port, 162);
-       }},
-      {"discovery addresses must be IPv4 text",
-       "[Device Discovery]\nStartIP=10.0.0.300\nEndIP=1x2x3x4\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.Discovery().start_ip, L"");
-         EXPECT_EQ(a.Discovery().end_ip, L"1x2x3x4");
-       }},
-      {"long values are cut",
-       "[Ping]\nIPHost=" + long_host + "\n[GetSet]\nSetDataType=" + std::string(40, 't') + "\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.Ping().host.size(), 128u);
-         EXPECT_EQ(a.GetSet().set_data_type.size(), 31u);
-       }},
-      {"start OID is taken as read", "[walkMIB]\nStartOid=not an oid\n",
-       [](const auto& a) { EXPECT_EQ(a.WalkMib().start_oid, L"not an oid"); }},
-      {"use default stops the trap section",
-       "[sendTrap]\nVersion=1\nUseDefault=1\nSenderIP=10.0.0.1\nSENDTRAPCOMMUNITY-0=x\n"
-       "VarBindNum=1\nOID-1=1.3.6\nDataType-1=Integer32\nValue-1=5\nTrapType=coldStart\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.SendTrap().sender_ip, L"");
-         EXPECT_EQ(a.SendTrap().communities, (History{L"getcom", L"setcomm"}));
-         EXPECT_EQ(a.SendTrap().varbind_count, 0);
-         EXPECT_EQ(a.TrapVarBinds().Count(), 0);
-         EXPECT_EQ(a.SendTrap().trap_type, L"enterpriseSpecific");
-         EXPECT_EQ(a.SendTrap().sender_oids, History{app::DefaultSenderOid()});
-       }},
-      {"version 1 trap fields",
-       "[sendTrap]\nVersion=1\nUseDefault=0\nSenderIP=10.0.0.1\nSENDEROID-0=bad\n"
-       "TrapType=LINKUP\nSpecificType=65536\nVarBindNum=65\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.SendTrap().sender_ip, L"10.0.0.1");
-         EXPECT_EQ(a.SendTrap().sender_oids, History{});  // no refill
-         EXPECT_EQ(a.SendTrap().trap_type, L"LINKUP");
-         EXPECT_EQ(a.SendTrap().specific_type, 1);
-         EXPECT_EQ(a.SendTrap().varbind_count, 0);
-       }},
-      {"version 1 unknown trap type and bad sender",
-       "[sendTrap]\nVersion=1\nUseDefault=0\nSenderIP=1.2.3\nTrapType=bogus\nSpecificType=7\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.SendTrap().sender_ip, L"");
-         EXPECT_EQ(a.SendTrap().trap_type, L"enterpriseSpecific");
-         EXPECT_EQ(a.SendTrap().specific_type, 7);
-       }},
-      {"2c ignores the version 1 keys",
-       "[sendTrap]\nUseDefault=0\nSenderIP=10.0.0.1\nTrapType=coldStart\nVarBindNum=65\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.SendTrap().sender_ip, L"");
-         EXPECT_EQ(a.SendTrap().trap_type, L"enterpriseSpecific");
-         EXPECT_EQ(a.SendTrap().varbind_count, 2);
-       }},
-      {"varbinds end at the first bad entry",
-       "[sendTrap]\nUseDefault=0\nVarBindNum=7\n"
-       "OID-1=.1.3.6.1.2.1.1.3.0\nDataType-1=timeticks\nValue-1=100\n"
-       "OID-2=1.3.6.1.6.3.1.1.4.1.0\nDataType-2=Object Identifier\nValue-2=.1.3.6.1.4.1.9\n"
-       "OID-3=1.3.6.5\nDataType-3=String\nValue-3=x\n"
-       "OID-4=1.3.6.6\nDataType-4=Integer32\nValue-4=4\n",
-       [](const auto& a) {
-         EXPECT_EQ(a.SendTrap().varbind_count, 7);
-         ASSERT_EQ(a.TrapVarBinds().Count(), 2);
-         EXPECT_EQ(Binding(a, 1), L".1.3.6.1.2.1.1.3.0|Timeticks|100");
-         EXPECT_EQ(Binding(a, 2), L".1.3.6.1.6.3.1.1.4.1.0|Object Identifier|.1.3.6.1.4.1.9");
-       }},
-      {"an invalid first OID means no varbinds",
-       "[sendTrap]\nUseDefault=0\nOID-1=1.\nDataType-1=Integer32\nValue-1=1\n"
-       "OID-2=1.3.6\nDataType-2=Integer32\nValue-2=2\n",
-       [](const auto& a) { EXPECT_EQ(a.TrapVarBinds().Count(), 0); }},
-      {"an empty value ends the varbinds",
-       "[sendTrap]\nUseDefault=0\nOID-1=1.3.6\nDataType-1=Null\nValue-1=\n",
-       [](const auto& a) { EXPECT_EQ(a.TrapVarBinds().Count(), 0); }},
-      {"a damaged file keeps its readable keys",
-       std::string("\x00\xFF\xFE", 3) +
-           " garbage [[[\n=\n[Ping]\nIPHost=\x80\x81ok\n\n[GetSet\nPort=99\n\x01\x02\x03",
-       [](const auto& a) {
-         EXPECT_EQ(a.Ping().host, L"\ufffd\ufffdok");
-         EXPECT_EQ(a.GetSet().port, 99);
-       }},
-  };
-  for (const ReadCase& c : cases) {
-    SCOPED_TRACE(c.what);
-    c.check(*LoadFrom(c.file));
-  }
+TEST(SettingRulesTest, OidTextAllowsEmptyPiecesUpTo128ArcsAnd1408Characters) {
+  std::wstring arcs_128;
+  for (int i = 0; i < 128; ++i)
+    arcs_128 += L".1";
+  for (const std::wstring& ok :
+       {std::wstring(L"1..3"), arcs_128, L"1." + std::wstring(1405, '0') + L"1"})
+    EXPECT_TRUE(app::IsValidOidText(ok)) << ok.size();
+  for (const std::wstring& bad : {arcs_128 + L".1", std::wstring(L"1.3."), std::wstring(L".1"),
+                                  std::wstring(L"1.a"), L"1." + std::wstring(1406, '0') + L"1"})
+    EXPECT_FALSE(app::IsValidOidText(bad)) << bad.size();
 }
 
-// A state that touches every key of the file.
-void FillEverything(CSondaraUtilityApp& a) {
-  a.Ping().host = L"pinghost";
-  a.Discovery() = {L"10.0.0.1", L"10.0.0.20"};
-  a.GetSet().host = L"gethost";
-  a.GetSet().version = L"1";
-  a.GetSet().port = 1161;
-  a.GetSet().get_oids = {L".1.3.6.1.2.1.1.5.0", L"1.3.6.1.2.1.1.1.0"};
-  a.GetSet().get_communities = {L"public", L" spaced "};
-  a.GetSet().set_oids = {L".1.3.6.1.2.1.1.4.0"};
-  a.GetSet().set_communities = {L"private"};
-  a.GetSet().set_data_type = L"Octet String";
-  a.GetSet().set_value = L"caf\u00e9 \"quoted\"";
-  a.SendTrap().host = L"traphost";
-  a.SendTrap().version = L"1";
-  a.SendTrap().port = 1162;
-  a.SendTrap().use_default = 0;
-  a.SendTrap().sender_ip = L"192.0.2.7";
-  a.SendTrap().sender_oids = {L".1.3.6.1.4.1.99"};
-  a.SendTrap().communities = {L"trapcom"};
-  a.SendTrap().varbind_count = 2;
-  a.SendTrap().trap_type = L"linkDown";
-  a.SendTrap().specific_type = 42;
-  a.TrapVarBinds().Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::TagOfTypeName(L"Integer32"), L"1");
-  a.TrapVarBinds().Add(L".1.3.6.1.2.1.1.5.0", snmp::TagOfTypeName(L"Octet String"), L"name");
-  a.WalkMib() = {L"walkhost", L"2c", L".1.3.6.1.2", 2161, {L"walkcom"}};
+TEST_F(SettingsTest, ReadRulesOfThePageSections) {
+  std::string walk = "[walkMIB]\nVersion=3\nPort=0\n";
+  for (int i = 0; i <= 10; ++i)
+    walk += "WALKMIBCOMMUNITY-" + std::to_string(i) + "=c" + std::to_string(i) + "\n";
+  auto a =
+      LoadFrom("[Ping]\nIPHost=" + std::string(200, 'h') +
+               "\n[Device Discovery]\nStartIP=10.0.0.300\nEndIP=1x2x3x4\n"
+               "[GetSet]\nVersion=2C\nPort=65697\nGETOID-0=1.3\nGETOID-1=1.3.\nGETOID-2=1.3.6\n"
+               "GETOID-3=\nGETOID-4=1.3.7\nSETCOMMUNITY-0=private\nSetDataType=" +
+               std::string(40, 't') + "\n" + walk);
+  const auto& gs = a->GetSet();
+  EXPECT_EQ(a->Ping().host.size(), 128u);
+  EXPECT_EQ(gs.set_data_type.size(), 31u);
+  // Discovery takes the loose IPv4 pattern; a version stays as written unless it is bad.
+  EXPECT_EQ(
+      (Names{a->Discovery().start_ip, a->Discovery().end_ip, gs.version, a->WalkMib().version}),
+      (Names{L"", L"1x2x3x4", L"2C", L"2c"}));
+  EXPECT_EQ((std::vector<int>{gs.port, a->WalkMib().port}), (std::vector<int>{161, 0}));
+  EXPECT_EQ(gs.get_oids, (History{L"1.3", L"1.3.6"}));  // bad skipped, empty ends
+  EXPECT_EQ(gs.set_communities, History{L"private"});
+  EXPECT_EQ(gs.get_communities, (History{L"getcom", L"setcomm"}));  // empty list refilled
+  EXPECT_EQ(a->WalkMib().communities.size(), 10u);
+  EXPECT_EQ(a->WalkMib().communities.back(), L"c9");
+  a->WalkMib().communities.push_back(L"c10");  // the save writes ten and drops the rest
+  a->SavePageSettings();
+  EXPECT_EQ(Saved(SettingsFile()).KeyNames(L"walkMIB").back(), L"WALKMIBCOMMUNITY-9");
+}
+
+TEST_F(SettingsTest, ReadRulesOfTheTrapSection) {
+  const struct {
+    const char* what;
+    const char* file;
+    const wchar_t* state;
+  } cases[] = {
+      {"use default stops the section",
+       "[sendTrap]\nVersion=1\nUseDefault=1\nSenderIP=10.0.0.1\nSENDTRAPCOMMUNITY-0=x\n"
+       "VarBindNum=1\nOID-1=1.3.6\nDataType-1=Integer32\nValue-1=5\nTrapType=coldStart\n",
+       L"|1|getcom|0|enterpriseSpecific|1"},
+      {"version 1 fields; sender OIDs are not refilled",
+       "[sendTrap]\nVersion=1\nUseDefault=0\nSenderIP=10.0.0.1\nSENDEROID-0=bad\n"
+       "TrapType=LINKUP\nSpecificType=65536\nVarBindNum=65\n",
+       L"10.0.0.1|0|getcom|0|LINKUP|1"},
+      {"2c ignores the version 1 keys",
+       "[sendTrap]\nUseDefault=0\nSenderIP=10.0.0.1\nTrapType=coldStart\nVarBindNum=65\n",
+       L"|1|getcom|2|enterpriseSpecific|1"},
+      {"varbinds end at the first bad entry",
+       "[sendTrap]\nUseDefault=0\nVarBindNum=7\nOID-1=.1.3.6.1.2.1.1.3.0\nDataType-1=timeticks\n"
+       "Value-1=100\nOID-2=1.3.6.1.6.3.1.1.4.1.0\nDataType-2=Object Identifier\n"
+       "Value-2=.1.3.6.1.4.1.9\nOID-3=1.3.6.5\nDataType-3=String\nValue-3=x\n",
+       L"|1|getcom|7|enterpriseSpecific|1|.1.3.6.1.2.1.1.3.0 Timeticks 100"
+       L"|.1.3.6.1.6.3.1.1.4.1.0 Object Identifier .1.3.6.1.4.1.9"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(TrapState(*LoadFrom(c.file)), c.state) << c.what;
 }
 
 TEST_F(SettingsTest, SaveThenLoadGivesTheSameValuesAndKeysInOrder) {
-  auto a = NewApp();
-  FillEverything(*a);
+  auto a = LoadFrom(
+      "[Ping]\nIPHost=pinghost\n[Device Discovery]\nStartIP=10.0.0.1\nEndIP=10.0.0.20\n"
+      "[GetSet]\nIPHost=gethost\nVersion=1\nPort=1161\nGETOID-0=.1.3.6.1.2.1.1.5.0\n"
+      "GETOID-1=1.3.6.1.2.1.1.1.0\nGETOID-3=1.3.6\nGETCOMMUNITY-0=public\n"
+      "GETCOMMUNITY-1=\" spaced "
+      "\"\nSETOID-0=.1.3.6.1.2.1.1.4.0\nSETCOMMUNITY-0=private\nSetDataType=Octet String\n"
+      "SetValue=caf\xC3\xA9 \"quoted\"\n[sendTrap]\nIPHost=traphost\nVersion=1\nPort=1162\n"
+      "UseDefault=0\nSenderIP=192.0.2.7\nSENDEROID-0=.1.3.6.1.4.1.99\nSENDTRAPCOMMUNITY-0=trapcom\n"
+      "VarBindNum=2\nOID-1=.1.3.6.1.2.1.2.2.1.1.1\nDataType-1=Integer32\nValue-1=1\n"
+      "OID-2=.1.3.6.1.2.1.1.5.0\nDataType-2=Octet String\nValue-2=name\nTrapType=linkDown\n"
+      "SpecificType=42\n[walkMIB]\nIPHost=walkhost\nVersion=2c\nStartOid=.1.3.6.1.2\nPort=2161\n"
+      "WALKMIBCOMMUNITY-0=walkcom\n[Other]\nkeep=me\n");
+  EXPECT_EQ(a->GetSet().get_communities, (History{L"public", L" spaced "}));
+  EXPECT_EQ(a->GetSet().set_value, L"caf\u00e9 \"quoted\"");
+  EXPECT_EQ(TrapState(*a),
+            L"192.0.2.7|1|trapcom|2|linkDown|42|.1.3.6.1.2.1.2.2.1.1.1 Integer32 1"
+            L"|.1.3.6.1.2.1.1.5.0 Octet String name");
   a->SavePageSettings();
   const std::string first = sondara_test::ReadFile(SettingsFile());
-  for (const char* v : {"=pinghost", "=10.0.0.20", "=gethost", "=traphost", "=192.0.2.7",
-                        "=linkDown", "=walkhost", "=.1.3.6.1.2\n", "=2161", "=walkcom", "=1162"})
-    EXPECT_NE(first.find(v), std::string::npos) << v;
 
   // What is loaded back writes the same file again, so no value was lost on the way.
   auto b = NewApp();
   b->LoadPageSettings();
-  EXPECT_EQ(b->GetSet().set_value, a->GetSet().set_value);
-  EXPECT_EQ(b->GetSet().get_communities, a->GetSet().get_communities);
-  EXPECT_EQ(b->SendTrap().specific_type, 42);
-  ASSERT_EQ(b->TrapVarBinds().Count(), 2);
-  EXPECT_EQ(Binding(*b, 1), L".1.3.6.1.2.1.2.2.1.1.1|Integer32|1");
-  EXPECT_EQ(Binding(*b, 2), L".1.3.6.1.2.1.1.5.0|Octet String|name");
+  EXPECT_EQ(TrapState(*b), TrapState(*a));
   b->SavePageSettings();
   EXPECT_EQ(sondara_test::ReadFile(SettingsFile()), first);
 
-  const tvkutil::CIniFile ini = SavedFile();
-  using Names = std::vector<std::wstring>;
+  const tvkutil::CIniFile ini = Saved(SettingsFile());
   EXPECT_EQ(ini.SectionNames(),
-            (Names{L"Ping", L"Device Discovery", L"GetSet", L"sendTrap", L"walkMIB"}));
+            (Names{L"Ping", L"Device Discovery", L"GetSet", L"sendTrap", L"walkMIB", L"Other"}));
+  EXPECT_EQ(ini.KeyNames(L"Device Discovery"), (Names{L"StartIP", L"EndIP"}));
   EXPECT_EQ(
       ini.KeyNames(L"GetSet"),
       (Names{L"IPHost", L"Version", L"Port", L"GETOID-0", L"GETOID-1", L"GETCOMMUNITY-0",
@@ -284,25 +193,86 @@ TEST_F(SettingsTest, SaveThenLoadGivesTheSameValuesAndKeysInOrder) {
                    L"OID-2", L"DataType-2", L"Value-2", L"TrapType", L"SpecificType"}));
   EXPECT_EQ(ini.KeyNames(L"walkMIB"),
             (Names{L"IPHost", L"Version", L"StartOid", L"Port", L"WALKMIBCOMMUNITY-0"}));
-  EXPECT_EQ(ini.GetString(L"sendTrap", L"UseDefault", L""), L"0");
-  EXPECT_EQ(ini.GetString(L"GetSet", L"Port", L""), L"1161");
 }
 
-TEST_F(SettingsTest, SaveDropsStaleKeysCutsHistoriesAndKeepsForeignSections) {
-  auto a = LoadFrom(
-      "; written by hand\n[Other]\nkeep=me\n[GetSet]\nGETOID-5=1.3.6\n"
-      "[sendTrap]\nUseDefault=1\nOID-1=1.3.6\nDataType-1=Integer32\nValue-1=1\n");
-  for (int i = 0; i < 12; ++i)
-    a->GetSet().get_oids.push_back(L"1.3." + std::to_wstring(i));
-  a->SavePageSettings();
+TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddress) {
+  app::CAdapterTable adapters({app::MakeAdapterInfo(L"eth0", L"192.0.2.2", true, 0)},
+                              {app::MakeAdapterInfo(L"eth0", L"fe80::1%4", false, 4)});
+  const struct {
+    const char* profile;
+    std::vector<int> expected;  // use IPv6, connect, request, retries, scope id
+  } cases[] = {
+      {"[NetworkInterface Settings]\nUseIPv6=1\nAdapterName=old name[fe80::1%4]\n"
+       "ConnectTimeout=30\nRequestTimeoutMS=100\nRetries=10\n",
+       {1, 30, 100, 10, 4}},
+      {"[NetworkInterface Settings]\nConnectTimeout=0\nRequestTimeoutMS=30001\nRetries=-1\n",
+       {0, 3, 1000, 3, -1}},
+  };
+  std::filesystem::create_directories(dir_ / "config");
+  for (const auto& c : cases) {
+    sondara_test::WriteFile(ProfileFile(), c.profile);
+    auto a = NewApp();
+    a->LoadNetworkSettings(adapters);
+    const app::NetworkSettings& n = a->Network();
+    EXPECT_EQ((std::vector<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
+                                n.adapter.IsDefault() ? -1 : int(n.adapter.ipv6_scope_id)}),
+              c.expected)
+        << c.profile;
+  }
 
-  const tvkutil::CIniFile ini = SavedFile();
-  EXPECT_EQ(ini.GetString(L"Other", L"keep", L""), L"me");
-  EXPECT_EQ(ini.GetString(L"GetSet", L"GETOID-9", L""), L"1.3.9");
-  EXPECT_FALSE(ini.HasKey(L"GetSet", L"GETOID-10"));
-  EXPECT_EQ(ini.KeyNames(L"sendTrap"),
-            (std::vector<std::wstring>{L"IPHost", L"Version", L"Port", L"UseDefault"}));
-  EXPECT_TRUE(sondara_test::ReadFile(SettingsFile()).starts_with("; written by hand\n"));
+  std::filesystem::remove_all(dir_ / "config");  // the save creates it
+  auto a = NewApp();
+  a->SetAdapter(adapters.Lookup(L"eth0[192.0.2.2]", false));
+  ASSERT_TRUE(a->WriteProfileInt(L"Main Window", L"x", 40));
+  a->SaveNetworkSettings();
+  const tvkutil::CIniFile ini = Saved(ProfileFile());
+  EXPECT_EQ(
+      ini.KeyNames(L"NetworkInterface Settings"),
+      (Names{L"UseIPv6", L"AdapterName", L"ConnectTimeout", L"RequestTimeoutMS", L"Retries"}));
+  EXPECT_EQ(ini.GetString(L"NetworkInterface Settings", L"AdapterName", L""), L"eth0[192.0.2.2]");
+  EXPECT_EQ(ini.GetInt(L"main window", L"X", 0), 40);
+}
+
+// Sets environment variables (nullptr: unset) and puts the old values back afterwards.
+class ScopedEnv {
+ public:
+  void Set(const std::string& name, const char* value) {
+    const char* old = std::getenv(name.c_str());
+    if (!saved_.contains(name))
+      saved_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
+    value != nullptr ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
+  }
+  ~ScopedEnv() {
+    for (const auto& [name, old] : saved_)
+      old ? ::setenv(name.c_str(), old->c_str(), 1) : ::unsetenv(name.c_str());
+  }
+
+ private:
+  std::map<std::string, std::optional<std::string>> saved_;
+};
+
+TEST(AppFoldersTest, DataFolderComesFromTheEnvironment) {
+  sondara_test::TempFolder dir;
+  ScopedEnv env;
+  env.Set("HOME", dir.Path().c_str());
+  env.Set("XDG_CONFIG_HOME", (dir / "cfg").c_str());
+  env.Set("SONDARA_HOME", nullptr);
+  env.Set("XDG_DOCUMENTS_DIR", nullptr);
+  EXPECT_EQ(app::ComputeAppFolders().data_folder, dir / "Documents/Sondara/");
+
+  std::filesystem::create_directories(dir / "cfg");
+  sondara_test::WriteFile(dir / "cfg/user-dirs.dirs",
+                          "# comment\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
+  EXPECT_EQ(app::ComputeAppFolders().data_folder, dir / "Dokumente/Sondara/");
+
+  env.Set("XDG_DOCUMENTS_DIR", (dir / "docs").c_str());
+  const app::AppFolders f = app::ComputeAppFolders();
+  EXPECT_EQ(f.settings_file, dir / "docs/Sondara/sondara.ini");
+  EXPECT_EQ(f.profile_file, dir / "cfg/Tarvik Technologies/Sondara Utility.ini");
+  EXPECT_FALSE(std::filesystem::exists(f.data_folder));  // computing creates nothing
+
+  env.Set("SONDARA_HOME", (dir / "portable").c_str());
+  EXPECT_EQ(app::ComputeAppFolders().data_folder, dir / "portable/");
 }
 
 }  // namespace

@@ -10,21 +10,6 @@ namespace testing_support {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline Bytes Tlv(std::uint8_t tag, const Bytes& content) {
-  Bytes out{tag};
-  const std::size_t len = content.size();
-  if (len < 0x80) {
-    out.push_back(static_cast<std::uint8_t>(len));
-  } else if (len < 0x100) {
-    out.insert(out.end(), {0x81, static_cast<std::uint8_t>(len)});
-  } else {
-    out.insert(out.end(),
-               {0x82, static_cast<std::uint8_t>(len >> 8), static_cast<std::uint8_t>(len)});
-  }
-  out.insert(out.end(), content.begin(), content.end());
-  return out;
-}
-
 inline Bytes Cat(std::initializer_list<Bytes> parts) {
   Bytes out;
   for (const auto& p : parts)
@@ -32,14 +17,24 @@ inline Bytes Cat(std::initializer_list<Bytes> parts) {
   return out;
 }
 
-// Non-negative integers below 2^23 are all the tests need.
+// Definite lengths up to 0xFFFF.
+inline Bytes Tlv(std::uint8_t tag, const Bytes& content) {
+  const auto n = content.size();
+  const auto b = [](std::size_t v) { return static_cast<std::uint8_t>(v); };
+  return Cat({n < 0x80    ? Bytes{tag, b(n)}
+              : n < 0x100 ? Bytes{tag, 0x81, b(n)}
+                          : Bytes{tag, 0x82, b(n >> 8), b(n)},
+              content});
+}
+
+// Non-negative integers, shortest form.
 inline Bytes Int(std::uint32_t v) {
-  if (v < 0x80)
-    return Tlv(0x02, {static_cast<std::uint8_t>(v)});
-  if (v < 0x8000)
-    return Tlv(0x02, {static_cast<std::uint8_t>(v >> 8), static_cast<std::uint8_t>(v)});
-  return Tlv(0x02, {static_cast<std::uint8_t>(v >> 16), static_cast<std::uint8_t>(v >> 8),
-                    static_cast<std::uint8_t>(v)});
+  Bytes content;
+  do {
+    content.insert(content.begin(), static_cast<std::uint8_t>(v));
+    v >>= 8;
+  } while (v != 0 || content.front() >= 0x80);
+  return Tlv(0x02, content);
 }
 
 inline Bytes Str(std::string_view s) {

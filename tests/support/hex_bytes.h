@@ -1,6 +1,7 @@
-// Test inputs written as hex text ("30 26 02 01 00"), independent of the product's encoder.
+// Test bytes written as hex text ("30 26 02 01 00"), independent of the product's encoder.
 #pragma once
 
+#include <cctype>
 #include <cstdint>
 #include <span>
 #include <stdexcept>
@@ -10,42 +11,27 @@
 
 namespace testing_support {
 
+// Anything that is not a hex digit separates.
 inline std::vector<std::uint8_t> Hex(std::string_view text) {
-  std::vector<std::uint8_t> out;
-  int hi = -1;
+  std::string digits;
   for (char c : text) {
-    int v;
-    if (c >= '0' && c <= '9') {
-      v = c - '0';
-    } else if (c >= 'a' && c <= 'f') {
-      v = c - 'a' + 10;
-    } else if (c >= 'A' && c <= 'F') {
-      v = c - 'A' + 10;
-    } else {
-      continue;  // blanks and separators
-    }
-    if (hi < 0) {
-      hi = v;
-    } else {
-      out.push_back(static_cast<std::uint8_t>(hi * 16 + v));
-      hi = -1;
-    }
+    if (std::isxdigit(static_cast<unsigned char>(c)))
+      digits.push_back(c);
   }
-  if (hi >= 0)
+  if (digits.size() % 2 != 0)
     throw std::invalid_argument("odd number of hex digits");
+  std::vector<std::uint8_t> out;
+  for (std::size_t i = 0; i < digits.size(); i += 2)
+    out.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
   return out;
 }
 
 inline std::string ToHex(std::span<const std::uint8_t> bytes) {
   static const char kDigits[] = "0123456789abcdef";
   std::string s;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    if (i != 0)
-      s.push_back(' ');
-    s.push_back(kDigits[bytes[i] >> 4]);
-    s.push_back(kDigits[bytes[i] & 0x0F]);
-  }
-  return s;
+  for (std::uint8_t b : bytes)
+    s += {' ', kDigits[b >> 4], kDigits[b & 0x0F]};
+  return s.empty() ? s : s.substr(1);
 }
 
 }  // namespace testing_support

@@ -12,8 +12,6 @@ namespace sondara_test {
 struct RegisteredTransactionLog {
   RegisteredTransactionLog() { logs::RegisterTransactionLog(&log); }
   ~RegisteredTransactionLog() { logs::RegisterTransactionLog(nullptr); }
-  RegisteredTransactionLog(const RegisteredTransactionLog&) = delete;
-  RegisteredTransactionLog& operator=(const RegisteredTransactionLog&) = delete;
 
   // The texts of the first rows, one per message.
   std::vector<std::wstring> Messages() {

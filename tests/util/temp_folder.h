@@ -14,13 +14,11 @@ class TempFolder {
  public:
   TempFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "sondara-test-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) != nullptr)
-      path_ = pattern;
+    path_ = ::mkdtemp(pattern.data()) != nullptr ? pattern : "";
   }
   ~TempFolder() {
     std::error_code ec;
-    if (!path_.empty())
-      std::filesystem::remove_all(path_, ec);
+    std::filesystem::remove_all(path_, ec);
   }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
@@ -33,8 +31,7 @@ class TempFolder {
 };
 
 inline void WriteFile(const std::string& path, const std::string& bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << bytes;
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
 inline std::string ReadFile(const std::string& path) {

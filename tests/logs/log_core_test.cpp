@@ -1,0 +1,133 @@
+// The log cores: lines from many threads, LogEvent, row splitting and the saved file bytes.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "logs/event_log.h"
+#include "logs/log_entry_points.h"
+#include "logs/transaction_log.h"
+#include "support/hex_bytes.h"
+#include "util/string_table.h"
+#include "util/temp_folder.h"
+
+namespace {
+
+using logs::CEventLog;
+using logs::CTransactionLog;
+
+// UTF-16LE of ASCII text, built independently of the product's writer.
+std::string Utf16le(std::string_view ascii) {
+  std::string out;
+  for (char c : ascii)
+    out += {c, '\0'};
+  return out;
+}
+
+// How every saved line starts: CR LF, date, time.
+template <typename Entry>
+std::string LineStart(const Entry& e) {
+  const std::wstring s = logs::DateText(e.stamp) + L"\t" + logs::TimeText(e.stamp) + L"\t";
+  return "\r\n" + std::string(s.begin(), s.end());
+}
+
+std::vector<std::uint8_t> Bytes(std::size_t n) {
+  std::vector<std::uint8_t> v(n);
+  for (std::size_t i = 0; i < n; ++i)
+    v[i] = static_cast<std::uint8_t>(i * 7);
+  return v;
+}
+
+TEST(EventLog, FiveThousandLinesFromFourThreadsArriveInOrderPerThread) {
+  CEventLog log;
+  logs::RegisterEventLog(&log);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t] {
+      for (int i = 0; i < 1250; ++i)
+        logs::EventLogSink().AddEventLine(std::to_wstring(t) + L":" + std::to_wstring(i));
+    });
+  }
+  for (auto& th : threads)
+    th.join();
+  logs::RegisterEventLog(nullptr);
+  const std::vector<logs::CEventEntry> pending = log.CopyPending();
+  ASSERT_EQ(pending.size(), 5000U);
+  // With 5000 lines, no gaps and no repeats per thread also means nothing was lost.
+  std::vector<int> next(4, 0);
+  for (const auto& e : pending) {
+    const auto colon = e.text.find(L':');
+    ASSERT_EQ(std::stoi(e.text.substr(colon + 1)), next[std::stoul(e.text.substr(0, colon))]++)
+        << e.text;
+  }
+}
+
+TEST(TransactionLog, SplitsMessagesInto86ByteOr260CharacterRowsWithTheExtraEmptyRow) {
+  const struct {
+    std::size_t len;
+    int is_text;
+    std::vector<std::size_t> row_bytes;
+  } cases[] = {
+      {0, 0, {0}},  // an empty message still gets its row
+      {86, 0, {86, 0}}, {200, 0, {86, 86, 28}}, {260, 1, {260, 0}}, {300, 1, {260, 40}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.len << " bytes, text " << c.is_text);
+    const std::vector<std::uint8_t> data(c.len, 'a');
+    const auto rows = logs::SplitTransaction(1, L"Get", data.data(), data.size(), c.is_text);
+    ASSERT_EQ(rows.size(), c.row_bytes.size());
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+      EXPECT_EQ(rows[r].text.size(), c.row_bytes[r] * (c.is_text != 0 ? 1 : 3)) << "row " << r;
+      EXPECT_EQ(rows[r].first_row, r == 0);
+    }
+  }
+}
+
+TEST(EventLog, LogEventFormatsFromTheStringTableReachesOnlyARegisteredLogAndIsSavedAsUtf16) {
+  CEventLog log;
+  logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.1");  // dropped: nothing registered yet
+  logs::RegisterEventLog(&log);
+  logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.2");
+  logs::LogEvent(tvkutil::ids::kPingSent, std::wstring(600, L'x'));  // cut at 511 characters
+  log.MovePending();
+  logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.3");  // still pending: not saved
+  logs::RegisterEventLog(nullptr);
+  logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.4");  // dropped again
+  EXPECT_EQ(log.PendingCount(), 1U);
+  ASSERT_EQ(log.ShownCount(), 2U);
+  const std::string expected =
+      "\xFF\xFE" + Utf16le("Date      \tTime    \tEvent" + LineStart(log.Shown(0)) +
+                           "Ping command sent to IP 10.0.0.2." + LineStart(log.Shown(1)) +
+                           "Ping command sent to IP " + std::string(487, 'x'));
+  sondara_test::TempFolder dir;
+  ASSERT_TRUE(log.SaveToFile(dir / "events.txt"));
+  EXPECT_EQ(sondara_test::ReadFile(dir / "events.txt"), expected);
+}
+
+TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
+  CTransactionLog log;
+  const auto big = Bytes(200);
+  log.AddTransaction(1, L"Get", big.data(), big.size(), 0);
+  const std::vector<std::uint8_t> one = {0xAB};
+  log.AddTransaction(0, L"a-source-name-over-21", one.data(), one.size(), 0);
+  const std::string reply = "Reply from ::1: time=0ms.";
+  log.AddTransaction(7, L"Ping", reinterpret_cast<const std::uint8_t*>(reply.data()), reply.size(),
+                     1);
+  log.MovePending();
+  ASSERT_EQ(log.ShownCount(), 5U);
+  auto hex = [&](std::size_t from, std::size_t to) {
+    return testing_support::ToHex(std::span(big).subspan(from, to - from)) + " ";
+  };
+  // The source column is padded to 21; one of 26 characters still gets 5 spaces. A direction
+  // other than 0 or 1 shows none.
+  const std::string expected =
+      "\xFF\xFE" +
+      Utf16le("Date      \tTime    \tSource               \tTransaction" + LineStart(log.Shown(0)) +
+              "[Get]TX:" + std::string(13, ' ') + "\t" + hex(0, 86) + hex(86, 172) + hex(172, 200) +
+              LineStart(log.Shown(3)) + "[a-source-name-over-21]RX:" + std::string(5, ' ') +
+              "\tab " + LineStart(log.Shown(4)) + "[Ping]:" + std::string(14, ' ') + "\t" + reply);
+  EXPECT_EQ(log.SavedFileBytes(), expected);
+}
+
+}  // namespace
