@@ -12,10 +12,10 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "app/adapter_table.h"
+#include "app/message_box_dialog.h"
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
-#include "pages/message_box_dialog.h"
+#include "net/adapter_table.h"
 #include "util/numeric_edit.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -39,9 +39,10 @@ QString Text(int id) {
 }  // namespace
 
 COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, QWidget* parent)
-    : COptionsDialog(app, CAdapterTable::Instance(), parent) {}
+    : COptionsDialog(app, net::CAdapterTable::Instance(), parent) {}
 
-COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, CAdapterTable& adapters, QWidget* parent)
+COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adapters,
+                               QWidget* parent)
     : QDialog(parent), app_(app), adapters_(adapters) {
   setWindowTitle(Text(tvkutil::ids::kOptionsTitle));
   const NetworkSettings& net = app_.Network();
@@ -123,13 +124,13 @@ COptionsDialog::NumberField COptionsDialog::AddNumberField(QGridLayout* grid, in
 
 void COptionsDialog::FillAdapterList(bool use_ipv6) {
   adapter_list_->clear();
-  const std::vector<_adapterinfo>& records =
+  const std::vector<net::_adapterinfo>& records =
       use_ipv6 ? adapters_.IPv6Adapters() : adapters_.IPv4Adapters();
   // Without adapters there is nothing to choose, not even "Default"; OK then takes "Default".
   if (records.empty())
     return;
   QStringList names;
-  for (const _adapterinfo& record : records)
+  for (const net::_adapterinfo& record : records)
     names << QString::fromStdWString(record.display_name);
   // A sorted drop-down list orders without regard to case.
   std::stable_sort(names.begin(), names.end(), [](const QString& a, const QString& b) {
@@ -144,11 +145,11 @@ bool COptionsDialog::TakeNumber(const NumberField& field, int& out_value) {
   // other number outside the range.
   const std::int64_t value = field.edit->GetValue();
   if (value < field.minimum || value > field.maximum) {
-    pages::ShowMessageBox(
+    app::ShowMessageBox(
         this,
         QString::fromStdWString(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kRangeMessage),
                                                  SIZE_MAX, field.minimum, field.maximum)),
-        pages::MessageIcon::kWarning);
+        app::MessageIcon::kWarning);
     field.edit->setFocus(Qt::OtherFocusReason);
     field.edit->selectAll();
     return false;

@@ -14,10 +14,12 @@ namespace tvkutil {
 class CNumericEdit;
 class SpinButtons;
 }  // namespace tvkutil
+namespace net {
+class CAdapterTable;
+}
 
 namespace app {
 
-class CAdapterTable;
 class CSondaraUtilityApp;
 
 class COptionsDialog : public QDialog {
@@ -27,7 +29,7 @@ class COptionsDialog : public QDialog {
   // Offers the adapters of this run.
   explicit COptionsDialog(CSondaraUtilityApp& app, QWidget* parent = nullptr);
   // Offers the adapters of the given table (tests, or a caller that enumerated itself).
-  COptionsDialog(CSondaraUtilityApp& app, CAdapterTable& adapters, QWidget* parent = nullptr);
+  COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adapters, QWidget* parent = nullptr);
 
   // Checks the three numbers in the order they stand; the first one out of range is reported
   // and focused, and the dialog stays open with nothing stored.
@@ -49,7 +51,7 @@ class COptionsDialog : public QDialog {
   bool TakeNumber(const NumberField& field, int& out_value);
 
   CSondaraUtilityApp& app_;
-  CAdapterTable& adapters_;
+  net::CAdapterTable& adapters_;
   QCheckBox* use_ipv6_ = nullptr;
   QComboBox* adapter_list_ = nullptr;
   NumberField connect_timeout_;

@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-#include "app/app_folders.h"
 #include "app/setting_rules.h"
 #include "net/address.h"
 #include "snmp/type_names.h"
+#include "util/app_folders.h"
 #include "util/ini_file.h"
 #include "util/text.h"
 
@@ -89,7 +89,7 @@ std::wstring DefaultSenderOid() {
 }
 
 CSondaraUtilityApp::CSondaraUtilityApp()
-    : CSondaraUtilityApp(Folders().settings_file, Folders().profile_file) {}
+    : CSondaraUtilityApp(tvkutil::Folders().settings_file, tvkutil::Folders().profile_file) {}
 
 CSondaraUtilityApp::CSondaraUtilityApp(std::string settings_file, std::string profile_file)
     : settings_file_(std::move(settings_file)),
@@ -147,7 +147,7 @@ void CSondaraUtilityApp::SetDefaults() {
   trap_var_binds_->RemoveAll();
 }
 
-void CSondaraUtilityApp::SetAdapter(const _adapterinfo& adapter) {
+void CSondaraUtilityApp::SetAdapter(const net::_adapterinfo& adapter) {
   network_.adapter = adapter;
   network_.adapter_name = adapter.display_name;
 }
@@ -235,7 +235,7 @@ void CSondaraUtilityApp::SavePageSettings() {
   // The data folder may have been deleted while we ran; the user still expects the save.
   const std::filesystem::path parent = std::filesystem::path(settings_file_).parent_path();
   if (!parent.empty())
-    CreateFolderWithParents(parent.string());
+    tvkutil::CreateFolderWithParents(parent.string());
 
   // Start from the file as it is now, so comments and sections of others survive the save.
   CIniFile ini(settings_file_);
@@ -300,10 +300,10 @@ void CSondaraUtilityApp::SavePageSettings() {
 }
 
 void CSondaraUtilityApp::LoadNetworkSettings() {
-  LoadNetworkSettings(CAdapterTable::Instance());
+  LoadNetworkSettings(net::CAdapterTable::Instance());
 }
 
-void CSondaraUtilityApp::LoadNetworkSettings(CAdapterTable& adapters) {
+void CSondaraUtilityApp::LoadNetworkSettings(net::CAdapterTable& adapters) {
   CIniFile ini(profile_file_);
   ini.Load();
   const NetworkSettings defaults;
@@ -326,7 +326,7 @@ void CSondaraUtilityApp::LoadNetworkSettings(CAdapterTable& adapters) {
 void CSondaraUtilityApp::SaveNetworkSettings() {
   const std::filesystem::path parent = std::filesystem::path(profile_file_).parent_path();
   if (!parent.empty())
-    CreateFolderWithParents(parent.string());
+    tvkutil::CreateFolderWithParents(parent.string());
   CIniFile ini(profile_file_);
   ini.Load();
   ini.WriteInt(kNetwork, L"UseIPv6", network_.use_ipv6);
@@ -361,7 +361,7 @@ bool CSondaraUtilityApp::WriteProfileString(std::wstring_view section, std::wstr
                                             std::wstring_view value) {
   const std::filesystem::path parent = std::filesystem::path(profile_file_).parent_path();
   if (!parent.empty())
-    CreateFolderWithParents(parent.string());
+    tvkutil::CreateFolderWithParents(parent.string());
   CIniFile ini(profile_file_);
   ini.Load();
   ini.WriteString(section, entry, value);

@@ -16,87 +16,19 @@
 #include <string_view>
 #include <vector>
 
-#include "app/adapter_table.h"
+#include "app/settings.h"
 #include "snmp/var_bind_list.h"
+#include "util/profile_store.h"
 
 namespace app {
 
-using History = std::vector<std::wstring>;
-
-// The values of each page as the settings file keeps them.
-struct PingSettings {
-  std::wstring host;
-};
-
-struct DiscoverySettings {
-  std::wstring start_ip;
-  std::wstring end_ip;
-};
-
-struct GetSetSettings {
-  std::wstring host;
-  std::wstring version = L"2c";
-  std::uint16_t port = 161;
-  History get_oids;
-  History get_communities{L"getcom", L"setcomm"};
-  History set_oids;
-  // Write community first on purpose: a Set is usually meant with it.
-  History set_communities{L"setcomm", L"getcom"};
-  std::wstring set_data_type;
-  std::wstring set_value;
-};
-
-struct SendTrapSettings {
-  std::wstring host;
-  std::wstring version = L"2c";
-  std::uint16_t port = 162;
-  int use_default = 1;
-  std::wstring sender_ip;
-  History sender_oids;  // the constructor puts our enterprise arc here
-  History communities{L"getcom", L"setcomm"};
-  std::uint16_t varbind_count = 0;
-  std::wstring trap_type = L"enterpriseSpecific";
-  std::uint16_t specific_type = 1;
-};
-
-struct WalkMibSettings {
-  std::wstring host;
-  std::wstring version = L"2c";
-  std::wstring start_oid = L".1.3.6.1";
-  std::uint16_t port = 161;
-  History communities{L"getcom", L"setcomm"};
-};
-
-struct NetworkSettings {
-  int use_ipv6 = 0;
-  std::wstring adapter_name;  // the display text saved in the profile
-  _adapterinfo adapter;       // the record it selected; empty for "Default"
-  int connect_timeout_s = 3;
-  int request_timeout_ms = 1000;
-  int retries = 3;
-};
-
-// When the run began. Trap time stamps count from it.
-struct StartTime {
-  std::chrono::system_clock::time_point utc;
-  std::tm local{};
-  std::uint32_t ms_since_local_midnight = 0;
-};
-
-// Our enterprise number under .1.3.6.1.4.1, used for the default sender OID of traps.
-inline constexpr std::uint32_t kEnterpriseNumber = 59871;
-// Histories keep at most this many entries in the settings file.
-inline constexpr int kMaxHistoryEntries = 10;
-// A trap carries at most this many bindings.
-inline constexpr int kMaxTrapVarBinds = 64;
-
-class CSondaraUtilityApp {
+class CSondaraUtilityApp : public tvkutil::IProfileStore {
  public:
-  // Built-in defaults; the stores are the ones of this run (see app::Folders()).
+  // Built-in defaults; the stores are the ones of this run (see tvkutil::Folders()).
   CSondaraUtilityApp();
   // Built-in defaults over the given settings file and profile, for tests and portable use.
   CSondaraUtilityApp(std::string settings_file, std::string profile_file);
-  ~CSondaraUtilityApp();
+  ~CSondaraUtilityApp() override;
   CSondaraUtilityApp(const CSondaraUtilityApp&) = delete;
   CSondaraUtilityApp& operator=(const CSondaraUtilityApp&) = delete;
 
@@ -131,7 +63,7 @@ class CSondaraUtilityApp {
   const snmp::CVarBindList& TrapVarBinds() const { return *trap_var_binds_; }
 
   // Chooses an adapter: the record and the name saved for it.
-  void SetAdapter(const _adapterinfo& adapter);
+  void SetAdapter(const net::_adapterinfo& adapter);
 
   // The settings file. Loading without a file keeps every default; saving creates the file
   // and its folder when they are missing.
@@ -141,17 +73,17 @@ class CSondaraUtilityApp {
   // The "NetworkInterface Settings" of the profile; loading also selects the adapter record.
   // Loading uses the adapter table of this run; the overload takes another (tests).
   void LoadNetworkSettings();
-  void LoadNetworkSettings(CAdapterTable& adapters);
+  void LoadNetworkSettings(net::CAdapterTable& adapters);
   void SaveNetworkSettings();
 
   // The profile, one value at a time (window placement, page switches, column widths, last
   // folders). Each write reaches the file at once.
-  int GetProfileInt(std::wstring_view section, std::wstring_view entry, int def) const;
+  int GetProfileInt(std::wstring_view section, std::wstring_view entry, int def) const override;
   std::wstring GetProfileString(std::wstring_view section, std::wstring_view entry,
-                                std::wstring_view def) const;
-  bool WriteProfileInt(std::wstring_view section, std::wstring_view entry, int value);
+                                std::wstring_view def) const override;
+  bool WriteProfileInt(std::wstring_view section, std::wstring_view entry, int value) override;
   bool WriteProfileString(std::wstring_view section, std::wstring_view entry,
-                          std::wstring_view value);
+                          std::wstring_view value) override;
 
   const std::string& SettingsFilePath() const { return settings_file_; }
   const std::string& ProfilePath() const { return profile_file_; }
@@ -172,8 +104,5 @@ class CSondaraUtilityApp {
   NetworkSettings network_;
   std::unique_ptr<snmp::CVarBindList> trap_var_binds_;
 };
-
-// The default sender OID: the enterprises arc and our enterprise number.
-std::wstring DefaultSenderOid();
 
 }  // namespace app

@@ -34,14 +34,14 @@ LogPaneLayout EventLayout() {
                        ids::kEventLogSave,
                        ids::kEventLogFilter,
                        ids::kEventLogExtension,
-                       &app::AppFolders::event_log_folder,
+                       &tvkutil::AppFolders::event_log_folder,
                        false,
                        -1};
 }
 
 }  // namespace
 
-CEventLogView::CEventLogView(app::CSondaraUtilityApp& app, QWidget* parent)
+CEventLogView::CEventLogView(tvkutil::IProfileStore& app, QWidget* parent)
     : CLogTableView(app, EventLayout(), std::make_unique<CEventRows>(), parent),
       log_(&static_cast<CEventRows&>(Rows()).TheLog()) {}
 

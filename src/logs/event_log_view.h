@@ -7,8 +7,8 @@
 #include "logs/event_log.h"
 #include "logs/log_table_view.h"
 
-namespace app {
-class CSondaraUtilityApp;
+namespace tvkutil {
+class IProfileStore;
 }
 
 namespace logs {
@@ -17,7 +17,7 @@ class CEventLogView : public CLogTableView {
   Q_OBJECT
 
  public:
-  explicit CEventLogView(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
+  explicit CEventLogView(tvkutil::IProfileStore& app, QWidget* parent = nullptr);
   ~CEventLogView() override;
 
   // Any thread.

@@ -23,6 +23,18 @@ class CForwardingSink : public IEventLineSink {
   void AddEventLine(const std::wstring& line) override { LogEventLine(line); }
 };
 
+class CTransactionForwardingSink : public ITransactionSink {
+ public:
+  void LogDatagram(std::int32_t direction, std::wstring_view source,
+                   std::span<const std::uint8_t> bytes, const DatagramEnds&) override {
+    LogTransaction(direction, source, bytes.data(), bytes.size(), 0);
+  }
+  void LogText(std::int32_t direction, std::wstring_view source, std::string_view text) override {
+    LogTransaction(direction, source, reinterpret_cast<const std::uint8_t*>(text.data()),
+                   text.size(), 1);
+  }
+};
+
 }  // namespace
 
 void RegisterEventLog(CEventLog* log) {
@@ -61,6 +73,11 @@ void LogTransaction(std::int32_t direction, std::wstring_view source, const std:
 
 IEventLineSink& EventLogSink() {
   static CForwardingSink sink;
+  return sink;
+}
+
+ITransactionSink& TransactionLogSink() {
+  static CTransactionForwardingSink sink;
   return sink;
 }
 

@@ -14,9 +14,10 @@
 #include <algorithm>
 #include <string>
 
-#include "app/sondara_utility_app.h"
+#include "app/message_box_dialog.h"
+#include "app/save_file_dialog.h"
 #include "logs/utf16_file.h"
-#include "pages/message_box_dialog.h"
+#include "util/profile_store.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -25,134 +26,22 @@ namespace logs {
 namespace {
 
 constexpr int kTickMs = 100;
-constexpr int kDefaultColumnWidth = 120;
-constexpr wchar_t kSaveFolderKey[] = L"SaveResultsPath";
 
 QString Text(int id) {
   return QString::fromStdWString(tvkutil::LoadString(id));
 }
 
-// The table keeps filters as "Text Files (*.txt)|*.txt|": the descriptions already name their
-// patterns, which is all a Qt filter needs.
-QString QtFilter(const QString& pairs) {
-  const QStringList parts = pairs.split(QLatin1Char('|'));
-  QStringList filters;
-  for (qsizetype i = 0; i + 1 < parts.size(); i += 2)
-    filters << parts[i];
-  return filters.join(QStringLiteral(";;"));
-}
-
-QString RunSaveDialog(QWidget* parent, const QString& folder, const QString& filter,
-                      const QString& suffix) {
-  QFileDialog dialog(parent, QString(), folder, filter);
-  dialog.setAcceptMode(QFileDialog::AcceptSave);  // asks before overwriting
-  dialog.setFileMode(QFileDialog::AnyFile);
-  dialog.setDefaultSuffix(suffix);
-  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-    return {};
-  return dialog.selectedFiles().constFirst();
-}
-
-CLogTableView::SaveDialog& SaveDialogFn() {
-  static CLogTableView::SaveDialog fn = RunSaveDialog;
-  return fn;
-}
-
 }  // namespace
 
-// Rows are produced on demand from the core log. The model keeps its own row count so that
-// the view sees removals and insertions one step at a time after the core has moved on.
-class CLogTableModel : public QAbstractTableModel {
- public:
-  CLogTableModel(ILogRows& rows, const LogPaneLayout& layout, QObject* parent)
-      : QAbstractTableModel(parent), rows_(rows), layout_(layout) {
-    for (int id : layout.column_ids)
-      headers_ << Text(id);
-    fixed_font_ = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  }
-
-  int rowCount(const QModelIndex& parent) const override { return parent.isValid() ? 0 : count_; }
-  int columnCount(const QModelIndex& parent) const override {
-    return parent.isValid() ? 0 : static_cast<int>(headers_.size());
-  }
-
-  QVariant data(const QModelIndex& index, int role) const override {
-    if (!index.isValid() || index.row() < removing_ || index.row() >= count_)
-      return {};
-    const auto row = static_cast<std::size_t>(index.row() - removing_);
-    switch (role) {
-      case Qt::DisplayRole:
-        return rows_.CellText(row, index.column());
-      case Qt::ToolTipRole:
-        // Long lines are cut at the pane's edge; the tip shows them whole.
-        if (index.column() == columnCount({}) - 1)
-          return rows_.CellText(row, index.column());
-        return {};
-      case Qt::ForegroundRole:
-        return layout_.white_on_black ? QVariant(QColor(Qt::white)) : QVariant();
-      case Qt::BackgroundRole:
-        return layout_.white_on_black ? QVariant(QColor(Qt::black)) : QVariant();
-      case Qt::FontRole:
-        return index.column() == layout_.fixed_font_column ? QVariant(fixed_font_) : QVariant();
-      default:
-        return {};
-    }
-  }
-
-  QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
-    if (orientation != Qt::Horizontal || section < 0 || section >= headers_.size())
-      return {};
-    if (role == Qt::DisplayRole)
-      return headers_[section];
-    if (role == Qt::TextAlignmentRole)
-      return QVariant::fromValue(Qt::Alignment(Qt::AlignLeft | Qt::AlignVCenter));
-    return {};
-  }
-
-  // After the core moved pending rows in: the oldest went from the front, the new ones came at
-  // the end. Telling the view exactly that keeps a full log cheap to update.
-  void Apply(const LogTickResult& change) {
-    const int removed = static_cast<int>(change.removed_front);
-    const int appended = static_cast<int>(change.appended);
-    if (removed > 0) {
-      // Until the view has dropped them, the gone rows still occupy the front.
-      removing_ = removed;
-      beginRemoveRows({}, 0, removed - 1);
-      count_ -= removed;
-      removing_ = 0;
-      endRemoveRows();
-    }
-    if (appended > 0) {
-      beginInsertRows({}, count_, count_ + appended - 1);
-      count_ += appended;
-      endInsertRows();
-    }
-  }
-
-  void Reset() {
-    beginResetModel();
-    rows_.Reset();
-    count_ = 0;
-    endResetModel();
-  }
-
- private:
-  ILogRows& rows_;
-  const LogPaneLayout& layout_;
-  QStringList headers_;
-  QFont fixed_font_;
-  int count_ = 0;     // rows the view knows of
-  int removing_ = 0;  // rows at the front the core has dropped and the view not yet
-};
-
-void CLogTableView::SetSaveDialog(SaveDialog dialog) {
-  SaveDialogFn() = dialog ? std::move(dialog) : SaveDialog(RunSaveDialog);
-}
-
-CLogTableView::CLogTableView(app::CSondaraUtilityApp& app, LogPaneLayout layout,
+CLogTableView::CLogTableView(tvkutil::IProfileStore& profile, LogPaneLayout layout,
                              std::unique_ptr<ILogRows> rows, QWidget* parent)
-    : QWidget(parent), app_(app), layout_(std::move(layout)), rows_(std::move(rows)) {
-  model_ = new CLogTableModel(*rows_, layout_, this);
+    : QWidget(parent), profile_(profile), layout_(std::move(layout)), rows_(std::move(rows)) {
+  QStringList headers;
+  for (int id : layout_.column_ids)
+    headers << Text(id);
+  model_ = new app::CPolledTableModel(
+      *rows_, headers, app::TableLook{layout_.white_on_black, layout_.fixed_font_column, true},
+      this);
   table_ = new QTableView(this);
   table_->setObjectName(QString::fromLatin1(layout_.object_name));
   table_->setModel(model_);
@@ -180,13 +69,7 @@ CLogTableView::CLogTableView(app::CSondaraUtilityApp& app, LogPaneLayout layout,
   columns->setSectionsClickable(false);  // the logs are never sorted
   columns->setHighlightSections(false);
   columns->setStretchLastSection(true);
-  for (int i = 0; i < layout_.stored_widths; ++i) {
-    int width =
-        app_.GetProfileInt(layout_.profile_section, std::to_wstring(i), kDefaultColumnWidth);
-    if (width < 0)
-      width = kDefaultColumnWidth;
-    columns->resizeSection(i, width);
-  }
+  app::RestoreColumnWidths(table_, profile_, layout_.profile_section, layout_.stored_widths);
 
   if (layout_.white_on_black) {
     // The area below the last row matches the rows.
@@ -212,9 +95,7 @@ CLogTableView::CLogTableView(app::CSondaraUtilityApp& app, LogPaneLayout layout,
 
 CLogTableView::~CLogTableView() {
   timer_->stop();
-  QHeaderView* columns = table_->horizontalHeader();
-  for (int i = 0; i < layout_.stored_widths; ++i)
-    app_.WriteProfileInt(layout_.profile_section, std::to_wstring(i), columns->sectionSize(i));
+  app::StoreColumnWidths(table_, profile_, layout_.profile_section, layout_.stored_widths);
   // The table goes before the log whose rows it shows.
   delete table_;
   table_ = nullptr;
@@ -224,43 +105,34 @@ void CLogTableView::Tick() {
   const LogTickResult change = rows_->MovePending();
   if (change.removed_front == 0 && change.appended == 0)
     return;
-  model_->Apply(change);
+  model_->Apply(change.removed_front, change.appended);
   table_->scrollToBottom();
 }
 
 void CLogTableView::ResetLog() {
-  model_->Reset();
+  model_->Reset([this] { rows_->Reset(); });
 }
 
 void CLogTableView::SaveWithDialog() {
-  const std::wstring stored = app_.GetProfileString(layout_.profile_section, kSaveFolderKey, L"");
-  const std::filesystem::path folder =
-      logs::InitialSaveFolder(std::filesystem::path(tvkutil::ToUtf8(stored)),
-                              std::filesystem::path(app::Folders().*layout_.log_folder));
-
   // The timer waits while the dialog is open: lines logged meanwhile queue up and appear once
   // the file is written, so the file holds what was shown when the user chose Save.
   timer_->stop();
-  const QString path =
-      SaveDialogFn()(this, QString::fromStdString(folder.string()),
-                     QtFilter(Text(layout_.filter_id)), Text(layout_.extension_id));
-  if (!path.isEmpty()) {
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    const QString chosen_folder = slash < 0 ? QString() : path.left(slash);
-    app_.WriteProfileString(layout_.profile_section, kSaveFolderKey, chosen_folder.toStdWString());
+  const QString path = app::AskSavePath(this, profile_, layout_.profile_section,
+                                        tvkutil::Folders().*layout_.log_folder, layout_.filter_id,
+                                        layout_.extension_id);
+  if (!path.isEmpty())
     SaveTo(path);
-  }
   timer_->start();
 }
 
 bool CLogTableView::SaveTo(const QString& path) {
   if (rows_->SaveToFile(std::filesystem::path(path.toStdString())))
     return true;
-  pages::ShowMessageBox(
+  app::ShowMessageBox(
       this,
       QString::fromStdWString(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
                                                SIZE_MAX, path.toStdWString())),
-      pages::MessageIcon::kWarning);
+      app::MessageIcon::kWarning);
   return false;
 }
 

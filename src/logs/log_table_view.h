@@ -13,28 +13,27 @@
 #include <string>
 #include <vector>
 
-#include "app/app_folders.h"
+#include "app/results_table_view.h"
 #include "logs/log_queue.h"
+#include "util/app_folders.h"
 
 class QMenu;
 class QTableView;
 class QTimer;
 
-namespace app {
-class CSondaraUtilityApp;
+namespace tvkutil {
+class IProfileStore;
 }
 
 namespace logs {
 
 // A core log as the pane sees it. Implementations own their log and register it with the entry
 // points for as long as they live.
-class ILogRows {
+class ILogRows : public app::ITableRows {
  public:
-  virtual ~ILogRows() = default;
   virtual LogTickResult MovePending() = 0;
   virtual void Reset() = 0;
   virtual std::size_t ShownCount() const = 0;
-  virtual QString CellText(std::size_t row, int column) const = 0;
   [[nodiscard]] virtual bool SaveToFile(const std::filesystem::path& path) const = 0;
 };
 
@@ -70,23 +69,15 @@ struct LogPaneLayout {
   int save_id;
   int filter_id;  // "Text Files (*.txt)|*.txt|"
   int extension_id;
-  std::string app::AppFolders::*log_folder;  // initial folder when none was used yet
-  bool white_on_black;                       // every row drawn white text on black
-  int fixed_font_column;                     // column shown in the fixed-pitch font, -1 for none
+  std::string tvkutil::AppFolders::*log_folder;  // initial folder when none was used yet
+  bool white_on_black;                           // every row drawn white text on black
+  int fixed_font_column;  // column shown in the fixed-pitch font, -1 for none
 };
-
-class CLogTableModel;
 
 class CLogTableView : public QWidget {
   Q_OBJECT
 
  public:
-  // Asks for the file to save to, starting in `folder`; empty when cancelled. Tests replace it
-  // so that no modal dialog opens.
-  using SaveDialog = std::function<QString(QWidget* parent, const QString& folder,
-                                           const QString& filter, const QString& suffix)>;
-  static void SetSaveDialog(SaveDialog dialog);
-
   ~CLogTableView() override;
 
   QTableView* Table() const { return table_; }
@@ -103,8 +94,8 @@ class CLogTableView : public QWidget {
   std::unique_ptr<QMenu> BuildContextMenu();
 
  protected:
-  CLogTableView(app::CSondaraUtilityApp& app, LogPaneLayout layout, std::unique_ptr<ILogRows> rows,
-                QWidget* parent);
+  CLogTableView(tvkutil::IProfileStore& profile, LogPaneLayout layout,
+                std::unique_ptr<ILogRows> rows, QWidget* parent);
 
   ILogRows& Rows() const { return *rows_; }
 
@@ -114,10 +105,10 @@ class CLogTableView : public QWidget {
   void ShowContextMenu(const QPoint& global_pos);
   void OpenMenuFromKeyboard();
 
-  app::CSondaraUtilityApp& app_;
+  tvkutil::IProfileStore& profile_;
   const LogPaneLayout layout_;
   std::unique_ptr<ILogRows> rows_;
-  CLogTableModel* model_ = nullptr;
+  app::CPolledTableModel* model_ = nullptr;
   QTableView* table_ = nullptr;
   QTimer* timer_ = nullptr;
 };

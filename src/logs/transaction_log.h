@@ -12,11 +12,10 @@
 
 #include "logs/log_queue.h"
 #include "logs/log_time.h"
+#include "logs/transaction_sink.h"
 
 namespace logs {
 
-inline constexpr std::int32_t kDirectionReceived = 0;
-inline constexpr std::int32_t kDirectionSent = 1;
 // Bytes per row: 86 bytes make 258 hex characters; text rows take 260 bytes.
 inline constexpr std::size_t kHexRowBytes = 86;
 inline constexpr std::size_t kTextRowBytes = 260;

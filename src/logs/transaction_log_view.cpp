@@ -42,14 +42,14 @@ LogPaneLayout TransactionLayout() {
       ids::kTransactionLogSave,
       ids::kTransactionLogFilter,
       ids::kTransactionLogExtension,
-      &app::AppFolders::transaction_log_folder,
+      &tvkutil::AppFolders::transaction_log_folder,
       true,
       kTextColumn};
 }
 
 }  // namespace
 
-CTransactionLogView::CTransactionLogView(app::CSondaraUtilityApp& app, QWidget* parent)
+CTransactionLogView::CTransactionLogView(tvkutil::IProfileStore& app, QWidget* parent)
     : CLogTableView(app, TransactionLayout(), std::make_unique<CTransactionRows>(), parent),
       log_(&static_cast<CTransactionRows&>(Rows()).TheLog()) {}
 

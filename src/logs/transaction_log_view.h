@@ -10,8 +10,8 @@
 #include "logs/log_table_view.h"
 #include "logs/transaction_log.h"
 
-namespace app {
-class CSondaraUtilityApp;
+namespace tvkutil {
+class IProfileStore;
 }
 
 namespace logs {
@@ -20,7 +20,7 @@ class CTransactionLogView : public CLogTableView {
   Q_OBJECT
 
  public:
-  explicit CTransactionLogView(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
+  explicit CTransactionLogView(tvkutil::IProfileStore& app, QWidget* parent = nullptr);
   ~CTransactionLogView() override;
 
   // Any thread.

@@ -16,8 +16,6 @@
 #include <chrono>
 #include <cstring>
 
-#include "logs/log_entry_points.h"
-#include "logs/transaction_log.h"
 #include "net/address.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -319,12 +317,6 @@ class CEchoSocket {
   std::uint16_t identifier_ = 0;
 };
 
-void LogText(std::int32_t direction, std::wstring_view source, const std::wstring& text) {
-  const std::string bytes = tvkutil::ToUtf8(text);
-  logs::LogTransaction(direction, source, reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                       bytes.size(), 1);
-}
-
 // The attempts loop both families share: up to retries + 1 echoes, stopping at the first
 // that got an answer. Only a good answer counts as received; every attempt timing out, or an
 // error about the echo, both read as "not received".
@@ -342,7 +334,8 @@ EchoResult EchoWithRetries(CEchoSocket& socket, const sockaddr_storage& dest, so
 // One ping as both families log it: the sent row, the echoes, the outcome row. The IPv6 reply
 // row carries no data size.
 bool PingAndLog(const sockaddr_storage& dest, socklen_t dest_len, const std::wstring& text,
-                int timeout_ms, int retries, std::wstring_view source) {
+                int timeout_ms, int retries, std::wstring_view source,
+                logs::ITransactionSink& sink) {
   if (!g_icmp_loaded)
     return false;
   CEchoSocket socket(dest.ss_family);
@@ -352,7 +345,7 @@ bool PingAndLog(const sockaddr_storage& dest, socklen_t dest_len, const std::wst
   const auto line = [](int id, const auto&... args) {
     return tvkutil::FormatN(tvkutil::LoadString(id), SIZE_MAX, args...);
   };
-  LogText(logs::kDirectionSent, source, line(ids::kPingSent, text));
+  sink.LogText(logs::kDirectionSent, source, tvkutil::ToUtf8(line(ids::kPingSent, text)));
   const EchoResult r = EchoWithRetries(socket, dest, dest_len, timeout_ms, retries);
   const bool ok = r.status == kEchoSuccess;
   std::wstring outcome = line(ids::kPingNoReply, text);
@@ -360,7 +353,7 @@ bool PingAndLog(const sockaddr_storage& dest, socklen_t dest_len, const std::wst
     outcome = line(ids::kPingReplyIPv4, text, r.data_size, r.round_trip_ms);
   else if (ok)
     outcome = line(ids::kPingReplyIPv6, text, r.round_trip_ms);
-  LogText(logs::kDirectionReceived, source, outcome);
+  sink.LogText(logs::kDirectionReceived, source, tvkutil::ToUtf8(outcome));
   return ok;
 }
 
@@ -380,21 +373,23 @@ bool IcmpLoaded() {
   return g_icmp_loaded;
 }
 
-bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source) {
+bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source,
+              logs::ITransactionSink& sink) {
   sockaddr_storage dest{};
   auto& dest4 = reinterpret_cast<sockaddr_in&>(dest);
   dest4.sin_family = AF_INET;
   dest4.sin_addr.s_addr = address;
   std::wstring text;
   AddressToDotted(address, text);
-  return PingAndLog(dest, sizeof(sockaddr_in), text, timeout_ms, retries, source);
+  return PingAndLog(dest, sizeof(sockaddr_in), text, timeout_ms, retries, source, sink);
 }
 
-bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source) {
+bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source,
+              logs::ITransactionSink& sink) {
   sockaddr_storage dest{};
   if (!ParseIPv6Address(address, reinterpret_cast<sockaddr_in6&>(dest)))
     return false;
-  return PingAndLog(dest, sizeof(sockaddr_in6), address, timeout_ms, retries, source);
+  return PingAndLog(dest, sizeof(sockaddr_in6), address, timeout_ms, retries, source, sink);
 }
 
 }  // namespace net

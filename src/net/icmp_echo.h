@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "logs/transaction_sink.h"
+
 namespace net {
 
 // Every echo carries these 14 bytes and goes out with time to live 64.
@@ -37,13 +39,15 @@ bool IcmpLoaded();
 // Sends up to retries + 1 echoes to `address` (IPv4, network byte order), each waiting up to
 // timeout_ms, and stops at the first reply. Logs "Ping command sent to IP %s." as sent text
 // and the outcome ("Reply from %s: bytes=%d time=%dms." or "Reply from %s not received.") as
-// received text in the transaction log under `source`. True when a good reply came back; an
+// received text to `sink` under `source`. True when a good reply came back; an
 // ICMP error about the echo (unreachable, time exceeded) counts as no reply. False without any
 // log row when ICMP is not loaded or no socket can be opened.
-bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source);
+bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source,
+              logs::ITransactionSink& sink);
 
 // The same for an IPv6 address text ("%scope" allowed). The reply row reads
 // "Reply from %s: time=%dms.". False without a log row when the text is not an IPv6 address.
-bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source);
+bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source,
+              logs::ITransactionSink& sink);
 
 }  // namespace net

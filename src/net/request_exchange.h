@@ -1,10 +1,12 @@
-// The request exchange every SNMP page runs: encode, send, wait, retry, log, decode.
+// One request from start to end: resolve, open, encode, send, wait, retry, log, decode, close.
+// For operations that make a single request; see CSnmpRequester for the pieces.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "logs/transaction_sink.h"
 #include "net/snmp_internal_error.h"
 #include "net/udp_session.h"
 #include "snmp/snmp_message.h"
@@ -15,8 +17,8 @@ namespace net {
 // host:port and, for get, get-next and set, waits for the agent's answer.
 //
 // Get/GetNext/Set: the message is sent up to settings.retries + 1 times, each try followed by
-// a full settings.request_timeout_ms wait; every datagram sent and the one received go to the
-// transaction log under `source`. The answer is then decoded into `response` (a fresh message
+// a full settings.request_timeout_ms wait; every datagram sent and the one received go to
+// `sink` under `source`. The answer is then decoded into `response` (a fresh message
 // of the response type) and checked against the request; the result of that check is
 // returned: 0, the agent's error status, or a negative check code (see ValidateResponse).
 //
@@ -26,6 +28,7 @@ namespace net {
 // encodable, -5 not all bytes sent, -6 no answer after all tries.
 int ExchangeRequest(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
                     std::wstring_view source, snmp::CSNMPMessage& request,
-                    snmp::CSNMPMessage& response, IUdpSocketOps* ops = nullptr);
+                    snmp::CSNMPMessage& response, logs::ITransactionSink& sink,
+                    IUdpSocketOps* ops = nullptr);
 
 }  // namespace net

@@ -85,6 +85,10 @@ int CUdpSession::Open() {
     return kSnmpBindError;
   }
   open_ = true;
+  ends_.local = {};
+  socklen_t bound_len = sizeof ends_.local;
+  if (ops_.SockName(fd_, reinterpret_cast<sockaddr*>(&ends_.local), &bound_len) != 0)
+    ends_.local = {};
   return 0;
 }
 
@@ -107,6 +111,7 @@ void CUdpSession::SetPeer() {
     p4.sin_addr.s_addr = ipv4_address_;
     peer_len_ = sizeof(sockaddr_in);
   }
+  ends_.remote = peer_;
 }
 
 std::int32_t CUdpSession::Send(const std::uint8_t* data, std::int32_t len) {

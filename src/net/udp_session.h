@@ -8,7 +8,8 @@
 #include <cstdint>
 #include <string>
 
-#include "app/adapter_table.h"
+#include "logs/transaction_sink.h"
+#include "net/adapter_table.h"
 #include "net/udp_socket_ops.h"
 
 namespace net {
@@ -18,7 +19,7 @@ struct UdpSettings {
   bool use_ipv6 = false;          // IPv6 socket and resolver instead of IPv4
   int request_timeout_ms = 1000;  // each wait for an answer
   int retries = 3;                // sends after the first when no answer comes
-  app::_adapterinfo adapter;      // the local address to bind to; empty record: any
+  net::_adapterinfo adapter;      // the local address to bind to; empty record: any
 };
 
 // Receive modes: one datagram, or datagrams appended until the buffer is full.
@@ -56,6 +57,8 @@ class CUdpSession {
   void Close();
 
   bool IsOpen() const { return open_; }
+  // Our bound address and the peer's, for the transaction log.
+  const logs::DatagramEnds& Ends() const { return ends_; }
   const std::wstring& Host() const { return host_; }
   std::uint16_t Port() const { return port_; }
 
@@ -71,9 +74,10 @@ class CUdpSession {
   std::wstring ipv6_text_;          // resolved numeric text with its scope
   std::uint16_t port_;
   int timeout_ms_;
-  app::_adapterinfo adapter_;
+  net::_adapterinfo adapter_;
   sockaddr_storage peer_{};
   socklen_t peer_len_ = 0;
+  logs::DatagramEnds ends_;
 };
 
 }  // namespace net

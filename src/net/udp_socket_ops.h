@@ -23,6 +23,10 @@ class IUdpSocketOps {
   // Waits until a datagram can be read: >0 readable, 0 timed out, <0 failed.
   virtual int WaitReadable(int fd, int timeout_ms) = 0;
   virtual void Close(int fd) = 0;
+  // The address the socket is bound to (for the transaction log); 0 or -1 as getsockname.
+  virtual int SockName(int fd, sockaddr* addr, socklen_t* addr_len) {
+    return ::getsockname(fd, addr, addr_len);
+  }
 };
 
 IUdpSocketOps& PosixUdpSocketOps();

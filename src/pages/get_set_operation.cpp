@@ -5,8 +5,8 @@
 #include "app/setting_rules.h"
 #include "net/address.h"
 #include "net/request_exchange.h"
-#include "net/snmp_internal_error.h"
 #include "pages/history.h"
+#include "pages/operation_common.h"
 #include "snmp/response_check.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
@@ -14,63 +14,13 @@
 
 namespace pages {
 
-namespace {
-
-constexpr std::uint32_t kMaxPort = 65535;
-
-// The port box holds digits only; anything else, nothing at all or a number past 65535 is
-// refused with the range message.
-bool ReadPort(const std::wstring& text, std::uint16_t& out_port) {
-  if (text.empty() || text.size() > 5)
-    return false;
-  std::uint32_t value = 0;
-  for (wchar_t ch : text) {
-    if (ch < L'0' || ch > L'9')
-      return false;
-    value = value * 10 + static_cast<std::uint32_t>(ch - L'0');
-  }
-  if (value > kMaxPort)
-    return false;
-  out_port = static_cast<std::uint16_t>(value);
-  return true;
-}
-
-bool Refuse(IOperationUi& ui, int string_id, int field) {
-  ui.ShowMessage(tvkutil::LoadString(string_id), MessageIcon::kWarning, field);
-  return false;
-}
-
-}  // namespace
-
 std::wstring FailedResultText() {
   return tvkutil::LoadString(tvkutil::ids::kFailedSeeEventLog);
 }
 
-bool IsValidSetValueText(std::uint32_t tag, const std::wstring& text) {
-  if (text.empty() || tag < snmp::kTagInteger32 || tag > snmp::kTagUnsigned32)
-    return false;
-  switch (tag) {
-    case snmp::kTagInteger32:
-    case snmp::kTagOctetString:
-    case snmp::kTagNull:
-    case snmp::kTagCounter32:
-    case snmp::kTagGauge32:
-    case snmp::kTagTimeTicks:
-    case snmp::kTagOpaque:
-    case snmp::kTagCounter64:
-    case snmp::kTagUnsigned32:
-      return true;
-    case snmp::kTagOid:
-      return app::IsValidOidText(text);
-    case snmp::kTagIpAddress:
-      return net::IsValidIPv4Text(text);
-    default:
-      return false;
-  }
-}
-
-CGetSetOperation::CGetSetOperation(const app::GetSetSettings& stored, logs::IEventLineSink* sink)
-    : sink_(sink) {
+CGetSetOperation::CGetSetOperation(const app::GetSetSettings& stored, logs::IEventLineSink& events,
+                                   logs::ITransactionSink& transactions)
+    : events_(events), transactions_(transactions) {
   form_.host = stored.host;
   form_.version = stored.version;
   form_.port_text = std::to_wstring(stored.port);
@@ -88,18 +38,15 @@ CGetSetOperation::CGetSetOperation(const app::GetSetSettings& stored, logs::IEve
   form_.set_value = stored.set_value;
 }
 
-bool CGetSetOperation::Validate(GetSetMode mode, IOperationUi& ui) {
+bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
   using namespace tvkutil::ids;
   mode_ = mode;
   if (form_.host.empty())
     return Refuse(ui, kEnterValidHost, kFieldHost);
   if (form_.version.empty())
     return Refuse(ui, kSelectVersion, kFieldVersion);
-  if (!ReadPort(form_.port_text, port_)) {
-    ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(kRangeMessage), SIZE_MAX, 0, kMaxPort),
-                   MessageIcon::kWarning, kFieldPort);
-    return false;
-  }
+  if (!ReadPort(form_.port_text, port_))
+    return RefuseRange(ui, 0, kMaxPort, kFieldPort);
   if (mode == GetSetMode::kGet) {
     if (!app::IsValidOidText(form_.get_oid))
       return Refuse(ui, kEnterValidGetOid, kFieldGetOid);
@@ -113,12 +60,12 @@ bool CGetSetOperation::Validate(GetSetMode mode, IOperationUi& ui) {
     return Refuse(ui, kEnterSetCommunity, kFieldSetCommunity);
   if (form_.set_data_type.empty())
     return Refuse(ui, kSelectSetDataType, kFieldSetDataType);
-  if (!IsValidSetValueText(snmp::TagOfTypeName(form_.set_data_type), form_.set_value))
+  if (!IsValidValueText(snmp::TagOfTypeName(form_.set_data_type), form_.set_value))
     return Refuse(ui, kEnterValidSetValue, kFieldSetValue);
   return true;
 }
 
-RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, IOperationUi& ui,
+RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, app::IOperationUi& ui,
                                      net::IUdpSocketOps* ops) {
   if (!Validate(GetSetMode::kGet, ui))
     return RequestOutcome::kRefused;
@@ -126,7 +73,7 @@ RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, IOperatio
   return Run(settings, ops);
 }
 
-RequestOutcome CGetSetOperation::Set(const net::UdpSettings& settings, IOperationUi& ui,
+RequestOutcome CGetSetOperation::Set(const net::UdpSettings& settings, app::IOperationUi& ui,
                                      net::IUdpSocketOps* ops) {
   if (!Validate(GetSetMode::kSet, ui))
     return RequestOutcome::kRefused;
@@ -150,23 +97,16 @@ RequestOutcome CGetSetOperation::Run(const net::UdpSettings& settings, net::IUdp
   snmp::CSNMPMessage response(snmp::kPduResponse);
 
   int result = 0;
-  std::wstring reason;  // set for the exchange's own failures, which the codec has no text for
-  try {
-    result = net::ExchangeRequest(form_.host, port_, settings, get ? L"Get" : L"Set", request,
-                                  response, ops);
-  } catch (net::SNMPINTERNALERROR code) {
-    reason = net::SnmpInternalErrorText(code, form_.host, settings.use_ipv6);
-  } catch (...) {
-    reason = net::SnmpInternalErrorText(net::kSnmpUnknownError, form_.host, settings.use_ipv6);
-  }
-
+  // The exchange's own failures have a reason text; the checks of the answer a result code.
+  const std::wstring reason = ExchangeFailureReason(
+      [&] {
+        result = net::ExchangeRequest(form_.host, port_, settings, get ? L"Get" : L"Set", request,
+                                      response, transactions_, ops);
+      },
+      form_.host, settings.use_ipv6);
   if (!reason.empty() || result != 0) {
-    if (!reason.empty()) {
-      if (sink_ != nullptr)
-        sink_->AddEventLine(snmp::RequestFailureReasonLine(request, oid, reason));
-    } else {
-      snmp::ReportRequestFailure(result, oid, request, response, sink_);
-    }
+    events_.AddEventLine(reason.empty() ? snmp::RequestFailureLine(result, oid, request, response)
+                                        : snmp::RequestFailureReasonLine(request, oid, reason));
     if (get) {
       form_.get_data_type.clear();
       form_.get_value = FailedResultText();

@@ -7,17 +7,18 @@
 #include <cstdint>
 #include <string>
 
-#include "app/sondara_utility_app.h"
+#include "app/operation_ui.h"
+#include "app/settings.h"
 #include "logs/event_line_sink.h"
 #include "logs/log_entry_points.h"
+#include "logs/transaction_sink.h"
 #include "net/udp_session.h"
 #include "net/udp_socket_ops.h"
-#include "pages/operation_ui.h"
 #include "snmp/request_id.h"
 
 namespace pages {
 
-// The page's fields as the checks name them for IOperationUi (the page maps them to controls).
+// The page's fields as the checks name them for app::IOperationUi (the page maps them to controls).
 enum GetSetField : int {
   kFieldHost = 0,
   kFieldVersion,
@@ -61,16 +62,13 @@ struct GetSetForm {
 // The text the Get result box shows after a failure.
 std::wstring FailedResultText();
 
-// The value text test of a Set for a type tag: not empty, and for identifiers and addresses a
-// valid OID or IPv4 text; the other value types take any text here and are read when the
-// binding is built.
-bool IsValidSetValueText(std::uint32_t tag, const std::wstring& text);
-
 class CGetSetOperation {
  public:
-  // Starts from the stored settings; failure lines go to `sink` (the event log by default).
+  // Starts from the stored settings; failure lines go to `events`, datagrams to `transactions`
+  // (the window's logs by default).
   explicit CGetSetOperation(const app::GetSetSettings& stored,
-                            logs::IEventLineSink* sink = &logs::EventLogSink());
+                            logs::IEventLineSink& events = logs::EventLogSink(),
+                            logs::ITransactionSink& transactions = logs::TransactionLogSink());
 
   GetSetForm& Form() { return form_; }
   const GetSetForm& Form() const { return form_; }
@@ -78,16 +76,16 @@ class CGetSetOperation {
 
   // The checks of one button, in their fixed order; the first failure is shown through `ui`
   // with the warning icon and the field to focus. Sets the mode first.
-  bool Validate(GetSetMode mode, IOperationUi& ui);
+  bool Validate(GetSetMode mode, app::IOperationUi& ui);
 
   // The "&Get" button: checks, then one GetRequest of the get OID with a Null value. On
   // success the value and its type name are in the form and OID and community join their
   // histories; on failure the result shows FailedResultText() and the type is empty.
-  RequestOutcome Get(const net::UdpSettings& settings, IOperationUi& ui,
+  RequestOutcome Get(const net::UdpSettings& settings, app::IOperationUi& ui,
                      net::IUdpSocketOps* ops = nullptr);
   // The "&Set" button: checks, then one SetRequest of the set OID with the value read from the
   // set value text as the set data type. On success OID and community join their histories.
-  RequestOutcome Set(const net::UdpSettings& settings, IOperationUi& ui,
+  RequestOutcome Set(const net::UdpSettings& settings, app::IOperationUi& ui,
                      net::IUdpSocketOps* ops = nullptr);
 
   // Writes the page back into the settings: each history with its current entry first, the
@@ -101,7 +99,8 @@ class CGetSetOperation {
   GetSetForm form_;
   GetSetMode mode_ = GetSetMode::kGet;
   snmp::CRequestIdCounter request_ids_;
-  logs::IEventLineSink* sink_;
+  logs::IEventLineSink& events_;
+  logs::ITransactionSink& transactions_;
   std::uint16_t port_ = 0;  // the port of the last check that passed
 };
 

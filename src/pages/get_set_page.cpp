@@ -7,11 +7,12 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "app/message_box_dialog.h"
 #include "app/page_set.h"
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
-#include "pages/message_box_dialog.h"
-#include "snmp/type_names.h"
+#include "pages/form_controls_view.h"
+#include "pages/operation_common.h"
 #include "util/numeric_edit.h"
 
 namespace pages {
@@ -20,73 +21,6 @@ namespace {
 
 constexpr int kMaxHostLen = 128;
 constexpr int kPortTextLimit = 5;
-// Combo boxes size themselves by this many characters, not by their longest entry: an OID
-// history can hold texts of 1408 characters.
-constexpr int kComboContentsLen = 24;
-
-const QStringList kVersions = {QStringLiteral("1"), QStringLiteral("2c")};
-// Every type a Get can read, in the order the list has always had. The Set list is the same
-// without Null and the exception values, which cannot be written.
-constexpr std::uint32_t kGetListTags[] = {
-    snmp::kTagInteger32,      snmp::kTagOctetString, snmp::kTagNull,      snmp::kTagOid,
-    snmp::kTagIpAddress,      snmp::kTagCounter32,   snmp::kTagGauge32,   snmp::kTagUnsigned32,
-    snmp::kTagTimeTicks,      snmp::kTagOpaque,      snmp::kTagCounter64, snmp::kTagNoSuchObject,
-    snmp::kTagNoSuchInstance, snmp::kTagEndOfMibView};
-
-QStringList DataTypeNames(bool settable) {
-  QStringList names;
-  for (std::uint32_t tag : kGetListTags) {
-    if (!settable || (tag != snmp::kTagNull && tag < snmp::kTagNoSuchObject))
-      names << QString::fromStdWString(snmp::TypeNameOfTag(tag));
-  }
-  return names;
-}
-
-QString Q(const std::wstring& text) {
-  return QString::fromStdWString(text);
-}
-
-QComboBox* HistoryCombo(const char* name, QWidget* parent) {
-  auto* combo = new QComboBox(parent);
-  combo->setObjectName(QString::fromLatin1(name));
-  combo->setEditable(true);
-  // Enter must not add what is typed: only a request that worked adds to a history.
-  combo->setInsertPolicy(QComboBox::NoInsert);
-  // No inline completion: a shorter OID typed would silently become a longer one of the list.
-  combo->setCompleter(nullptr);
-  combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-  combo->setMinimumContentsLength(kComboContentsLen);
-  combo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-  return combo;
-}
-
-QComboBox* ListCombo(const char* name, const QStringList& items, QWidget* parent) {
-  auto* combo = new QComboBox(parent);
-  combo->setObjectName(QString::fromLatin1(name));
-  combo->addItems(items);
-  return combo;
-}
-
-// A caption whose Alt+letter reaches the control, which it also names.
-void AddRow(QGridLayout* grid, int row, const QString& caption, QWidget* control) {
-  auto* label = new QLabel(caption);
-  label->setBuddy(control);
-  grid->addWidget(label, row, 0);
-  grid->addWidget(control, row, 1);
-}
-
-void Fill(QComboBox* combo, const app::History& history, const std::wstring& current) {
-  combo->clear();
-  for (const std::wstring& entry : history)
-    combo->addItem(Q(entry));
-  combo->setEditText(Q(current));
-}
-
-// Selects the item equal to text without regard to case; nothing when there is none.
-void Select(QComboBox* combo, const std::wstring& text) {
-  combo->setCurrentIndex(text.empty() ? -1 : combo->findText(Q(text), Qt::MatchFixedString));
-}
-
 }  // namespace
 
 CGetSetPropertyPage::CGetSetPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent)
@@ -109,7 +43,7 @@ void CGetSetPropertyPage::BuildControls() {
   // Wide enough for an IPv6 address with its scope; a host name longer than that scrolls.
   host_->setMinimumWidth(host_->fontMetrics().horizontalAdvance(QLatin1Char('0')) * 28);
   host_->setMaximumWidth(host_->fontMetrics().horizontalAdvance(QLatin1Char('0')) * 46);
-  version_ = ListCombo("getSetVersion", kVersions, device);
+  version_ = ListCombo("getSetVersion", VersionNames(), device);
   port_ = new tvkutil::CNumericEdit(device);
   port_->setObjectName(QStringLiteral("getSetPort"));
   port_->SetTextLimit(kPortTextLimit);
@@ -134,7 +68,7 @@ void CGetSetPropertyPage::BuildControls() {
   get_community_ = HistoryCombo("getCommunity", get_group);
   get_ = new QPushButton(QStringLiteral("&Get"), get_group);
   get_->setObjectName(QStringLiteral("getButton"));
-  get_data_type_ = ListCombo("getDataType", DataTypeNames(false), get_group);
+  get_data_type_ = ListCombo("getDataType", DataTypeNames(DataTypeList::kReadable), get_group);
   get_data_type_->setEnabled(false);  // shows what was read; never chosen
   get_value_ = new QLineEdit(get_group);
   get_value_->setObjectName(QStringLiteral("getValue"));
@@ -153,7 +87,7 @@ void CGetSetPropertyPage::BuildControls() {
   set_oid_ = HistoryCombo("setOid", set_group);
   set_oid_->lineEdit()->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
   set_community_ = HistoryCombo("setCommunity", set_group);
-  set_data_type_ = ListCombo("setDataType", DataTypeNames(true), set_group);
+  set_data_type_ = ListCombo("setDataType", DataTypeNames(DataTypeList::kSettable), set_group);
   set_value_ = new QLineEdit(set_group);
   set_value_->setObjectName(QStringLiteral("setValue"));
   set_ = new QPushButton(QStringLiteral("&Set"), set_group);
@@ -206,39 +140,28 @@ void CGetSetPropertyPage::ReadControls() {
 void CGetSetPropertyPage::WriteControls() {
   const GetSetForm& form = operation_.Form();
   host_->setText(Q(form.host));
-  Select(version_, form.version);
+  SelectText(version_, form.version);
   port_->SetText(Q(form.port_text));
-  Fill(get_oid_, form.get_oids, form.get_oid);
-  Fill(get_community_, form.get_communities, form.get_community);
-  Fill(set_oid_, form.set_oids, form.set_oid);
-  Fill(set_community_, form.set_communities, form.set_community);
-  Select(set_data_type_, form.set_data_type);
+  FillHistory(get_oid_, form.get_oids, form.get_oid);
+  FillHistory(get_community_, form.get_communities, form.get_community);
+  FillHistory(set_oid_, form.set_oids, form.set_oid);
+  FillHistory(set_community_, form.set_communities, form.set_community);
+  SelectText(set_data_type_, form.set_data_type);
   set_value_->setText(Q(form.set_value));
   ShowGetResult();
 }
 
 void CGetSetPropertyPage::ShowGetResult() {
   const GetSetForm& form = operation_.Form();
-  Select(get_data_type_, form.get_data_type);
+  SelectText(get_data_type_, form.get_data_type);
   get_value_->setText(Q(form.get_value));
 }
 
-void CGetSetPropertyPage::SyncHistory(QComboBox* combo, const app::History& history) {
-  // Entries only ever join a history on top, one per request.
-  const QString text = combo->currentText();
-  const auto size = static_cast<int>(history.size());
-  while (combo->count() < size)
-    combo->insertItem(0, Q(history[static_cast<std::size_t>(size - combo->count() - 1)]));
-  combo->setEditText(text);
-}
-
 net::UdpSettings CGetSetPropertyPage::ExchangeSettings() const {
-  const app::NetworkSettings& network = app_.Network();
-  return net::UdpSettings{network.use_ipv6 != 0, network.request_timeout_ms, network.retries,
-                          network.adapter};
+  return UdpSettingsFrom(app_.Network());
 }
 
-void CGetSetPropertyPage::MapFields(CMessageBoxUi& ui) {
+void CGetSetPropertyPage::MapFields(app::CMessageBoxUi& ui) {
   ui.MapField(kFieldHost, host_);
   ui.MapField(kFieldVersion, version_);
   ui.MapField(kFieldPort, port_);
@@ -251,9 +174,9 @@ void CGetSetPropertyPage::MapFields(CMessageBoxUi& ui) {
 }
 
 void CGetSetPropertyPage::OnGet() {
-  CWaitCursor wait;
+  app::CWaitCursor wait;
   ReadControls();
-  CMessageBoxUi ui(this);
+  app::CMessageBoxUi ui(this);
   MapFields(ui);
   if (operation_.Get(ExchangeSettings(), ui) == RequestOutcome::kRefused)
     return;
@@ -263,9 +186,9 @@ void CGetSetPropertyPage::OnGet() {
 }
 
 void CGetSetPropertyPage::OnSet() {
-  CWaitCursor wait;
+  app::CWaitCursor wait;
   ReadControls();
-  CMessageBoxUi ui(this);
+  app::CMessageBoxUi ui(this);
   MapFields(ui);
   if (operation_.Set(ExchangeSettings(), ui) == RequestOutcome::kRefused)
     return;

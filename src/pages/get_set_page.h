@@ -11,16 +11,15 @@
 #include "pages/get_set_operation.h"
 
 namespace app {
+class CMessageBoxUi;
 class CSondaraUtilityApp;
-}
+}  // namespace app
 
 namespace tvkutil {
 class CNumericEdit;
 }
 
 namespace pages {
-
-class CMessageBoxUi;
 
 class CGetSetPropertyPage : public app::CPropertyPage {
  public:
@@ -44,9 +43,7 @@ class CGetSetPropertyPage : public app::CPropertyPage {
   // Shows the Get result: the value text and the type selected in the type list.
   void ShowGetResult();
   net::UdpSettings ExchangeSettings() const;
-  void MapFields(CMessageBoxUi& ui);
-  // The entry a successful request added on top of a history, also on top of its drop-down.
-  static void SyncHistory(QComboBox* combo, const app::History& history);
+  void MapFields(app::CMessageBoxUi& ui);
 
   app::CSondaraUtilityApp& app_;
   CGetSetOperation operation_;

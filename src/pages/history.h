@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "app/sondara_utility_app.h"
+#include "app/settings.h"
 
 namespace pages {
 

@@ -10,13 +10,13 @@
 namespace pages {
 
 namespace {
-void Refuse(IOperationUi& ui, int string_id, const std::wstring& host) {
+void Refuse(app::IOperationUi& ui, int string_id, const std::wstring& host) {
   ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(string_id), SIZE_MAX, host),
-                 MessageIcon::kWarning, kNoField);
+                 app::MessageIcon::kWarning, app::kNoField);
 }
 }  // namespace
 
-bool RunToolbarPing(const PingTarget& target, IOperationUi& ui) {
+bool RunToolbarPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
   const std::wstring& host = target.host;
   if (!target.use_ipv6) {
     if (host.find(L'.') != std::wstring::npos && !net::IsValidIPv4Text(host)) {
@@ -28,7 +28,7 @@ bool RunToolbarPing(const PingTarget& target, IOperationUi& ui) {
       Refuse(ui, tvkutil::ids::kUnableToResolveIPv4, host);
       return false;
     }
-    net::PingIPv4(address, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping");
+    net::PingIPv4(address, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping", sink);
     return true;
   }
   std::wstring address_text;
@@ -36,7 +36,7 @@ bool RunToolbarPing(const PingTarget& target, IOperationUi& ui) {
     Refuse(ui, tvkutil::ids::kUnableToResolveIPv6, host);
     return false;
   }
-  net::PingIPv6(address_text, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping");
+  net::PingIPv6(address_text, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping", sink);
   return true;
 }
 

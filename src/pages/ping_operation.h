@@ -1,11 +1,12 @@
 // The ping toolbar's command without its window: checks and resolves the host text, tells the
-// user what is wrong through IOperationUi, and pings. Replies go to the transaction log.
+// user what is wrong through app::IOperationUi, and pings. Replies go to the transaction log.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "pages/operation_ui.h"
+#include "app/operation_ui.h"
+#include "logs/transaction_sink.h"
 
 namespace pages {
 
@@ -23,6 +24,7 @@ struct PingTarget {
 // text was refused or could not be resolved, after the message has been shown. A dotted text
 // must be an IPv4 address: host names with dots are refused on purpose, only dot-free names
 // are looked up.
-bool RunToolbarPing(const PingTarget& target, IOperationUi& ui);
+bool RunToolbarPing(const PingTarget& target, app::IOperationUi& ui,
+                    logs::ITransactionSink& sink = logs::TransactionLogSink());
 
 }  // namespace pages

@@ -6,9 +6,9 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include "app/message_box_dialog.h"
 #include "app/sondara_utility_app.h"
 #include "logs/log_entry_points.h"
-#include "pages/message_box_dialog.h"
 #include "pages/ping_operation.h"
 #include "util/string_table.h"
 
@@ -45,13 +45,13 @@ void CPingView::StoreToApp() {
 
 void CPingView::OnPing() {
   StoreToApp();
-  CWaitCursor wait;
+  app::CWaitCursor wait;
   const auto& network = app_.Network();
   PingTarget target;
   target.host = app_.Ping().host;
   target.use_ipv6 = network.use_ipv6 != 0;
   target.ipv6_scope_id = network.adapter.is_ipv4 ? 0 : network.adapter.ipv6_scope_id;
-  CMessageBoxUi ui(this);
+  app::CMessageBoxUi ui(this);
   RunToolbarPing(target, ui);
 }
 

@@ -171,13 +171,4 @@ std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
                           ErrorStatusText(result));
 }
 
-void ReportRequestFailure(int result, const std::wstring& oid_text, const CSNMPMessage& request,
-                          const CSNMPMessage& response, logs::IEventLineSink* sink) {
-  if (sink == nullptr)
-    return;
-  const std::wstring line = RequestFailureLine(result, oid_text, request, response);
-  if (!line.empty())
-    sink->AddEventLine(line);
-}
-
 }  // namespace snmp

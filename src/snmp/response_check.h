@@ -5,7 +5,6 @@
 #include <span>
 #include <string>
 
-#include "logs/event_line_sink.h"
 #include "snmp/snmp_message.h"
 
 namespace snmp {
@@ -35,8 +34,4 @@ std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
 // (the exchange's own: time-out, no route, ...).
 std::wstring RequestFailureReasonLine(const CSNMPMessage& request, const std::wstring& oid_text,
                                       const std::wstring& reason);
-// Hands the line of RequestFailureLine to the sink when there is one.
-void ReportRequestFailure(int result, const std::wstring& oid_text, const CSNMPMessage& request,
-                          const CSNMPMessage& response, logs::IEventLineSink* sink);
-
 }  // namespace snmp

@@ -9,12 +9,12 @@
 #include <QTest>
 
 #include "app/main_wnd.h"
+#include "app/message_box_dialog.h"
 #include "app/property_sheet_view.h"
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
 #include "logs/transaction_log_view.h"
 #include "net/icmp_echo.h"
-#include "pages/message_box_dialog.h"
 #include "pages/ping_view.h"
 #include "util/numeric_edit.h"
 #include "util/temp_folder.h"
@@ -105,7 +105,7 @@ class MainWndTest : public QObject {
       QSKIP("no ICMP socket: needs CAP_NET_RAW or ping_group_range");
     app::CMainWnd w(s.app);
     QStringList shown;
-    pages::SetMessageBoxHook([&](const QString& text, pages::MessageIcon) { shown << text; });
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { shown << text; });
     QLineEdit* host = w.PingView()->HostEdit();
     logs::CTransactionLogView* log = w.TransactionView();
     QTest::keyClicks(host, "10.0.0.300");
@@ -122,7 +122,7 @@ class MainWndTest : public QObject {
              (QStringList{"[Ping]TX:", "Ping command sent to IP 127.0.0.1.", "[Ping]RX:"}));
     QVERIFY(Cell(log, 1, 3).startsWith("Reply from 127.0.0.1: bytes=14 time="));
     QCOMPARE(shown.size(), 1);
-    pages::SetMessageBoxHook(nullptr);
+    app::SetMessageBoxHook(nullptr);
   }
 
   void PlacementAndSwitchesSurviveARestart() {

@@ -7,16 +7,16 @@
 #include <QTest>
 #include <QToolButton>
 
-#include "app/adapter_table.h"
+#include "app/message_box_dialog.h"
 #include "app/options_dialog.h"
 #include "app/sondara_utility_app.h"
-#include "pages/message_box_dialog.h"
+#include "net/adapter_table.h"
 #include "util/numeric_edit.h"
 #include "util/temp_folder.h"
 
 namespace {
 
-using app::MakeAdapterInfo;
+using net::MakeAdapterInfo;
 
 const QString kConnect = "&Connect Timeout (seconds):";
 const QString kRequest = "&Request Timeout (milliseconds):";
@@ -26,7 +26,7 @@ const QString kRetries = "R&etries:";
 struct Options {
   sondara_test::TempFolder dir;
   app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
-  app::CAdapterTable adapters{{MakeAdapterInfo(L"eth1", L"10.0.0.2", true, 0),
+  net::CAdapterTable adapters{{MakeAdapterInfo(L"eth1", L"10.0.0.2", true, 0),
                                MakeAdapterInfo(L"eth0", L"10.0.0.1", true, 0)},
                               {MakeAdapterInfo(L"wlan0", L"fe80::2%3", false, 3),
                                MakeAdapterInfo(L"Eth0", L"2001:db8::1", false, 2)}};
@@ -34,9 +34,9 @@ struct Options {
   QStringList warnings;
 
   Options() {
-    pages::SetMessageBoxHook([this](const QString& text, pages::MessageIcon) { warnings << text; });
+    app::SetMessageBoxHook([this](const QString& text, app::MessageIcon) { warnings << text; });
   }
-  ~Options() { pages::SetMessageBoxHook(nullptr); }
+  ~Options() { app::SetMessageBoxHook(nullptr); }
   // The control a caption names, as Alt+letter reaches it.
   tvkutil::CNumericEdit* Field(const QString& caption) const {
     for (QLabel* label : d.findChildren<QLabel*>()) {

@@ -6,10 +6,10 @@
 #include <map>
 #include <optional>
 
-#include "app/app_folders.h"
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
 #include "snmp/type_names.h"
+#include "util/app_folders.h"
 #include "util/ini_file.h"
 #include "util/temp_folder.h"
 
@@ -196,8 +196,8 @@ TEST_F(SettingsTest, SaveThenLoadGivesTheSameValuesAndKeysInOrder) {
 }
 
 TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddress) {
-  app::CAdapterTable adapters({app::MakeAdapterInfo(L"eth0", L"192.0.2.2", true, 0)},
-                              {app::MakeAdapterInfo(L"eth0", L"fe80::1%4", false, 4)});
+  net::CAdapterTable adapters({net::MakeAdapterInfo(L"eth0", L"192.0.2.2", true, 0)},
+                              {net::MakeAdapterInfo(L"eth0", L"fe80::1%4", false, 4)});
   const struct {
     const char* profile;
     std::vector<int> expected;  // use IPv6, connect, request, retries, scope id
@@ -258,21 +258,21 @@ TEST(AppFoldersTest, DataFolderComesFromTheEnvironment) {
   env.Set("XDG_CONFIG_HOME", (dir / "cfg").c_str());
   env.Set("SONDARA_HOME", nullptr);
   env.Set("XDG_DOCUMENTS_DIR", nullptr);
-  EXPECT_EQ(app::ComputeAppFolders().data_folder, dir / "Documents/Sondara/");
+  EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "Documents/Sondara/");
 
   std::filesystem::create_directories(dir / "cfg");
   sondara_test::WriteFile(dir / "cfg/user-dirs.dirs",
                           "# comment\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
-  EXPECT_EQ(app::ComputeAppFolders().data_folder, dir / "Dokumente/Sondara/");
+  EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "Dokumente/Sondara/");
 
   env.Set("XDG_DOCUMENTS_DIR", (dir / "docs").c_str());
-  const app::AppFolders f = app::ComputeAppFolders();
+  const tvkutil::AppFolders f = tvkutil::ComputeAppFolders();
   EXPECT_EQ(f.settings_file, dir / "docs/Sondara/sondara.ini");
   EXPECT_EQ(f.profile_file, dir / "cfg/Tarvik Technologies/Sondara Utility.ini");
   EXPECT_FALSE(std::filesystem::exists(f.data_folder));  // computing creates nothing
 
   env.Set("SONDARA_HOME", (dir / "portable").c_str());
-  EXPECT_EQ(app::ComputeAppFolders().data_folder, dir / "portable/");
+  EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "portable/");
 }
 
 }  // namespace

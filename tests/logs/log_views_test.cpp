@@ -8,11 +8,12 @@
 #include <thread>
 #include <vector>
 
+#include "app/message_box_dialog.h"
+#include "app/save_file_dialog.h"
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_log_view.h"
-#include "pages/message_box_dialog.h"
 #include "util/string_table.h"
 #include "util/temp_folder.h"
 
@@ -74,17 +75,17 @@ class LogViewsTest : public QObject {
     QCOMPARE(menu->actions()[0]->text(), QStringLiteral("&Reset"));
     QCOMPARE(menu->actions()[1]->text(), QStringLiteral("&Save"));
     QString chosen = QString::fromStdString(dir_ / "saved.txt");
-    CLogTableView::SetSaveDialog(
+    app::SetSaveDialog(
         [&](QWidget*, const QString&, const QString&, const QString&) { return chosen; });
     QStringList messages;
-    pages::SetMessageBoxHook([&](const QString& text, pages::MessageIcon) { messages << text; });
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { messages << text; });
     menu->actions()[1]->trigger();
     QCOMPARE(sondara_test::ReadFile(chosen.toStdString()), p.Log().SavedFileBytes());
     chosen = QString::fromStdString(dir_ / "missing/saved.txt");
     p.SaveWithDialog();
     QCOMPARE(messages, QStringList{"Unable to save results to file " + chosen + "."});
-    CLogTableView::SetSaveDialog({});
-    pages::SetMessageBoxHook({});
+    app::SetSaveDialog({});
+    app::SetMessageBoxHook({});
 
     p.AddEvent(L"line 2000");  // pending through the reset, shown at the next tick
     menu->actions()[0]->trigger();

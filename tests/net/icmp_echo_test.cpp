@@ -37,9 +37,10 @@ std::string PingCase(bool v6, const std::string& address, int retries, int timeo
   sondara_test::RegisteredTransactionLog tlog;
   const long before = EchoesSent(v6);
   const auto start = std::chrono::steady_clock::now();
-  const bool ok =
-      v6 ? net::PingIPv6(tvkutil::FromUtf8Lenient(address), timeout_ms, retries, L"Ping")
-         : net::PingIPv4(::inet_addr(address.c_str()), timeout_ms, retries, L"Ping");
+  const bool ok = v6 ? net::PingIPv6(tvkutil::FromUtf8Lenient(address), timeout_ms, retries,
+                                     L"Ping", logs::TransactionLogSink())
+                     : net::PingIPv4(::inet_addr(address.c_str()), timeout_ms, retries, L"Ping",
+                                     logs::TransactionLogSink());
   const bool waited = std::chrono::steady_clock::now() - start >=
                       std::chrono::milliseconds((retries + 1) * timeout_ms);
   const auto rows = tlog.Messages();

@@ -28,8 +28,9 @@ TEST(SnmpdExchange, GetGetNextWalkAndSetAreAnsweredAndEveryDatagramIsLogged) {
     snmp::CSNMPMessage request(snmp::kSnmpVersion2c, community, pdu), response(snmp::kPduResponse);
     request.SetRequestId(next_id++);
     request.AddVarBind(oid, tag, value);
-    Answer a{net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), {}, L"Get", request, response), L"",
-             L""};
+    Answer a{net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), {}, L"Get", request, response,
+                                  logs::TransactionLogSink()),
+             L"", L""};
     const auto* bind = response.GetVarBind(1);
     if (bind != nullptr && bind->ValueText(a.value, tag))
       a.name = bind->Name()->Text();

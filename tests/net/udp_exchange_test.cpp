@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "net/request_exchange.h"
+#include "net/snmp_requester.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
@@ -51,7 +52,7 @@ Outcome RunGet(const FakeAgent& agent, int retries, int timeout_ms) {
   Outcome o;
   try {
     o.result = net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(retries, timeout_ms),
-                                    L"Get", request, response);
+                                    L"Get", request, response, logs::TransactionLogSink());
   } catch (net::SNMPINTERNALERROR e) {
     o.thrown = e;
   }
@@ -136,7 +137,7 @@ TEST(RequestExchange, TrapIsSentOnceAndNeverWaitedFor) {
   trap.AddVarBind(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"100");
   const auto start = Clock::now();
   EXPECT_EQ(net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(3, 5000), L"sendTrap", trap,
-                                 unused),
+                                 unused, logs::TransactionLogSink()),
             0);
   EXPECT_LT(Ms(start, Clock::now()), 1000);
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -144,3 +145,31 @@ TEST(RequestExchange, TrapIsSentOnceAndNeverWaitedFor) {
 }
 
 }  // namespace
+
+TEST(SnmpRequester, OneSocketForEveryRequestAndAStopTestAfterEachSilentTry) {
+  // Answers the first two datagrams, then falls silent.
+  const FakeAgent agent([](const FakeAgent::Datagram& d, int n) {
+    return n < 2 ? Replies{{GoodReply(d.bytes[17])}} : Replies{};
+  });
+  net::CSnmpRequester requester(L"127.0.0.1", agent.Port(), Settings(3, 100), L"walkMIB",
+                                logs::TransactionLogSink());
+  snmp::CSNMPMessage request(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest);
+  request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+  for (std::int32_t id : {7, 8}) {
+    request.SetRequestId(id);
+    snmp::CSNMPMessage response(snmp::kPduResponse);
+    EXPECT_EQ(requester.Request(request, response), std::optional<int>(0));
+  }
+  int tests = 0;
+  const auto start = Clock::now();
+  snmp::CSNMPMessage response(snmp::kPduResponse);
+  EXPECT_EQ(requester.Request(request, response, [&] { return ++tests == 2; }), std::nullopt);
+  EXPECT_EQ(tests, 2);
+  EXPECT_GE(Ms(start, Clock::now()), 2 * 100);
+  const auto got = agent.Received();
+  ASSERT_EQ(got.size(), 4U);  // two answered, then two tries before the stop
+  const auto port = [](const FakeAgent::Datagram& d) {
+    return reinterpret_cast<const sockaddr_in&>(d.from).sin_port;
+  };
+  EXPECT_EQ(port(got[0]), port(got[1]));  // the answered ones share the requester's socket
+}

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "app/sondara_utility_app.h"
 #include "snmp/snmp_message.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
@@ -23,9 +24,9 @@ using pages::GetSetForm;
 using pages::RequestOutcome;
 using testing_support::FakeAgent;
 
-struct RecordingUi : pages::IOperationUi {
-  void ShowMessage(const std::wstring& text, pages::MessageIcon icon, int field) override {
-    EXPECT_EQ(icon, pages::MessageIcon::kWarning);
+struct RecordingUi : app::IOperationUi {
+  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override {
+    EXPECT_EQ(icon, app::MessageIcon::kWarning);
     shown.emplace_back(text, field);
   }
   std::vector<std::pair<std::wstring, int>> shown;
@@ -39,7 +40,7 @@ const std::wstring kSysDescr = L".1.3.6.1.2.1.1.1.0";
 
 // An operation aimed at 127.0.0.1:port with a Get and a Set that pass every check.
 struct Operation {
-  explicit Operation(std::uint16_t port, app::GetSetSettings stored = {}) : op(stored, &sink) {
+  explicit Operation(std::uint16_t port, app::GetSetSettings stored = {}) : op(stored, sink) {
     GetSetForm& f = op.Form();
     f.host = L"127.0.0.1";
     f.version = L"2c";

@@ -6,9 +6,9 @@
 #include <QPushButton>
 #include <QTest>
 
+#include "app/message_box_dialog.h"
 #include "app/sondara_utility_app.h"
 #include "pages/get_set_page.h"
-#include "pages/message_box_dialog.h"
 #include "support/snmpd_process.h"
 #include "util/temp_folder.h"
 
@@ -19,7 +19,7 @@ class GetSetPageTest : public QObject {
   void initTestCase() {
     const std::string error = agent_.Start();
     QVERIFY2(error.empty(), error.c_str());
-    pages::SetMessageBoxHook([this](const QString& text, pages::MessageIcon) { shown_ << text; });
+    app::SetMessageBoxHook([this](const QString& text, app::MessageIcon) { shown_ << text; });
     page_.show();
     page_.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&page_));

@@ -12,9 +12,9 @@
 
 namespace {
 
-struct RecordingUi : pages::IOperationUi {
-  void ShowMessage(const std::wstring& text, pages::MessageIcon icon, int) override {
-    EXPECT_EQ(icon, pages::MessageIcon::kWarning);
+struct RecordingUi : app::IOperationUi {
+  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int) override {
+    EXPECT_EQ(icon, app::MessageIcon::kWarning);
     messages.push_back(text);
   }
   std::vector<std::wstring> messages;

@@ -11,7 +11,7 @@
 
 #include <string>
 
-namespace app {
+namespace tvkutil {
 
 struct AppFolders {
   std::string program_folder;  // ends in "/"
@@ -35,4 +35,4 @@ const AppFolders& Folders();
 // Creates a folder and every missing parent. True when it exists afterwards.
 bool CreateFolderWithParents(const std::string& path);
 
-}  // namespace app
+}  // namespace tvkutil

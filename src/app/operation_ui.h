@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace pages {
+namespace app {
 
 enum class MessageIcon { kNone, kWarning };
 
@@ -19,4 +19,4 @@ class IOperationUi {
   virtual void ShowMessage(const std::wstring& text, MessageIcon icon, int field) = 0;
 };
 
-}  // namespace pages
+}  // namespace app

@@ -1,11 +1,11 @@
-#include "pages/message_box_dialog.h"
+#include "app/message_box_dialog.h"
 
 #include <QGuiApplication>
 #include <QMessageBox>
 
 #include "app/sondara_utility_app.h"
 
-namespace pages {
+namespace app {
 
 namespace {
 MessageBoxHook& Hook() {
@@ -47,4 +47,4 @@ void CMessageBoxUi::ShowMessage(const std::wstring& text, MessageIcon icon, int 
     it->second->setFocus(Qt::OtherFocusReason);
 }
 
-}  // namespace pages
+}  // namespace app

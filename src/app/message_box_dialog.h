@@ -8,9 +8,9 @@
 #include <functional>
 #include <map>
 
-#include "pages/operation_ui.h"
+#include "app/operation_ui.h"
 
-namespace pages {
+namespace app {
 
 // The wait cursor for as long as the object lives.
 class CWaitCursor {
@@ -40,4 +40,4 @@ class CMessageBoxUi : public IOperationUi {
   std::map<int, QWidget*> fields_;
 };
 
-}  // namespace pages
+}  // namespace app

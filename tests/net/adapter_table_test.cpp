@@ -1,4 +1,4 @@
-#include "app/adapter_table.h"
+#include "net/adapter_table.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -14,8 +14,8 @@
 
 namespace {
 
-using app::CAdapterTable;
-using app::MakeAdapterInfo;
+using net::CAdapterTable;
+using net::MakeAdapterInfo;
 
 TEST(AdapterTableTest, DisplayNamesAndLookupByDisplayTextThenByBracketedAddress) {
   EXPECT_EQ(MakeAdapterInfo(L"twenty-characters-20", L"10.0.0.1", true, 0).display_name,
@@ -57,12 +57,12 @@ std::set<std::wstring> IPv4AddressesByIoctl() {
 TEST(AdapterTableTest, ListsTheRealInterfacesExceptLoopback) {
   CAdapterTable& table = CAdapterTable::Instance();
   std::set<std::wstring> v4;
-  for (const app::_adapterinfo& a : table.IPv4Adapters()) {
+  for (const net::_adapterinfo& a : table.IPv4Adapters()) {
     v4.insert(a.address);
     EXPECT_EQ(table.Lookup(a.display_name, false).address, a.address);
   }
   EXPECT_EQ(v4, IPv4AddressesByIoctl());
-  for (const app::_adapterinfo& a : table.IPv6Adapters()) {
+  for (const net::_adapterinfo& a : table.IPv6Adapters()) {
     EXPECT_NE(a.address, L"::1");
     EXPECT_EQ(table.Lookup(a.display_name, true).address, a.address);
   }

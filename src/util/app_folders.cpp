@@ -1,4 +1,4 @@
-#include "app/app_folders.h"
+#include "util/app_folders.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace app {
+namespace tvkutil {
 
 namespace {
 
@@ -124,4 +124,4 @@ const AppFolders& Folders() {
   return folders;
 }
 
-}  // namespace app
+}  // namespace tvkutil

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace app {
+namespace net {
 
 // One adapter address as offered in the Options. The empty record stands for "Default": no
 // particular interface (bind to any address, scope 0).
@@ -58,4 +58,4 @@ class CAdapterTable {
   std::vector<_adapterinfo> ipv6_;
 };
 
-}  // namespace app
+}  // namespace net

@@ -1,4 +1,4 @@
-#include "app/adapter_table.h"
+#include "net/adapter_table.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -11,7 +11,7 @@
 
 #include "util/text.h"
 
-namespace app {
+namespace net {
 
 namespace {
 
@@ -128,4 +128,4 @@ void CAdapterTable::Enumerate(std::vector<_adapterinfo>& out_ipv4,
   ::freeifaddrs(list);
 }
 
-}  // namespace app
+}  // namespace net

@@ -1,0 +1,87 @@
+// The values of the pages and of the network options as the two stores keep them, without the
+// application object that holds them: operations and their tests need only these.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "net/adapter_table.h"
+
+namespace app {
+
+using History = std::vector<std::wstring>;
+
+// The values of each page as the settings file keeps them.
+struct PingSettings {
+  std::wstring host;
+};
+
+struct DiscoverySettings {
+  std::wstring start_ip;
+  std::wstring end_ip;
+};
+
+struct GetSetSettings {
+  std::wstring host;
+  std::wstring version = L"2c";
+  std::uint16_t port = 161;
+  History get_oids;
+  History get_communities{L"getcom", L"setcomm"};
+  History set_oids;
+  // Write community first on purpose: a Set is usually meant with it.
+  History set_communities{L"setcomm", L"getcom"};
+  std::wstring set_data_type;
+  std::wstring set_value;
+};
+
+struct SendTrapSettings {
+  std::wstring host;
+  std::wstring version = L"2c";
+  std::uint16_t port = 162;
+  int use_default = 1;
+  std::wstring sender_ip;
+  History sender_oids;  // the constructor puts our enterprise arc here
+  History communities{L"getcom", L"setcomm"};
+  std::uint16_t varbind_count = 0;
+  std::wstring trap_type = L"enterpriseSpecific";
+  std::uint16_t specific_type = 1;
+};
+
+struct WalkMibSettings {
+  std::wstring host;
+  std::wstring version = L"2c";
+  std::wstring start_oid = L".1.3.6.1";
+  std::uint16_t port = 161;
+  History communities{L"getcom", L"setcomm"};
+};
+
+struct NetworkSettings {
+  int use_ipv6 = 0;
+  std::wstring adapter_name;  // the display text saved in the profile
+  net::_adapterinfo adapter;  // the record it selected; empty for "Default"
+  int connect_timeout_s = 3;
+  int request_timeout_ms = 1000;
+  int retries = 3;
+};
+
+// When the run began. Trap time stamps count from it.
+struct StartTime {
+  std::chrono::system_clock::time_point utc;
+  std::tm local{};
+  std::uint32_t ms_since_local_midnight = 0;
+};
+
+// Our enterprise number under .1.3.6.1.4.1, used for the default sender OID of traps.
+inline constexpr std::uint32_t kEnterpriseNumber = 59871;
+// Histories keep at most this many entries in the settings file.
+inline constexpr int kMaxHistoryEntries = 10;
+// A trap carries at most this many bindings.
+inline constexpr int kMaxTrapVarBinds = 64;
+
+// The default sender OID: the enterprises arc and our enterprise number.
+std::wstring DefaultSenderOid();
+
+}  // namespace app

@@ -1,0 +1,66 @@
+// CSnmpRequester: one SNMP agent for the length of one operation. The host is resolved, the
+// socket opened and the buffers allocated once; then any number of requests are exchanged with
+// retries, each datagram handed to the transaction sink. A Get makes one request with it, a
+// walk thousands, a trap sends once.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "logs/transaction_sink.h"
+#include "net/snmp_internal_error.h"
+#include "net/udp_session.h"
+#include "snmp/snmp_message.h"
+
+namespace net {
+
+class CSnmpRequester {
+ public:
+  // Asked after a try that got no answer: true ends the exchange there (the user stopped the
+  // operation). It never waits.
+  using StopTest = std::function<bool()>;
+
+  // Resolves host, opens and binds the socket and fixes the peer. Throws SNMPINTERNALERROR:
+  // -2 host not resolved, -1 bind failed, -7 no socket. `source` names the operation in the
+  // transaction log ("Get", "walkMIB" ...); `sink` receives every datagram.
+  CSnmpRequester(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
+                 std::wstring source, logs::ITransactionSink& sink, IUdpSocketOps* ops = nullptr);
+  CSnmpRequester(const CSnmpRequester&) = delete;
+  CSnmpRequester& operator=(const CSnmpRequester&) = delete;
+
+  // Encodes `request` and sends it up to retries + 1 times, each try followed by a full wait
+  // of the request time-out, always the same bytes. Returns the answer's bytes, valid until the
+  // next call, or an empty span when `stop` answered true after a try that got nothing.
+  // Throws -4 (not encodable), -5 (not all bytes sent) or -6 (no answer after all tries).
+  std::span<const std::uint8_t> Exchange(snmp::CSNMPMessage& request, const StopTest& stop = {});
+
+  // Exchange, then the answer decoded into `response` (a message of the response type) and
+  // checked against the request: 0, the agent's error status or a negative check code (see
+  // snmp::ValidateResponse). Nothing when stopped. Throws as Exchange.
+  std::optional<int> Request(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
+                             const StopTest& stop = {});
+
+  // A trap: encoded, sent once and logged, never waited for. Throws -4 or -5.
+  void SendOnce(snmp::CSNMPMessage& message);
+
+  const std::wstring& Host() const { return session_.Host(); }
+
+ private:
+  // The encoded message at the end of the send buffer; throws -4 when it cannot be built.
+  std::span<const std::uint8_t> Encode(snmp::CSNMPMessage& message);
+  // Sends all of `message` and logs it; throws -5 when not all of it went.
+  void SendAndLog(std::span<const std::uint8_t> message);
+
+  CUdpSession session_;
+  int retries_;
+  std::wstring source_;
+  logs::ITransactionSink& sink_;
+  std::vector<std::uint8_t> send_buffer_;
+  std::vector<std::uint8_t> receive_buffer_;
+};
+
+}  // namespace net

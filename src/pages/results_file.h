@@ -1,0 +1,24 @@
+// The comma-separated results files of the walk and the sweep. Both have the same frame: the
+// product banner, the line that started the run, 30 colons, a header, one row per record and,
+// after another 30 colons, the line that ended the run. UTF-8, "\n" line ends, no final one.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pages {
+
+// The whole file: "<name> V<version> - <company>\n", started_line "\n", the colons "\n", the
+// header (no line end), "\n" + row for each row, then "\n", the colons, "\n", status_line.
+std::string ResultsFileText(std::wstring_view started_line, std::wstring_view header,
+                            const std::vector<std::wstring>& rows, std::wstring_view status_line);
+
+// Creates or truncates the file and writes `text`; false when it cannot be written.
+[[nodiscard]] bool WriteResultsFile(const std::filesystem::path& path, const std::string& text);
+
+// A value inside double quotes with every line feed removed, so a value stays on its row.
+std::wstring QuotedOnOneLine(std::wstring_view value);
+
+}  // namespace pages
