@@ -74,7 +74,7 @@ class SnmpdProcess {
 
   std::uint16_t Port() const { return port_; }
 
- private:
+  // A UDP port on 127.0.0.1 that nobody used a moment ago.
   static std::uint16_t FreeUdpPort() {
     const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in a{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
@@ -85,6 +85,7 @@ class SnmpdProcess {
     return ntohs(a.sin_port);
   }
 
+ private:
   // A hand-written v2c Get of sysDescr.0 with "getcom", and 100 ms for any answer.
   bool Answers() const {
     const auto get =
