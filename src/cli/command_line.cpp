@@ -191,10 +191,12 @@ class CParser {
     bool options_ended = false;
     for (std::size_t i = 0; i < args_.size() && error_.empty(); ++i) {
       const std::string& arg = args_[i];
-      if (!options_ended && arg == "--") {
+      const bool option_like = !options_ended && arg.size() > 1 && arg[0] == '-';
+      if (option_like && ValueComesNext(positionals)) {
+        positionals.push_back(arg);
+      } else if (option_like && arg == "--") {
         options_ended = true;
-      } else if (!options_ended && arg.size() > 1 && arg[0] == '-' &&
-                 !ValueComesNext(positionals)) {
+      } else if (option_like) {
         TakeOption(i);
       } else if (positionals.empty() && FindCommand(arg) == nullptr) {
         error_ = "unknown command " + Quoted(arg) + " (see sondara-cli --help)";

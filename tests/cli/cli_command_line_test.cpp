@@ -45,8 +45,10 @@ TEST(CliCommandLine, ValuesAndOptionsInAnyOrder) {
   // A VALUE is taken as written even when it looks like an option.
   const cli::CommandLine set =
       Accepted({"-t", "250", "set", "h", ".1.3.6.1.2.1.1.4.0", "INTEGER32", "-6", "--format=json",
-                ".1.3.6.1.2.1.1.5.0", "ipaddress", "10.0.0.1", "-r0", "-6"});
-  ASSERT_EQ(set.bindings.size(), 2U);
+                ".1.3.6.1.2.1.1.5.0", "ipaddress", "10.0.0.1", "-r0", "-6", ".1.3.6.1.2.1.1.6.0",
+                "Octet String", "--"});
+  ASSERT_EQ(set.bindings.size(), 3U);
+  EXPECT_EQ(set.bindings[2].value, L"--");
   EXPECT_EQ(set.bindings[0].tag, snmp::kTagInteger32);
   EXPECT_EQ(set.bindings[0].value, L"-6");
   EXPECT_EQ(set.bindings[1].tag, snmp::kTagIpAddress);
