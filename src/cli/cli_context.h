@@ -3,6 +3,7 @@
 // Ctrl+C raises. A command is one function over this context that returns its exit status.
 #pragma once
 
+#include <mutex>
 #include <ostream>
 #include <string>
 
@@ -11,6 +12,7 @@
 #include "cli/command_line.h"
 #include "cli/exit_status.h"
 #include "cli/result_printer.h"
+#include "logs/event_line_sink.h"
 #include "net/udp_session.h"
 #include "util/event.h"
 
@@ -43,6 +45,18 @@ class CCliOperationUi : public app::IOperationUi {
  private:
   const CliContext& context_;
   bool refused_ = false;
+};
+
+// An operation's event-log lines (failures, "started", "complete", "stopped") as lines on
+// standard error; safe from a worker thread.
+class CCliEventLines : public logs::IEventLineSink {
+ public:
+  explicit CCliEventLines(const CliContext& context) : context_(context) {}
+  void AddEventLine(const std::wstring& line) override;
+
+ private:
+  const CliContext& context_;
+  std::mutex mutex_;
 };
 
 }  // namespace cli

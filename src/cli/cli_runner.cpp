@@ -99,6 +99,11 @@ void CliContext::Error(const std::wstring& text) const {
   err << "sondara-cli: " << tvkutil::ToUtf8(text) << "\n";
 }
 
+void CCliEventLines::AddEventLine(const std::wstring& line) {
+  std::lock_guard lock(mutex_);
+  context_.Error(line);
+}
+
 void CCliOperationUi::ShowMessage(const std::wstring& text, app::MessageIcon, int) {
   refused_ = true;
   context_.Error(text);
