@@ -216,7 +216,13 @@ void CMainWnd::OnOptions() {
 }
 
 QString CMainWnd::ReadmePath() const {
-  return QCoreApplication::applicationDirPath() + QStringLiteral("/Sondara.txt");
+  // Beside the program in a build folder; an installed program finds it with the other docs.
+  const QString dir = QCoreApplication::applicationDirPath();
+  const QString beside = dir + QStringLiteral("/Sondara.txt");
+  const QString installed = dir + QStringLiteral("/../share/doc/sondara/Sondara.txt");
+  return QFileInfo::exists(beside) || !QFileInfo::exists(installed)
+             ? beside
+             : QFileInfo(installed).canonicalFilePath();
 }
 
 void CMainWnd::OnReadme() {

@@ -16,28 +16,34 @@ void Refuse(app::IOperationUi& ui, int string_id, const std::wstring& host) {
 }
 }  // namespace
 
-bool RunToolbarPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
+PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
   const std::wstring& host = target.host;
+  const auto outcome = [](bool replied) {
+    return replied ? PingOutcome::kReply : PingOutcome::kNoReply;
+  };
   if (!target.use_ipv6) {
     if (host.find(L'.') != std::wstring::npos && !net::IsValidIPv4Text(host)) {
       Refuse(ui, tvkutil::ids::kInvalidIPv4Address, host);
-      return false;
+      return PingOutcome::kRefused;
     }
     std::uint32_t address = 0;
     if (!net::ResolveIPv4Host(host, address)) {
       Refuse(ui, tvkutil::ids::kUnableToResolveIPv4, host);
-      return false;
+      return PingOutcome::kUnresolved;
     }
-    net::PingIPv4(address, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping", sink);
-    return true;
+    return outcome(net::PingIPv4(address, target.timeout_ms, target.retries, L"Ping", sink));
   }
   std::wstring address_text;
   if (!net::ResolveIPv6Host(host, target.ipv6_scope_id, address_text)) {
     Refuse(ui, tvkutil::ids::kUnableToResolveIPv6, host);
-    return false;
+    return PingOutcome::kUnresolved;
   }
-  net::PingIPv6(address_text, kToolbarPingTimeoutMs, kToolbarPingRetries, L"Ping", sink);
-  return true;
+  return outcome(net::PingIPv6(address_text, target.timeout_ms, target.retries, L"Ping", sink));
+}
+
+bool RunToolbarPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
+  const PingOutcome outcome = RunPing(target, ui, sink);
+  return outcome == PingOutcome::kReply || outcome == PingOutcome::kNoReply;
 }
 
 }  // namespace pages

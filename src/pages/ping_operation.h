@@ -17,13 +17,23 @@ inline constexpr int kToolbarPingRetries = 1;
 struct PingTarget {
   std::wstring host;
   bool use_ipv6 = false;
-  std::uint32_t ipv6_scope_id = 0;  // the interface chosen in the Options, 0 for any
+  std::uint32_t ipv6_scope_id = 0;         // the interface chosen in the Options, 0 for any
+  int timeout_ms = kToolbarPingTimeoutMs;  // each echo's wait
+  int retries = kToolbarPingRetries;       // echoes after the first when none is answered
 };
 
-// Runs one toolbar ping. True when a ping was sent (whatever its outcome); false when the host
-// text was refused or could not be resolved, after the message has been shown. A dotted text
-// must be an IPv4 address: host names with dots are refused on purpose, only dot-free names
-// are looked up.
+// How a ping ended: the host text refused (an invalid IPv4 address), not resolved, or sent
+// with or without a reply. Nothing is sent for the first two.
+enum class PingOutcome { kRefused, kUnresolved, kNoReply, kReply };
+
+// Checks and resolves the host text, telling the user what is wrong through `ui`, then pings.
+// A dotted text must be an IPv4 address: host names with dots are refused on purpose, only
+// dot-free names are looked up.
+PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui,
+                    logs::ITransactionSink& sink = logs::TransactionLogSink());
+
+// The toolbar's ping. True when a ping was sent (whatever its outcome); false when the host
+// text was refused or could not be resolved, after the message has been shown.
 bool RunToolbarPing(const PingTarget& target, app::IOperationUi& ui,
                     logs::ITransactionSink& sink = logs::TransactionLogSink());
 

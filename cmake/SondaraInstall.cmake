@@ -1,0 +1,44 @@
+# Installing and packaging: the programs in bin, the desktop entry and its icon, the readme and
+# the manual page of sondara-cli under share. `cpack -G DEB` makes the Debian package; its
+# dependencies are worked out from the built programs by dpkg-shlibdeps.
+include(GNUInstallDirs)
+
+if(TARGET sondara AND SONDARA_BUILD_GUI)
+  install(TARGETS sondara RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES packaging/sondara.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+  install(FILES packaging/sondara.svg
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+endif()
+if(TARGET sondara-cli)
+  install(TARGETS sondara-cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # Manual pages are installed compressed, as Debian keeps them.
+  set(manpage ${CMAKE_BINARY_DIR}/sondara-cli.1.gz)
+  add_custom_command(OUTPUT ${manpage}
+    COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/docs/sondara-cli.1 > ${manpage}
+    DEPENDS ${PROJECT_SOURCE_DIR}/docs/sondara-cli.1 VERBATIM)
+  add_custom_target(sondara_manpage ALL DEPENDS ${manpage})
+  install(FILES ${manpage} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
+# Help > Readme looks here when the readme is not beside the program.
+install(FILES docs/Sondara.txt DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/sondara)
+
+set(CPACK_PACKAGE_NAME sondara)
+set(CPACK_PACKAGE_VENDOR "Tarvik Technologies")
+set(CPACK_PACKAGE_CONTACT "Tarvik Technologies <support@tarvik.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
+    "Network diagnostic tool: ping, IPv4 sweep, SNMP v1/v2c get/set, MIB walk, traps")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+    "Sondara Utility is a single-window network diagnostic tool for engineers who commission\n\
+networked devices: it pings, sweeps IPv4 ranges, reads and writes SNMP objects, walks MIBs\n\
+and sends traps with its own BER codec. sondara-cli runs the same operations from a shell.")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The window needs a platform plugin, which no library of ours links against.
+if(SONDARA_BUILD_GUI)
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
+endif()
+include(CPack)

@@ -1,0 +1,62 @@
+// What every command of sondara-cli runs with: its checked command line, the request settings,
+// the transaction log, the printer for its results, the error stream and the stop event that
+// Ctrl+C raises. A command is one function over this context that returns its exit status.
+#pragma once
+
+#include <mutex>
+#include <ostream>
+#include <string>
+
+#include "app/operation_ui.h"
+#include "cli/cli_transaction_log.h"
+#include "cli/command_line.h"
+#include "cli/exit_status.h"
+#include "cli/result_printer.h"
+#include "logs/event_line_sink.h"
+#include "net/udp_session.h"
+#include "util/event.h"
+
+namespace cli {
+
+struct CliContext {
+  const CommandLine& line;
+  // The program's settings (profile) with -t, -r and -6 applied.
+  net::UdpSettings udp;
+  CCliTransactionLog& transactions;  // pass it as the operation's logs::ITransactionSink
+  CResultPrinter& printer;
+  std::ostream& out;
+  std::ostream& err;
+  // Raised by Ctrl+C for the commands marked as stoppable; never raised otherwise.
+  tvkutil::CEvent& stop;
+
+  // One line on standard error, "sondara-cli: " first: failures in the event log's wording,
+  // refusals, the final "stopped" line.
+  void Error(const std::wstring& text) const;
+};
+
+// An operation's refusals (app::IOperationUi) as lines on standard error: an operation whose
+// checks refuse its input sent nothing, so the command ends with kExitUsage.
+class CCliOperationUi : public app::IOperationUi {
+ public:
+  explicit CCliOperationUi(const CliContext& context) : context_(context) {}
+  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override;
+  bool Refused() const { return refused_; }
+
+ private:
+  const CliContext& context_;
+  bool refused_ = false;
+};
+
+// An operation's event-log lines (failures, "started", "complete", "stopped") as lines on
+// standard error; safe from a worker thread.
+class CCliEventLines : public logs::IEventLineSink {
+ public:
+  explicit CCliEventLines(const CliContext& context) : context_(context) {}
+  void AddEventLine(const std::wstring& line) override;
+
+ private:
+  const CliContext& context_;
+  std::mutex mutex_;
+};
+
+}  // namespace cli

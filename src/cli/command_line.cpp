@@ -1,0 +1,523 @@
+#include "cli/command_line.h"
+
+#include <algorithm>
+#include <array>
+
+#include "app/setting_rules.h"
+#include "net/address.h"
+#include "pages/operation_common.h"
+#include "snmp/asn_data_type.h"
+#include "snmp/type_names.h"
+#include "util/text.h"
+
+namespace cli {
+
+namespace {
+
+// What follows the command name.
+enum class Shape {
+  kHostOids,              // HOST OID...
+  kHostBindings,          // HOST OID TYPE VALUE [OID TYPE VALUE]...
+  kHostOptionalOid,       // HOST [OID]
+  kHostOptionalBindings,  // HOST [OID TYPE VALUE]...
+  kHost,                  // HOST
+  kRange,                 // START END
+};
+
+constexpr unsigned kCommonOptions = kOptSnmpVersion | kOptCommunity | kOptPort | kOptTimeout |
+                                    kOptRetries | kOptIPv6 | kOptFormat | kOptLog;
+
+struct CommandSpec {
+  std::string_view name;
+  Shape shape;
+  unsigned options;
+  std::string_view synopsis;
+  std::string_view description;
+};
+
+constexpr std::array<CommandSpec, 7> kCommands = {{
+    {"get", Shape::kHostOids, kCommonOptions, "get HOST OID...",
+     "Reads the objects with one GetRequest and prints each binding of the answer."},
+    {"getnext", Shape::kHostOids, kCommonOptions, "getnext HOST OID...",
+     "Reads the object after each OID with one GetNextRequest."},
+    {"set", Shape::kHostBindings, kCommonOptions, "set HOST OID TYPE VALUE [OID TYPE VALUE]...",
+     "Writes the values with one SetRequest (community \"setcomm\" unless -c is given) and\n"
+     "prints the bindings of the answer. TYPE is Integer32, Octet String, Object Identifier,\n"
+     "IPAddress, Counter32, Gauge32, UInteger32, Timeticks, Opaque or Counter64 (case is\n"
+     "ignored); VALUE is checked against its TYPE before anything is sent."},
+    {"walk", Shape::kHostOptionalOid, kCommonOptions | kOptBulk, "walk HOST [OID] [--bulk N]",
+     "Walks the agent's MIB with GetNext requests from OID (default .1.3.6.1) to the end of\n"
+     "its view; --bulk N uses GetBulk requests of N repetitions (-v 2c). Ctrl+C stops the walk:\n"
+     "what was found is printed, then the stopped line, and the exit status is 130."},
+    {"trap", Shape::kHostOptionalBindings,
+     kCommonOptions | kOptEnterprise | kOptAgentAddress | kOptGeneric | kOptSpecific | kOptTrapOid,
+     "trap HOST [OID TYPE VALUE]...",
+     "Sends one trap (port 162 unless -p is given) carrying the bindings. Version 1 takes\n"
+     "--enterprise OID, --agent-address IP, --generic NAME|N and --specific N; version 2c takes\n"
+     "--trap-oid OID and puts sysUpTime.0 and snmpTrapOID.0 first, as the sendTrap page does.\n"
+     "TYPE is one of set's types or Null."},
+    {"ping", Shape::kHost, kOptTimeout | kOptRetries | kOptIPv6 | kOptFormat | kOptLog, "ping HOST",
+     "Sends ICMP echoes as the ping toolbar does (1000 ms and 1 retry unless -t/-r are given)\n"
+     "and prints the request and the reply. Exit status 0 on a reply, 3 without one."},
+    {"sweep", Shape::kRange, kOptTimeout | kOptRetries | kOptFormat | kOptLog | kOptFast,
+     "sweep START END [--fast]",
+     "Pings every IPv4 address from START to END and prints each one that answers with its\n"
+     "host name (Device Discovery). Ctrl+C stops the sweep: what was found is printed, then the\n"
+     "stopped line, and the exit status is 130."},
+}};
+
+struct OptionSpec {
+  char short_name;  // 0: long form only
+  std::string_view long_name;
+  unsigned bit;                 // 0: --help and --version, which every command takes
+  std::string_view value_name;  // empty: a switch
+  std::string_view help;
+};
+
+constexpr std::array<OptionSpec, 17> kOptions = {{
+    {'v', "snmp-version", kOptSnmpVersion, "1|2c", "SNMP version (default 2c)"},
+    {'c', "community", kOptCommunity, "COMMUNITY",
+     "community (default \"getcom\", \"setcomm\" for set)"},
+    {'p', "port", kOptPort, "PORT", "agent port (default 161, 162 for trap)"},
+    {'t', "timeout", kOptTimeout, "MS",
+     "time-out of each try in ms (default: the program's settings)"},
+    {'r', "retries", kOptRetries, "N", "tries after the first (default: the program's settings)"},
+    {'6', "ipv6", kOptIPv6, "", "IPv6 instead of IPv4"},
+    {0, "format", kOptFormat, "text|csv|json", "output format (default text)"},
+    {0, "log", kOptLog, "FILE", "save the transaction log to FILE as the window saves it"},
+    {0, "bulk", kOptBulk, "N", "walk with GetBulk requests of N repetitions"},
+    {0, "enterprise", kOptEnterprise, "OID", "v1 trap: enterprise (sender OID)"},
+    {0, "agent-address", kOptAgentAddress, "IP", "v1 trap: agent address (sender IP)"},
+    {0, "generic", kOptGeneric, "NAME|N",
+     "v1 trap: generic trap, coldStart ... enterpriseSpecific"},
+    {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 1 to 65535"},
+    {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
+    {0, "fast", kOptFast, "", "sweep without waiting between addresses"},
+    {'h', "help", 0, "", "this help"},
+    {0, "version", 0, "", "the program's version"},
+}};
+
+constexpr int kMaxTimeoutMs = 60000;
+constexpr int kMaxRetries = 10;
+constexpr int kMaxBulk = 65535;
+constexpr int kMaxSpecificTrap = 65535;
+
+const CommandSpec* FindCommand(std::string_view name) {
+  for (const CommandSpec& c : kCommands) {
+    if (c.name == name)
+      return &c;
+  }
+  return nullptr;
+}
+
+const OptionSpec* FindOption(std::string_view arg, std::string& attached) {
+  attached.clear();
+  if (arg.size() >= 3 && arg.substr(0, 2) == "--") {
+    std::string_view name = arg.substr(2);
+    const std::size_t eq = name.find('=');
+    if (eq != std::string_view::npos) {
+      attached = std::string(name.substr(eq + 1));
+      name = name.substr(0, eq);
+    }
+    for (const OptionSpec& o : kOptions) {
+      if (o.long_name == name)
+        return &o;
+    }
+    return nullptr;
+  }
+  if (arg.size() >= 2 && arg[0] == '-' && arg[1] != '-') {
+    for (const OptionSpec& o : kOptions) {
+      if (o.short_name == arg[1]) {
+        attached = std::string(arg.substr(2));  // "-cpublic", "-v1"
+        return &o;
+      }
+    }
+  }
+  return nullptr;
+}
+
+std::string OptionName(const OptionSpec& o) {
+  return o.short_name != 0 ? std::string("-") + o.short_name : "--" + std::string(o.long_name);
+}
+
+std::string Quoted(std::string_view text) {
+  return "'" + std::string(text) + "'";
+}
+
+std::wstring Wide(std::string_view text) {
+  return tvkutil::FromUtf8Lenient(text);
+}
+
+// Decimal digits only, within [low, high].
+bool ReadNumber(std::string_view text, long long low, long long high, long long& out) {
+  if (text.empty() || text.size() > 10 ||
+      !std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }))
+    return false;
+  out = std::stoll(std::string(text));
+  return out >= low && out <= high;
+}
+
+std::string Range(long long low, long long high) {
+  return " (" + std::to_string(low) + " to " + std::to_string(high) + ")";
+}
+
+// The types a binding of `set` may carry; a trap's may also be Null.
+bool TakesType(std::string_view command, std::uint32_t tag) {
+  if (tag == snmp::kTagNull)
+    return command == "trap";
+  return snmp::IsValueTag(tag) && tag < snmp::kTagNoSuchObject;
+}
+
+std::string TypeList(std::string_view command) {
+  std::string list;
+  for (std::uint32_t tag = 0; tag < snmp::kTagNoSuchObject; ++tag) {
+    if (snmp::IsValueTag(tag) && TakesType(command, tag))
+      list += (list.empty() ? "" : ", ") + tvkutil::ToUtf8(snmp::TypeNameOfTag(tag));
+  }
+  return list;
+}
+
+std::string BadOid(std::string_view what, std::string_view text) {
+  return "bad " + std::string(what) + " " + Quoted(text) +
+         " (digits and dots, 2 to 128 numbers, no dot at the end)";
+}
+
+class CParser {
+ public:
+  explicit CParser(const std::vector<std::string>& args) : args_(args) {}
+
+  ParseResult Run() {
+    std::vector<std::string> positionals;
+    bool options_ended = false;
+    for (std::size_t i = 0; i < args_.size() && error_.empty(); ++i) {
+      const std::string& arg = args_[i];
+      const bool option_like = !options_ended && arg.size() > 1 && arg[0] == '-';
+      if (option_like && ValueComesNext(positionals)) {
+        positionals.push_back(arg);
+      } else if (option_like && arg == "--") {
+        options_ended = true;
+      } else if (option_like) {
+        TakeOption(i);
+      } else if (positionals.empty() && FindCommand(arg) == nullptr) {
+        error_ = "unknown command " + Quoted(arg) + " (see sondara-cli --help)";
+      } else {
+        positionals.push_back(arg);
+        if (positionals.size() == 1)
+          spec_ = FindCommand(arg);
+      }
+    }
+    if (error_.empty() && !line_.help && !line_.show_version) {
+      if (spec_ == nullptr) {
+        error_ = "missing COMMAND (see sondara-cli --help)";
+      } else {
+        line_.command = std::string(spec_->name);
+        positionals.erase(positionals.begin());
+        CheckOptions();
+        if (error_.empty())
+          TakePositionals(positionals);
+        if (!error_.empty())
+          error_ = line_.command + ": " + error_;
+      }
+    } else if (spec_ != nullptr) {
+      line_.command = std::string(spec_->name);
+    }
+    return {std::move(line_), std::move(error_)};
+  }
+
+ private:
+  // The VALUE of an OID TYPE VALUE may start with "-" (a negative number): it is taken as it
+  // stands. Positionals so far: the command, HOST, then triples.
+  bool ValueComesNext(const std::vector<std::string>& positionals) const {
+    if (spec_ == nullptr ||
+        (spec_->shape != Shape::kHostBindings && spec_->shape != Shape::kHostOptionalBindings))
+      return false;
+    const std::size_t after_host = positionals.size() >= 2 ? positionals.size() - 2 : 0;
+    return positionals.size() >= 2 && after_host % 3 == 2;
+  }
+
+  void TakeOption(std::size_t& i) {
+    std::string value;
+    const OptionSpec* o = FindOption(args_[i], value);
+    if (o == nullptr) {
+      error_ = "unknown option " + Quoted(args_[i]) + " (see sondara-cli --help)";
+      return;
+    }
+    if (o->value_name.empty()) {
+      if (!value.empty()) {
+        error_ = OptionName(*o) + " takes no value";
+        return;
+      }
+    } else if (value.empty() && args_[i].find('=') == std::string::npos) {
+      if (i + 1 >= args_.size()) {
+        error_ = "option " + OptionName(*o) + " needs " + std::string(o->value_name);
+        return;
+      }
+      value = args_[++i];
+    }
+    line_.given |= o->bit;
+    ReadOption(*o, value);
+  }
+
+  void ReadOption(const OptionSpec& o, const std::string& value) {
+    long long n = 0;
+    const std::string name = OptionName(o);
+    switch (o.bit) {
+      case 0:
+        if (o.long_name == "help")
+          line_.help = true;
+        else
+          line_.show_version = true;
+        break;
+      case kOptSnmpVersion:
+        if (value == "1" || value == "2c" || value == "2C")
+          line_.snmp_version = value == "1" ? L"1" : L"2c";
+        else
+          error_ = "bad SNMP version " + Quoted(value) + " (1 or 2c)";
+        break;
+      case kOptCommunity:
+        if (value.empty())
+          error_ = "empty community";
+        line_.community = Wide(value);
+        break;
+      case kOptPort: {
+        std::uint16_t port = 0;
+        if (!pages::ReadPort(Wide(value), port) || port == 0)
+          error_ = "bad port " + Quoted(value) + Range(1, pages::kMaxPort);
+        line_.port = port;
+        break;
+      }
+      case kOptTimeout:
+        if (!ReadNumber(value, 1, kMaxTimeoutMs, n))
+          error_ = "bad time-out " + Quoted(value) + Range(1, kMaxTimeoutMs) + " ms";
+        line_.timeout_ms = static_cast<int>(n);
+        break;
+      case kOptRetries:
+        if (!ReadNumber(value, 0, kMaxRetries, n))
+          error_ = "bad retries " + Quoted(value) + Range(0, kMaxRetries);
+        line_.retries = static_cast<int>(n);
+        break;
+      case kOptIPv6:
+        line_.ipv6 = true;
+        break;
+      case kOptFormat:
+        if (value == "text")
+          line_.format = OutputFormat::kText;
+        else if (value == "csv")
+          line_.format = OutputFormat::kCsv;
+        else if (value == "json")
+          line_.format = OutputFormat::kJson;
+        else
+          error_ = "bad format " + Quoted(value) + " (text, csv or json)";
+        break;
+      case kOptLog:
+        line_.log_path = value;
+        if (value.empty())
+          error_ = "--log needs a FILE";
+        break;
+      case kOptBulk:
+        if (!ReadNumber(value, 1, kMaxBulk, n))
+          error_ = "bad --bulk " + Quoted(value) + Range(1, kMaxBulk);
+        line_.bulk = static_cast<int>(n);
+        break;
+      case kOptEnterprise:
+        if (!app::IsValidOidText(Wide(value)))
+          error_ = BadOid("--enterprise", value);
+        line_.enterprise = Wide(value);
+        break;
+      case kOptAgentAddress:
+        if (!net::IsValidIPv4Text(Wide(value)))
+          error_ = "bad --agent-address " + Quoted(value) + " (a dotted IPv4 address)";
+        line_.agent_address = Wide(value);
+        break;
+      case kOptGeneric:
+        if (snmp::IsGenericTrapName(Wide(value)))
+          line_.generic_trap = snmp::GenericTrapNumber(Wide(value));
+        else if (ReadNumber(value, 0, snmp::kEnterpriseSpecificTrap, n))
+          line_.generic_trap = static_cast<std::int32_t>(n);
+        else
+          error_ = "bad --generic " + Quoted(value) + " (coldStart, warmStart, linkDown, linkUp, " +
+                   "authenticationFailure, egpNeighborLoss, enterpriseSpecific or 0 to 6)";
+        break;
+      case kOptSpecific:
+        if (!ReadNumber(value, 1, kMaxSpecificTrap, n))
+          error_ = "bad --specific " + Quoted(value) + Range(1, kMaxSpecificTrap);
+        line_.specific_trap = static_cast<std::uint32_t>(n);
+        break;
+      case kOptTrapOid:
+        if (!app::IsValidOidText(Wide(value)))
+          error_ = BadOid("--trap-oid", value);
+        line_.trap_oid = Wide(value);
+        break;
+      case kOptFast:
+        line_.fast = true;
+        break;
+      default:
+        break;
+    }
+  }
+
+  // Options the command does not take, and combinations that mean nothing.
+  void CheckOptions() {
+    for (const OptionSpec& o : kOptions) {
+      if ((line_.given & o.bit & ~spec_->options) != 0) {
+        error_ = "option " + OptionName(o) + " does not apply";
+        return;
+      }
+    }
+    const bool v1 = line_.snmp_version == L"1";
+    if (line_.bulk && v1)
+      error_ = "--bulk needs -v 2c (GetBulk is a version 2c request)";
+    else if (line_.trap_oid && v1)
+      error_ = "--trap-oid is for -v 2c traps";
+    else if (!v1 &&
+             (line_.given & (kOptEnterprise | kOptAgentAddress | kOptGeneric | kOptSpecific)) != 0)
+      error_ = "--enterprise, --agent-address, --generic and --specific are for -v 1 traps";
+    else if (line_.command == "ping" && line_.format != OutputFormat::kText)
+      error_ = "--format is text only";
+    if ((line_.given & kOptCommunity) == 0)
+      line_.community = line_.command == "set" ? L"setcomm" : L"getcom";
+    if ((line_.given & kOptPort) == 0)
+      line_.port = line_.command == "trap" ? 162 : 161;
+  }
+
+  void TakePositionals(const std::vector<std::string>& p) {
+    const Shape shape = spec_->shape;
+    if (shape == Shape::kRange) {
+      if (p.size() < 2) {
+        error_ = p.empty() ? "missing START" : "missing END";
+        return;
+      }
+      if (p.size() > 2) {
+        error_ = "unexpected argument " + Quoted(p[2]);
+        return;
+      }
+      line_.start_ip = Wide(p[0]);
+      line_.end_ip = Wide(p[1]);
+      if (!net::IsValidIPv4Text(line_.start_ip))
+        error_ = "bad START " + Quoted(p[0]) + " (a dotted IPv4 address)";
+      else if (!net::IsValidIPv4Text(line_.end_ip))
+        error_ = "bad END " + Quoted(p[1]) + " (a dotted IPv4 address)";
+      return;
+    }
+    if (p.empty() || p[0].empty()) {
+      error_ = "missing HOST";
+      return;
+    }
+    line_.host = Wide(p[0]);
+    const std::vector<std::string> rest(p.begin() + 1, p.end());
+    switch (shape) {
+      case Shape::kHost:
+        if (!rest.empty())
+          error_ = "unexpected argument " + Quoted(rest[0]);
+        break;
+      case Shape::kHostOids:
+      case Shape::kHostOptionalOid:
+        if (rest.empty() && shape == Shape::kHostOids)
+          error_ = "missing OID";
+        else if (rest.size() > 1 && shape == Shape::kHostOptionalOid)
+          error_ = "unexpected argument " + Quoted(rest[1]);
+        for (const std::string& oid : rest) {
+          if (error_.empty() && !app::IsValidOidText(Wide(oid)))
+            error_ = BadOid("OID", oid);
+          line_.oids.push_back(Wide(oid));
+        }
+        if (line_.oids.empty())
+          line_.oids.push_back(L".1.3.6.1");
+        break;
+      case Shape::kHostBindings:
+      case Shape::kHostOptionalBindings:
+        if (rest.empty() && shape == Shape::kHostBindings)
+          error_ = "missing OID TYPE VALUE";
+        for (std::size_t i = 0; i < rest.size() && error_.empty(); i += 3)
+          TakeBinding(rest, i);
+        break;
+      case Shape::kRange:
+        break;
+    }
+  }
+
+  void TakeBinding(const std::vector<std::string>& rest, std::size_t i) {
+    const std::string& oid = rest[i];
+    if (!app::IsValidOidText(Wide(oid))) {
+      error_ = BadOid("OID", oid);
+      return;
+    }
+    if (i + 2 >= rest.size()) {
+      error_ =
+          "OID " + oid + (i + 1 < rest.size() ? " needs a VALUE" : " needs a TYPE and a VALUE");
+      return;
+    }
+    const std::string& type = rest[i + 1];
+    const std::uint32_t tag = snmp::TagOfTypeName(Wide(type));
+    if (!app::IsDataTypeName(Wide(type)) || !TakesType(line_.command, tag)) {
+      error_ = "unknown TYPE " + Quoted(type) + " (" + TypeList(line_.command) + ")";
+      return;
+    }
+    const std::wstring value = Wide(rest[i + 2]);
+    if (!pages::IsValidValueText(tag, value)) {
+      error_ = "value " + Quoted(rest[i + 2]) + " does not fit " +
+               tvkutil::ToUtf8(snmp::TypeNameOfTag(tag));
+      return;
+    }
+    line_.bindings.push_back({Wide(oid), tag, value});
+  }
+
+  const std::vector<std::string>& args_;
+  const CommandSpec* spec_ = nullptr;
+  CommandLine line_;
+  std::string error_;
+};
+
+std::string OptionLines(unsigned mask) {
+  std::string out;
+  for (const OptionSpec& o : kOptions) {
+    if (o.bit != 0 && (o.bit & mask) == 0)
+      continue;
+    std::string left = "  ";
+    left += o.short_name != 0 ? std::string("-") + o.short_name + ", " : "    ";
+    left += "--" + std::string(o.long_name);
+    if (!o.value_name.empty())
+      left += " " + std::string(o.value_name);
+    left.resize(std::max<std::size_t>(left.size() + 2, 32), ' ');
+    out += left + std::string(o.help) + "\n";
+  }
+  return out;
+}
+
+}  // namespace
+
+ParseResult ParseCommandLine(const std::vector<std::string>& args) {
+  return CParser(args).Run();
+}
+
+bool IsCommand(std::string_view name) {
+  return FindCommand(name) != nullptr;
+}
+
+std::string ProgramHelp() {
+  std::string out =
+      "Usage: sondara-cli COMMAND [options] ...\n"
+      "SNMP v1/v2c requests, traps, ping and sweeps from a shell, as Sondara Utility does them.\n"
+      "\nCommands:\n";
+  for (const CommandSpec& c : kCommands)
+    out += "  " + std::string(c.synopsis) + "\n";
+  out += "\nOptions:\n" + OptionLines(~0u);
+  out +=
+      "\nOutput: text prints \"OID = TypeName: value\" per binding; csv the walk file's rows "
+      "under\n"
+      "a header; json one object per line.\n"
+      "Exit status: 0 done, 1 the agent answered with an error status, 2 a usage error (nothing\n"
+      "is sent), 3 no answer, 4 any other failure, 130 stopped by Ctrl+C.\n"
+      "\"sondara-cli COMMAND --help\" describes one command; man sondara-cli has examples.\n";
+  return out;
+}
+
+std::string CommandHelp(std::string_view command) {
+  const CommandSpec* c = FindCommand(command);
+  if (c == nullptr)
+    return ProgramHelp();
+  return "Usage: sondara-cli " + std::string(c->synopsis) + " [options]\n" +
+         std::string(c->description) + "\n\nOptions:\n" + OptionLines(c->options);
+}
+
+}  // namespace cli

@@ -1,0 +1,16 @@
+// The commands of sondara-cli, one function each (see CliContext).
+#pragma once
+
+#include "cli/cli_context.h"
+
+namespace cli {
+
+int RunGet(CliContext& context);
+int RunGetNext(CliContext& context);
+int RunSet(CliContext& context);
+int RunPing(CliContext& context);
+
+// For the commands whose operation this build does not have yet.
+int RunUnavailable(CliContext& context);
+
+}  // namespace cli

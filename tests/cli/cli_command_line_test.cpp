@@ -1,0 +1,98 @@
+// The command lines the commands run with, and Ctrl+C turned into the stop event.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "cli/command_line.h"
+#include "cli/interrupt_stop.h"
+#include "snmp/asn_data_type.h"
+
+namespace {
+
+using cli::ParseCommandLine;
+
+cli::CommandLine Accepted(const std::vector<std::string>& args) {
+  cli::ParseResult r = ParseCommandLine(args);
+  EXPECT_EQ(r.error, "");
+  return r.line;
+}
+
+TEST(CliCommandLine, DefaultsDependOnTheCommand) {
+  struct Case {
+    std::vector<std::string> args;
+    std::wstring community;
+    int port;
+  };
+  for (const Case& c : std::vector<Case>{{{"get", "h", ".1.3"}, L"getcom", 161},
+                                         {{"set", "h", ".1.3", "Integer32", "1"}, L"setcomm", 161},
+                                         {{"trap", "h"}, L"getcom", 162},
+                                         {{"walk", "-p", "1161", "-c", "x", "h"}, L"x", 1161}}) {
+    const cli::CommandLine line = Accepted(c.args);
+    EXPECT_EQ(line.community, c.community) << c.args[0];
+    EXPECT_EQ(line.port, c.port) << c.args[0];
+    EXPECT_EQ(line.snmp_version, L"2c");
+    EXPECT_FALSE(line.timeout_ms.has_value());  // the program's settings apply
+    EXPECT_FALSE(line.retries.has_value());
+  }
+  EXPECT_EQ(Accepted({"walk", "h"}).oids, std::vector<std::wstring>{L".1.3.6.1"});
+}
+
+TEST(CliCommandLine, ValuesAndOptionsInAnyOrder) {
+  // A VALUE is taken as written even when it looks like an option.
+  const cli::CommandLine set =
+      Accepted({"-t", "250", "set", "h", ".1.3.6.1.2.1.1.4.0", "INTEGER32", "-6", "--format=json",
+                ".1.3.6.1.2.1.1.5.0", "ipaddress", "10.0.0.1", "-r0", "-6", ".1.3.6.1.2.1.1.6.0",
+                "Octet String", "--"});
+  ASSERT_EQ(set.bindings.size(), 3U);
+  EXPECT_EQ(set.bindings[2].value, L"--");
+  EXPECT_EQ(set.bindings[0].tag, snmp::kTagInteger32);
+  EXPECT_EQ(set.bindings[0].value, L"-6");
+  EXPECT_EQ(set.bindings[1].tag, snmp::kTagIpAddress);
+  EXPECT_EQ(set.bindings[1].value, L"10.0.0.1");
+  EXPECT_EQ(set.timeout_ms, 250);
+  EXPECT_EQ(set.retries, 0);
+  EXPECT_TRUE(set.ipv6);
+  EXPECT_EQ(set.format, cli::OutputFormat::kJson);
+
+  const cli::CommandLine trap =
+      Accepted({"trap", "h", "-v", "1", "--generic", "LINKUP", "--specific", "65535",
+                "--enterprise", ".1.3.6.1.4.1.9", "--agent-address", "10.1.2.3", "--",
+                ".1.3.6.1.2.1.2.2.1.1.3", "Null", "-"});
+  EXPECT_EQ(trap.generic_trap, 3);
+  EXPECT_EQ(trap.specific_trap, 65535U);
+  EXPECT_EQ(trap.enterprise, L".1.3.6.1.4.1.9");
+  EXPECT_EQ(trap.agent_address, L"10.1.2.3");
+  ASSERT_EQ(trap.bindings.size(), 1U);
+  EXPECT_EQ(trap.bindings[0].tag, snmp::kTagNull);
+
+  EXPECT_EQ(Accepted({"trap", "h", "--generic", "6", "-v1"}).generic_trap, 6);
+  EXPECT_EQ(Accepted({"trap", "h", "--trap-oid", ".1.3.6.1.6.3.1.1.5.4"}).trap_oid,
+            L".1.3.6.1.6.3.1.1.5.4");
+  EXPECT_EQ(Accepted({"walk", "h", ".1.3.6.1.2", "--bulk", "20"}).bulk, 20);
+  const cli::CommandLine sweep = Accepted({"sweep", "--fast", "10.0.0.1", "10.0.0.9"});
+  EXPECT_TRUE(sweep.fast);
+  EXPECT_EQ(sweep.end_ip, L"10.0.0.9");
+  EXPECT_TRUE(Accepted({"sweep", "--help"}).help);
+}
+
+TEST(CliInterrupt, CtrlCRaisesTheStopEventAndTheOldHandlerComesBack) {
+  ::signal(SIGINT, SIG_IGN);
+  tvkutil::CEvent stop(true);
+  {
+    cli::CInterruptStop interrupt(stop);
+    EXPECT_FALSE(interrupt.Interrupted());
+    ::raise(SIGINT);
+    EXPECT_TRUE(stop.WaitFor(std::chrono::seconds(5)));
+    EXPECT_TRUE(interrupt.Interrupted());
+  }
+  struct sigaction now {};
+  ::sigaction(SIGINT, nullptr, &now);
+  EXPECT_EQ(now.sa_handler, SIG_IGN);
+  ::signal(SIGINT, SIG_DFL);
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+// ping answers 0 on a reply and 3 without one; inside a private namespace only the address
+// that exists answers.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <regex>
+#include <string>
+
+#include "cli/cli_process.h"
+#include "net/icmp_echo.h"
+#include "support/private_netns.h"
+
+namespace {
+
+using sondara_test::Cli;
+using sondara_test::ProcessResult;
+
+TEST(CliPing, ReplyAndSilenceInAPrivateNetwork) {
+  const auto run = testing_support::RunInPrivateNetns([] {
+    if (std::system("ip addr add 198.18.0.5/32 dev d0") != 0)
+      return std::string("no answering address");
+    Cli cli;
+    std::string out;
+    for (const char* host : {"127.0.0.1", "198.18.0.5", "198.18.0.7"}) {
+      const ProcessResult r = cli.Run({"ping", "-t", "300", "-r", "0", host});
+      out += std::to_string(r.status) + " " + r.out + r.err;
+    }
+    return out;
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  const std::regex expected(
+      "0 Ping command sent to IP 127\\.0\\.0\\.1\\.\n"
+      "Reply from 127\\.0\\.0\\.1: bytes=14 time=[0-9]+ms\\.\n"
+      "0 Ping command sent to IP 198\\.18\\.0\\.5\\.\n"
+      "Reply from 198\\.18\\.0\\.5: bytes=14 time=[0-9]+ms\\.\n"
+      "3 Ping command sent to IP 198\\.18\\.0\\.7\\.\n"
+      "Reply from 198\\.18\\.0\\.7 not received\\.\n");
+  EXPECT_TRUE(std::regex_match(run.output, expected)) << run.output;
+}
+
+TEST(CliPing, AnInvalidAddressIsAUsageError) {
+  if (!net::LoadIcmp())
+    GTEST_SKIP() << "no ICMP socket: needs CAP_NET_RAW or ping_group_range";
+  const ProcessResult r = Cli().Run({"ping", "10.0.0.300"});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "sondara-cli: Invalid IPv4 address '10.0.0.300'.\n");
+}
+
+}  // namespace

@@ -1,0 +1,247 @@
+// sondara-cli against a real net-snmp agent, checked against net-snmp's own tools.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/cli_process.h"
+#include "support/snmpd_process.h"
+
+namespace {
+
+using sondara_test::Cli;
+using sondara_test::ProcessResult;
+
+struct Binding {
+  std::string oid, type, value;
+  bool operator==(const Binding&) const = default;
+};
+
+void PrintTo(const Binding& b, std::ostream* os) {
+  *os << b.oid << " = " << b.type << ": " << b.value;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+// Our text format: "OID = TypeName: value".
+std::vector<Binding> ParseOurs(const std::string& text) {
+  std::vector<Binding> out;
+  const std::regex line_re(R"(^(\.[0-9.]+) = ([A-Za-z0-9 ]+): (.*)$)");
+  for (const std::string& line : Lines(text)) {
+    std::smatch m;
+    EXPECT_TRUE(std::regex_match(line, m, line_re)) << line;
+    if (!m.empty())
+      out.push_back({m[1], m[2], m[3]});
+  }
+  return out;
+}
+
+// net-snmp's -On lines, with its type names turned into ours, strings unquoted and time ticks
+// as their hundredths.
+std::vector<Binding> ParseNetSnmp(const std::string& text) {
+  static const std::map<std::string, std::string> kTypes = {
+      {"STRING", "Octet String"}, {"INTEGER", "Integer32"},   {"OID", "Object Identifier"},
+      {"Timeticks", "Timeticks"}, {"Counter32", "Counter32"}, {"Counter64", "Counter64"},
+      {"Gauge32", "Gauge32"},     {"IpAddress", "IPAddress"}};
+  std::vector<Binding> out;
+  const std::regex line_re(R"(^(\.[0-9.]+) = (([A-Za-z0-9]+): (.*)|No Such Instance.*)$)");
+  for (const std::string& line : Lines(text)) {
+    std::smatch m;
+    if (!std::regex_match(line, m, line_re)) {
+      ADD_FAILURE() << "net-snmp printed: " << line;
+      continue;
+    }
+    if (!m[3].matched) {
+      out.push_back({m[1], "noSuchInstance", ""});
+      continue;
+    }
+    std::string type = m[3], value = m[4];
+    EXPECT_TRUE(kTypes.count(type)) << line;
+    if (type == "STRING" && value.size() >= 2)
+      value = value.substr(1, value.size() - 2);
+    if (type == "Timeticks")
+      value = value.substr(1, value.find(')') - 1);
+    out.push_back({m[1], kTypes.count(type) ? kTypes.at(type) : type, value});
+  }
+  return out;
+}
+
+class CliAgainstSnmpd : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string error = snmpd_.Start();
+    // CI installs snmpd; a missing one there must fail, not skip.
+    ASSERT_TRUE(error.empty()) << error;
+    port_ = std::to_string(snmpd_.Port());
+  }
+
+  ProcessResult Ours(const std::string& command, std::vector<std::string> args) {
+    args.insert(args.begin(), {command, "127.0.0.1", "-p", port_});
+    return cli_.Run(args);
+  }
+  std::string NetSnmp(const std::string& tool, const std::vector<std::string>& oids,
+                      const std::string& version = "2c") {
+    std::vector<std::string> argv{"/usr/bin/" + tool,  "-v", version, "-c", "getcom", "-On",
+                                  "127.0.0.1:" + port_};
+    argv.insert(argv.end(), oids.begin(), oids.end());
+    const ProcessResult r = sondara_test::RunProcess(argv);
+    EXPECT_EQ(r.status, 0) << r.err;
+    return r.out;
+  }
+
+  testing_support::SnmpdProcess snmpd_;
+  std::string port_;
+  Cli cli_;
+};
+
+// Objects whose values stay put while the test runs, one of each type.
+const std::vector<std::string> kSteadyOids = {
+    ".1.3.6.1.2.1.1.1.0",                // sysDescr: Octet String
+    ".1.3.6.1.2.1.1.2.0",                // sysObjectID: Object Identifier
+    ".1.3.6.1.2.1.1.8.0",                // sysORLastChange: Timeticks
+    ".1.3.6.1.2.1.2.1.0",                // ifNumber: Integer32
+    ".1.3.6.1.2.1.11.3.0",               // snmpInBadVersions: Counter32
+    ".1.3.6.1.2.1.4.20.1.1.127.0.0.1",   // ipAdEntAddr: IPAddress
+    ".1.3.6.1.2.1.4.20.1.3.127.0.0.1"};  // ipAdEntNetMask: IPAddress
+
+std::set<std::string> TypesOf(const std::vector<Binding>& bindings) {
+  std::set<std::string> types;
+  for (const Binding& b : bindings)
+    types.insert(b.type);
+  return types;
+}
+
+TEST_F(CliAgainstSnmpd, GetAndGetNextGiveWhatNetSnmpReads) {
+  const ProcessResult get = Ours("get", kSteadyOids);
+  ASSERT_EQ(get.status, 0) << get.err;
+  const std::vector<Binding> expected = ParseNetSnmp(NetSnmp("snmpget", kSteadyOids));
+  EXPECT_EQ(ParseOurs(get.out), expected);
+  const std::set<std::string> wanted = {"Octet String", "Object Identifier", "Timeticks",
+                                        "Integer32",    "Counter32",         "IPAddress"};
+  EXPECT_EQ(TypesOf(expected), wanted);
+
+  // The objects after prefixes, in one request, in both versions.
+  const std::vector<std::string> prefixes = {".1.3.6.1.2.1.1.1", ".1.3.6.1.2.1.1.9.1.2",
+                                             ".1.3.6.1.2.1.2.1", ".1.3.6.1.2.1.4.20.1.1",
+                                             ".1.3.6.1.2.1.11.3"};
+  for (const std::string version : {"1", "2c"}) {
+    std::vector<std::string> args = prefixes;
+    args.insert(args.end(), {"-v", version});
+    const ProcessResult next = Ours("getnext", args);
+    ASSERT_EQ(next.status, 0) << next.err;
+    EXPECT_EQ(ParseOurs(next.out), ParseNetSnmp(NetSnmp("snmpgetnext", prefixes, version)))
+        << "version " << version;
+  }
+}
+
+TEST_F(CliAgainstSnmpd, ValuesThatMoveLieBetweenTwoReadingsOfNetSnmp) {
+  const std::vector<std::string> oids = {".1.3.6.1.2.1.1.3.0",          // sysUpTime
+                                         ".1.3.6.1.2.1.11.1.0",         // snmpInPkts
+                                         ".1.3.6.1.2.1.4.31.1.1.4.1"};  // HC in receives
+  const std::vector<Binding> before = ParseNetSnmp(NetSnmp("snmpget", oids));
+  const ProcessResult ours = Ours("get", oids);
+  const std::vector<Binding> after = ParseNetSnmp(NetSnmp("snmpget", oids));
+  ASSERT_EQ(ours.status, 0) << ours.err;
+  const std::vector<Binding> got = ParseOurs(ours.out);
+  ASSERT_EQ(got.size(), 3U);
+  ASSERT_EQ(before.size(), 3U);
+  ASSERT_EQ(after.size(), 3U);
+  EXPECT_EQ(TypesOf(got), (std::set<std::string>{"Timeticks", "Counter32", "Counter64"}));
+  for (std::size_t i = 0; i < got.size(); ++i) {
+    EXPECT_EQ(got[i].type, before[i].type);
+    EXPECT_LE(std::stoull(before[i].value), std::stoull(got[i].value)) << got[i].oid;
+    EXPECT_LE(std::stoull(got[i].value), std::stoull(after[i].value)) << got[i].oid;
+  }
+}
+
+TEST_F(CliAgainstSnmpd, SetWritesEveryBindingOfOneRequest) {
+  const ProcessResult set = Ours("set", {".1.3.6.1.2.1.1.4.0", "octet string", "ops@x.test",
+                                         ".1.3.6.1.2.1.1.5.0", "Octet String", "-box 7"});
+  ASSERT_EQ(set.status, 0) << set.err;
+  const std::vector<Binding> written = {{".1.3.6.1.2.1.1.4.0", "Octet String", "ops@x.test"},
+                                        {".1.3.6.1.2.1.1.5.0", "Octet String", "-box 7"}};
+  EXPECT_EQ(ParseOurs(set.out), written);
+  EXPECT_EQ(ParseNetSnmp(NetSnmp("snmpget", {".1.3.6.1.2.1.1.4.0", ".1.3.6.1.2.1.1.5.0"})),
+            written);
+}
+
+TEST_F(CliAgainstSnmpd, AgentErrorsAndSilenceHaveTheirOwnStatus) {
+  struct Case {
+    std::vector<std::string> args;
+    int status;
+    std::string err;
+  };
+  const std::vector<Case> cases = {
+      // The line names the binding the error index points at.
+      {{"set", ".1.3.6.1.2.1.1.4.0", "Octet String", "a", ".1.3.6.1.2.1.1.1.0", "Octet String",
+        "b"},
+       1,
+       "sondara-cli: Set request failed for OID '.1.3.6.1.2.1.1.1.0'. Error Code:17, Error "
+       "Index:2. ('Unable to modify OID').\n"},
+      {{"get", ".1.3.6.1.2.1.1.7.0", "-v", "1"},
+       1,
+       "sondara-cli: Get request failed for OID '.1.3.6.1.2.1.1.7.0'. Error Code:2, Error "
+       "Index:1. ('Requested OID not found in the MIB view').\n"},
+      {{"get", ".1.3.6.1.2.1.1.1.0", "-c", "wrong", "-t", "200", "-r", "0"},
+       3,
+       "sondara-cli: Get request failed for OID '.1.3.6.1.2.1.1.1.0'. Reason: 'Timed out while "
+       "waiting for response from remote host'.\n"},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> rest(c.args.begin() + 1, c.args.end());
+    const ProcessResult r = Ours(c.args[0], rest);
+    EXPECT_EQ(r.status, c.status) << c.err;
+    EXPECT_EQ(r.err, c.err);
+    EXPECT_EQ(r.out, "");
+  }
+}
+
+TEST_F(CliAgainstSnmpd, CsvJsonAndTheSavedTransactionLog) {
+  const std::vector<std::string> oids = {".1.3.6.1.2.1.1.1.0", ".1.3.6.1.2.1.1.2.0"};
+  std::vector<std::string> args = oids;
+  args.insert(args.end(), {"--format", "csv"});
+  const ProcessResult csv = Ours("get", args);
+  ASSERT_EQ(csv.status, 0) << csv.err;
+  EXPECT_EQ(csv.out,
+            "OID,DataType,Value\n"
+            ".1.3.6.1.2.1.1.1.0,Octet String,\"Sondara test agent\",\n"
+            ".1.3.6.1.2.1.1.2.0,Object Identifier,\".1.3.6.1.4.1.8072.3.2.10\",\n");
+
+  sondara_test::TempFolder folder;
+  const std::string log = folder / "get.log";
+  args = oids;
+  args.insert(args.end(), {"--format=json", "--log", log});
+  const ProcessResult json = Ours("get", args);
+  ASSERT_EQ(json.status, 0) << json.err;
+  EXPECT_EQ(json.out,
+            "{\"oid\":\".1.3.6.1.2.1.1.1.0\",\"type\":\"Octet String\",\"value\":\"Sondara test "
+            "agent\"}\n"
+            "{\"oid\":\".1.3.6.1.2.1.1.2.0\",\"type\":\"Object Identifier\",\"value\":\"."
+            "1.3.6.1.4.1.8072.3.2.10\"}\n");
+
+  // The window's saved-log format: UTF-16LE after a byte-order mark, one line per message.
+  const std::string bytes = sondara_test::ReadFile(log);
+  ASSERT_GE(bytes.size(), 2U);
+  EXPECT_EQ(bytes.substr(0, 2), "\xFF\xFE");
+  std::string text;
+  for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
+    text.push_back(bytes[i + 1] == 0 ? bytes[i] : '?');
+  const std::vector<std::string> lines = Lines(text);
+  ASSERT_EQ(lines.size(), 3U) << text;
+  EXPECT_EQ(lines[0].rfind("Date", 0), 0U);
+  EXPECT_NE(lines[1].find("\t[Get]TX:             \t30 "), std::string::npos) << lines[1];
+  EXPECT_NE(lines[2].find("\t[Get]RX:             \t30 "), std::string::npos) << lines[2];
+}
+
+}  // namespace
