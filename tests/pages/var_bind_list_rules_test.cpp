@@ -53,20 +53,6 @@ std::vector<VarBindText> Rows(snmp::CVarBindList& list) {
   return rows;
 }
 
-TEST(VarBindListRules, TheListInsertsReplacesAndRemovesOnlyAtPositionsItHas) {
-  Numbered list(2);
-  EXPECT_FALSE(list.Insert(0, L"1.3", snmp::kTagInteger32, L"9"));
-  EXPECT_FALSE(list.Insert(4, L"1.3", snmp::kTagInteger32, L"9"));
-  EXPECT_TRUE(list.Insert(3, L"1.3", snmp::kTagInteger32, L"2"));  // one past the end appends
-  EXPECT_TRUE(list.Insert(1, L"1.3", snmp::kTagInteger32, L"7"));
-  EXPECT_FALSE(list.Replace(5, L"1.3", snmp::kTagInteger32, L"9"));
-  EXPECT_TRUE(list.Replace(4, L"1.3", snmp::kTagInteger32, L"8"));
-  EXPECT_FALSE(list.Remove(0));
-  EXPECT_TRUE(list.Remove(2));
-  std::mutex lock;
-  EXPECT_EQ(Left(CVarBindListRules(list, false, lock)), (std::vector<int>{7, 1, 8}));
-}
-
 TEST(VarBindListRules, AddStopsAtSixtyFourWithTheLimitMessage) {
   for (const auto& [count, may] : {std::pair{63, true}, {64, false}}) {
     Numbered list(count);
