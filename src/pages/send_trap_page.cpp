@@ -137,7 +137,7 @@ void CSendTrapPropertyPage::BuildControls() {
   grid->addLayout(varbinds, 2, 4, 1, 2);
   grid->addWidget(BuddyLabel(QStringLiteral("Ti&mestamp:"), time_stamp_), 3, 3);
   grid->addWidget(time_stamp_, 3, 4);
-  grid->addWidget(send_, 4, 5);
+  grid->addWidget(send_, 4, 4, 1, 2, Qt::AlignRight);
   grid->setColumnStretch(1, 3);
   grid->setColumnStretch(4, 2);
   grid->setRowStretch(5, 1);
