@@ -13,11 +13,38 @@ const CVarBind* CVarBindList::Get(int index) const {
   return binds_[static_cast<std::size_t>(index - 1)].get();
 }
 
-void CVarBindList::CopyFrom(const CVarBindList& other) {
+bool CVarBindList::Insert(int index, const std::wstring& name_text, std::uint32_t value_tag,
+                          const std::wstring& value_text) {
+  if (index < 1 || index > Count() + 1)
+    return false;
+  binds_.insert(binds_.begin() + (index - 1),
+                std::make_unique<CVarBind>(name_text, value_tag, value_text));
+  return true;
+}
+
+bool CVarBindList::Replace(int index, const std::wstring& name_text, std::uint32_t value_tag,
+                           const std::wstring& value_text) {
+  if (Get(index) == nullptr)
+    return false;
+  binds_[static_cast<std::size_t>(index - 1)] =
+      std::make_unique<CVarBind>(name_text, value_tag, value_text);
+  return true;
+}
+
+bool CVarBindList::Remove(int index) {
+  if (Get(index) == nullptr)
+    return false;
+  binds_.erase(binds_.begin() + (index - 1));
+  return true;
+}
+
+void CVarBindList::CopyFrom(const CVarBindList& other, int count) {
   if (&other == this)
     return;
   RemoveAll();
   for (const auto& bind : other.binds_) {
+    if (Count() >= count)
+      break;
     std::wstring name;
     if (bind->Name() != nullptr)
       (void)bind->Name()->ToText(name);

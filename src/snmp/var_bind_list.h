@@ -19,8 +19,20 @@ class CVarBindList : public CASNDataType {
   const CVarBind* Get(int index) const;
   int Count() const { return static_cast<int>(binds_.size()); }
   void RemoveAll() { binds_.clear(); }
-  // Replaces this list with new bindings made from the text of the other's bindings.
-  void CopyFrom(const CVarBindList& other);
+  // Inserts a binding built from text so that it stands at the 1-based index (Count() + 1
+  // appends); false, and nothing inserted, for any other index.
+  bool Insert(int index, const std::wstring& name_text, std::uint32_t value_tag,
+              const std::wstring& value_text);
+  // Puts a binding built from text in place of the one at the 1-based index; false when there
+  // is none.
+  bool Replace(int index, const std::wstring& name_text, std::uint32_t value_tag,
+               const std::wstring& value_text);
+  // Removes the binding at the 1-based index; false when there is none.
+  bool Remove(int index);
+  // Replaces this list with new bindings made from the text of the other's bindings; the
+  // second form takes only the first `count` of them.
+  void CopyFrom(const CVarBindList& other) { CopyFrom(other, other.Count()); }
+  void CopyFrom(const CVarBindList& other, int count);
 
  protected:
   bool EncodeContent(CBerWriter& out) override;
