@@ -4,10 +4,8 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,24 +16,10 @@
 
 namespace {
 
-// The kernel's count of echoes sent. /proc/net/snmp6 has "Icmp6OutEchos <n>"; /proc/net/snmp has
-// an "Icmp:" line of names followed by an "Icmp:" line of values.
-long EchoesSent(bool v6) {
-  std::ifstream in(v6 ? "/proc/net/snmp6" : "/proc/net/snmp");
-  const std::vector<std::string> t{std::istream_iterator<std::string>(in), {}};
-  const auto find = [&](const char* s, std::size_t from) {
-    return static_cast<std::size_t>(
-        std::find(t.begin() + static_cast<std::ptrdiff_t>(from), t.end(), s) - t.begin());
-  };
-  const std::size_t name = find(v6 ? "Icmp6OutEchos" : "OutEchos", 0);
-  const std::size_t value = v6 ? name + 1 : find("Icmp:", name) + name - find("Icmp:", 0);
-  return value < t.size() ? std::stol(t[value]) : -1;
-}
-
 // One ping as "address ok echoes waited-the-full-time: first row | last row up to its time".
 std::string PingCase(bool v6, const std::string& address, int retries, int timeout_ms) {
   sondara_test::RegisteredTransactionLog tlog;
-  const long before = EchoesSent(v6);
+  const long before = testing_support::EchoesSent(v6);
   const auto start = std::chrono::steady_clock::now();
   const bool ok = v6 ? net::PingIPv6(tvkutil::FromUtf8Lenient(address), timeout_ms, retries,
                                      L"Ping", logs::TransactionLogSink())
@@ -47,9 +31,9 @@ std::string PingCase(bool v6, const std::string& address, int retries, int timeo
   const std::wstring first = rows.empty() ? L"" : rows.front(),
                      last = rows.empty() ? L"" : rows.back();
   std::ostringstream out;
-  out << address << ' ' << ok << ' ' << EchoesSent(v6) - before << ' ' << waited << ": "
-      << tvkutil::ToUtf8(first) << " | " << tvkutil::ToUtf8(last.substr(0, last.find(L"time=")))
-      << '\n';
+  out << address << ' ' << ok << ' ' << testing_support::EchoesSent(v6) - before << ' ' << waited
+      << ": " << tvkutil::ToUtf8(first) << " | "
+      << tvkutil::ToUtf8(last.substr(0, last.find(L"time="))) << '\n';
   return out.str();
 }
 
