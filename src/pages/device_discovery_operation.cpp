@@ -389,17 +389,23 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
     if (next > last && in_flight.empty())
       break;
 
-    // Answers until the next echo or deadline is due; at once when that is now.
+    // Answers until the next first echo is due, or once all have gone the next deadline. While
+    // first echoes still go out, a deadline waits for the next of them (a retry goes at most
+    // one pacing step late): one wake-up a step keeps the pacing steady.
     Clock::time_point until = Clock::now() + kStopTestSlice;
     if (next <= last)
       until = std::min(until, next_due);
-    if (!deadlines.empty())
+    else if (!deadlines.empty())
       until = std::min(until, deadlines.front().first);
     bool over_limit = false;
     for (const net::EchoAnswer& answer : probe.Receive(until)) {
       const auto it = in_flight.find(answer.sequence);
-      if (it == in_flight.end() || htonl(it->second.host) != answer.address)
+      // An answer after the echo's time-out counts for nothing, even before the deadline has
+      // been dealt with.
+      if (it == in_flight.end() || htonl(it->second.host) != answer.address ||
+          answer.received_at - it->second.sent_at > timeout) {
         continue;
+      }
       const Echo echo = it->second;
       in_flight.erase(it);
       if (answer.status != net::kEchoSuccess) {
