@@ -232,9 +232,11 @@ TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
   }
 }
 
-// Answers every echo at once; no address has a name.
+// Answers every echo at once. Names are empty, or "slow-<last number>" of 10.0.0.1-4, found the
+// slower the lower the address: the fast sweep's names then come in backwards.
 class AnsweringProbe : public pages::IDiscoveryProbe {
  public:
+  explicit AnsweringProbe(bool slow_names = false) : slow_names_(slow_names) {}
   bool Ping(std::uint32_t, int, int, const net::EchoStopTest&) override { return true; }
   bool CanSend() const override { return true; }
   std::int32_t Send(std::uint32_t address, std::uint16_t& sequence) override {
@@ -247,9 +249,16 @@ class AnsweringProbe : public pages::IDiscoveryProbe {
       std::this_thread::sleep_until(until);
     return std::exchange(answers_, {});
   }
-  std::wstring ReverseName(std::uint32_t) override { return L""; }
+  std::wstring ReverseName(std::uint32_t address) override {
+    if (!slow_names_)
+      return L"";
+    const int last = static_cast<int>(ntohl(address) & 0xFF);
+    std::this_thread::sleep_for(std::chrono::milliseconds(40 * (5 - last)));
+    return L"slow-" + std::to_wstring(last);
+  }
 
  private:
+  bool slow_names_;
   std::uint16_t next_ = 1;
   std::vector<net::EchoAnswer> answers_;
 };
@@ -285,6 +294,23 @@ TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingAndTheLimitEndsAsComplete) {
     op.Devices().With(pages::kMaxDevices - 1, [&](const pages::CDeviceInfo& d) { last = d.ip; });
     EXPECT_EQ(last, L"10.0.255.255") << "fast " << fast;
   }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(DeviceDiscovery, FastSweepListsInAddressOrderWhateverOrderTheNamesComeIn) {
+  Lines lines;
+  CDeviceDiscoveryOperation op({}, lines, logs::TransactionLogSink(), [](logs::ITransactionSink&) {
+    return std::make_shared<AnsweringProbe>(true);
+  });
+  RecordingUi ui;
+  op.Form() = {L"10.0.0.1", L"10.0.0.4"};
+  ASSERT_TRUE(op.Begin({.fast = true}, ui));
+  ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }));
+  EXPECT_EQ(DeviceLines(op),
+            "10.0.0.1 slow-1\n10.0.0.2 slow-2\n10.0.0.3 slow-3\n10.0.0.4 slow-4\n");
 }
 
 }  // namespace
