@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 #include <sstream>
@@ -161,7 +162,14 @@ TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
       // Unstopped, the first silent address alone would take 4 x 3 s.
       constexpr int kTimeoutMs = 3000;
       op.Begin({.timeout_ms = kTimeoutMs, .retries = 3, .fast = fast}, ui);
-      if (!WaitUntil([&] { return op.Devices().Count() == 2; }))
+      // Stop once both hosts are listed and the first silent address's echo is waiting.
+      const auto waiting = [&] {
+        std::lock_guard lock(rows.mutex);
+        return op.Devices().Count() == 2 &&
+               std::find(rows.sent.begin(), rows.sent.end(),
+                         "Ping command sent to IP 198.18.0.42.") != rows.sent.end();
+      };
+      if (!WaitUntil(waiting))
         return std::string("the two answering hosts were not found");
       const auto asked = std::chrono::steady_clock::now();
       op.Stop();
