@@ -20,6 +20,7 @@
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
 #include "logs/transaction_log_view.h"
+#include "pages/device_discovery_page.h"
 #include "pages/get_set_page.h"
 #include "pages/ping_view.h"
 #include "pages/send_trap_page.h"
@@ -53,6 +54,8 @@ CPropertyPage* CreatePage(int page_id, CSondaraUtilityApp& app, QWidget* parent)
     return new pages::CGetSetPropertyPage(app, parent);
   if (page_id == kPageSendTrap)
     return new pages::CSendTrapPropertyPage(app, parent);
+  if (page_id == kPageDeviceDiscovery)
+    return new pages::CDeviceDiscoveryPropertyPage(app, parent);
   return new CPropertyPage(page_id, Caption(page_id), parent);
 }
 

@@ -101,6 +101,18 @@ bool AddressToDotted(std::uint32_t addr, std::wstring& out_text) {
   return true;
 }
 
+std::wstring ReverseLookupIPv4(std::uint32_t addr) {
+  sockaddr_in sa{};
+  sa.sin_family = AF_INET;
+  sa.sin_addr.s_addr = addr;
+  char name[NI_MAXHOST];
+  if (::getnameinfo(reinterpret_cast<const sockaddr*>(&sa), sizeof sa, name, sizeof name, nullptr,
+                    0, NI_NAMEREQD) != 0) {
+    return {};
+  }
+  return tvkutil::FromUtf8Lenient(name);
+}
+
 bool ResolveIPv4Host(const std::wstring& host, std::uint32_t& out_addr) {
   if (host.find(L'.') != std::wstring::npos) {
     if (!IsValidIPv4Text(host))

@@ -28,6 +28,11 @@ bool DottedToAddress(const std::wstring& text, std::uint32_t& out_addr);
 // An address in network byte order to dotted text; out_text is cleared first.
 bool AddressToDotted(std::uint32_t addr, std::wstring& out_text);
 
+// The host name of an IPv4 address (network byte order) by reverse lookup (hosts file, then the
+// name servers); empty when it has none. The address's own text never stands in for a name.
+// Blocks for as long as the lookup takes.
+std::wstring ReverseLookupIPv4(std::uint32_t addr);
+
 // A host text to an IPv4 address in network byte order. With a dot: the IPv4 text test and
 // the dotted conversion, no lookup. Without: a name lookup (first 128 characters), the first
 // result. False when no address other than all ones came out.

@@ -45,7 +45,20 @@ struct EchoResult {
   std::int32_t status = kEchoTimedOut;
   std::int32_t round_trip_ms = 0;
   std::int32_t data_size = 0;
+  bool stopped = false;  // the stop test ended the wait
 };
+
+// An answer as the socket read it, for either family.
+struct SocketAnswer {
+  sockaddr_storage peer{};  // the address the echo went to
+  std::uint16_t sequence = 0;
+  std::int32_t status = kEchoTimedOut;
+  std::int32_t data_size = 0;
+  Clock::time_point at{};
+};
+
+// While a stop test is given, a wait wakes at least this often to ask it.
+constexpr auto kStopTestSlice = std::chrono::milliseconds(10);
 
 std::uint16_t Read16(const std::uint8_t* p) {
   return static_cast<std::uint16_t>((p[0] << 8) | p[1]);
@@ -93,7 +106,21 @@ std::int32_t Icmp6ErrorStatus(std::uint8_t type, std::uint8_t code) {
   }
 }
 
-// One ICMP socket of one family for the length of one ping call.
+bool SameAddress(const sockaddr_storage& a, const sockaddr_storage& b) {
+  if (a.ss_family != b.ss_family)
+    return false;
+  if (a.ss_family == AF_INET) {
+    return reinterpret_cast<const sockaddr_in&>(a).sin_addr.s_addr ==
+           reinterpret_cast<const sockaddr_in&>(b).sin_addr.s_addr;
+  }
+  return std::memcmp(&reinterpret_cast<const sockaddr_in6&>(a).sin6_addr,
+                     &reinterpret_cast<const sockaddr_in6&>(b).sin6_addr, sizeof(in6_addr)) == 0;
+}
+
+}  // namespace
+
+// One ICMP socket of one family: for one ping call, or for a whole sweep. It only sends and
+// reads; which answer belongs to which echo is its callers' business.
 class CEchoSocket {
  public:
   explicit CEchoSocket(int family) : family_(family) {
@@ -143,10 +170,9 @@ class CEchoSocket {
 
   bool IsOpen() const { return fd_ >= 0; }
 
-  // One echo to `dest`, waiting up to timeout_ms for its reply or an error about it.
-  EchoResult Echo(const sockaddr_storage& dest, socklen_t dest_len, int timeout_ms) {
-    EchoResult result;
-    const std::uint16_t sequence = g_next_sequence.fetch_add(1);
+  // Sends one echo with `sequence` and returns at once: kEchoSuccess, or the status of the
+  // system's refusal (no route, no interface), after which no answer will come.
+  std::int32_t Send(const sockaddr_storage& dest, socklen_t dest_len, std::uint16_t sequence) {
     std::array<std::uint8_t, kIcmpHeaderLen + kEchoPayloadLen> packet{};
     packet[0] = family_ == AF_INET ? kIcmp4EchoRequest : kIcmp6EchoRequest;
     // The kernel puts its own identifier into datagram-socket echoes; raw ones carry ours.
@@ -160,64 +186,53 @@ class CEchoSocket {
       packet[2] = static_cast<std::uint8_t>(sum >> 8);
       packet[3] = static_cast<std::uint8_t>(sum);
     }
-
-    const Clock::time_point sent_at = Clock::now();
-    const Clock::time_point deadline = sent_at + std::chrono::milliseconds(std::max(timeout_ms, 0));
     const ssize_t sent = ::sendto(fd_, packet.data(), packet.size(), 0,
                                   reinterpret_cast<const sockaddr*>(&dest), dest_len);
-    if (sent != static_cast<ssize_t>(packet.size())) {
-      // No route, no interface: the system refused at once, so there is nothing to wait for.
-      result.status = errno == ENETUNREACH ? kEchoDestNetUnreachable : kEchoGeneralFailure;
-      return result;
-    }
+    if (sent == static_cast<ssize_t>(packet.size()))
+      return kEchoSuccess;
+    return errno == ENETUNREACH ? kEchoDestNetUnreachable : kEchoGeneralFailure;
+  }
 
+  // Waits until something can be read or `until` has passed; true when something can be read.
+  // The wait is to the microsecond: a sweep paces its echoes by it.
+  bool WaitReadable(Clock::time_point until) {
     for (;;) {
-      const auto left =
-          std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+      const auto left = std::max(until - Clock::now(), Clock::duration::zero());
+      const auto secs = std::chrono::duration_cast<std::chrono::seconds>(left);
+      const timespec ts{static_cast<time_t>(secs.count()),
+                        static_cast<long>(std::chrono::nanoseconds(left - secs).count())};
       pollfd p{fd_, POLLIN, 0};
-      const int ready = ::poll(&p, 1, static_cast<int>(std::max<long long>(left, 0)));
+      const int ready = ::ppoll(&p, 1, &ts, nullptr);
       if (ready < 0 && errno == EINTR)
         continue;
-      if (ready <= 0)
-        return result;  // timed out
-      if ((p.revents & POLLERR) != 0 && ReadErrorQueue(dest, sequence, result))
-        return result;
-      if ((p.revents & POLLIN) != 0 && ReadReplies(dest, sequence, sent_at, result)) {
-        return result;
-      }
+      return ready > 0;
     }
+  }
+
+  // Takes every datagram and queued error waiting and keeps the answers about our echoes.
+  void Drain(std::vector<SocketAnswer>& out) {
+    if (!raw_)
+      ReadErrorQueue(out);
+    ReadReplies(out);
   }
 
  private:
-  bool SameAddress(const sockaddr_storage& from, const sockaddr_storage& dest) const {
-    if (from.ss_family != dest.ss_family)
-      return false;
-    if (family_ == AF_INET) {
-      return reinterpret_cast<const sockaddr_in&>(from).sin_addr.s_addr ==
-             reinterpret_cast<const sockaddr_in&>(dest).sin_addr.s_addr;
-    }
-    return std::memcmp(&reinterpret_cast<const sockaddr_in6&>(from).sin6_addr,
-                       &reinterpret_cast<const sockaddr_in6&>(dest).sin6_addr,
-                       sizeof(in6_addr)) == 0;
+  // Whether an echo header (ours as sent) carries our identifier. Datagram sockets only ever
+  // see their own identifier, which the kernel chose.
+  bool IsOurEcho(const std::uint8_t* icmp) const {
+    return !raw_ || Read16(icmp + 4) == identifier_;
   }
 
-  // Whether an echo header (ours as sent) carries our identifier and sequence. Datagram
-  // sockets only ever see their own identifier, which the kernel chose.
-  bool IsOurEcho(const std::uint8_t* icmp, std::uint16_t sequence) const {
-    return (!raw_ || Read16(icmp + 4) == identifier_) && Read16(icmp + 6) == sequence;
-  }
-
-  // Reads every datagram waiting; true when one answered this echo (reply or ICMP error).
-  bool ReadReplies(const sockaddr_storage& dest, std::uint16_t sequence, Clock::time_point sent_at,
-                   EchoResult& result) {
+  void ReadReplies(std::vector<SocketAnswer>& out) {
     std::array<std::uint8_t, 8220> buffer;
     for (;;) {
-      sockaddr_storage from{};
-      socklen_t from_len = sizeof from;
+      SocketAnswer answer;
+      socklen_t from_len = sizeof answer.peer;
       const ssize_t n = ::recvfrom(fd_, buffer.data(), buffer.size(), 0,
-                                   reinterpret_cast<sockaddr*>(&from), &from_len);
+                                   reinterpret_cast<sockaddr*>(&answer.peer), &from_len);
       if (n < 0)
-        return false;  // nothing more (EAGAIN) or a pending error for the queue
+        return;  // nothing more (EAGAIN) or a pending error for the queue
+      answer.at = Clock::now();
       std::size_t offset = 0;
       const auto len = static_cast<std::size_t>(n);
       if (family_ == AF_INET && raw_) {
@@ -232,81 +247,86 @@ class CEchoSocket {
       const std::size_t icmp_len = len - offset;
       const bool v4 = family_ == AF_INET;
       if (icmp[0] == (v4 ? kIcmp4EchoReply : kIcmp6EchoReply)) {
-        if (!SameAddress(from, dest) || !IsOurEcho(icmp, sequence))
+        if (!IsOurEcho(icmp))
           continue;
-        result.status = kEchoSuccess;
-        result.round_trip_ms = static_cast<std::int32_t>(
-            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - sent_at).count());
-        result.data_size = static_cast<std::int32_t>(icmp_len - kIcmpHeaderLen);
-        return true;
+        answer.sequence = Read16(icmp + 6);
+        answer.status = kEchoSuccess;
+        answer.data_size = static_cast<std::int32_t>(icmp_len - kIcmpHeaderLen);
+        out.push_back(answer);
+        continue;
       }
-      // An error from a router on the way quotes our echo after its own header.
+      // An error from a router on the way quotes our echo after its own header; the echo's
+      // destination is the address it is about.
       const std::uint8_t* inner = icmp + kIcmpHeaderLen;
-      std::size_t inner_len = icmp_len - kIcmpHeaderLen;
+      const std::size_t inner_len = icmp_len - kIcmpHeaderLen;
+      answer.peer = {};
       if (v4) {
         if (inner_len < 20)
           continue;
         const std::size_t ihl = static_cast<std::size_t>(inner[0] & 0x0F) * 4;
-        std::uint32_t inner_dest;
-        std::memcpy(&inner_dest, inner + 16, 4);
-        if (inner_len < ihl + kIcmpHeaderLen ||
-            inner_dest != reinterpret_cast<const sockaddr_in&>(dest).sin_addr.s_addr) {
+        if (inner_len < ihl + kIcmpHeaderLen)
           continue;
-        }
+        auto& peer = reinterpret_cast<sockaddr_in&>(answer.peer);
+        peer.sin_family = AF_INET;
+        std::memcpy(&peer.sin_addr.s_addr, inner + 16, 4);
         inner += ihl;
-        if (inner[0] != kIcmp4EchoRequest || !IsOurEcho(inner, sequence))
+        if (inner[0] != kIcmp4EchoRequest || !IsOurEcho(inner))
           continue;
-        result.status = Icmp4ErrorStatus(icmp[0], icmp[1]);
-        return true;
+        answer.status = Icmp4ErrorStatus(icmp[0], icmp[1]);
+      } else {
+        if (inner_len < kIpv6HeaderLen + kIcmpHeaderLen)
+          continue;
+        auto& peer = reinterpret_cast<sockaddr_in6&>(answer.peer);
+        peer.sin6_family = AF_INET6;
+        std::memcpy(&peer.sin6_addr, inner + 24, 16);
+        inner += kIpv6HeaderLen;
+        if (inner[0] != kIcmp6EchoRequest || !IsOurEcho(inner))
+          continue;
+        answer.status = Icmp6ErrorStatus(icmp[0], icmp[1]);
       }
-      if (inner_len < kIpv6HeaderLen + kIcmpHeaderLen ||
-          std::memcmp(inner + 24, &reinterpret_cast<const sockaddr_in6&>(dest).sin6_addr, 16) !=
-              0) {
-        continue;
-      }
-      inner += kIpv6HeaderLen;
-      if (inner[0] != kIcmp6EchoRequest || !IsOurEcho(inner, sequence))
-        continue;
-      result.status = Icmp6ErrorStatus(icmp[0], icmp[1]);
-      return true;
+      answer.sequence = Read16(inner + 6);
+      out.push_back(answer);
     }
   }
 
   // Datagram sockets: an ICMP error about one of our echoes waits in the error queue with the
-  // echo we sent as its data.
-  bool ReadErrorQueue(const sockaddr_storage& dest, std::uint16_t sequence, EchoResult& result) {
+  // echo we sent as its data and the echo's destination as its address.
+  void ReadErrorQueue(std::vector<SocketAnswer>& out) {
     for (;;) {
       std::array<std::uint8_t, 512> data;
       std::array<char, 512> control;
-      sockaddr_storage offender{};
+      SocketAnswer answer;
       iovec iov{data.data(), data.size()};
       msghdr msg{};
-      msg.msg_name = &offender;
-      msg.msg_namelen = sizeof offender;
+      msg.msg_name = &answer.peer;
+      msg.msg_namelen = sizeof answer.peer;
       msg.msg_iov = &iov;
       msg.msg_iovlen = 1;
       msg.msg_control = control.data();
       msg.msg_controllen = control.size();
       const ssize_t n = ::recvmsg(fd_, &msg, MSG_ERRQUEUE);
       if (n < 0)
-        return false;
-      const bool ours = static_cast<std::size_t>(n) >= kIcmpHeaderLen &&
-                        Read16(data.data() + 6) == sequence && SameAddress(offender, dest);
+        return;
+      if (static_cast<std::size_t>(n) < kIcmpHeaderLen)
+        continue;
+      answer.sequence = Read16(data.data() + 6);
+      answer.at = Clock::now();
       for (cmsghdr* c = CMSG_FIRSTHDR(&msg); c != nullptr; c = CMSG_NXTHDR(&msg, c)) {
         const bool is_error = (c->cmsg_level == IPPROTO_IP && c->cmsg_type == IP_RECVERR) ||
                               (c->cmsg_level == IPPROTO_IPV6 && c->cmsg_type == IPV6_RECVERR);
-        if (!is_error || !ours)
+        if (!is_error)
           continue;
         sock_extended_err err;
         std::memcpy(&err, CMSG_DATA(c), sizeof err);
         if (err.ee_origin == SO_EE_ORIGIN_ICMP) {
-          result.status = Icmp4ErrorStatus(err.ee_type, err.ee_code);
+          answer.status = Icmp4ErrorStatus(err.ee_type, err.ee_code);
         } else if (err.ee_origin == SO_EE_ORIGIN_ICMP6) {
-          result.status = Icmp6ErrorStatus(err.ee_type, err.ee_code);
+          answer.status = Icmp6ErrorStatus(err.ee_type, err.ee_code);
         } else {
-          result.status = kEchoGeneralFailure;
+          answer.status = kEchoGeneralFailure;
         }
-        return true;
+        out.push_back(answer);
+        break;
       }
     }
   }
@@ -317,44 +337,104 @@ class CEchoSocket {
   std::uint16_t identifier_ = 0;
 };
 
+namespace {
+
+// One echo to `dest`, waiting up to timeout_ms for its answer; answers to earlier echoes of the
+// same socket are passed over.
+EchoResult Echo(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
+                int timeout_ms, const EchoStopTest& stop) {
+  EchoResult result;
+  const std::uint16_t sequence = g_next_sequence.fetch_add(1);
+  const Clock::time_point sent_at = Clock::now();
+  const Clock::time_point deadline = sent_at + std::chrono::milliseconds(std::max(timeout_ms, 0));
+  result.status = socket.Send(dest, dest_len, sequence);
+  if (result.status != kEchoSuccess)
+    return result;  // refused at once: there is nothing to wait for
+  result.status = kEchoTimedOut;
+  std::vector<SocketAnswer> answers;
+  for (;;) {
+    const Clock::time_point until =
+        stop ? std::min(deadline, Clock::now() + kStopTestSlice) : deadline;
+    if (socket.WaitReadable(until)) {
+      answers.clear();
+      socket.Drain(answers);
+      for (const SocketAnswer& a : answers) {
+        if (a.sequence != sequence || !SameAddress(a.peer, dest))
+          continue;
+        result.status = a.status;
+        if (a.status == kEchoSuccess) {
+          result.round_trip_ms = static_cast<std::int32_t>(
+              std::chrono::duration_cast<std::chrono::milliseconds>(a.at - sent_at).count());
+          result.data_size = a.data_size;
+        }
+        return result;
+      }
+    }
+    if (Clock::now() >= deadline)
+      return result;
+    if (stop && stop()) {
+      result.stopped = true;
+      return result;
+    }
+  }
+}
+
 // The attempts loop both families share: up to retries + 1 echoes, stopping at the first
 // that got an answer. Only a good answer counts as received; every attempt timing out, or an
 // error about the echo, both read as "not received".
 EchoResult EchoWithRetries(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
-                           int timeout_ms, int retries) {
+                           int timeout_ms, int retries, const EchoStopTest& stop) {
   EchoResult result;
   for (int attempt = 0; attempt <= std::max(retries, 0); ++attempt) {
-    result = socket.Echo(dest, dest_len, timeout_ms);
-    if (result.status != kEchoTimedOut && result.status != kEchoGeneralFailure)
+    if (attempt > 0 && stop && stop()) {
+      result.stopped = true;
       break;
+    }
+    result = Echo(socket, dest, dest_len, timeout_ms, stop);
+    if (result.stopped ||
+        (result.status != kEchoTimedOut && result.status != kEchoGeneralFailure)) {
+      break;
+    }
   }
   return result;
 }
 
+std::wstring Line(int id, const auto&... args) {
+  return tvkutil::FormatN(tvkutil::LoadString(id), SIZE_MAX, args...);
+}
+
 // One ping as both families log it: the sent row, the echoes, the outcome row. The IPv6 reply
 // row carries no data size.
-bool PingAndLog(const sockaddr_storage& dest, socklen_t dest_len, const std::wstring& text,
-                int timeout_ms, int retries, std::wstring_view source,
-                logs::ITransactionSink& sink) {
-  if (!g_icmp_loaded)
-    return false;
-  CEchoSocket socket(dest.ss_family);
-  if (!socket.IsOpen())
+bool PingAndLog(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
+                const std::wstring& text, int timeout_ms, int retries, std::wstring_view source,
+                logs::ITransactionSink& sink, const EchoStopTest& stop) {
+  if (!g_icmp_loaded || !socket.IsOpen())
     return false;
   namespace ids = tvkutil::ids;
-  const auto line = [](int id, const auto&... args) {
-    return tvkutil::FormatN(tvkutil::LoadString(id), SIZE_MAX, args...);
-  };
-  sink.LogText(logs::kDirectionSent, source, tvkutil::ToUtf8(line(ids::kPingSent, text)));
-  const EchoResult r = EchoWithRetries(socket, dest, dest_len, timeout_ms, retries);
+  sink.LogText(logs::kDirectionSent, source, tvkutil::ToUtf8(Line(ids::kPingSent, text)));
+  const EchoResult r = EchoWithRetries(socket, dest, dest_len, timeout_ms, retries, stop);
   const bool ok = r.status == kEchoSuccess;
-  std::wstring outcome = line(ids::kPingNoReply, text);
+  std::wstring outcome = Line(ids::kPingNoReply, text);
   if (ok && dest.ss_family == AF_INET)
-    outcome = line(ids::kPingReplyIPv4, text, r.data_size, r.round_trip_ms);
+    outcome = Line(ids::kPingReplyIPv4, text, r.data_size, r.round_trip_ms);
   else if (ok)
-    outcome = line(ids::kPingReplyIPv6, text, r.round_trip_ms);
+    outcome = Line(ids::kPingReplyIPv6, text, r.round_trip_ms);
   sink.LogText(logs::kDirectionReceived, source, tvkutil::ToUtf8(outcome));
   return ok;
+}
+
+sockaddr_storage IPv4Destination(std::uint32_t address) {
+  sockaddr_storage dest{};
+  auto& dest4 = reinterpret_cast<sockaddr_in&>(dest);
+  dest4.sin_family = AF_INET;
+  dest4.sin_addr.s_addr = address;
+  return dest;
+}
+
+std::wstring DottedText(std::uint32_t address) {
+  std::wstring text;
+  AddressToDotted(address, text);
+  return text;
 }
 
 }  // namespace
@@ -375,21 +455,76 @@ bool IcmpLoaded() {
 
 bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source,
               logs::ITransactionSink& sink) {
-  sockaddr_storage dest{};
-  auto& dest4 = reinterpret_cast<sockaddr_in&>(dest);
-  dest4.sin_family = AF_INET;
-  dest4.sin_addr.s_addr = address;
-  std::wstring text;
-  AddressToDotted(address, text);
-  return PingAndLog(dest, sizeof(sockaddr_in), text, timeout_ms, retries, source, sink);
+  if (!g_icmp_loaded)
+    return false;
+  CEchoSocket socket(AF_INET);
+  return PingAndLog(socket, IPv4Destination(address), sizeof(sockaddr_in), DottedText(address),
+                    timeout_ms, retries, source, sink, {});
+}
+
+bool PingIPv4(CIcmpEchoSocket& socket, std::uint32_t address, int timeout_ms, int retries,
+              std::wstring_view source, logs::ITransactionSink& sink, const EchoStopTest& stop) {
+  if (!socket.IsOpen())
+    return false;
+  return PingAndLog(*socket.socket_, IPv4Destination(address), sizeof(sockaddr_in),
+                    DottedText(address), timeout_ms, retries, source, sink, stop);
 }
 
 bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source,
               logs::ITransactionSink& sink) {
   sockaddr_storage dest{};
-  if (!ParseIPv6Address(address, reinterpret_cast<sockaddr_in6&>(dest)))
+  if (!g_icmp_loaded || !ParseIPv6Address(address, reinterpret_cast<sockaddr_in6&>(dest)))
     return false;
-  return PingAndLog(dest, sizeof(sockaddr_in6), address, timeout_ms, retries, source, sink);
+  CEchoSocket socket(AF_INET6);
+  return PingAndLog(socket, dest, sizeof(sockaddr_in6), address, timeout_ms, retries, source, sink,
+                    {});
+}
+
+CIcmpEchoSocket::CIcmpEchoSocket() {
+  if (g_icmp_loaded)
+    socket_ = std::make_unique<CEchoSocket>(AF_INET);
+}
+
+CIcmpEchoSocket::~CIcmpEchoSocket() = default;
+
+bool CIcmpEchoSocket::IsOpen() const {
+  return socket_ != nullptr && socket_->IsOpen();
+}
+
+std::int32_t CIcmpEchoSocket::Send(std::uint32_t address, std::uint16_t& out_sequence) {
+  out_sequence = g_next_sequence.fetch_add(1);
+  if (!IsOpen())
+    return kEchoGeneralFailure;
+  return socket_->Send(IPv4Destination(address), sizeof(sockaddr_in), out_sequence);
+}
+
+std::vector<EchoAnswer> CIcmpEchoSocket::Receive(EchoClock::time_point until) {
+  std::vector<EchoAnswer> out;
+  if (!IsOpen() || !socket_->WaitReadable(until))
+    return out;
+  std::vector<SocketAnswer> answers;
+  socket_->Drain(answers);
+  for (const SocketAnswer& a : answers) {
+    if (a.peer.ss_family != AF_INET)
+      continue;
+    out.push_back({reinterpret_cast<const sockaddr_in&>(a.peer).sin_addr.s_addr, a.sequence,
+                   a.status, a.data_size, a.at});
+  }
+  return out;
+}
+
+void LogEchoSent(logs::ITransactionSink& sink, std::wstring_view source, std::uint32_t address) {
+  sink.LogText(logs::kDirectionSent, source,
+               tvkutil::ToUtf8(Line(tvkutil::ids::kPingSent, DottedText(address))));
+}
+
+void LogEchoOutcome(logs::ITransactionSink& sink, std::wstring_view source, std::uint32_t address,
+                    bool received, int data_size, int round_trip_ms) {
+  const std::wstring text = DottedText(address);
+  sink.LogText(
+      logs::kDirectionReceived, source,
+      tvkutil::ToUtf8(received ? Line(tvkutil::ids::kPingReplyIPv4, text, data_size, round_trip_ms)
+                               : Line(tvkutil::ids::kPingNoReply, text)));
 }
 
 }  // namespace net

@@ -3,9 +3,13 @@
 // ping_group_range allows it), raw sockets second.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "logs/transaction_sink.h"
 
@@ -36,6 +40,24 @@ bool LoadIcmp();
 void UnloadIcmp();
 bool IcmpLoaded();
 
+using EchoClock = std::chrono::steady_clock;
+
+// Asked while an echo waits and before each retry: true abandons the ping (the user stopped the
+// operation). It never waits itself.
+using EchoStopTest = std::function<bool()>;
+
+// One answer about one of our echoes: the reply, or an ICMP error about the echo.
+struct EchoAnswer {
+  std::uint32_t address = 0;  // network byte order: the address the echo was sent to
+  std::uint16_t sequence = 0;
+  std::int32_t status = kEchoTimedOut;
+  std::int32_t data_size = 0;  // echo data bytes of a reply
+  EchoClock::time_point received_at{};
+};
+
+class CEchoSocket;
+class CIcmpEchoSocket;
+
 // Sends up to retries + 1 echoes to `address` (IPv4, network byte order), each waiting up to
 // timeout_ms, and stops at the first reply. Logs "Ping command sent to IP %s." as sent text
 // and the outcome ("Reply from %s: bytes=%d time=%dms." or "Reply from %s not received.") as
@@ -45,9 +67,51 @@ bool IcmpLoaded();
 bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source,
               logs::ITransactionSink& sink);
 
+// PingIPv4 over a socket that lives longer than one ping (a sweep opens one for all its
+// addresses): the same attempts, rows and verdict. False without a log row when the socket is
+// not open. When `stop` answers true the wait ends, no retry follows and the ping counts as not
+// received.
+bool PingIPv4(CIcmpEchoSocket& socket, std::uint32_t address, int timeout_ms, int retries,
+              std::wstring_view source, logs::ITransactionSink& sink,
+              const EchoStopTest& stop = {});
+
 // The same for an IPv6 address text ("%scope" allowed). The reply row reads
 // "Reply from %s: time=%dms.". False without a log row when the text is not an IPv6 address.
 bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source,
               logs::ITransactionSink& sink);
+
+// One IPv4 echo socket for a whole sweep. Echoes go out without waiting for their answers;
+// the answers are told apart by the echo's identifier (the socket's own, so other sockets'
+// answers are never seen) and its sequence number, which Send hands out.
+class CIcmpEchoSocket {
+ public:
+  // Opens the socket (datagram, else raw). Not open when ICMP is not loaded or no socket can be
+  // had.
+  CIcmpEchoSocket();
+  ~CIcmpEchoSocket();
+  CIcmpEchoSocket(const CIcmpEchoSocket&) = delete;
+  CIcmpEchoSocket& operator=(const CIcmpEchoSocket&) = delete;
+
+  bool IsOpen() const;
+  // Sends one echo to `address` (network byte order) and returns at once; out_sequence is the
+  // number its answer will carry. kEchoSuccess when it went out, else what the system's refusal
+  // means (kEchoDestNetUnreachable, kEchoGeneralFailure), and no answer will come.
+  std::int32_t Send(std::uint32_t address, std::uint16_t& out_sequence);
+  // Waits until an answer is there or `until` has passed, then takes every answer waiting.
+  std::vector<EchoAnswer> Receive(EchoClock::time_point until);
+
+ private:
+  friend bool PingIPv4(CIcmpEchoSocket& socket, std::uint32_t address, int timeout_ms, int retries,
+                       std::wstring_view source, logs::ITransactionSink& sink,
+                       const EchoStopTest& stop);
+  std::unique_ptr<CEchoSocket> socket_;
+};
+
+// The two rows of a ping, for callers that send the echoes themselves (the fast sweep):
+// "Ping command sent to IP %s." as sent text, then "Reply from %s: bytes=%d time=%dms." or
+// "Reply from %s not received." as received text. `address` in network byte order.
+void LogEchoSent(logs::ITransactionSink& sink, std::wstring_view source, std::uint32_t address);
+void LogEchoOutcome(logs::ITransactionSink& sink, std::wstring_view source, std::uint32_t address,
+                    bool received, int data_size, int round_trip_ms);
 
 }  // namespace net

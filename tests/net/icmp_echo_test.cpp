@@ -1,4 +1,5 @@
-// ICMP echo inside a private network namespace: loopback answers, silent addresses do not.
+// ICMP echo inside a private network namespace: loopback and extra addresses answer, silent
+// addresses do not; a sweep's socket tells answers apart by sequence number.
 #include "net/icmp_echo.h"
 
 #include <arpa/inet.h>
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,24 +18,10 @@
 
 namespace {
 
-// The kernel's count of echoes sent. /proc/net/snmp6 has "Icmp6OutEchos <n>"; /proc/net/snmp has
-// an "Icmp:" line of names followed by an "Icmp:" line of values.
-long EchoesSent(bool v6) {
-  std::ifstream in(v6 ? "/proc/net/snmp6" : "/proc/net/snmp");
-  const std::vector<std::string> t{std::istream_iterator<std::string>(in), {}};
-  const auto find = [&](const char* s, std::size_t from) {
-    return static_cast<std::size_t>(
-        std::find(t.begin() + static_cast<std::ptrdiff_t>(from), t.end(), s) - t.begin());
-  };
-  const std::size_t name = find(v6 ? "Icmp6OutEchos" : "OutEchos", 0);
-  const std::size_t value = v6 ? name + 1 : find("Icmp:", name) + name - find("Icmp:", 0);
-  return value < t.size() ? std::stol(t[value]) : -1;
-}
-
 // One ping as "address ok echoes waited-the-full-time: first row | last row up to its time".
 std::string PingCase(bool v6, const std::string& address, int retries, int timeout_ms) {
   sondara_test::RegisteredTransactionLog tlog;
-  const long before = EchoesSent(v6);
+  const long before = testing_support::EchoesSent(v6);
   const auto start = std::chrono::steady_clock::now();
   const bool ok = v6 ? net::PingIPv6(tvkutil::FromUtf8Lenient(address), timeout_ms, retries,
                                      L"Ping", logs::TransactionLogSink())
@@ -47,9 +33,9 @@ std::string PingCase(bool v6, const std::string& address, int retries, int timeo
   const std::wstring first = rows.empty() ? L"" : rows.front(),
                      last = rows.empty() ? L"" : rows.back();
   std::ostringstream out;
-  out << address << ' ' << ok << ' ' << EchoesSent(v6) - before << ' ' << waited << ": "
-      << tvkutil::ToUtf8(first) << " | " << tvkutil::ToUtf8(last.substr(0, last.find(L"time=")))
-      << '\n';
+  out << address << ' ' << ok << ' ' << testing_support::EchoesSent(v6) - before << ' ' << waited
+      << ": " << tvkutil::ToUtf8(first) << " | "
+      << tvkutil::ToUtf8(last.substr(0, last.find(L"time="))) << '\n';
   return out.str();
 }
 
@@ -78,6 +64,63 @@ TEST(IcmpEcho, LoopbackAnswersAndSilentAddressGetsRetriesPlusOneEchoes) {
       "2001:db8:18::77 not received.\n"
       "127.0.0.1 1 1 0: Ping command sent to IP 127.0.0.1. | Reply from 127.0.0.1: bytes=14 \n"
       "::1 1 1 0: Ping command sent to IP ::1. | Reply from ::1: \n";
+  EXPECT_EQ(run.output, each + each);
+}
+
+// A sweep's socket: echoes go out without waiting and each answer names the echo it belongs to;
+// a ping over the same socket passes over another echo's reply and can be stopped.
+TEST(IcmpEcho, SweepSocketMatchesAnswersBySequenceAndPingsCanBeStopped) {
+  const auto run = testing_support::RunInPrivateNetns([] {
+    if (!testing_support::AddAnsweringAddresses({"198.18.0.7", "198.18.0.12"}))
+      return std::string("cannot add addresses");
+    std::ostringstream out;
+    for (const char* range : {"1 0", "0 2147483647"}) {
+      std::ofstream("/proc/sys/net/ipv4/ping_group_range") << range;
+      net::LoadIcmp();
+      net::CIcmpEchoSocket socket;
+      std::vector<std::pair<std::uint16_t, std::string>> sent;
+      for (const char* a : {"198.18.0.12", "198.18.0.99", "198.18.0.7", "198.18.0.12"}) {
+        std::uint16_t sequence = 0;
+        if (socket.Send(::inet_addr(a), sequence) == net::kEchoSuccess)
+          sent.emplace_back(sequence, a);
+      }
+      std::string answered;
+      const auto until = net::EchoClock::now() + std::chrono::milliseconds(500);
+      while (net::EchoClock::now() < until) {
+        for (const net::EchoAnswer& a : socket.Receive(until)) {
+          for (std::size_t i = 0; i < sent.size(); ++i) {
+            if (sent[i].first == a.sequence && ::inet_addr(sent[i].second.c_str()) == a.address)
+              answered += std::to_string(i) + (a.data_size == 14 ? "" : "?");
+          }
+        }
+      }
+      std::sort(answered.begin(), answered.end());
+      // A reply to an echo sent just before must not answer the ping of a silent address.
+      std::uint16_t ignored = 0;
+      socket.Send(::inet_addr("198.18.0.7"), ignored);
+      sondara_test::RegisteredTransactionLog tlog;
+      const long before = testing_support::EchoesSent(false);
+      const bool silent_ok = net::PingIPv4(socket, ::inet_addr("198.18.0.99"), 200, 0, L"Sweep",
+                                           logs::TransactionLogSink());
+      // Stopped during its first echo: no retry follows, and the wait ends long before 5 s.
+      const auto asked = std::chrono::steady_clock::now();
+      const bool stopped_ok = net::PingIPv4(socket, ::inet_addr("198.18.0.98"), 5000, 3, L"Sweep",
+                                            logs::TransactionLogSink(), [] { return true; });
+      out << sent.size() << " sent, answered " << answered << "; silent " << silent_ok
+          << ", stopped " << stopped_ok << " promptly "
+          << (std::chrono::steady_clock::now() - asked < std::chrono::seconds(4)) << " after "
+          << testing_support::EchoesSent(false) - before
+          << " echoes: " << tvkutil::ToUtf8(tlog.Messages().back()) << "\n";
+    }
+    return out.str();
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  const std::string each =
+      "4 sent, answered 023; silent 0, stopped 0 promptly 1 after 2 echoes: Reply from 198.18.0.98 "
+      "not "
+      "received.\n";
   EXPECT_EQ(run.output, each + each);
 }
 
