@@ -22,6 +22,7 @@
 #include "logs/transaction_log_view.h"
 #include "pages/get_set_page.h"
 #include "pages/ping_view.h"
+#include "pages/walk_mib_page.h"
 
 namespace app {
 
@@ -50,6 +51,8 @@ CPropertyPage* CreatePage(int page_id, CSondaraUtilityApp& app, QWidget* parent)
     return nullptr;
   if (page_id == kPageGetSet)
     return new pages::CGetSetPropertyPage(app, parent);
+  if (page_id == kPageWalkMib)
+    return new pages::CWalkMIBPropertyPage(app, parent);
   return new CPropertyPage(page_id, Caption(page_id), parent);
 }
 
