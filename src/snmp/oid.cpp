@@ -1,5 +1,7 @@
 #include "snmp/oid.h"
 
+#include <iterator>
+
 #include "util/text.h"
 
 namespace snmp {
@@ -22,11 +24,23 @@ void COid::SetFromText(const std::wstring& text) {
 bool COid::ToText(std::wstring& out_text) const {
   if (arcs_.size() < 2)
     return false;
+  // Digit by digit: std::to_wstring goes through swprintf, which made this text the most
+  // expensive step of a walk.
   std::wstring text;
-  text.reserve(arcs_.size() * 4);
+  text.reserve(arcs_.size() * 6);
+  wchar_t digits[12];
   for (std::uint32_t arc : arcs_) {
+    const auto value = static_cast<std::int32_t>(arc);
+    std::uint32_t rest = value < 0 ? 0u - arc : arc;
+    wchar_t* first = std::end(digits);
+    do {
+      *--first = static_cast<wchar_t>(L'0' + rest % 10);
+      rest /= 10;
+    } while (rest != 0);
+    if (value < 0)
+      *--first = L'-';
     text.push_back(L'.');
-    text += std::to_wstring(static_cast<std::int32_t>(arc));
+    text.append(first, std::end(digits));
   }
   out_text = std::move(text);
   return true;
