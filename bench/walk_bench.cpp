@@ -2,9 +2,10 @@
 //
 // Walks an agent from .1.3.6.1 with version 2c through the walk operation of the walkMIB page,
 // with both logs registered and drained the way the window drains them: every 100 ms the
-// pending rows are moved in and the rows that came in are formatted as the panes would show
-// them, and every 250 ms the results are counted as the page's list does. Prints the time the
+// pending rows are moved in and the rows in view are formatted as the panes paint them, and
+// every 250 ms the results are counted as the page's list does. Prints the time the
 // walk took and, as its last line, "objects N". Exits 0 when the walk completed.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -30,22 +31,30 @@ struct PrintingUi : app::IOperationUi {
   }
 };
 
-// The cells a pane would paint for the rows that one tick brought in.
-std::size_t FormatNewRows(logs::CEventLog& events, logs::CTransactionLog& transactions) {
+// A pane scrolls to its newest row after each tick and paints the rows in view; this many fill
+// a tall pane.
+constexpr std::size_t kRowsInView = 40;
+
+// One tick of both panes: the pending rows move in and the cells in view are formatted.
+std::size_t DrainTick(logs::CEventLog& events, logs::CTransactionLog& transactions) {
   std::size_t chars = 0;
-  const logs::LogTickResult e = events.MovePending();
-  for (std::size_t i = events.ShownCount() - e.appended; i < events.ShownCount(); ++i) {
-    const logs::CEventEntry& entry = events.Shown(i);
-    chars += logs::DateText(entry.stamp).size() + logs::TimeText(entry.stamp).size() +
-             std::wstring(entry.text).size();
+  if (events.MovePending().appended > 0) {
+    const std::size_t n = events.ShownCount();
+    for (std::size_t i = n - std::min(n, kRowsInView); i < n; ++i) {
+      const logs::CEventEntry& entry = events.Shown(i);
+      chars += logs::DateText(entry.stamp).size() + logs::TimeText(entry.stamp).size() +
+               std::wstring(entry.text).size();
+    }
   }
-  const logs::LogTickResult t = transactions.MovePending();
-  for (std::size_t i = transactions.ShownCount() - t.appended; i < transactions.ShownCount(); ++i) {
-    const logs::CTransactionRow& row = transactions.Shown(i);
-    chars += std::wstring(row.text).size();
-    if (row.first_row) {
-      chars += logs::DateText(row.stamp).size() + logs::TimeText(row.stamp).size() +
-               logs::SourceColumnText(row).size();
+  if (transactions.MovePending().appended > 0) {
+    const std::size_t n = transactions.ShownCount();
+    for (std::size_t i = n - std::min(n, kRowsInView); i < n; ++i) {
+      const logs::CTransactionRow& row = transactions.Shown(i);
+      chars += std::wstring(row.text).size();
+      if (row.first_row) {
+        chars += logs::DateText(row.stamp).size() + logs::TimeText(row.stamp).size() +
+                 logs::SourceColumnText(row).size();
+      }
     }
   }
   return chars;
@@ -79,7 +88,7 @@ int main(int argc, char** argv) {
     while (walking.load()) {
       next += std::chrono::milliseconds(100);
       std::this_thread::sleep_until(next);
-      formatted += FormatNewRows(events, transactions);
+      formatted += DrainTick(events, transactions);
     }
   });
 
@@ -102,12 +111,12 @@ int main(int argc, char** argv) {
     window.join();
     return 2;
   }
-  // The end is looked for every millisecond so that it is timed closely; the list is counted
-  // at the page's 250 ms.
+  // The end is looked for every 2 ms so that it is timed closely; the list is counted at the
+  // page's 250 ms.
   std::size_t listed = 0;
   auto next_tick = start + std::chrono::milliseconds(250);
   while (!walk.WalkFinished()) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
     if (Clock::now() >= next_tick) {
       listed = walk.Results().Count();
       next_tick += std::chrono::milliseconds(250);
@@ -117,7 +126,7 @@ int main(int argc, char** argv) {
   walk.EndWalk();
   walking = false;
   window.join();
-  formatted += FormatNewRows(events, transactions);
+  formatted += DrainTick(events, transactions);
   logs::RegisterEventLog(nullptr);
   logs::RegisterTransactionLog(nullptr);
 
