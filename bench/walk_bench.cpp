@@ -6,7 +6,6 @@
 // every 250 ms the results are counted as the page's list does. Prints the time the
 // walk took and, as its last line, "objects N". Exits 0 when the walk completed.
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +18,7 @@
 #include "logs/log_entry_points.h"
 #include "logs/transaction_log.h"
 #include "pages/walk_mib_operation.h"
+#include "util/event.h"
 #include "util/text.h"
 
 namespace {
@@ -81,18 +81,27 @@ int main(int argc, char** argv) {
   logs::CTransactionLog transactions;
   logs::RegisterEventLog(&events);
   logs::RegisterTransactionLog(&transactions);
-  std::atomic<bool> walking{true};
-  std::size_t formatted = 0;
+  pages::CWalkMIBOperation walk{app::WalkMibSettings{}};
+  tvkutil::CEvent walked(true);
+  std::size_t formatted = 0, listed = 0;
+  // The window's thread: the logs every 100 ms, the list every 250 ms.
   std::thread window([&] {
-    auto next = Clock::now();
-    while (walking.load()) {
+    const auto start = Clock::now();
+    auto next = start;
+    auto next_list = start + std::chrono::milliseconds(250);
+    for (;;) {
       next += std::chrono::milliseconds(100);
-      std::this_thread::sleep_until(next);
+      const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
+      if (walked.WaitFor(std::max(wait, std::chrono::milliseconds(0))))
+        break;
       formatted += DrainTick(events, transactions);
+      if (Clock::now() >= next_list) {
+        listed = walk.Results().Count();
+        next_list += std::chrono::milliseconds(250);
+      }
     }
   });
 
-  pages::CWalkMIBOperation walk{app::WalkMibSettings{}};
   pages::WalkMibForm& form = walk.Form();
   form.host = tvkutil::FromUtf8Lenient(argv[1]);
   form.version = L"2c";
@@ -107,24 +116,13 @@ int main(int argc, char** argv) {
   PrintingUi ui;
   const auto start = Clock::now();
   if (!walk.BeginWalk(options, ui)) {
-    walking = false;
+    walked.Set();
     window.join();
     return 2;
   }
-  // The end is looked for every 2 ms so that it is timed closely; the list is counted at the
-  // page's 250 ms.
-  std::size_t listed = 0;
-  auto next_tick = start + std::chrono::milliseconds(250);
-  while (!walk.WalkFinished()) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    if (Clock::now() >= next_tick) {
-      listed = walk.Results().Count();
-      next_tick += std::chrono::milliseconds(250);
-    }
-  }
+  walk.EndWalk();  // waits for the worker
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  walk.EndWalk();
-  walking = false;
+  walked.Set();
   window.join();
   formatted += DrainTick(events, transactions);
   logs::RegisterEventLog(nullptr);

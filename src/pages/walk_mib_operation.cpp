@@ -159,6 +159,7 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
       [&] {
         net::CSnmpRequester requester(job.host, job.port, job.options.udp, L"walkMIB",
                                       transactions_, job.options.ops);
+        requester.SetQuickAnswerWait(true);
         for (;;) {
           request->SetRequestId(request_ids_.Next(job.host, job.version, job.port,
                                                   kRequestIdOperation, job.community));
