@@ -7,7 +7,9 @@
 #   bench/walk_compare.sh [WALK_BENCH] [RUNS]
 #
 # WALK_BENCH defaults to build-bench/bench/walk_bench (see bench/README.md), RUNS to 5.
-# SNMPD_CORE and CLIENT_OTHER_CORE choose the cores (default 0 and 1).
+# SNMPD_CORE and CLIENT_OTHER_CORE choose the cores (default 0 and 1). WALK_COMPARE_RT=1 runs
+# the agent and every client under SCHED_FIFO priority 10 (root only), which keeps other work on
+# a busy machine from landing between a request and its answer; figures taken so say so.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -33,7 +35,9 @@ trap cleanup EXIT
 port=$(python3 -c 'import socket; s=socket.socket(socket.AF_INET, socket.SOCK_DGRAM); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
 printf 'rocommunity getcom 127.0.0.1\nsysdescr Sondara bench agent\n' >"$work/snmpd.conf"
 mkdir -p "$work/persist"
-SNMP_PERSISTENT_DIR="$work/persist" HOME="$work" taskset -c "$agent_core" /usr/sbin/snmpd -f -C \
+[ "${WALK_COMPARE_RT:-0}" = 1 ] && agent_rt=(chrt -f 10) || agent_rt=()
+SNMP_PERSISTENT_DIR="$work/persist" HOME="$work" "${agent_rt[@]}" taskset -c "$agent_core" \
+  /usr/sbin/snmpd -f -C \
   -c "$work/snmpd.conf" -Lf "$work/snmpd.log" "udp:127.0.0.1:$port" >/dev/null 2>&1 &
 snmpd_pid=$!
 for _ in $(seq 50); do
@@ -41,6 +45,8 @@ for _ in $(seq 50); do
   sleep 0.1
 done
 target="127.0.0.1:$port"
+rt=()
+[ "${WALK_COMPARE_RT:-0}" = 1 ] && rt=(chrt -f 10)
 
 # Seconds one command takes, its output thrown away; "fail" when it does not succeed.
 timed() {
@@ -58,14 +64,16 @@ theirs=$(snmpwalk -v2c -On -c getcom "$target" .1.3.6.1 | grep -c '^\.1\.' || tr
 ours=$("$bench" 127.0.0.1 "$port" getcom | awk '/^objects / { print $2 }')
 echo "agent: snmpd pid $snmpd_pid on core $agent_core, udp $target"
 echo "objects: snmpwalk $theirs lines (with its end-of-view line), walk_bench $ours"
-echo "runs per figure: $runs (median shown)"
+echo "runs per figure: $runs (median shown)$([ ${#rt[@]} -gt 0 ] && echo ', under SCHED_FIFO 10')"
+echo "load average before: $(cut -d' ' -f1-3 /proc/loadavg)"
 echo
+raw=""
 
 printf '%-12s %-22s %10s %10s %8s\n' placement mode theirs ours ratio
 for placement in same other; do
   core=$agent_core
   [ "$placement" = other ] && core=$other_core
-  pin=(taskset -c "$core")
+  pin=("${rt[@]}" taskset -c "$core")
   for mode in getnext bulk50; do
     if [ "$mode" = getnext ]; then
       their_cmd=(snmpwalk -v2c -On -c getcom "$target" .1.3.6.1)
@@ -83,9 +91,12 @@ for placement in same other; do
     t=$(median <<<"$their_times")
     o=$(median <<<"$our_times")
     printf '%-12s %-22s %9ss %9ss %8s\n' "$placement" "$mode" "$t" "$o" "$(ratio "$o" "$t")"
-    echo "    runs: theirs$their_times | ours$our_times" >&2
+    raw+="  $placement $mode: theirs$their_times | ours$our_times"$'\n'
   done
 done
+echo "load average after: $(cut -d' ' -f1-3 /proc/loadavg)"
 echo
+echo "every run, in seconds:"
+printf '%s' "$raw"
 echo "theirs: snmpwalk -v2c -On (getnext), snmpbulkwalk -v2c -Cr50 -On (bulk50)"
 echo "ours:   walk_bench (getnext), walk_bench --bulk 50 (bulk50); goal: ratio <= 0.90"
