@@ -365,6 +365,11 @@ TEST(WalkMibOperation, GetBulkHalvesOnTooBigAndWalksOnFromTheLastBinding) {
     names.push_back(r.oid);
   }
   EXPECT_EQ(repetitions, (std::vector<std::uint32_t>{50, 25, 12, 6, 3, 3, 3, 3, 3}));
+  const auto port = [](const FakeAgent::Datagram& d) {
+    return reinterpret_cast<const sockaddr_in&>(d.from).sin_port;
+  };
+  for (const auto& d : agent.Received())
+    EXPECT_EQ(port(d), port(agent.Received().front()));  // one socket for the whole walk
   EXPECT_EQ(ids, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
   EXPECT_EQ(names.back(), SystemOid(12));  // asks on from the last name it got
 }
@@ -428,6 +433,29 @@ TEST(WalkMibOperation, ResultsFileOfATwoObjectWalkByteForByte) {
                 ".1.3.6.1.2.1.1.3.0,Timeticks,\"42\",\n"
                 "::::::::::::::::::::::::::::::\n"
                 "walkMIB complete. No. of OIDs found: '2'.");
+}
+
+TEST(WalkMibOperation, CommunityJoinsTheHistoryWhenTheWalkEndsAndIsStoredFirst) {
+  FakeAgent agent = MibAgent(SystemMib(1));
+  app::WalkMibSettings stored;  // "getcom", "setcomm": shown reversed
+  pages::CWalkMIBOperation op(stored);
+  EXPECT_EQ(op.Form().communities, (app::History{L"setcomm", L"getcom"}));
+  EXPECT_EQ(op.Form().community, L"");
+  RecordingUi ui;
+  pages::WalkOptions options;
+  pages::WalkMibForm& f = op.Form();
+  f.host = L"127.0.0.1";
+  f.port_text = std::to_wstring(agent.Port());
+  for (const wchar_t* community : {L"public", L"PUBLIC", L"GetCom"}) {
+    f.community = community;
+    ASSERT_TRUE(op.BeginWalk(options, ui));
+    op.EndWalk();
+  }
+  EXPECT_EQ(f.communities, (app::History{L"public", L"setcomm", L"getcom"}));
+  f.port_text = L"65697";
+  op.StoreTo(stored);
+  EXPECT_EQ(stored.communities, (app::History{L"getcom", L"public", L"setcomm"}));
+  EXPECT_EQ(std::tuple(stored.host, stored.port), std::tuple(std::wstring(L"127.0.0.1"), 161));
 }
 
 TEST(WalkMibOperation, SysObjectIdFillsTheStartOidOrLogsWhyNot) {
