@@ -382,9 +382,10 @@ TEST(WalkMibOperation, StopIsNoticedAtTheTenthObjectOrDuringARetry) {
       const Request r = Parse(d.bytes);
       const auto it = std::upper_bound(mib.begin(), mib.end(), r.oid,
                                        [](const Bytes& o, const auto& e) { return o < e.first; });
+      const Bytes bind =
+          it == mib.end() ? VarBind(r.oid, kEndOfMibView) : VarBind(it->first, it->second);
       return std::vector<FakeAgent::Reply>{
-          {Response(r.version, r.community, r.id, 0, 0, VarBind(it->first, it->second)),
-           n == 3 ? 300 : 0}};
+          {Response(r.version, r.community, r.id, 0, 0, bind), n == 3 ? 300 : 0}};
     });
     Walk w(agent.Port());
     ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
