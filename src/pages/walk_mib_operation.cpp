@@ -29,6 +29,18 @@ constexpr int kRequestIdOperation = 0;
 constexpr int kTooBig = 1;
 constexpr int kNoSuchName = 2;
 
+// The line that closes a walk, by how it ended.
+int StatusLineId(WalkStatus status) {
+  switch (status) {
+    case WalkStatus::kStopped:
+      return ids::kWalkStopped;
+    case WalkStatus::kFailed:
+      return ids::kWalkFailed;
+    default:
+      return ids::kWalkComplete;
+  }
+}
+
 // How one reply ends the walk, or lets it go on.
 enum class Judgement { kGoOn, kFailed, kEnd };
 
@@ -205,18 +217,12 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
   }
 
   final_status_.store(status, std::memory_order_release);
-  Log(status == WalkStatus::kStopped  ? ids::kWalkStopped
-      : status == WalkStatus::kFailed ? ids::kWalkFailed
-                                      : ids::kWalkComplete,
-      found);
+  Log(StatusLineId(status), found);
 }
 
 std::wstring CWalkMIBOperation::FinalStatusLine() const {
-  const WalkStatus status = FinalStatus();
-  const int id = status == WalkStatus::kStopped  ? ids::kWalkStopped
-                 : status == WalkStatus::kFailed ? ids::kWalkFailed
-                                                 : ids::kWalkComplete;
-  return tvkutil::FormatN(tvkutil::LoadString(id), SIZE_MAX, static_cast<int>(results_.Count()));
+  return tvkutil::FormatN(tvkutil::LoadString(StatusLineId(FinalStatus())), SIZE_MAX,
+                          static_cast<int>(results_.Count()));
 }
 
 std::string CWalkMIBOperation::ResultsFileText() const {
