@@ -169,7 +169,8 @@ bool CUdpSession::FromPeer(const sockaddr_storage& from) const {
          std::memcmp(&f.sin6_addr, &p.sin6_addr, sizeof(in6_addr)) == 0;
 }
 
-std::int32_t CUdpSession::SpinForAnswer(std::uint8_t* buffer, std::int32_t size) {
+std::int32_t CUdpSession::SpinForAnswer(std::uint8_t* buffer, std::int32_t size,
+                                        Clock::time_point& out_wait_from) {
   const auto end = Clock::now() + kQuickAnswerSpin;
   do {
     sockaddr_storage from{};
@@ -179,7 +180,9 @@ std::int32_t CUdpSession::SpinForAnswer(std::uint8_t* buffer, std::int32_t size)
     if (n >= 0) {
       if (FromPeer(from))
         return static_cast<std::int32_t>(n);
-      continue;  // someone else's: thrown away, as the blocking wait does
+      // Someone else's: thrown away, and the wait starts again, as in the blocking wait.
+      out_wait_from = Clock::now();
+      continue;
     }
     if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)
       return -1;
@@ -200,8 +203,9 @@ std::int32_t CUdpSession::Receive(std::uint8_t* buffer, std::int32_t size, int m
   if (!open_ || buffer == nullptr || size < 1)
     return 0;
   const auto started = Clock::now();
+  auto wait_from = started;
   if (quick_answer_wait_ && mode == kReceiveOne && mean_answer_time_ <= kQuickAnswerSpin) {
-    const std::int32_t n = SpinForAnswer(buffer, size);
+    const std::int32_t n = SpinForAnswer(buffer, size, wait_from);
     if (n < 0) {
       Close();
       return 0;
@@ -212,7 +216,7 @@ std::int32_t CUdpSession::Receive(std::uint8_t* buffer, std::int32_t size, int m
     }
   }
   std::int32_t total = 0;
-  auto deadline = started + std::chrono::milliseconds(timeout_ms_);
+  auto deadline = wait_from + std::chrono::milliseconds(timeout_ms_);
   for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
     const int ready = ops_.WaitReadable(fd_, static_cast<int>(left > 0 ? left : 0));

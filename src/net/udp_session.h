@@ -74,8 +74,10 @@ class CUdpSession {
  private:
   bool FromPeer(const sockaddr_storage& from) const;
   // The spinning part of Receive: the length of an answer from the peer, 0 when none came
-  // within the spin, -1 when the socket failed.
-  std::int32_t SpinForAnswer(std::uint8_t* buffer, std::int32_t size);
+  // within the spin, -1 when the socket failed. A datagram from anyone else moves
+  // out_wait_from, where the full time-out starts.
+  std::int32_t SpinForAnswer(std::uint8_t* buffer, std::int32_t size,
+                             std::chrono::steady_clock::time_point& out_wait_from);
   void NoteAnswerTime(std::chrono::steady_clock::duration waited);
 
   IUdpSocketOps& ops_;
