@@ -24,6 +24,7 @@
 #include "pages/get_set_page.h"
 #include "pages/ping_view.h"
 #include "pages/send_trap_page.h"
+#include "pages/walk_mib_page.h"
 
 namespace app {
 
@@ -56,6 +57,8 @@ CPropertyPage* CreatePage(int page_id, CSondaraUtilityApp& app, QWidget* parent)
     return new pages::CSendTrapPropertyPage(app, parent);
   if (page_id == kPageDeviceDiscovery)
     return new pages::CDeviceDiscoveryPropertyPage(app, parent);
+  if (page_id == kPageWalkMib)
+    return new pages::CWalkMIBPropertyPage(app, parent);
   return new CPropertyPage(page_id, Caption(page_id), parent);
 }
 

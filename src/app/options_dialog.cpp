@@ -31,6 +31,7 @@ constexpr int kRequestTimeoutStep = 100;
 constexpr int kConnectTimeoutTextLimit = 2;
 constexpr int kRequestTimeoutTextLimit = 5;
 constexpr int kRetriesTextLimit = 1;
+constexpr int kWalkBulkRepetitionsTextLimit = 3;
 
 QString Text(int id) {
   return QString::fromStdWString(tvkutil::LoadString(id));
@@ -67,6 +68,9 @@ COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adap
       kMinRequestTimeoutMs, kMaxRequestTimeoutMs, kRequestTimeoutStep, net.request_timeout_ms);
   retries_ = AddNumberField(grid, 2, QStringLiteral("R&etries:"), kRetriesTextLimit, kMinRetries,
                             kMaxRetries, 1, net.retries);
+  walk_bulk_repetitions_ = AddNumberField(
+      grid, 3, QStringLiteral("&GetBulk repetitions for walkMIB:"), kWalkBulkRepetitionsTextLimit,
+      kMinWalkBulkRepetitions, kMaxWalkBulkRepetitions, 1, net.walk_bulk_repetitions);
 
   auto* buttons = new QDialogButtonBox(this);
   QPushButton* ok = buttons->addButton(QStringLiteral("&OK"), QDialogButtonBox::AcceptRole);
@@ -162,8 +166,10 @@ void COptionsDialog::accept() {
   int connect_timeout_s = 0;
   int request_timeout_ms = 0;
   int retries = 0;
+  int walk_bulk_repetitions = 0;
   if (!TakeNumber(connect_timeout_, connect_timeout_s) ||
-      !TakeNumber(request_timeout_, request_timeout_ms) || !TakeNumber(retries_, retries)) {
+      !TakeNumber(request_timeout_, request_timeout_ms) || !TakeNumber(retries_, retries) ||
+      !TakeNumber(walk_bulk_repetitions_, walk_bulk_repetitions)) {
     return;
   }
   const bool use_ipv6 = use_ipv6_->isChecked();
@@ -173,6 +179,7 @@ void COptionsDialog::accept() {
   net.connect_timeout_s = connect_timeout_s;
   net.request_timeout_ms = request_timeout_ms;
   net.retries = retries;
+  net.walk_bulk_repetitions = walk_bulk_repetitions;
   QDialog::accept();
 }
 

@@ -57,6 +57,7 @@ class COptionsDialog : public QDialog {
   NumberField connect_timeout_;
   NumberField request_timeout_;
   NumberField retries_;
+  NumberField walk_bulk_repetitions_;
 };
 
 }  // namespace app

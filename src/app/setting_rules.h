@@ -19,6 +19,8 @@ inline constexpr int kMinRequestTimeoutMs = 100;
 inline constexpr int kMaxRequestTimeoutMs = 30000;
 inline constexpr int kMinRetries = 1;
 inline constexpr int kMaxRetries = 10;
+inline constexpr int kMinWalkBulkRepetitions = 0;
+inline constexpr int kMaxWalkBulkRepetitions = 999;
 
 // An OID text: not empty, at most 1408 characters, not ending in ".", only digits and dots,
 // and 2 to 128 numbers between the dots (empty pieces do not count, so ".1.3" and "1..3" pass).

@@ -65,6 +65,8 @@ struct NetworkSettings {
   int connect_timeout_s = 3;
   int request_timeout_ms = 1000;
   int retries = 3;
+  // max-repetitions of the walk's GetBulkRequests (v2c); 0 walks with GetNext only.
+  int walk_bulk_repetitions = 0;
 };
 
 // When the run began. Trap time stamps count from it.

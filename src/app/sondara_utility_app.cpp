@@ -320,6 +320,8 @@ void CSondaraUtilityApp::LoadNetworkSettings(net::CAdapterTable& adapters) {
   network_.request_timeout_ms = in_range(L"RequestTimeoutMS", defaults.request_timeout_ms,
                                          kMinRequestTimeoutMs, kMaxRequestTimeoutMs);
   network_.retries = in_range(L"Retries", defaults.retries, kMinRetries, kMaxRetries);
+  network_.walk_bulk_repetitions = in_range(L"GetBulkRepetitions", defaults.walk_bulk_repetitions,
+                                            kMinWalkBulkRepetitions, kMaxWalkBulkRepetitions);
   network_.adapter = adapters.Lookup(network_.adapter_name, network_.use_ipv6 != 0);
 }
 
@@ -334,6 +336,7 @@ void CSondaraUtilityApp::SaveNetworkSettings() {
   ini.WriteInt(kNetwork, L"ConnectTimeout", network_.connect_timeout_s);
   ini.WriteInt(kNetwork, L"RequestTimeoutMS", network_.request_timeout_ms);
   ini.WriteInt(kNetwork, L"Retries", network_.retries);
+  ini.WriteInt(kNetwork, L"GetBulkRepetitions", network_.walk_bulk_repetitions);
   (void)ini.Save();
 }
 

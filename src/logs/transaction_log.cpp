@@ -18,12 +18,12 @@ constexpr int kSourceColumnWidth = 21;
 
 std::wstring HexRowText(const std::uint8_t* bytes, std::size_t len) {
   static constexpr wchar_t kDigits[] = L"0123456789abcdef";
-  std::wstring text;
-  text.reserve(len * 3);
-  for (std::size_t i = 0; i < len; ++i) {
-    text.push_back(kDigits[bytes[i] >> 4]);
-    text.push_back(kDigits[bytes[i] & 0x0F]);
-    text.push_back(L' ');
+  // Filled in place: every message a walk sends and receives passes through here.
+  std::wstring text(len * 3, L' ');
+  wchar_t* out = text.data();
+  for (std::size_t i = 0; i < len; ++i, out += 3) {
+    out[0] = kDigits[bytes[i] >> 4];
+    out[1] = kDigits[bytes[i] & 0x0F];
   }
   return text;
 }

@@ -48,6 +48,8 @@ class CSnmpRequester {
   void SendOnce(snmp::CSNMPMessage& message);
 
   const std::wstring& Host() const { return session_.Host(); }
+  // See CUdpSession::SetQuickAnswerWait: for operations that make many requests in a row.
+  void SetQuickAnswerWait(bool on) { session_.SetQuickAnswerWait(on); }
 
  private:
   // The encoded message at the end of the send buffer; throws -4 when it cannot be built.

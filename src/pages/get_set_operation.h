@@ -14,6 +14,7 @@
 #include "logs/transaction_sink.h"
 #include "net/udp_session.h"
 #include "net/udp_socket_ops.h"
+#include "pages/operation_common.h"
 #include "snmp/request_id.h"
 
 namespace pages {
@@ -33,10 +34,6 @@ enum GetSetField : int {
 
 // Which button ran last; the checks of the other half are skipped.
 enum class GetSetMode : std::int32_t { kGet = 0, kSet = 1 };
-
-// What a button ended with: refused by the checks (nothing sent), failed (one event-log line
-// written) or done.
-enum class RequestOutcome { kRefused, kFailed, kDone };
 
 // The values of the page, all as the user typed or sees them.
 struct GetSetForm {

@@ -16,6 +16,10 @@ namespace pages {
 
 inline constexpr std::uint32_t kMaxPort = 65535;
 
+// What a button ended with: refused by the checks (nothing sent), failed (one event-log line
+// written) or done.
+enum class RequestOutcome { kRefused, kFailed, kDone };
+
 // The port box: one to five digits and at most 65535; anything else is refused with the range
 // message.
 bool ReadPort(std::wstring_view text, std::uint16_t& out_port);

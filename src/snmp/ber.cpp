@@ -1,5 +1,6 @@
 #include "snmp/ber.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace snmp {
@@ -213,6 +214,9 @@ int DecodeOidContent(CBerReader& in, std::uint32_t len, std::vector<std::uint32_
   if (len == 0)
     return kBerBadLength;
   out_arcs.clear();
+  // One allocation for the whole identifier: each content byte after the first gives at most
+  // one arc.
+  out_arcs.reserve(std::min<std::size_t>(len + 1, kMaxOidArcs));
   std::uint8_t b = 0;
   (void)in.GetByte(b);
   const auto first = static_cast<std::int8_t>(b);

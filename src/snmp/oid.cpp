@@ -1,5 +1,7 @@
 #include "snmp/oid.h"
 
+#include <iterator>
+
 #include "util/text.h"
 
 namespace snmp {
@@ -22,12 +24,27 @@ void COid::SetFromText(const std::wstring& text) {
 bool COid::ToText(std::wstring& out_text) const {
   if (arcs_.size() < 2)
     return false;
-  std::wstring text;
-  text.reserve(arcs_.size() * 4);
+  // Digit by digit into room for the longest arcs, cut to size once: std::to_wstring goes
+  // through swprintf, which made this text the most expensive step of a walk.
+  constexpr std::size_t kLongestArc = 12;  // ".-2147483648"
+  std::wstring text(arcs_.size() * kLongestArc, L'\0');
+  wchar_t* out = text.data();
   for (std::uint32_t arc : arcs_) {
-    text.push_back(L'.');
-    text += std::to_wstring(static_cast<std::int32_t>(arc));
+    const auto value = static_cast<std::int32_t>(arc);
+    std::uint32_t rest = value < 0 ? 0u - arc : arc;
+    wchar_t digits[10];
+    wchar_t* first = std::end(digits);
+    do {
+      *--first = static_cast<wchar_t>(L'0' + rest % 10);
+      rest /= 10;
+    } while (rest != 0);
+    *out++ = L'.';
+    if (value < 0)
+      *out++ = L'-';
+    while (first != std::end(digits))
+      *out++ = *first++;
   }
+  text.resize(static_cast<std::size_t>(out - text.data()));
   out_text = std::move(text);
   return true;
 }

@@ -1,5 +1,6 @@
-// CPDU: the get, get-next, response, set and v2c-trap PDUs (RFC 1157 / RFC 3416 PDU layout):
-// request-id, error-status, error-index, variable-bindings.
+// CPDU: the get, get-next, response, set, get-bulk and v2c-trap PDUs (RFC 1157 / RFC 3416 PDU
+// layout): request-id, error-status, error-index, variable-bindings. A GetBulkRequest carries
+// non-repeaters and max-repetitions where the others carry error-status and error-index.
 #pragma once
 
 #include "snmp/integer32.h"
@@ -13,6 +14,7 @@ enum PduType : std::uint32_t {
   kPduResponse = 0xA2,
   kPduSetRequest = 0xA3,
   kPduTrapV1 = 0xA4,
+  kPduGetBulkRequest = 0xA5,  // v2c only
   kPduTrapV2 = 0xA7,
 };
 

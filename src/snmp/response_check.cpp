@@ -118,7 +118,8 @@ int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response
     return r;
   const CVarBindList& got = response.VarBinds();
   const CVarBindList& sent = request.VarBinds();
-  if (got.Count() != sent.Count())
+  // A GetBulk answer holds as many bindings as the agent chose to return (RFC 3416 4.2.3).
+  if (request.PduType() != kPduGetBulkRequest && got.Count() != sent.Count())
     return kVarBindCountMismatch;
   // A get-next answer names the next object by design, so only get and set compare names.
   if (request.PduType() == kPduGetRequest || request.PduType() == kPduSetRequest) {
@@ -142,6 +143,7 @@ std::wstring FailurePrefix(const CSNMPMessage& request) {
     case kPduSetRequest:
       return L"Set request failed for OID '%s'. ";
     case kPduGetNextRequest:
+    case kPduGetBulkRequest:  // the walk's faster GetNext; users know its failures by that name
       return L"GetNext request failed for OID '%s'. ";
     default:
       return {};

@@ -12,9 +12,10 @@ namespace snmp {
 // Decodes `bytes` into `response` (a fresh message of type kPduResponse) and compares it with
 // `request` as it reads, stopping at the first difference. Order: trap request (-1), message
 // header, version (-6), community (-7), PDU type must be Response (-4), request id (-8), error
-// status (a non-zero status is the result), bindings, their count (-9), for get and set the
-// names in order (-10), bytes after the PDU (-3). Returns 0, the agent's positive error status,
-// or a negative code; on 0 `response` holds the decoded bindings.
+// status (a non-zero status is the result), bindings, their count (-9; not for a GetBulk, whose
+// answer holds as many as the agent chose), for get and set the names in order (-10), bytes
+// after the PDU (-3). Returns 0, the agent's positive error status, or a negative code; on 0
+// `response` holds the decoded bindings.
 int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
                      const CSNMPMessage& request);
 
@@ -24,7 +25,8 @@ std::wstring InternalErrorText(int code);
 // The text of an SNMP error status 1 to 18; "Unknown internal application error" otherwise.
 std::wstring ErrorStatusText(int status);
 
-// The event-log line for a failed get, set or get-next (empty for 0 or any other request type):
+// The event-log line for a failed get, set or get-next (a get-bulk reads as a get-next; empty
+// for 0 or any other request type):
 // "<Op> request failed for OID '<oid>'. Reason: '<text>'." for a negative code and
 // "<Op> request failed for OID '<oid>'. Error Code:<s>, Error Index:<i>. ('<text>')." for an
 // error status. At most tvkutil::kMaxLogLineLen characters.

@@ -38,6 +38,9 @@ class CSNMPMessage : public CASNDataType {
   void SetErrorStatus(std::int32_t status);
   std::int32_t ErrorIndex() const;
   void SetErrorIndex(std::int32_t index);
+  // A GetBulkRequest's two numbers, in the error-status and error-index places (RFC 3416).
+  void SetNonRepeaters(std::int32_t count) { SetErrorStatus(count); }
+  void SetMaxRepetitions(std::int32_t count) { SetErrorIndex(count); }
 
   // v1 trap fields; other messages read the empty text, -1 or 0 and ignore writes.
   std::wstring Enterprise() const;

@@ -20,6 +20,10 @@ bool CVarBind::ValueText(std::wstring& out_text, std::uint32_t& out_tag) const {
   return ValueToText(*value_, out_text);
 }
 
+void CVarBind::SetNullValue() {
+  value_ = CreateValue(kTagNull);
+}
+
 bool CVarBind::EncodeContent(CBerWriter& out) {
   if (name_ == nullptr || value_ == nullptr)
     return false;

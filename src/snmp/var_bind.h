@@ -22,6 +22,8 @@ class CVarBind : public CASNDataType {
   // The value as text (see ValueToText) and its tag; false for Null, the exception values or
   // an absent value.
   bool ValueText(std::wstring& out_text, std::uint32_t& out_tag) const;
+  // Replaces the value by Null, as a request for the name carries it.
+  void SetNullValue();
 
  protected:
   // Fails when the name or the value is absent.

@@ -13,6 +13,16 @@ const CVarBind* CVarBindList::Get(int index) const {
   return binds_[static_cast<std::size_t>(index - 1)].get();
 }
 
+bool CVarBindList::KeepOnlyNameOf(int index) {
+  if (index < 1 || index > Count())
+    return false;
+  std::unique_ptr<CVarBind> kept = std::move(binds_[static_cast<std::size_t>(index - 1)]);
+  kept->SetNullValue();
+  binds_.clear();
+  binds_.push_back(std::move(kept));
+  return true;
+}
+
 bool CVarBindList::Insert(int index, const std::wstring& name_text, std::uint32_t value_tag,
                           const std::wstring& value_text) {
   if (index < 1 || index > Count() + 1)

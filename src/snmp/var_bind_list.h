@@ -19,6 +19,9 @@ class CVarBindList : public CASNDataType {
   const CVarBind* Get(int index) const;
   int Count() const { return static_cast<int>(binds_.size()); }
   void RemoveAll() { binds_.clear(); }
+  // Keeps only the binding at a 1-based index, its value replaced by Null: how a walk turns the
+  // response it got into its next request. False (and nothing changed) without such a binding.
+  bool KeepOnlyNameOf(int index);
   // Inserts a binding built from text so that it stands at the 1-based index (Count() + 1
   // appends); false, and nothing inserted, for any other index.
   bool Insert(int index, const std::wstring& name_text, std::uint32_t value_tag,

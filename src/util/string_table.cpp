@@ -110,6 +110,10 @@ constexpr Entry kTable[] = {
     {ids::kPageSendTrap, L"&sendTrap"},
     {ids::kPageWalkMib, L"&walkMIB"},
     {ids::kPageNoFunctionality, L"&No Functionality"},
+    // A walk ends here rather than asking an agent that goes round in circles for ever.
+    {ids::kWalkOidNotIncreasing,
+     L"GetNext request failed for OID '%s'. Reason: 'The agent answered with OID '%s', which "
+     L"does not follow the OID asked for'."},
 };
 
 }  // namespace

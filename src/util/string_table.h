@@ -111,6 +111,7 @@ inline constexpr int kPageGetSet = 1039;
 inline constexpr int kPageSendTrap = 1040;
 inline constexpr int kPageWalkMib = 1041;
 inline constexpr int kPageNoFunctionality = 1042;
+inline constexpr int kWalkOidNotIncreasing = 1050;
 
 }  // namespace ids
 

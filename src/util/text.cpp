@@ -186,6 +186,8 @@ std::uint64_t WcsToU64(std::wstring_view text) {
 bool EqualsNoCase(std::wstring_view a, std::wstring_view b) {
   if (a.size() != b.size())
     return false;
+  if (a == b)
+    return true;  // the usual case, without a case mapping per character
   for (std::size_t i = 0; i < a.size(); ++i) {
     if (std::towlower(static_cast<wint_t>(a[i])) != std::towlower(static_cast<wint_t>(b[i]))) {
       return false;

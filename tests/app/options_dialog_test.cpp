@@ -21,6 +21,7 @@ using net::MakeAdapterInfo;
 const QString kConnect = "&Connect Timeout (seconds):";
 const QString kRequest = "&Request Timeout (milliseconds):";
 const QString kRetries = "R&etries:";
+const QString kBulk = "&GetBulk repetitions for walkMIB:";
 
 // A dialog over stores and adapters of its own; warnings are recorded, never shown.
 struct Options {
@@ -68,10 +69,11 @@ struct Options {
     QCOMPARE(box->text(), QString("&Use IPv6"));
     QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
   }
-  // use IPv6, connect time-out, request time-out, retries
+  // use IPv6, connect time-out, request time-out, retries, GetBulk repetitions
   QList<int> Stored() const {
     const app::NetworkSettings& n = sondara.Network();
-    return {n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries};
+    return {n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
+            n.walk_bulk_repetitions};
   }
 };
 
@@ -82,15 +84,16 @@ class OptionsDialogTest : public QObject {
   void OkChecksRangesInOrder() {
     const QString request_range = "Please enter an integer between 100 and 30000.";
     const struct {
-      QStringList typed;  // connect, request, retries
+      QStringList typed;  // connect, request, retries, GetBulk repetitions
       QString warning;    // empty: accepted
       QString focused;
     } cases[] = {
-        {{"3", "99", "3"}, request_range, kRequest},
-        {{"3", "30001", "3"}, request_range, kRequest},
-        {{"3", "100", "3"}, "", ""},
-        {{"30", "30000", "1"}, "", ""},
-        {{"", "99", "0"}, "Please enter an integer between 1 and 30.", kConnect},  // first wins
+        {{"3", "99", "3", "0"}, request_range, kRequest},
+        {{"3", "30001", "3", "0"}, request_range, kRequest},
+        {{"3", "100", "3", "999"}, "", ""},
+        {{"30", "30000", "1", "0"}, "", ""},
+        {{"3", "100", "3", ""}, "", ""},  // an empty box reads as 0: GetNext
+        {{"", "99", "0", "0"}, "Please enter an integer between 1 and 30.", kConnect},  // first
     };
     for (const auto& c : cases) {
       Options o;
@@ -100,15 +103,16 @@ class OptionsDialogTest : public QObject {
       o.Type(kConnect, c.typed[0]);
       o.Type(kRequest, c.typed[1]);
       o.Type(kRetries, c.typed[2]);
+      o.Type(kBulk, c.typed[3]);
       o.Click("&OK");
       if (c.warning.isEmpty()) {
-        QCOMPARE(o.Stored(),
-                 QList<int>({1, c.typed[0].toInt(), c.typed[1].toInt(), c.typed[2].toInt()}));
+        QCOMPARE(o.Stored(), QList<int>({1, c.typed[0].toInt(), c.typed[1].toInt(),
+                                         c.typed[2].toInt(), c.typed[3].toInt()}));
       } else {
         QCOMPARE(o.warnings, QStringList{c.warning});
         QVERIFY(o.d.isVisible());
         QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
-        QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3}));  // not even what passed
+        QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3, 0}));  // not even what passed
       }
     }
   }
@@ -121,12 +125,13 @@ class OptionsDialogTest : public QObject {
       o.SpinUp(kConnect, 1);
       o.Type(kRequest, "2500");
       o.SpinUp(kRetries, 8);  // stops at 10
+      o.Type(kBulk, "50");
       o.Click(button);
       const bool ok = button == "&OK";
       QCOMPARE(o.d.result(), int(ok ? QDialog::Accepted : QDialog::Rejected));
       QCOMPARE(o.sondara.Network().adapter_name, std::wstring(ok ? L"wlan0[fe80::2%3]" : L""));
       QCOMPARE(o.sondara.Network().adapter.ipv6_scope_id, ok ? 3u : 0u);
-      QCOMPARE(o.Stored(), ok ? QList<int>({1, 4, 2500, 10}) : QList<int>({0, 3, 1000, 3}));
+      QCOMPARE(o.Stored(), ok ? QList<int>({1, 4, 2500, 10, 50}) : QList<int>({0, 3, 1000, 3, 0}));
     }
   }
 };

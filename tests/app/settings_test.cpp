@@ -200,13 +200,14 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
                               {net::MakeAdapterInfo(L"eth0", L"fe80::1%4", false, 4)});
   const struct {
     const char* profile;
-    std::vector<int> expected;  // use IPv6, connect, request, retries, scope id
+    std::vector<int> expected;  // use IPv6, connect, request, retries, scope id, bulk
   } cases[] = {
       {"[NetworkInterface Settings]\nUseIPv6=1\nAdapterName=old name[fe80::1%4]\n"
-       "ConnectTimeout=30\nRequestTimeoutMS=100\nRetries=10\n",
-       {1, 30, 100, 10, 4}},
-      {"[NetworkInterface Settings]\nConnectTimeout=0\nRequestTimeoutMS=30001\nRetries=-1\n",
-       {0, 3, 1000, 3, -1}},
+       "ConnectTimeout=30\nRequestTimeoutMS=100\nRetries=10\nGetBulkRepetitions=999\n",
+       {1, 30, 100, 10, 4, 999}},
+      {"[NetworkInterface Settings]\nConnectTimeout=0\nRequestTimeoutMS=30001\nRetries=-1\n"
+       "GetBulkRepetitions=1000\n",
+       {0, 3, 1000, 3, -1, 0}},
   };
   std::filesystem::create_directories(dir_ / "config");
   for (const auto& c : cases) {
@@ -215,7 +216,8 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
     a->LoadNetworkSettings(adapters);
     const app::NetworkSettings& n = a->Network();
     EXPECT_EQ((std::vector<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
-                                n.adapter.IsDefault() ? -1 : int(n.adapter.ipv6_scope_id)}),
+                                n.adapter.IsDefault() ? -1 : int(n.adapter.ipv6_scope_id),
+                                n.walk_bulk_repetitions}),
               c.expected)
         << c.profile;
   }
@@ -226,9 +228,9 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
   ASSERT_TRUE(a->WriteProfileInt(L"Main Window", L"x", 40));
   a->SaveNetworkSettings();
   const tvkutil::CIniFile ini = Saved(ProfileFile());
-  EXPECT_EQ(
-      ini.KeyNames(L"NetworkInterface Settings"),
-      (Names{L"UseIPv6", L"AdapterName", L"ConnectTimeout", L"RequestTimeoutMS", L"Retries"}));
+  EXPECT_EQ(ini.KeyNames(L"NetworkInterface Settings"),
+            (Names{L"UseIPv6", L"AdapterName", L"ConnectTimeout", L"RequestTimeoutMS", L"Retries",
+                   L"GetBulkRepetitions"}));
   EXPECT_EQ(ini.GetString(L"NetworkInterface Settings", L"AdapterName", L""), L"eth0[192.0.2.2]");
   EXPECT_EQ(ini.GetInt(L"main window", L"X", 0), 40);
 }

@@ -173,3 +173,46 @@ TEST(SnmpRequester, OneSocketForEveryRequestAndAStopTestAfterEachSilentTry) {
   };
   EXPECT_EQ(port(got[0]), port(got[1]));  // the answered ones share the requester's socket
 }
+
+// The real socket calls, counted.
+struct CountingOps : net::IUdpSocketOps {
+  int Socket(int family) override { return real.Socket(family); }
+  int Bind(int fd, const sockaddr* a, socklen_t n) override { return real.Bind(fd, a, n); }
+  ssize_t SendTo(int fd, const void* d, std::size_t n, const sockaddr* to, socklen_t l) override {
+    return real.SendTo(fd, d, n, to, l);
+  }
+  ssize_t RecvFrom(int fd, void* d, std::size_t n, sockaddr* from, socklen_t* l) override {
+    ++receives;
+    return real.RecvFrom(fd, d, n, from, l);
+  }
+  int WaitReadable(int fd, int timeout_ms) override { return real.WaitReadable(fd, timeout_ms); }
+  void Close(int fd) override { real.Close(fd); }
+  net::IUdpSocketOps& real = net::PosixUdpSocketOps();
+  int receives = 0;
+};
+
+TEST(SnmpRequester, QuickAnswerWaitTakesOnlyThePeerAndStopsSpinningForASlowAgent) {
+  for (int delay_ms : {0, 5}) {
+    SCOPED_TRACE(testing::Message() << "answers after " << delay_ms << " ms");
+    // A stray answer from another port comes first; whoever takes it gets -8.
+    const FakeAgent agent([delay_ms](const FakeAgent::Datagram& d, int) {
+      return Replies{{GoodReply(99), 0, true}, {GoodReply(d.bytes[17]), delay_ms, false}};
+    });
+    CountingOps ops;
+    net::CSnmpRequester requester(L"127.0.0.1", agent.Port(), Settings(0, 1000), L"walkMIB",
+                                  logs::TransactionLogSink(), &ops);
+    requester.SetQuickAnswerWait(true);
+    snmp::CSNMPMessage request(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest);
+    request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+    for (std::int32_t id = 0; id < 12; ++id) {
+      request.SetRequestId(id);
+      snmp::CSNMPMessage response(snmp::kPduResponse);
+      ops.receives = 0;
+      EXPECT_EQ(requester.Request(request, response), std::optional<int>(0)) << id;
+    }
+    // A slow agent's answers are slept for: the drain, the stray, the answer.
+    if (delay_ms > 0) {
+      EXPECT_LE(ops.receives, 4);
+    }
+  }
+}

@@ -62,6 +62,10 @@ TEST(ValueCodec, TextEncodesAndDecodesBack) {
       {kTagOid, L".1.3.6.1", "06 03 2b 06 01", L".1.3.6.1"},
       {kTagOid, L"1.3.128", "06 03 2b 81 00", L".1.3.128"},
       {kTagOid, L"2.999", "06 01 37", L".1.15"},  // 2*40+999 wraps in the single first byte
+      // Arcs of 2^31 and above read as negative numbers, as the logs have always shown them.
+      {kTagOid, L"1.3.-2147483648.2147483647.0.-1",
+       "06 11 2b 88 80 80 80 00 87 ff ff ff 7f 00 8f ff ff ff 7f",
+       L".1.3.-2147483648.2147483647.0.-1"},
       {kTagOctetString, L"", "04 00", L""},
       {kTagOctetString, L"caf\u00e9", "04 05 63 61 66 c3 a9", L"caf\u00e9"},  // UTF-8 bytes
       {kTagIpAddress, L"10.0.0.1", "40 04 0a 00 00 01", L"10.0.0.1"},

@@ -36,6 +36,13 @@ inline std::vector<MessageKind> MessageKinds() {
   all.push_back({MakeMessage(kSnmpVersion2c, L"public", kPduGetNextRequest, 255,
                              {{L".1.3.6.1.2.1.1", kTagNull, L""}}),
                  "snmp.version=1 snmp.data=1 snmp.request_id=255 snmp.name=1.3.6.1.2.1.1"});
+  auto bulk =
+      MakeMessage(kSnmpVersion2c, L"getcom", kPduGetBulkRequest, 9, {{L".1.3.6.1", kTagNull, L""}});
+  bulk->SetNonRepeaters(0);
+  bulk->SetMaxRepetitions(50);
+  all.push_back({std::move(bulk),
+                 "snmp.version=1 snmp.data=5 snmp.request_id=9 snmp.non_repeaters=0 "
+                 "snmp.max_repetitions=50 snmp.name=1.3.6.1"});
   // One Set for each type a user can set, with the field tshark shows its value in.
   const std::tuple<std::uint32_t, const wchar_t*, const char*> sets[] = {
       {kTagInteger32, L"-129", "snmp.value.int=-129"},

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "message_kinds.h"
+#include "snmp/response_check.h"
 #include "support/hex_bytes.h"
 
 namespace snmp {
@@ -32,6 +33,36 @@ TEST(Message, GetRequestBytesAndTheTrailingByte) {
 }
 
 // Under the sanitizer build the cuts and corruptions guard against reading past the input.
+// A walk's GetBulk (RFC 3416): non-repeaters and max-repetitions where error-status and
+// error-index sit. Its answer, whose binding count the check leaves to the agent, turns into the
+// next request: the last name with a Null value.
+TEST(Message, GetBulkRequestBytesAndTheNextRequestFromItsAnswer) {
+  auto bulk =
+      MakeMessage(kSnmpVersion2c, L"getcom", kPduGetBulkRequest, 5, {{L".1.3.6.1", kTagNull, L""}});
+  bulk->SetNonRepeaters(0);
+  bulk->SetMaxRepetitions(50);
+  EXPECT_EQ(EncodeHex(*bulk),
+            "30 21 02 01 01 04 06 67 65 74 63 6f 6d a5 14 02 01 05 02 01 00 02 01 32 30 09 30 07 "
+            "06 03 2b 06 01 05 00");
+
+  bulk->SetRequestId(6);
+  CSNMPMessage answer(kPduResponse);
+  ASSERT_EQ(ValidateResponse(
+                Hex("30 37 02 01 01 04 06 67 65 74 63 6f 6d a2 2a 02 01 06 02 01 00 02 01 00 30 "
+                    "1f 30 0e 06 08 2b 06 01 02 01 01 01 00 04 02 61 62 30 0d 06 08 2b 06 01 02 "
+                    "01 01 03 00 43 01 2a"),
+                answer, *bulk),
+            kBerOk);
+  ASSERT_EQ(answer.VarBinds().Count(), 2);
+  EXPECT_FALSE(answer.VarBinds().KeepOnlyNameOf(3));
+  ASSERT_TRUE(answer.VarBinds().KeepOnlyNameOf(2));
+  answer.SetPduType(kPduGetBulkRequest);
+  answer.SetMaxRepetitions(50);
+  EXPECT_EQ(EncodeHex(answer),
+            "30 26 02 01 01 04 06 67 65 74 63 6f 6d a5 19 02 01 06 02 01 00 02 01 32 30 0e 30 0c "
+            "06 08 2b 06 01 02 01 01 03 00 05 00");
+}
+
 TEST(Message, EveryKindRoundTripsAndSurvivesTruncationAndCorruption) {
   for (const MessageKind& kind : MessageKinds()) {
     CSNMPMessage& msg = *kind.msg;
