@@ -5,26 +5,28 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QScreen>
-#include <QUrl>
 #include <QVBoxLayout>
 
 #include "app/about_dialog.h"
 #include "app/options_dialog.h"
 #include "app/property_sheet_view.h"
+#include "app/readme_dialog.h"
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
+#include "logs/log_entry_points.h"
 #include "logs/transaction_log_view.h"
 #include "pages/device_discovery_page.h"
 #include "pages/get_set_page.h"
 #include "pages/ping_view.h"
 #include "pages/send_trap_page.h"
 #include "pages/walk_mib_page.h"
+#include "util/string_table.h"
+#include "util/text.h"
 
 namespace app {
 
@@ -133,7 +135,8 @@ void CMainWnd::BuildMenus() {
   QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
   add(file, "saveSnapshot", QStringLiteral("&Save Snapshot"), &CMainWnd::OnSaveSnapshot);
   file->addSeparator();
-  add(file, "exit", QStringLiteral("E&xit"), &CMainWnd::close);
+  QAction* exit = add(file, "exit", QStringLiteral("E&xit"), &CMainWnd::close);
+  exit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
 
   QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
   QAction* copy = add(edit, "copy", QStringLiteral("&Copy"), [] { EditCommand("copy"); });
@@ -146,11 +149,8 @@ void CMainWnd::BuildMenus() {
   cut->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_X));
   connect(cut, &QAction::triggered, this, [] { EditCommand("cut"); });
   addAction(cut);
-  // Enter does nothing in the main window: it must never close or leave an operation page.
-  auto* enter = new QAction(this);
-  enter->setObjectName(QStringLiteral("enter"));
-  enter->setShortcuts({QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)});
-  addAction(enter);
+  // Enter is left to the pages: in a field it starts that half's command, and nothing in the
+  // window closes or leaves a page on it.
 
   QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
   add(tools, "options", QStringLiteral("&Options"), &CMainWnd::OnOptions);
@@ -199,7 +199,9 @@ void CMainWnd::UpdateCommandStates() {
 void CMainWnd::OnSaveSnapshot() {
   ping_view_->StoreToApp();
   sheet_view_->CollectForSnapshot();
-  app_.SavePageSettings();
+  const bool saved = app_.SavePageSettings();
+  logs::LogEvent(saved ? tvkutil::ids::kSnapshotSaved : tvkutil::ids::kSnapshotNotSaved,
+                 tvkutil::FromUtf8Lenient(app_.SettingsFilePath()));
 }
 
 void CMainWnd::OnTogglePingToolbar() {
@@ -237,7 +239,7 @@ QString CMainWnd::ReadmePath() const {
 void CMainWnd::OnReadme() {
   const QString path = ReadmePath();
   if (QFileInfo::exists(path))
-    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    OpenReadme(path, this);
 }
 
 void CMainWnd::OnAbout() {
@@ -301,6 +303,8 @@ void CMainWnd::SavePlacement() {
 }
 
 void CMainWnd::closeEvent(QCloseEvent* event) {
+  // Requests on their way end first (at most their time-outs), so their results are kept.
+  ping_view_->FinishPing();
   sheet_view_->Close();
   SavePlacement();
   // The pages hand their values to the application object before it saves them at exit.
