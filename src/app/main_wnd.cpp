@@ -6,10 +6,13 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QScreen>
+#include <QTabBar>
+#include <QTableView>
 #include <QVBoxLayout>
 
 #include "app/about_dialog.h"
@@ -35,6 +38,10 @@ namespace {
 constexpr wchar_t kFlagsSection[] = L"FunctionalityEnable Settings";
 constexpr wchar_t kWindowSection[] = L"Main Window";
 constexpr int kMinPaneHeight = 10;
+// However small the window: a log pane keeps this many rows in view, the page pane this many
+// rows of controls (a page scrolls up and down for the rest).
+constexpr int kMinLogRows = 3;
+constexpr int kMinPageRows = 4;
 
 QString Caption(int page_id) {
   switch (page_id) {
@@ -81,6 +88,20 @@ void EditCommand(const char* slot) {
     QMetaObject::invokeMethod(e, slot);
 }
 
+// The least height that still shows what a pane is for: a few rows of a log or of the page
+// form, the whole ping toolbar.
+int MinimumPaneHeight(QWidget* pane, const CPropertySheetView* sheet_view) {
+  if (pane == sheet_view) {
+    return sheet_view->Sheet()->tabBar()->sizeHint().height() +
+           kMinPageRows * 2 * sheet_view->fontMetrics().lineSpacing();
+  }
+  if (const auto* table = pane->findChild<QTableView*>()) {
+    return table->horizontalHeader()->sizeHint().height() +
+           kMinLogRows * table->verticalHeader()->defaultSectionSize() + 2 * table->frameWidth();
+  }
+  return std::max(kMinPaneHeight, pane->sizeHint().height());
+}
+
 }  // namespace
 
 CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(parent), app_(app) {
@@ -102,7 +123,7 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
        {static_cast<QWidget*>(ping_view_), static_cast<QWidget*>(sheet_view_),
         static_cast<QWidget*>(transaction_view_), static_cast<QWidget*>(event_view_)}) {
     splitter_->addWidget(pane);
-    pane->setMinimumHeight(kMinPaneHeight);
+    pane->setMinimumHeight(MinimumPaneHeight(pane, sheet_view_));
   }
   splitter_->setStretchFactor(3, 1);  // the event log takes what the others leave
   setCentralWidget(splitter_);
@@ -259,13 +280,19 @@ void CMainWnd::RestorePlacement() {
   for (int i = 0; i < sheet_view_->Sheet()->count(); ++i)
     page_width = std::max(page_width, sheet_view_->Sheet()->widget(i)->sizeHint().width());
   const int fit_width = std::min(screen.width(), page_width + 40);
-  const int cx = app_.GetProfileInt(kWindowSection, L"cx", std::max(screen.width() / 2, fit_width));
-  const int cy = app_.GetProfileInt(kWindowSection, L"cy", screen.height());
+  // A placement kept on a larger screen still fits this one.
+  const int cx =
+      std::min(screen.width(),
+               app_.GetProfileInt(kWindowSection, L"cx", std::max(screen.width() / 2, fit_width)));
+  const int cy =
+      std::min(screen.height(), app_.GetProfileInt(kWindowSection, L"cy", screen.height()));
   auto pane = [&](const wchar_t* key, int def) {
     return std::max(kMinPaneHeight, app_.GetProfileInt(kWindowSection, key, def));
   };
-  const int h0 = pane(L"First Splitter", cy / 23);
-  const int h1 = pane(L"Second Splitter", cy * 12 / 25);
+  // The toolbar as tall as its line, the pages as tall as their tallest form needs; the logs
+  // keep their few rows whatever is asked for (their minimum heights).
+  const int h0 = pane(L"First Splitter", ping_view_->sizeHint().height());
+  const int h1 = pane(L"Second Splitter", std::max(cy * 12 / 25, sheet_view_->FormHeight()));
   const int h2 = pane(L"Third Splitter", cy / 5);
   // The window always reopens in the normal state, at its last normal placement.
   resize(std::max(cx, 200), std::max(cy, 200));

@@ -4,6 +4,7 @@
 #include <QGroupBox>
 #include <QKeySequence>
 #include <QLabel>
+#include <QLayout>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -54,6 +55,11 @@ CPropertySheetView::CPropertySheetView(const PageFlags& flags, PageFactory facto
   SyncTabs();
   connect(sheet_, &QTabWidget::currentChanged, this, &CPropertySheetView::OnCurrentChanged);
   OnCurrentChanged(sheet_->currentIndex());
+}
+
+int CPropertySheetView::FormHeight() const {
+  const QMargins margins = widget()->layout()->contentsMargins();
+  return sheet_->minimumSizeHint().height() + margins.top() + margins.bottom();
 }
 
 CPropertyPage* CPropertySheetView::Page(int page_id) {

@@ -33,6 +33,8 @@ class CPropertySheetView : public QScrollArea {
   void Close();
 
   QTabWidget* Sheet() const { return sheet_; }
+  // The height that shows the tallest page without scrolling (its tables at their least).
+  int FormHeight() const;
   const CPageSet& PageSet() const { return page_set_; }
   CPropertyPage* Page(int page_id);
 

@@ -90,9 +90,11 @@ void CDeviceDiscoveryPropertyPage::BuildControls() {
   };
   add_captioned(QStringLiteral("&Starting IP Address:"), start_);
   add_captioned(QStringLiteral("E&nding IP Address:"), end_);
-  row->addWidget(begin_);
-  row->addSpacing(16);
-  row->addWidget(fast_);
+  // The box under the button, so the row still fits an 800 pixel wide screen.
+  auto* command = new QVBoxLayout;
+  command->addWidget(begin_);
+  command->addWidget(fast_);
+  row->addLayout(command);
   row->addStretch();
 
   list_ = app::CResultsTableView::Over(

@@ -11,8 +11,10 @@
 namespace pages {
 
 namespace {
-// An OID history can hold texts of 1408 characters; the box keeps this many in view.
-constexpr int kComboContentsLen = 24;
+// An OID history can hold texts of 1408 characters; the box keeps at least this many in view
+// and grows with the window. The Get/Set page's two halves side by side, each with its button,
+// still fit an 800 pixel wide screen.
+constexpr int kComboContentsLen = 12;
 constexpr std::uint32_t kReadableTags[] = {
     snmp::kTagInteger32,      snmp::kTagOctetString, snmp::kTagNull,      snmp::kTagOid,
     snmp::kTagIpAddress,      snmp::kTagCounter32,   snmp::kTagGauge32,   snmp::kTagUnsigned32,
