@@ -64,6 +64,9 @@ class CUdpSession {
 
  private:
   bool FromPeer(const sockaddr_storage& from) const;
+  // Our end as the socket is bound; bound to any address, the address the kernel sends from to
+  // the peer, so the log shows where the datagrams really came from.
+  void FillLocalEnd();
 
   IUdpSocketOps& ops_;
   bool open_ = false;
