@@ -110,6 +110,13 @@ constexpr Entry kTable[] = {
     {ids::kPageSendTrap, L"&sendTrap"},
     {ids::kPageWalkMib, L"&walkMIB"},
     {ids::kPageNoFunctionality, L"&No Functionality"},
+    {ids::kTransactionLogExport, L"Export as &pcapng\u2026"},
+    {ids::kPcapngFilter, L"pcapng Files (*.pcapng)|*.pcapng|"},
+    {ids::kPcapngExtension, L"pcapng"},
+    {ids::kDecodedTextRow, L"This row is text, not an SNMP message."},
+    {ids::kDecodedNotKept,
+     L"This message is no longer kept: the log keeps the most recent %d datagrams or %d MB."},
+    {ids::kDecodedError, L"Error at offset %d: %s"},
 };
 
 }  // namespace
