@@ -2,7 +2,8 @@
 // interface of link type raw IP, and one enhanced packet block per datagram holding an IPv4 or
 // IPv6 header and a UDP header made from the kept addresses and ports, the kept time stamp in
 // microseconds, and the direction in the packet's flags (inbound for received, outbound for
-// sent). The window's export and the command line share it.
+// sent). No Qt here: the window's export uses it, and a command-line front end can write the
+// same file.
 #pragma once
 
 #include <cstdint>

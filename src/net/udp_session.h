@@ -57,7 +57,8 @@ class CUdpSession {
   void Close();
 
   bool IsOpen() const { return open_; }
-  // Our bound address and the peer's, for the transaction log.
+  // Our address and port as the datagrams leave (see FillLocalEnd) and the peer's, for the
+  // transaction log.
   const logs::DatagramEnds& Ends() const { return ends_; }
   const std::wstring& Host() const { return host_; }
   std::uint16_t Port() const { return port_; }
