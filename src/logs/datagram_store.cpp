@@ -30,11 +30,20 @@ std::int64_t NowMicroseconds() {
       .count();
 }
 
-std::size_t CDatagramStore::Cost(std::size_t len, std::size_t source_len) {
-  // The record, its bytes and source text, and what the allocator and the shared pointer add
-  // (two allocations of a few words each), so that 64 MB means 64 MB of the program's memory.
+std::size_t CDatagramStore::Cost(std::size_t len) {
+  // The record, its bytes, and what the allocator and the shared pointer add (two allocations
+  // of a few words each), so that 64 MB means 64 MB of the program's memory.
   constexpr std::size_t kAllocationOverhead = 64;
-  return sizeof(KeptDatagram) + len + source_len * sizeof(wchar_t) + kAllocationOverhead;
+  return sizeof(KeptDatagram) + len + kAllocationOverhead;
+}
+
+std::shared_ptr<const std::wstring> CDatagramStore::SourceLocked(std::wstring_view source) {
+  for (const auto& s : sources_) {
+    if (*s == source)
+      return s;
+  }
+  sources_.push_back(std::make_shared<const std::wstring>(source));
+  return sources_.back();
 }
 
 std::uint64_t CDatagramStore::Add(std::int32_t direction, std::wstring_view source,
@@ -44,12 +53,12 @@ std::uint64_t CDatagramStore::Add(std::int32_t direction, std::wstring_view sour
   auto d = std::make_shared<KeptDatagram>();
   d->time_us = time_us;
   d->direction = direction;
-  d->source.assign(source);
   d->local = DatagramEnd::From(ends.local);
   d->remote = DatagramEnd::From(ends.remote);
   d->bytes.assign(bytes.begin(), bytes.end());
-  const std::size_t cost = Cost(bytes.size(), source.size());
+  const std::size_t cost = Cost(bytes.size());
   std::lock_guard lock(mutex_);
+  d->source = SourceLocked(source);
   d->number = next_number_++;
   const std::uint64_t number = d->number;
   kept_.push_back(std::move(d));
@@ -61,7 +70,7 @@ std::uint64_t CDatagramStore::Add(std::int32_t direction, std::wstring_view sour
 
 void CDatagramStore::DropOldestLocked() {
   const KeptDatagram& oldest = *kept_.front();
-  memory_ -= Cost(oldest.bytes.size(), oldest.source.size());
+  memory_ -= Cost(oldest.bytes.size());
   kept_.pop_front();
 }
 

@@ -39,7 +39,9 @@ struct KeptDatagram {
   std::uint64_t number = 0;  // 1 for the first datagram of the run, then one up each time
   std::int64_t time_us = 0;  // microseconds since 1970-01-01 00:00 UTC
   std::int32_t direction = kDirectionSent;
-  std::wstring source;  // the operation: "Get", "walkMIB" ...
+  // The operation: "Get", "walkMIB" ... shared by all datagrams of that name, so keeping one
+  // costs no allocation for it.
+  std::shared_ptr<const std::wstring> source;
   DatagramEnd local;
   DatagramEnd remote;
   std::vector<std::uint8_t> bytes;
@@ -75,15 +77,17 @@ class CDatagramStore {
 
   // What one datagram of `len` bytes counts against the memory limit: its bytes and the
   // bookkeeping around them.
-  static std::size_t Cost(std::size_t len, std::size_t source_len);
+  static std::size_t Cost(std::size_t len);
 
  private:
   void DropOldestLocked();
+  std::shared_ptr<const std::wstring> SourceLocked(std::wstring_view source);
 
   const std::size_t max_count_;
   const std::size_t max_bytes_;
   mutable std::mutex mutex_;
-  std::deque<std::shared_ptr<const KeptDatagram>> kept_;  // numbers ascend without gaps
+  std::deque<std::shared_ptr<const KeptDatagram>> kept_;      // numbers ascend without gaps
+  std::vector<std::shared_ptr<const std::wstring>> sources_;  // the few operation names
   std::uint64_t next_number_ = 1;
   std::size_t memory_ = 0;
 };

@@ -210,8 +210,8 @@ void AppendPcapngPacket(std::string& out, const KeptDatagram& d) {
   out.append(packet);
   PadTo32Bits(out);
   // The operation that exchanged it, as the log's source column names it.
-  if (!d.source.empty())
-    Option(out, kOptComment, tvkutil::ToUtf8(d.source));
+  if (d.source != nullptr && !d.source->empty())
+    Option(out, kOptComment, tvkutil::ToUtf8(*d.source));
   std::string flags;
   Le32(flags, d.direction == kDirectionReceived ? kFlagInbound
               : d.direction == kDirectionSent   ? kFlagOutbound

@@ -44,7 +44,7 @@ DatagramEnds Ends(const char* local, std::uint16_t local_port, const char* remot
 
 TEST(DatagramStore, KeepsTheNewestWithinCountAndMemoryAndForgetsOnReset) {
   const std::vector<std::uint8_t> ten(10, 0x30);
-  const std::size_t each = CDatagramStore::Cost(ten.size(), 3);
+  const std::size_t each = CDatagramStore::Cost(ten.size());
   const struct {
     std::size_t max_count, max_bytes;
     std::size_t kept;
