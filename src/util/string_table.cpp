@@ -114,6 +114,13 @@ constexpr Entry kTable[] = {
     {ids::kWalkOidNotIncreasing,
      L"GetNext request failed for OID '%s'. Reason: 'The agent answered with OID '%s', which "
      L"does not follow the OID asked for'."},
+    {ids::kTransactionLogExport, L"Export as &pcapng\u2026"},
+    {ids::kPcapngFilter, L"pcapng Files (*.pcapng)|*.pcapng|"},
+    {ids::kPcapngExtension, L"pcapng"},
+    {ids::kDecodedTextRow, L"This row is text, not an SNMP message."},
+    {ids::kDecodedNotKept,
+     L"This message is no longer kept: the log keeps the most recent %d datagrams or %d MB."},
+    {ids::kDecodedError, L"Error at offset %d: %s"},
 };
 
 }  // namespace

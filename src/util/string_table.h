@@ -112,6 +112,13 @@ inline constexpr int kPageSendTrap = 1040;
 inline constexpr int kPageWalkMib = 1041;
 inline constexpr int kPageNoFunctionality = 1042;
 inline constexpr int kWalkOidNotIncreasing = 1050;
+// The transaction log's decoded view and its capture file.
+inline constexpr int kTransactionLogExport = 1070;
+inline constexpr int kPcapngFilter = 1071;
+inline constexpr int kPcapngExtension = 1072;
+inline constexpr int kDecodedTextRow = 1073;
+inline constexpr int kDecodedNotKept = 1074;
+inline constexpr int kDecodedError = 1075;
 
 }  // namespace ids
 
