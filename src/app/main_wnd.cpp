@@ -185,6 +185,11 @@ void CMainWnd::BuildMenus() {
   add(view, "viewWalkMib", QStringLiteral("&walkMIB"), [this] { OnTogglePage(kPageWalkMib); });
   for (QAction* a : view->actions())
     a->setCheckable(true);
+  view->addSeparator();
+  add(view, "viewDecodedMessage", QStringLiteral("Decoded &Message"), [this] {
+    transaction_view_->SetDecodedPaneEnabled(!transaction_view_->DecodedPaneEnabled());
+    UpdateCommandStates();
+  })->setCheckable(true);
 
   QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
   add(help, "readme", QStringLiteral("Readme"), &CMainWnd::OnReadme);
@@ -214,6 +219,7 @@ void CMainWnd::UpdateCommandStates() {
   apply(Action("viewGetSet"), PageSwitchState(flags_, kPageGetSet, icmp));
   apply(Action("viewSendTrap"), PageSwitchState(flags_, kPageSendTrap, icmp));
   apply(Action("viewWalkMib"), PageSwitchState(flags_, kPageWalkMib, icmp));
+  Action("viewDecodedMessage")->setChecked(transaction_view_->DecodedPaneEnabled());
   Action("readme")->setEnabled(QFileInfo::exists(ReadmePath()));
 }
 

@@ -26,8 +26,8 @@ class CForwardingSink : public IEventLineSink {
 class CTransactionForwardingSink : public ITransactionSink {
  public:
   void LogDatagram(std::int32_t direction, std::wstring_view source,
-                   std::span<const std::uint8_t> bytes, const DatagramEnds&) override {
-    LogTransaction(direction, source, bytes.data(), bytes.size(), 0);
+                   std::span<const std::uint8_t> bytes, const DatagramEnds& ends) override {
+    logs::LogDatagram(direction, source, bytes, ends);
   }
   void LogText(std::int32_t direction, std::wstring_view source, std::string_view text) override {
     LogTransaction(direction, source, reinterpret_cast<const std::uint8_t*>(text.data()),
@@ -69,6 +69,14 @@ void LogTransaction(std::int32_t direction, std::wstring_view source, const std:
   if (g_transaction_log == nullptr)
     return;
   g_transaction_log->AddTransaction(direction, source, data, length, is_text);
+}
+
+void LogDatagram(std::int32_t direction, std::wstring_view source,
+                 std::span<const std::uint8_t> bytes, const DatagramEnds& ends) {
+  std::shared_lock lock(g_registry_mutex);
+  if (g_transaction_log == nullptr)
+    return;
+  g_transaction_log->AddDatagram(direction, source, bytes, ends);
 }
 
 IEventLineSink& EventLogSink() {

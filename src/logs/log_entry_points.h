@@ -5,10 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "logs/event_line_sink.h"
+#include "logs/transaction_sink.h"
 #include "util/text.h"
 
 namespace logs {
@@ -45,6 +47,11 @@ void LogEvent(int string_id, const Args&... args) {
 // hex), anything else for UTF-8 text.
 void LogTransaction(std::int32_t direction, std::wstring_view source, const std::uint8_t* data,
                     std::size_t length, int is_text);
+
+// Queues one SNMP datagram with the addresses and ports of both ends; the transaction log keeps
+// it for decoding and export beside its rows.
+void LogDatagram(std::int32_t direction, std::wstring_view source,
+                 std::span<const std::uint8_t> bytes, const DatagramEnds& ends);
 
 // A sink that forwards to whichever event log is registered, for code that reports through
 // IEventLineSink (the request failure lines of the SNMP checks).

@@ -128,24 +128,29 @@ void CLogTableView::SaveWithDialog() {
 bool CLogTableView::SaveTo(const QString& path) {
   if (rows_->SaveToFile(std::filesystem::path(path.toStdString())))
     return true;
+  TellSaveFailed(path);
+  return false;
+}
+
+void CLogTableView::TellSaveFailed(const QString& path) {
   app::ShowMessageBox(
       this,
       QString::fromStdWString(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
                                                SIZE_MAX, path.toStdWString())),
       app::MessageIcon::kWarning);
-  return false;
 }
 
 std::unique_ptr<QMenu> CLogTableView::BuildContextMenu() {
   auto menu = std::make_unique<QMenu>(this);
-  if (rows_->ShownCount() == 0)
-    return menu;
-  QAction* reset = menu->addAction(Text(layout_.reset_id));
-  reset->setObjectName(QStringLiteral("reset"));
-  connect(reset, &QAction::triggered, this, &CLogTableView::ResetLog);
-  QAction* save = menu->addAction(Text(layout_.save_id));
-  save->setObjectName(QStringLiteral("save"));
-  connect(save, &QAction::triggered, this, &CLogTableView::SaveWithDialog);
+  if (rows_->ShownCount() != 0) {
+    QAction* reset = menu->addAction(Text(layout_.reset_id));
+    reset->setObjectName(QStringLiteral("reset"));
+    connect(reset, &QAction::triggered, this, &CLogTableView::ResetLog);
+    QAction* save = menu->addAction(Text(layout_.save_id));
+    save->setObjectName(QStringLiteral("save"));
+    connect(save, &QAction::triggered, this, &CLogTableView::SaveWithDialog);
+  }
+  AddMenuCommands(*menu);
   return menu;
 }
 

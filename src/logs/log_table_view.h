@@ -90,7 +90,8 @@ class CLogTableView : public QWidget {
   void SaveWithDialog();
   // Writes the shown rows to `path`; on failure tells the user and answers false.
   bool SaveTo(const QString& path);
-  // The context menu: "&Reset" and "&Save" while at least one row is shown, else nothing.
+  // The context menu: "&Reset" and "&Save" while at least one row is shown, then what the pane
+  // adds; empty menus are not shown.
   std::unique_ptr<QMenu> BuildContextMenu();
 
  protected:
@@ -98,6 +99,12 @@ class CLogTableView : public QWidget {
                 std::unique_ptr<ILogRows> rows, QWidget* parent);
 
   ILogRows& Rows() const { return *rows_; }
+  tvkutil::IProfileStore& Profile() const { return profile_; }
+  const LogPaneLayout& Layout() const { return layout_; }
+  // "Unable to save results to file <path>." in a message box.
+  void TellSaveFailed(const QString& path);
+  // A pane's own commands after "&Reset" and "&Save".
+  virtual void AddMenuCommands(QMenu& /*menu*/) {}
 
   bool eventFilter(QObject* watched, QEvent* event) override;
 

@@ -76,12 +76,40 @@ std::vector<CTransactionRow> SplitTransaction(std::int32_t direction, std::wstri
 
 void CTransactionLog::AddTransaction(std::int32_t direction, std::wstring_view source,
                                      const std::uint8_t* data, std::size_t length, int is_text) {
+  if (is_text == 0) {
+    AddDatagram(direction, source, std::span(data, data == nullptr ? 0 : length), {});
+    return;
+  }
   std::vector<std::unique_ptr<CTransactionRow>> rows;
   for (auto& row : SplitTransaction(direction, source, data, length, is_text)) {
     rows.push_back(std::make_unique<CTransactionRow>(std::move(row)));
   }
   // One message's rows go in together, so another thread's message cannot interleave.
   queue_.AddAll(rows);
+}
+
+void CTransactionLog::AddDatagram(std::int32_t direction, std::wstring_view source,
+                                  std::span<const std::uint8_t> bytes, const DatagramEnds& ends) {
+  const std::uint64_t number = datagrams_.Add(direction, source, bytes, ends, NowMicroseconds());
+  std::vector<std::unique_ptr<CTransactionRow>> rows;
+  for (auto& row : SplitTransaction(direction, source, bytes.data(), bytes.size(), 0)) {
+    row.datagram = number;
+    rows.push_back(std::make_unique<CTransactionRow>(std::move(row)));
+  }
+  queue_.AddAll(rows);
+}
+
+LogTickResult CTransactionLog::MovePending() {
+  const LogTickResult change = queue_.MovePending();
+  const std::size_t shown = queue_.ShownCount();
+  for (std::size_t i = shown - std::min(change.appended, shown); i < shown; ++i)
+    shown_through_ = std::max(shown_through_, queue_.Shown(i).datagram);
+  return change;
+}
+
+void CTransactionLog::Reset() {
+  queue_.ResetShown();
+  datagrams_.ClearThrough(shown_through_);
 }
 
 std::string CTransactionLog::SavedFileBytes() const {

@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "logs/datagram_store.h"
 #include "logs/log_queue.h"
 #include "logs/log_time.h"
 #include "logs/transaction_sink.h"
@@ -22,10 +24,11 @@ inline constexpr std::size_t kTextRowBytes = 260;
 
 struct CTransactionRow {
   LogTimeStamp stamp;
-  std::wstring source;     // the operation: "Get", "Set", "walkMIB", "sendTrap", "Ping" ...
-  std::int32_t direction;  // kDirectionSent, kDirectionReceived, anything else shows empty
-  std::wstring text;       // this row's share of the message
-  bool first_row = false;  // only first rows show date, time and source
+  std::wstring source;         // the operation: "Get", "Set", "walkMIB", "sendTrap", "Ping" ...
+  std::int32_t direction;      // kDirectionSent, kDirectionReceived, anything else shows empty
+  std::wstring text;           // this row's share of the message
+  bool first_row = false;      // only first rows show date, time and source
+  std::uint64_t datagram = 0;  // the kept datagram the row shows part of; 0 for text rows
 };
 
 // "TX" for sent, "RX" for received, empty for anything else.
@@ -42,14 +45,23 @@ std::vector<CTransactionRow> SplitTransaction(std::int32_t direction, std::wstri
 
 class CTransactionLog {
  public:
-  // Any thread: splits the message and queues its rows, all with fresh time stamps.
+  explicit CTransactionLog(std::size_t max_datagrams = kMaxKeptDatagrams,
+                           std::size_t max_datagram_bytes = kMaxKeptBytes)
+      : datagrams_(max_datagrams, max_datagram_bytes) {}
+
+  // Any thread: splits the message and queues its rows, all with fresh time stamps. A binary
+  // message is kept as a datagram whose ends are unknown; text is not kept.
   void AddTransaction(std::int32_t direction, std::wstring_view source, const std::uint8_t* data,
                       std::size_t length, int is_text);
+  // Any thread: keeps the datagram with its ends and the time now, then queues its hex rows.
+  void AddDatagram(std::int32_t direction, std::wstring_view source,
+                   std::span<const std::uint8_t> bytes, const DatagramEnds& ends);
 
   // Window thread: the timer tick, the Reset command and the rows of the list. The cap of 1024
   // counts rows, so a long message may lose its first row and keep its continuation rows.
-  LogTickResult MovePending() { return queue_.MovePending(); }
-  void Reset() { queue_.ResetShown(); }
+  // Reset also forgets the datagrams of the rows shown so far; those of pending rows stay.
+  LogTickResult MovePending();
+  void Reset();
   std::size_t ShownCount() const { return queue_.ShownCount(); }
   const CTransactionRow& Shown(std::size_t index) const { return queue_.Shown(index); }
 
@@ -63,8 +75,13 @@ class CTransactionLog {
   std::string SavedFileBytes() const;
   [[nodiscard]] bool SaveToFile(const std::filesystem::path& path) const;
 
+  CDatagramStore& Datagrams() { return datagrams_; }
+  const CDatagramStore& Datagrams() const { return datagrams_; }
+
  private:
+  CDatagramStore datagrams_;
   CLogQueue<CTransactionRow> queue_;
+  std::uint64_t shown_through_ = 0;  // highest datagram number moved into the shown rows
 };
 
 }  // namespace logs

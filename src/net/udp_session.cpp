@@ -1,6 +1,7 @@
 #include "net/udp_session.h"
 
 #include <arpa/inet.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -24,6 +25,47 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kDrainScratchLen = 512;
 // An address of all ones means the adapter has none.
 constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
+
+bool IsUnspecified(const sockaddr_storage& a) {
+  if (a.ss_family == AF_INET)
+    return reinterpret_cast<const sockaddr_in&>(a).sin_addr.s_addr == INADDR_ANY;
+  if (a.ss_family == AF_INET6)
+    return IN6_IS_ADDR_UNSPECIFIED(&reinterpret_cast<const sockaddr_in6&>(a).sin6_addr);
+  return false;
+}
+
+// The address the kernel sends from to `peer` when the socket is bound to any address: a UDP
+// connect picks the route and its source without sending anything. A family of 0 when there is
+// no route.
+sockaddr_storage RouteSource(const sockaddr_storage& peer) {
+  sockaddr_storage source{};
+  const int fd = ::socket(peer.ss_family, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+  if (fd < 0)
+    return source;
+  const socklen_t peer_len =
+      peer.ss_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+  socklen_t len = sizeof source;
+  if (::connect(fd, reinterpret_cast<const sockaddr*>(&peer), peer_len) != 0 ||
+      ::getsockname(fd, reinterpret_cast<sockaddr*>(&source), &len) != 0)
+    source = {};
+  ::close(fd);
+  return source;
+}
+
+// The address of `from` into `to`, keeping the port of `to`.
+void CopyAddress(const sockaddr_storage& from, sockaddr_storage& to) {
+  if (from.ss_family != to.ss_family)
+    return;
+  if (from.ss_family == AF_INET) {
+    reinterpret_cast<sockaddr_in&>(to).sin_addr =
+        reinterpret_cast<const sockaddr_in&>(from).sin_addr;
+  } else {
+    auto& t6 = reinterpret_cast<sockaddr_in6&>(to);
+    const auto& f6 = reinterpret_cast<const sockaddr_in6&>(from);
+    t6.sin6_addr = f6.sin6_addr;
+    t6.sin6_scope_id = f6.sin6_scope_id;
+  }
+}
 
 }  // namespace
 
@@ -87,11 +129,19 @@ int CUdpSession::Open() {
     return kSnmpBindError;
   }
   open_ = true;
+  FillLocalEnd();
+  return 0;
+}
+
+void CUdpSession::FillLocalEnd() {
   ends_.local = {};
   socklen_t bound_len = sizeof ends_.local;
-  if (ops_.SockName(fd_, reinterpret_cast<sockaddr*>(&ends_.local), &bound_len) != 0)
+  if (ops_.SockName(fd_, reinterpret_cast<sockaddr*>(&ends_.local), &bound_len) != 0) {
     ends_.local = {};
-  return 0;
+    return;
+  }
+  if (peer_.ss_family == ends_.local.ss_family && IsUnspecified(ends_.local))
+    CopyAddress(RouteSource(peer_), ends_.local);
 }
 
 void CUdpSession::SetPeer() {
@@ -114,6 +164,7 @@ void CUdpSession::SetPeer() {
     peer_len_ = sizeof(sockaddr_in);
   }
   ends_.remote = peer_;
+  FillLocalEnd();
 }
 
 std::int32_t CUdpSession::Send(const std::uint8_t* data, std::int32_t len) {

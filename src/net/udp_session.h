@@ -66,7 +66,8 @@ class CUdpSession {
   void SetQuickAnswerWait(bool on) { quick_answer_wait_ = on; }
 
   bool IsOpen() const { return open_; }
-  // Our bound address and the peer's, for the transaction log.
+  // Our address and port as the datagrams leave (see FillLocalEnd) and the peer's, for the
+  // transaction log.
   const logs::DatagramEnds& Ends() const { return ends_; }
   const std::wstring& Host() const { return host_; }
   std::uint16_t Port() const { return port_; }
@@ -79,6 +80,9 @@ class CUdpSession {
   std::int32_t SpinForAnswer(std::uint8_t* buffer, std::int32_t size,
                              std::chrono::steady_clock::time_point& out_wait_from);
   void NoteAnswerTime(std::chrono::steady_clock::duration waited);
+  // Our end as the socket is bound; bound to any address, the address the kernel sends from to
+  // the peer, so the log shows where the datagrams really came from.
+  void FillLocalEnd();
 
   IUdpSocketOps& ops_;
   bool open_ = false;

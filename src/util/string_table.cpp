@@ -117,6 +117,13 @@ constexpr Entry kTable[] = {
     // File > Save Snapshot says where the values went.
     {ids::kSnapshotSaved, L"Snapshot saved to '%s'."},
     {ids::kSnapshotNotSaved, L"Unable to save the snapshot to '%s'."},
+    {ids::kTransactionLogExport, L"Export as &pcapng\u2026"},
+    {ids::kPcapngFilter, L"pcapng Files (*.pcapng)|*.pcapng|"},
+    {ids::kPcapngExtension, L"pcapng"},
+    {ids::kDecodedTextRow, L"This row is text, not an SNMP message."},
+    {ids::kDecodedNotKept,
+     L"This message is no longer kept: the log keeps the most recent %d datagrams or %d MB."},
+    {ids::kDecodedError, L"Error at offset %d: %s"},
 };
 
 }  // namespace

@@ -114,6 +114,13 @@ inline constexpr int kPageNoFunctionality = 1042;
 inline constexpr int kWalkOidNotIncreasing = 1050;
 inline constexpr int kSnapshotSaved = 1051;
 inline constexpr int kSnapshotNotSaved = 1052;
+// The transaction log's decoded view and its capture file.
+inline constexpr int kTransactionLogExport = 1070;
+inline constexpr int kPcapngFilter = 1071;
+inline constexpr int kPcapngExtension = 1072;
+inline constexpr int kDecodedTextRow = 1073;
+inline constexpr int kDecodedNotKept = 1074;
+inline constexpr int kDecodedError = 1075;
 
 }  // namespace ids
 

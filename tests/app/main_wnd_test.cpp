@@ -60,6 +60,10 @@ class MainWndTest : public QObject {
     w.UpdateCommandStates();
     QVERIFY(w.Action("viewGetSet")->isChecked());
     QVERIFY(!w.Action("viewWalkMib")->isChecked());
+    QVERIFY(w.Action("viewDecodedMessage")->isChecked());
+    w.Action("viewDecodedMessage")->trigger();
+    QVERIFY(!w.TransactionView()->DecodedPaneEnabled() &&
+            !w.Action("viewDecodedMessage")->isChecked());
   }
 
   void MenuRulesWithoutIcmp() {

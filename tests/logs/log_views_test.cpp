@@ -1,8 +1,10 @@
 // The log panes: lines from another thread, the 1024-row cap, Reset and Save from the menu.
 #include <QAbstractItemModelTester>
 #include <QMenu>
+#include <QPlainTextEdit>
 #include <QTableView>
 #include <QTest>
+#include <QTreeWidget>
 #include <cstdlib>
 #include <memory>
 #include <thread>
@@ -11,9 +13,11 @@
 #include "app/message_box_dialog.h"
 #include "app/save_file_dialog.h"
 #include "app/sondara_utility_app.h"
+#include "logs/decoded_message_view.h"
 #include "logs/event_log_view.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_log_view.h"
+#include "support/hex_bytes.h"
 #include "util/string_table.h"
 #include "util/temp_folder.h"
 
@@ -92,6 +96,77 @@ class LogViewsTest : public QObject {
     QCOMPARE(p.Table()->model()->rowCount(), 0);
     p.Tick();
     QCOMPARE(Cell(p, 0, 2).toString(), QStringLiteral("line 2000"));
+  }
+
+  void SelectedRowShowsItsMessageDecodedAndTheKeptDatagramsExport() {
+    logs::CTransactionLogView view(*app_);
+    view.resize(900, 600);
+    view.show();
+    logs::CDecodedMessageView* decoded = view.DecodedView();
+    QVERIFY(decoded->isHidden());  // until a row is selected
+    const auto get = testing_support::Hex(
+        "30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06"
+        "08 2b 06 01 02 01 01 01 00 05 00");
+    logs::LogDatagram(logs::kDirectionSent, L"Get", get, {});
+    auto broken = get;
+    broken.insert(broken.end(), {0, 0, 0});
+    logs::LogDatagram(logs::kDirectionReceived, L"Get", broken, {});
+    view.Tick();
+    QCOMPARE(view.Table()->model()->rowCount(), 2);
+
+    auto click_row = [&](int row) {
+      const QModelIndex cell = view.Table()->model()->index(row, 3);
+      QTest::mouseClick(view.Table()->viewport(), Qt::LeftButton, {},
+                        view.Table()->visualRect(cell).center());
+    };
+    click_row(0);
+    QVERIFY(decoded->isVisible());
+    QTreeWidget* tree = decoded->Tree();
+    const auto found = tree->findItems("community", Qt::MatchExactly | Qt::MatchRecursive);
+    QCOMPARE(found.size(), 1);
+    QTreeWidgetItem* community = found.front();
+    QCOMPARE(community->text(1), "getcom");
+    QCOMPARE(community->text(2), "OCTET STRING");
+    QCOMPARE(community->text(3), "5");
+    QCOMPARE(community->text(4), "0x04");
+    QCOMPARE(community->text(5), "6");
+    QCOMPARE(community->parent()->text(0), "message");
+    tree->scrollToItem(community);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {},
+                      tree->visualItemRect(community).center());
+    QCOMPARE(decoded->Highlighted(), (std::pair<std::uint32_t, std::uint32_t>(5, 8)));
+    QStringList marked;
+    for (const auto& mark : decoded->Bytes()->extraSelections())
+      marked << mark.cursor.selectedText();
+    QCOMPARE(marked, (QStringList{"04 06 67  65 74 63 6f 6d", "..getcom"}));
+
+    click_row(1);  // a message that does not decode: its damage node is selected
+    QCOMPARE(tree->currentItem()->text(0),
+             "Error at offset 40: 3 bytes after the end of the message");
+    QCOMPARE(decoded->Highlighted(), (std::pair<std::uint32_t, std::uint32_t>(40, 3)));
+
+    view.SetDecodedPaneEnabled(false);
+    QVERIFY(decoded->isHidden());
+    view.SetDecodedPaneEnabled(true);
+    QVERIFY(decoded->isVisible());
+
+    auto menu = view.BuildContextMenu();
+    QAction* exported = menu->findChild<QAction*>("exportPcapng");
+    QVERIFY(exported != nullptr && exported->isEnabled());
+    QCOMPARE(exported->text(), QString::fromWCharArray(L"Export as &pcapng\u2026"));
+    const QString chosen = QString::fromStdString(dir_ / "log.pcapng");
+    app::SetSaveDialog([&](QWidget*, const QString&, const QString& filter, const QString& suffix) {
+      return filter == "pcapng Files (*.pcapng)" && suffix == "pcapng" ? chosen : QString();
+    });
+    exported->trigger();
+    app::SetSaveDialog({});
+    const std::string file = sondara_test::ReadFile(chosen.toStdString());
+    QCOMPARE(file.substr(0, 4), std::string("\x0A\x0D\x0D\x0A"));
+    QVERIFY(file.find(std::string(broken.begin(), broken.end())) != std::string::npos);
+
+    menu->findChild<QAction*>("reset")->trigger();
+    QVERIFY(decoded->isHidden());
+    QVERIFY(view.BuildContextMenu()->isEmpty());  // nothing shown, nothing kept
   }
 };
 

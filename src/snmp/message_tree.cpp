@@ -1,0 +1,445 @@
+#include "snmp/message_tree.h"
+
+#include <array>
+#include <memory>
+#include <string_view>
+
+#include "snmp/ber.h"
+#include "snmp/pdu.h"
+#include "snmp/type_names.h"
+
+namespace snmp {
+
+namespace {
+
+constexpr std::uint8_t kFirstPduTag = 0xA0;
+constexpr std::uint8_t kLastPduTag = 0xA8;
+constexpr std::uint8_t kGetBulkTag = 0xA5;
+constexpr std::uint32_t kMaxContentLength = 0xFFFFFFFFu;
+
+constexpr std::array<std::wstring_view, 19> kErrorStatusNames = {L"noError",
+                                                                 L"tooBig",
+                                                                 L"noSuchName",
+                                                                 L"badValue",
+                                                                 L"readOnly",
+                                                                 L"genErr",
+                                                                 L"noAccess",
+                                                                 L"wrongType",
+                                                                 L"wrongLength",
+                                                                 L"wrongEncoding",
+                                                                 L"wrongValue",
+                                                                 L"noCreation",
+                                                                 L"inconsistentValue",
+                                                                 L"resourceUnavailable",
+                                                                 L"commitFailed",
+                                                                 L"undoFailed",
+                                                                 L"authorizationError",
+                                                                 L"notWritable",
+                                                                 L"inconsistentName"};
+
+constexpr std::array<std::wstring_view, 2> kVersionNames = {L"SNMPv1", L"SNMPv2c"};
+
+// PDU names by tag - 0xA0.
+constexpr std::array<std::wstring_view, 9> kPduNames = {
+    L"GetRequest",     L"GetNextRequest", L"Response",    L"SetRequest", L"Trap",
+    L"GetBulkRequest", L"InformRequest",  L"SNMPv2-Trap", L"Report"};
+
+std::wstring BerTypeName(std::uint8_t tag) {
+  switch (tag) {
+    case kTagInteger32:
+      return L"INTEGER";
+    case kTagOctetString:
+      return L"OCTET STRING";
+    case kTagNull:
+      return L"NULL";
+    case kTagOid:
+      return L"OBJECT IDENTIFIER";
+    case kTagSequence:
+      return L"SEQUENCE";
+    case kTagIpAddress:
+      return L"IpAddress";
+    case kTagCounter32:
+      return L"Counter32";
+    case kTagGauge32:
+      return L"Gauge32";
+    case kTagTimeTicks:
+      return L"TimeTicks";
+    case kTagOpaque:
+      return L"Opaque";
+    case kTagCounter64:
+      return L"Counter64";
+    case kTagUnsigned32:
+      return L"UInteger32";
+    case kTagNoSuchObject:
+      return L"noSuchObject";
+    case kTagNoSuchInstance:
+      return L"noSuchInstance";
+    case kTagEndOfMibView:
+      return L"endOfMibView";
+    default:
+      if (tag >= kFirstPduTag && tag <= kLastPduTag)
+        return std::wstring(kPduNames[tag - kFirstPduTag]) + L"-PDU";
+      return {};
+  }
+}
+
+std::wstring HexByte(std::uint8_t b) {
+  static constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
+  return {L'0', L'x', kDigits[b >> 4], kDigits[b & 0x0F]};
+}
+
+// "1 byte", "17 bytes".
+std::wstring Counted(std::size_t n, std::wstring_view what) {
+  std::wstring text = std::to_wstring(n);
+  text.append(L" ").append(what);
+  if (n != 1)
+    text.push_back(L's');
+  return text;
+}
+
+std::wstring Bytes(std::size_t n) {
+  return Counted(n, L"byte");
+}
+
+std::wstring Named(std::int32_t number, std::wstring_view name) {
+  std::wstring text = std::to_wstring(number);
+  if (!name.empty())
+    text.append(L" (").append(name).append(L")");
+  return text;
+}
+
+class CTreeDecoder {
+ public:
+  explicit CTreeDecoder(std::span<const std::uint8_t> bytes)
+      : data_(bytes.data()), size_(bytes.size()) {}
+
+  std::vector<MessageNode> Run() {
+    if (size_ == 0) {
+      Fail(-1, 0, 0, L"message", L"the message is empty");
+      return std::move(nodes_);
+    }
+    Span top{0, size_, -1, L"message"};
+    Tlv m;
+    if (!Element(top, L"message", Want::kTag, kTagSequence, m))
+      return std::move(nodes_);
+    Span msg{m.content, m.content + m.length, m.node, L"message"};
+    if (NamedInteger(msg, L"version", kVersionNames) && Typed(msg, L"community", kTagOctetString) &&
+        Pdu(msg) && End(msg, L"PDU"))
+      End(top, L"message");
+    return std::move(nodes_);
+  }
+
+ private:
+  // The content of a constructed element, read from pos up to end.
+  struct Span {
+    std::size_t pos;
+    std::size_t end;
+    int node;
+    std::wstring name;
+  };
+  struct Tlv {
+    std::size_t offset = 0;
+    std::uint8_t tag = 0;
+    std::size_t content = 0;
+    std::size_t length = 0;
+    int node = -1;
+  };
+  enum class Want { kTag, kPdu, kValue };
+
+  int DepthUnder(int parent) const {
+    return parent < 0 ? 0 : nodes_[static_cast<std::size_t>(parent)].depth + 1;
+  }
+
+  void Fail(int parent, std::size_t offset, std::size_t size, std::wstring field, std::wstring what,
+            int tag = -1) {
+    MessageNode n;
+    n.parent = parent;
+    n.depth = DepthUnder(parent);
+    n.offset = static_cast<std::uint32_t>(offset);
+    n.size = static_cast<std::uint32_t>(size);
+    n.tag = tag;
+    n.field = std::move(field);
+    n.value = std::move(what);
+    n.damage = true;
+    nodes_.push_back(std::move(n));
+  }
+
+  // Turns a node whose header was fine into the damage node: its content is what is wrong.
+  bool FailContent(const Tlv& t, std::wstring what) {
+    MessageNode& n = nodes_[static_cast<std::size_t>(t.node)];
+    n.damage = true;
+    n.value = std::move(what);
+    return false;
+  }
+
+  // Identifier and length octets of the next element of `in`, checked against what may stand
+  // there and against the end of `in`; on success its node is added and `in` moves past it.
+  bool Element(Span& in, const std::wstring& field, Want want, std::uint8_t expected, Tlv& out) {
+    if (in.pos >= in.end) {
+      Fail(in.node, in.pos, 0, field, L"the " + in.name + L" ends before its " + field);
+      return false;
+    }
+    const std::size_t start = in.pos;
+    const std::uint8_t tag = data_[start];
+    if (want == Want::kTag && tag != expected) {
+      Fail(in.node, start, 1, field,
+           L"expected " + BerTypeName(expected) + L" (" + HexByte(expected) + L"), found " +
+               HexByte(tag),
+           tag);
+      return false;
+    }
+    if (want == Want::kPdu && (tag < kFirstPduTag || tag > kLastPduTag)) {
+      Fail(in.node, start, 1, field,
+           L"expected a PDU (" + HexByte(kFirstPduTag) + L" to " + HexByte(kLastPduTag) +
+               L"), found " + HexByte(tag),
+           tag);
+      return false;
+    }
+    if (want == Want::kValue && !IsValueTag(tag)) {
+      Fail(in.node, start, 1, field, L"unsupported value type " + HexByte(tag), tag);
+      return false;
+    }
+    std::size_t p = start + 1;
+    if (p >= in.end) {
+      Fail(in.node, start, 1, field,
+           in.node < 0 ? L"the message ends after its identifier octet"
+                       : L"the " + in.name + L" ends before the length of its " + field,
+           tag);
+      return false;
+    }
+    const std::uint8_t first = data_[p++];
+    std::uint64_t len = first;
+    if (first == 0x80) {
+      Fail(in.node, start + 1, 1, field, L"indefinite length (0x80) is not allowed in SNMP", tag);
+      return false;
+    }
+    if (first > 0x80) {
+      const std::size_t n = first & 0x7Fu;
+      if (n > in.end - p) {
+        Fail(in.node, start + 1, in.end - (start + 1), field,
+             L"length octets run past the end of the " + in.name + L" (" + Bytes(n) + L" needed, " +
+                 std::to_wstring(in.end - p) + L" left)",
+             tag);
+        return false;
+      }
+      len = 0;
+      for (std::size_t i = 0; i < n; ++i) {
+        len = (len << 8) | data_[p++];
+        if (len > kMaxContentLength) {
+          Fail(in.node, start + 1, 1 + n, field,
+               L"a length of " + Bytes(n) + L" does not fit in 32 bits", tag);
+          return false;
+        }
+      }
+    }
+    const std::size_t left = in.end - p;
+    if (len > left) {
+      Fail(in.node, start + 1, p - (start + 1), field,
+           L"length " + std::to_wstring(len) + L" runs past the end of the " + in.name + L" (" +
+               Bytes(left) + L" left)",
+           tag);
+      return false;
+    }
+    MessageNode n;
+    n.parent = in.node;
+    n.depth = DepthUnder(in.node);
+    n.offset = static_cast<std::uint32_t>(start);
+    n.size = static_cast<std::uint32_t>(p - start + len);
+    n.tag = tag;
+    n.length = static_cast<std::uint32_t>(len);
+    n.field = field;
+    n.type = BerTypeName(tag);
+    nodes_.push_back(std::move(n));
+    out = Tlv{start, tag, p, static_cast<std::size_t>(len), static_cast<int>(nodes_.size() - 1)};
+    in.pos = p + static_cast<std::size_t>(len);
+    return true;
+  }
+
+  // Bytes left in `in` after its last element.
+  bool End(const Span& in, const std::wstring& last) {
+    if (in.pos >= in.end)
+      return true;
+    Fail(in.node, in.pos, in.end - in.pos, L"",
+         Bytes(in.end - in.pos) + L" after the end of the " + last);
+    return false;
+  }
+
+  // The content rules of the value types, as the codec applies them, with the object
+  // identifier's arcs checked against its own end (the codec only stops at the datagram's).
+  bool CheckContent(const Tlv& t) {
+    const std::wstring type = BerTypeName(t.tag);
+    switch (t.tag) {
+      case kTagInteger32:
+      case kTagCounter32:
+      case kTagGauge32:
+      case kTagTimeTicks:
+      case kTagUnsigned32:
+        if (t.length < 1 || t.length > 5)
+          return FailContent(t, type + L" of " + Bytes(t.length) + L" (1 to 5 allowed)");
+        return true;
+      case kTagCounter64:
+        if (t.length < 1 || t.length > 9)
+          return FailContent(t, type + L" of " + Bytes(t.length) + L" (1 to 9 allowed)");
+        return true;
+      case kTagNull:
+      case kTagNoSuchObject:
+      case kTagNoSuchInstance:
+      case kTagEndOfMibView:
+        if (t.length != 0)
+          return FailContent(t, type + L" with " + Bytes(t.length) + L" of content (none allowed)");
+        return true;
+      case kTagIpAddress:
+        if (t.length != 4)
+          return FailContent(t, type + L" of " + Bytes(t.length) + L" (4 expected)");
+        return true;
+      case kTagOid:
+        return CheckOid(t);
+      default:
+        return true;
+    }
+  }
+
+  bool CheckOid(const Tlv& t) {
+    if (t.length == 0)
+      return FailContent(t, L"empty OBJECT IDENTIFIER");
+    // The first byte holds the first two arcs.
+    const std::size_t end = t.content + t.length;
+    std::size_t arcs = 2;
+    for (std::size_t p = t.content + 1; p < end;) {
+      if (arcs >= kMaxOidArcs)
+        return FailContent(
+            t, L"OBJECT IDENTIFIER of more than " + std::to_wstring(kMaxOidArcs) + L" arcs");
+      ++arcs;
+      std::uint64_t arc = 0;
+      for (;;) {
+        if (p >= end)
+          return FailContent(t, L"arc " + std::to_wstring(arcs) +
+                                    L" of the OBJECT IDENTIFIER runs past its end (" +
+                                    HexByte(data_[p - 1]) + L" asks for one more byte)");
+        const std::uint8_t b = data_[p++];
+        arc = (arc << 7) | (b & 0x7Fu);
+        if (arc > 0xFFFFFFFFu)
+          return FailContent(t, L"arc " + std::to_wstring(arcs) +
+                                    L" of the OBJECT IDENTIFIER does not fit in 32 bits");
+        if ((b & 0x80) == 0)
+          break;
+      }
+    }
+    return true;
+  }
+
+  // The value as the pages show it, through the codec's own value classes.
+  std::wstring Render(const Tlv& t) const {
+    std::unique_ptr<CASNDataType> value = CreateValue(t.tag);
+    if (value == nullptr)
+      return {};
+    CBerReader in(data_ + t.offset, static_cast<std::int32_t>(t.content + t.length - t.offset));
+    std::wstring text;
+    if (value->Decode(in) == kBerOk)
+      (void)ValueToText(*value, text);
+    return text;
+  }
+
+  // An element of one value type (or of any value type with Want::kValue), checked and shown.
+  bool Typed(Span& in, const std::wstring& field, std::uint8_t tag, Want want = Want::kTag) {
+    Tlv t;
+    if (!Element(in, field, want, tag, t) || !CheckContent(t))
+      return false;
+    nodes_[static_cast<std::size_t>(t.node)].value = Render(t);
+    return true;
+  }
+
+  bool Integer(Span& in, const std::wstring& field, std::int32_t& value) {
+    if (!Typed(in, field, kTagInteger32))
+      return false;
+    const MessageNode& n = nodes_.back();
+    CBerReader content(data_ + n.offset + (n.size - n.length), static_cast<std::int32_t>(n.length));
+    (void)DecodeSignedContent(content, n.length, value);
+    return true;
+  }
+
+  // An INTEGER whose numbers have names.
+  template <std::size_t N>
+  bool NamedInteger(Span& in, const std::wstring& field,
+                    const std::array<std::wstring_view, N>& names) {
+    std::int32_t value = 0;
+    if (!Integer(in, field, value))
+      return false;
+    const std::wstring_view name = value >= 0 && static_cast<std::size_t>(value) < N
+                                       ? names[static_cast<std::size_t>(value)]
+                                       : std::wstring_view();
+    nodes_.back().value = Named(value, name);
+    return true;
+  }
+
+  bool Pdu(Span& msg) {
+    Tlv t;
+    if (!Element(msg, L"PDU", Want::kPdu, 0, t))
+      return false;
+    nodes_[static_cast<std::size_t>(t.node)].value = std::wstring(kPduNames[t.tag - kFirstPduTag]);
+    Span pdu{t.content, t.content + t.length, t.node, L"PDU"};
+    std::int32_t number = 0;
+    bool fields = false;
+    if (t.tag == kPduTrapV1) {
+      fields = Typed(pdu, L"enterprise", kTagOid) && Typed(pdu, L"agent-addr", kTagIpAddress) &&
+               NamedInteger(pdu, L"generic-trap", kGenericTrapNames) &&
+               Integer(pdu, L"specific-trap", number) && Typed(pdu, L"time-stamp", kTagTimeTicks);
+    } else if (t.tag == kGetBulkTag) {
+      fields = Integer(pdu, L"request-id", number) && Integer(pdu, L"non-repeaters", number) &&
+               Integer(pdu, L"max-repetitions", number);
+    } else {
+      fields = Integer(pdu, L"request-id", number) &&
+               NamedInteger(pdu, L"error-status", kErrorStatusNames) &&
+               Integer(pdu, L"error-index", number);
+    }
+    return fields && VarBinds(pdu) && End(pdu, L"variable-bindings");
+  }
+
+  bool VarBinds(Span& pdu) {
+    Tlv l;
+    if (!Element(pdu, L"variable-bindings", Want::kTag, kTagSequence, l))
+      return false;
+    Span list{l.content, l.content + l.length, l.node, L"variable-bindings"};
+    for (std::size_t count = 1; list.pos < list.end; ++count) {
+      nodes_[static_cast<std::size_t>(l.node)].value = Counted(count, L"binding");
+      const std::wstring field = L"varbind " + std::to_wstring(count);
+      Tlv b;
+      if (!Element(list, field, Want::kTag, kTagSequence, b))
+        return false;
+      Span bind{b.content, b.content + b.length, b.node, field};
+      if (!Typed(bind, L"name", kTagOid))
+        return false;
+      nodes_[static_cast<std::size_t>(b.node)].value = nodes_.back().value;
+      if (!Typed(bind, L"value", 0, Want::kValue) || !End(bind, L"value"))
+        return false;
+    }
+    if (list.pos == l.content)
+      nodes_[static_cast<std::size_t>(l.node)].value = L"0 bindings";
+    return true;
+  }
+
+  const std::uint8_t* data_;
+  std::size_t size_;
+  std::vector<MessageNode> nodes_;
+};
+
+}  // namespace
+
+MessageTree DecodeMessageTree(std::span<const std::uint8_t> bytes) noexcept {
+  MessageTree tree;
+  try {
+    tree.nodes = CTreeDecoder(bytes).Run();
+  } catch (...) {
+    // Only memory can run out here; an empty tree says nothing wrong about the message.
+    tree.nodes.clear();
+  }
+  return tree;
+}
+
+std::wstring ErrorStatusName(std::int32_t status) {
+  if (status < 0 || static_cast<std::size_t>(status) >= kErrorStatusNames.size())
+    return {};
+  return std::wstring(kErrorStatusNames[static_cast<std::size_t>(status)]);
+}
+
+}  // namespace snmp
