@@ -5,26 +5,31 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QScreen>
-#include <QUrl>
+#include <QTabBar>
+#include <QTableView>
 #include <QVBoxLayout>
 
 #include "app/about_dialog.h"
 #include "app/options_dialog.h"
 #include "app/property_sheet_view.h"
+#include "app/readme_dialog.h"
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
+#include "logs/log_entry_points.h"
 #include "logs/transaction_log_view.h"
 #include "pages/device_discovery_page.h"
 #include "pages/get_set_page.h"
 #include "pages/ping_view.h"
 #include "pages/send_trap_page.h"
 #include "pages/walk_mib_page.h"
+#include "util/string_table.h"
+#include "util/text.h"
 
 namespace app {
 
@@ -33,6 +38,10 @@ namespace {
 constexpr wchar_t kFlagsSection[] = L"FunctionalityEnable Settings";
 constexpr wchar_t kWindowSection[] = L"Main Window";
 constexpr int kMinPaneHeight = 10;
+// However small the window: a log pane keeps this many rows in view, the page pane this many
+// rows of controls (a page scrolls up and down for the rest).
+constexpr int kMinLogRows = 3;
+constexpr int kMinPageRows = 4;
 
 QString Caption(int page_id) {
   switch (page_id) {
@@ -79,6 +88,20 @@ void EditCommand(const char* slot) {
     QMetaObject::invokeMethod(e, slot);
 }
 
+// The least height that still shows what a pane is for: a few rows of a log or of the page
+// form, the whole ping toolbar.
+int MinimumPaneHeight(QWidget* pane, const CPropertySheetView* sheet_view) {
+  if (pane == sheet_view) {
+    return sheet_view->Sheet()->tabBar()->sizeHint().height() +
+           kMinPageRows * 2 * sheet_view->fontMetrics().lineSpacing();
+  }
+  if (const auto* table = pane->findChild<QTableView*>()) {
+    return table->horizontalHeader()->sizeHint().height() +
+           kMinLogRows * table->verticalHeader()->defaultSectionSize() + 2 * table->frameWidth();
+  }
+  return std::max(kMinPaneHeight, pane->sizeHint().height());
+}
+
 }  // namespace
 
 CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(parent), app_(app) {
@@ -100,7 +123,7 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
        {static_cast<QWidget*>(ping_view_), static_cast<QWidget*>(sheet_view_),
         static_cast<QWidget*>(transaction_view_), static_cast<QWidget*>(event_view_)}) {
     splitter_->addWidget(pane);
-    pane->setMinimumHeight(kMinPaneHeight);
+    pane->setMinimumHeight(MinimumPaneHeight(pane, sheet_view_));
   }
   splitter_->setStretchFactor(3, 1);  // the event log takes what the others leave
   setCentralWidget(splitter_);
@@ -133,7 +156,8 @@ void CMainWnd::BuildMenus() {
   QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
   add(file, "saveSnapshot", QStringLiteral("&Save Snapshot"), &CMainWnd::OnSaveSnapshot);
   file->addSeparator();
-  add(file, "exit", QStringLiteral("E&xit"), &CMainWnd::close);
+  QAction* exit = add(file, "exit", QStringLiteral("E&xit"), &CMainWnd::close);
+  exit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
 
   QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
   QAction* copy = add(edit, "copy", QStringLiteral("&Copy"), [] { EditCommand("copy"); });
@@ -146,11 +170,8 @@ void CMainWnd::BuildMenus() {
   cut->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_X));
   connect(cut, &QAction::triggered, this, [] { EditCommand("cut"); });
   addAction(cut);
-  // Enter does nothing in the main window: it must never close or leave an operation page.
-  auto* enter = new QAction(this);
-  enter->setObjectName(QStringLiteral("enter"));
-  enter->setShortcuts({QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)});
-  addAction(enter);
+  // Enter is left to the pages: in a field it starts that half's command, and nothing in the
+  // window closes or leaves a page on it.
 
   QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
   add(tools, "options", QStringLiteral("&Options"), &CMainWnd::OnOptions);
@@ -205,7 +226,9 @@ void CMainWnd::UpdateCommandStates() {
 void CMainWnd::OnSaveSnapshot() {
   ping_view_->StoreToApp();
   sheet_view_->CollectForSnapshot();
-  app_.SavePageSettings();
+  const bool saved = app_.SavePageSettings();
+  logs::LogEvent(saved ? tvkutil::ids::kSnapshotSaved : tvkutil::ids::kSnapshotNotSaved,
+                 tvkutil::FromUtf8Lenient(app_.SettingsFilePath()));
 }
 
 void CMainWnd::OnTogglePingToolbar() {
@@ -243,7 +266,7 @@ QString CMainWnd::ReadmePath() const {
 void CMainWnd::OnReadme() {
   const QString path = ReadmePath();
   if (QFileInfo::exists(path))
-    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    OpenReadme(path, this);
 }
 
 void CMainWnd::OnAbout() {
@@ -263,13 +286,19 @@ void CMainWnd::RestorePlacement() {
   for (int i = 0; i < sheet_view_->Sheet()->count(); ++i)
     page_width = std::max(page_width, sheet_view_->Sheet()->widget(i)->sizeHint().width());
   const int fit_width = std::min(screen.width(), page_width + 40);
-  const int cx = app_.GetProfileInt(kWindowSection, L"cx", std::max(screen.width() / 2, fit_width));
-  const int cy = app_.GetProfileInt(kWindowSection, L"cy", screen.height());
+  // A placement kept on a larger screen still fits this one.
+  const int cx =
+      std::min(screen.width(),
+               app_.GetProfileInt(kWindowSection, L"cx", std::max(screen.width() / 2, fit_width)));
+  const int cy =
+      std::min(screen.height(), app_.GetProfileInt(kWindowSection, L"cy", screen.height()));
   auto pane = [&](const wchar_t* key, int def) {
     return std::max(kMinPaneHeight, app_.GetProfileInt(kWindowSection, key, def));
   };
-  const int h0 = pane(L"First Splitter", cy / 23);
-  const int h1 = pane(L"Second Splitter", cy * 12 / 25);
+  // The toolbar as tall as its line, the pages as tall as their tallest form needs; the logs
+  // keep their few rows whatever is asked for (their minimum heights).
+  const int h0 = pane(L"First Splitter", ping_view_->sizeHint().height());
+  const int h1 = pane(L"Second Splitter", std::max(cy * 12 / 25, sheet_view_->FormHeight()));
   const int h2 = pane(L"Third Splitter", cy / 5);
   // The window always reopens in the normal state, at its last normal placement.
   resize(std::max(cx, 200), std::max(cy, 200));
@@ -307,6 +336,8 @@ void CMainWnd::SavePlacement() {
 }
 
 void CMainWnd::closeEvent(QCloseEvent* event) {
+  // Requests on their way end first (at most their time-outs), so their results are kept.
+  ping_view_->FinishPing();
   sheet_view_->Close();
   SavePlacement();
   // The pages hand their values to the application object before it saves them at exit.

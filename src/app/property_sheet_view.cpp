@@ -1,10 +1,36 @@
 #include "app/property_sheet_view.h"
 
+#include <QAbstractButton>
+#include <QGroupBox>
+#include <QKeySequence>
 #include <QLabel>
+#include <QLayout>
 #include <QVBoxLayout>
 #include <algorithm>
 
 namespace app {
+
+namespace {
+
+// The Alt+letter keys that the captions of a page's controls take.
+QList<QKeySequence> MnemonicKeys(const QWidget* page) {
+  QList<QKeySequence> keys;
+  for (const QWidget* w : page->findChildren<QWidget*>()) {
+    QString text;
+    if (const auto* label = qobject_cast<const QLabel*>(w); label != nullptr && label->buddy())
+      text = label->text();
+    else if (const auto* button = qobject_cast<const QAbstractButton*>(w))
+      text = button->text();
+    else if (const auto* group = qobject_cast<const QGroupBox*>(w))
+      text = group->title();
+    const QKeySequence key = QKeySequence::mnemonic(text);
+    if (!key.isEmpty())
+      keys.append(key);
+  }
+  return keys;
+}
+
+}  // namespace
 
 CZeroFunctionalityPropertyPage::CZeroFunctionalityPropertyPage(QWidget* parent)
     : CPropertyPage(kPageNoFunctionality, QStringLiteral("&No Functionality"), parent) {
@@ -29,6 +55,11 @@ CPropertySheetView::CPropertySheetView(const PageFlags& flags, PageFactory facto
   SyncTabs();
   connect(sheet_, &QTabWidget::currentChanged, this, &CPropertySheetView::OnCurrentChanged);
   OnCurrentChanged(sheet_->currentIndex());
+}
+
+int CPropertySheetView::FormHeight() const {
+  const QMargins margins = widget()->layout()->contentsMargins();
+  return sheet_->minimumSizeHint().height() + margins.top() + margins.bottom();
 }
 
 CPropertyPage* CPropertySheetView::Page(int page_id) {
@@ -73,10 +104,26 @@ void CPropertySheetView::RemovePage(int page_id) {
     return;
   SyncTabs();
   OnCurrentChanged(sheet_->currentIndex());
+  // Nobody can see or stop a walk or sweep of a page without its tab.
+  if (auto it = pages_.find(page_id); it != pages_.end())
+    it->second->StopOperations();
+}
+
+void CPropertySheetView::UpdateTabMnemonics(const QWidget* shown) {
+  // Qt hands a letter taken twice to each owner in turn: a press meant for the page's "&Get"
+  // would switch to the "&Get/Set" tab every other time. The tab loses its underline instead;
+  // Ctrl+Tab still reaches it.
+  const QList<QKeySequence> taken = shown != nullptr ? MnemonicKeys(shown) : QList<QKeySequence>();
+  for (int i = 0; i < sheet_->count(); ++i) {
+    const QString caption = static_cast<CPropertyPage*>(sheet_->widget(i))->Caption();
+    const bool clash = taken.contains(QKeySequence::mnemonic(caption));
+    sheet_->setTabText(i, clash ? QString(caption).remove(QLatin1Char('&')) : caption);
+  }
 }
 
 void CPropertySheetView::OnCurrentChanged(int index) {
   auto* page = index >= 0 ? static_cast<CPropertyPage*>(sheet_->widget(index)) : nullptr;
+  UpdateTabMnemonics(page);
   if (page == active_)
     return;
   // A page that is being removed is deactivated too, so what was typed in it is kept.
@@ -97,10 +144,8 @@ void CPropertySheetView::CollectForSnapshot() {
 }
 
 void CPropertySheetView::Close() {
-  for (int id : {kPageDeviceDiscovery, kPageWalkMib}) {
-    if (auto it = pages_.find(id); it != pages_.end())
-      it->second->StopOperations();
-  }
+  for (const auto& [id, page] : pages_)
+    page->StopOperations();
 }
 
 }  // namespace app

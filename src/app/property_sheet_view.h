@@ -24,20 +24,25 @@ class CPropertySheetView : public QScrollArea {
 
   // Appends a page and activates it; the placeholder page goes.
   void AddPage(int page_id);
-  // Removes a page; removing the last one shows the placeholder page.
+  // Removes a page; removing the last one shows the placeholder page. The page stops what it
+  // runs, as when the window closes.
   void RemovePage(int page_id);
   // Save Snapshot: the active page stores its values (nothing while the placeholder shows).
   void CollectForSnapshot();
-  // The window is closing: running operations stop.
+  // The window is closing: running operations stop, running requests end.
   void Close();
 
   QTabWidget* Sheet() const { return sheet_; }
+  // The height that shows the tallest page without scrolling (its tables at their least).
+  int FormHeight() const;
   const CPageSet& PageSet() const { return page_set_; }
   CPropertyPage* Page(int page_id);
 
  private:
   void OnCurrentChanged(int index);
   void SyncTabs();
+  // A tab's Alt+letter gives way to a control of the shown page with the same letter.
+  void UpdateTabMnemonics(const QWidget* shown);
 
   CPageSet page_set_;
   PageFactory factory_;

@@ -231,7 +231,7 @@ void CSondaraUtilityApp::LoadPageSettings() {
       ReadHistory(ini, kWalkMib, L"WALKMIBCOMMUNITY-%d", HistoryKind::kCommunity, get_refill);
 }
 
-void CSondaraUtilityApp::SavePageSettings() {
+bool CSondaraUtilityApp::SavePageSettings() {
   // The data folder may have been deleted while we ran; the user still expects the save.
   const std::filesystem::path parent = std::filesystem::path(settings_file_).parent_path();
   if (!parent.empty())
@@ -296,7 +296,8 @@ void CSondaraUtilityApp::SavePageSettings() {
   ini.WriteInt(kWalkMib, L"Port", walk_mib_.port);
   WriteHistory(ini, kWalkMib, L"WALKMIBCOMMUNITY-%d", walk_mib_.communities);
 
-  (void)ini.Save();  // a file that cannot be written is dropped without a word
+  // Only Save Snapshot tells; at exit a file that cannot be written is dropped without a word.
+  return ini.Save();
 }
 
 void CSondaraUtilityApp::LoadNetworkSettings() {

@@ -66,9 +66,9 @@ class CSondaraUtilityApp : public tvkutil::IProfileStore {
   void SetAdapter(const net::_adapterinfo& adapter);
 
   // The settings file. Loading without a file keeps every default; saving creates the file
-  // and its folder when they are missing.
+  // and its folder when they are missing, and answers whether the file was written.
   void LoadPageSettings();
-  void SavePageSettings();
+  bool SavePageSettings();
 
   // The "NetworkInterface Settings" of the profile; loading also selects the adapter record.
   // Loading uses the adapter table of this run; the overload takes another (tests).

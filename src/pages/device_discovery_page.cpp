@@ -75,7 +75,7 @@ void CDeviceDiscoveryPropertyPage::BuildControls() {
       begin_->sizeHint().width(),
       begin_->fontMetrics().horizontalAdvance(Text(tvkutil::ids::kStop).remove(QLatin1Char('&'))) +
           24));
-  fast_ = new QCheckBox(QStringLiteral("&Fast sweep"), settings);
+  fast_ = new QCheckBox(QStringLiteral("Fast s&weep"), settings);
   fast_->setObjectName(QStringLiteral("fastSweep"));
   fast_->setToolTip(QStringLiteral(
       "Probe the next address every 10 ms without waiting for the last one's reply"));
@@ -89,10 +89,12 @@ void CDeviceDiscoveryPropertyPage::BuildControls() {
     row->addSpacing(16);
   };
   add_captioned(QStringLiteral("&Starting IP Address:"), start_);
-  add_captioned(QStringLiteral("&Ending IP Address:"), end_);
-  row->addWidget(begin_);
-  row->addSpacing(16);
-  row->addWidget(fast_);
+  add_captioned(QStringLiteral("E&nding IP Address:"), end_);
+  // The box under the button, so the row still fits an 800 pixel wide screen.
+  auto* command = new QVBoxLayout;
+  command->addWidget(begin_);
+  command->addWidget(fast_);
+  row->addLayout(command);
   row->addStretch();
 
   list_ = app::CResultsTableView::Over(
@@ -129,6 +131,9 @@ void CDeviceDiscoveryPropertyPage::BuildControls() {
   layout->addWidget(list_, 1);
   layout->addLayout(save_row);
 
+  // Enter in an address starts a sweep; while one runs it does nothing (the button reads
+  // "St&op" then).
+  StartOnEnter(begin_, {start_, end_}, [this] { return idle_; });
   connect(begin_, &QPushButton::clicked, this, &CDeviceDiscoveryPropertyPage::OnBeginStop);
   connect(save_, &QPushButton::clicked, this, &CDeviceDiscoveryPropertyPage::OnSaveResults);
   connect(fast_, &QCheckBox::toggled, this,

@@ -7,9 +7,13 @@
 #include <QGridLayout>
 #include <QString>
 #include <QStringList>
+#include <functional>
+#include <initializer_list>
 #include <string>
 
 #include "app/settings.h"
+
+class QPushButton;
 
 namespace pages {
 
@@ -36,6 +40,12 @@ QComboBox* ListCombo(const char* object_name, const QStringList& items, QWidget*
 // A caption in column 0 of `row` whose Alt+letter focuses `control` in column 1, which it also
 // names for assistive technology.
 void AddRow(QGridLayout* grid, int row, const QString& caption, QWidget* control);
+
+// Enter (or the keypad's Enter) in one of `inputs` clicks `button` when it is enabled and, when
+// given, `allowed` says yes; the key goes no further. An editable drop-down is an input as a
+// whole: Enter in its text does the same and adds nothing to its list.
+void StartOnEnter(QPushButton* button, std::initializer_list<QWidget*> inputs,
+                  std::function<bool()> allowed = {});
 
 // The drop-down shows the history (top first) and the current text.
 void FillHistory(QComboBox* combo, const app::History& history, const std::wstring& current);

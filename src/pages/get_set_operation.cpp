@@ -67,32 +67,57 @@ bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
 
 RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, app::IOperationUi& ui,
                                      net::IUdpSocketOps* ops) {
-  if (!Validate(GetSetMode::kGet, ui))
-    return RequestOutcome::kRefused;
-  form_.get_value.clear();
-  return Run(settings, ops);
+  return Run(GetSetMode::kGet, settings, ui, ops);
 }
 
 RequestOutcome CGetSetOperation::Set(const net::UdpSettings& settings, app::IOperationUi& ui,
                                      net::IUdpSocketOps* ops) {
-  if (!Validate(GetSetMode::kSet, ui))
-    return RequestOutcome::kRefused;
-  return Run(settings, ops);
+  return Run(GetSetMode::kSet, settings, ui, ops);
 }
 
-RequestOutcome CGetSetOperation::Run(const net::UdpSettings& settings, net::IUdpSocketOps* ops) {
-  const bool get = mode_ == GetSetMode::kGet;
-  const std::wstring& oid = get ? form_.get_oid : form_.set_oid;
-  const std::wstring& community = get ? form_.get_community : form_.set_community;
+RequestOutcome CGetSetOperation::Run(GetSetMode mode, const net::UdpSettings& settings,
+                                     app::IOperationUi& ui, net::IUdpSocketOps* ops) {
+  const std::optional<GetSetRequest> request = Prepare(mode, ui);
+  if (!request)
+    return RequestOutcome::kRefused;
+  const GetSetReply reply = Exchange(*request, settings, ops);
+  Apply(*request, reply);
+  return reply.outcome;
+}
 
-  snmp::CSNMPMessage request(app::VersionIndex(form_.version), community,
+std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOperationUi& ui) {
+  if (!Validate(mode, ui))
+    return std::nullopt;
+  const bool get = mode == GetSetMode::kGet;
+  GetSetRequest request;
+  request.mode = mode;
+  request.host = form_.host;
+  request.version = form_.version;
+  request.port = port_;
+  request.oid = get ? form_.get_oid : form_.set_oid;
+  request.community = get ? form_.get_community : form_.set_community;
+  if (!get) {
+    request.data_type = form_.set_data_type;
+    request.value = form_.set_value;
+  }
+  request.request_id = request_ids_.Next(form_.host, form_.version, port_, static_cast<int>(mode),
+                                         request.community);
+  if (get)
+    form_.get_value.clear();
+  return request;
+}
+
+GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
+                                       const net::UdpSettings& settings,
+                                       net::IUdpSocketOps* ops) const {
+  const bool get = request.mode == GetSetMode::kGet;
+  snmp::CSNMPMessage message(app::VersionIndex(request.version), request.community,
                              get ? snmp::kPduGetRequest : snmp::kPduSetRequest);
-  request.SetRequestId(
-      request_ids_.Next(form_.host, form_.version, port_, static_cast<int>(mode_), community));
+  message.SetRequestId(request.request_id);
   if (get) {
-    request.AddNullVarBind(oid);
+    message.AddNullVarBind(request.oid);
   } else {
-    request.AddVarBind(oid, snmp::TagOfTypeName(form_.set_data_type), form_.set_value);
+    message.AddVarBind(request.oid, snmp::TagOfTypeName(request.data_type), request.value);
   }
   snmp::CSNMPMessage response(snmp::kPduResponse);
 
@@ -100,34 +125,39 @@ RequestOutcome CGetSetOperation::Run(const net::UdpSettings& settings, net::IUdp
   // The exchange's own failures have a reason text; the checks of the answer a result code.
   const std::wstring reason = ExchangeFailureReason(
       [&] {
-        result = net::ExchangeRequest(form_.host, port_, settings, get ? L"Get" : L"Set", request,
-                                      response, transactions_, ops);
+        result = net::ExchangeRequest(request.host, request.port, settings, get ? L"Get" : L"Set",
+                                      message, response, transactions_, ops);
       },
-      form_.host, settings.use_ipv6);
+      request.host, settings.use_ipv6);
+  GetSetReply reply;
   if (!reason.empty() || result != 0) {
-    events_.AddEventLine(reason.empty() ? snmp::RequestFailureLine(result, oid, request, response)
-                                        : snmp::RequestFailureReasonLine(request, oid, reason));
-    if (get) {
-      form_.get_data_type.clear();
-      form_.get_value = FailedResultText();
-    }
-    return RequestOutcome::kFailed;
+    events_.AddEventLine(reason.empty()
+                             ? snmp::RequestFailureLine(result, request.oid, message, response)
+                             : snmp::RequestFailureReasonLine(message, request.oid, reason));
+    reply.outcome = RequestOutcome::kFailed;
+    reply.value = FailedResultText();
+    return reply;
   }
-
+  reply.outcome = RequestOutcome::kDone;
   if (get) {
-    std::wstring text;
     std::uint32_t tag = 0;
     if (const snmp::CVarBind* bind = response.GetVarBind(1))
-      bind->ValueText(text, tag);  // Null and the exception values read as empty text
-    form_.get_value = text;
-    form_.get_data_type = snmp::TypeNameOfTag(tag);
-    AddToHistory(form_.get_oids, form_.get_oid);
-    AddToHistory(form_.get_communities, form_.get_community);
-  } else {
-    AddToHistory(form_.set_oids, form_.set_oid);
-    AddToHistory(form_.set_communities, form_.set_community);
+      bind->ValueText(reply.value, tag);  // Null and the exception values read as empty text
+    reply.data_type = snmp::TypeNameOfTag(tag);
   }
-  return RequestOutcome::kDone;
+  return reply;
+}
+
+void CGetSetOperation::Apply(const GetSetRequest& request, const GetSetReply& reply) {
+  const bool get = request.mode == GetSetMode::kGet;
+  if (get) {
+    form_.get_value = reply.value;
+    form_.get_data_type = reply.data_type;
+  }
+  if (reply.outcome != RequestOutcome::kDone)
+    return;
+  AddToHistory(get ? form_.get_oids : form_.set_oids, request.oid);
+  AddToHistory(get ? form_.get_communities : form_.set_communities, request.community);
 }
 
 void CGetSetOperation::StoreTo(app::GetSetSettings& settings) {

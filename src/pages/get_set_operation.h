@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "app/operation_ui.h"
@@ -56,6 +57,29 @@ struct GetSetForm {
   std::wstring set_value;
 };
 
+// One Get or Set that passed the checks, with everything its exchange needs: it is copied from
+// the form when the button runs, so the exchange can run on another thread while the user goes
+// on typing.
+struct GetSetRequest {
+  GetSetMode mode = GetSetMode::kGet;
+  std::wstring host;
+  std::wstring version;
+  std::uint16_t port = 0;
+  std::wstring oid;
+  std::wstring community;
+  std::wstring data_type;  // Set: the type and text of the value to write
+  std::wstring value;
+  std::int32_t request_id = 0;
+};
+
+// What came back: the outcome and, for a Get, the value and its type name (the failure text and
+// no type after a failure).
+struct GetSetReply {
+  RequestOutcome outcome = RequestOutcome::kFailed;
+  std::wstring value;
+  std::wstring data_type;
+};
+
 // The text the Get result box shows after a failure.
 std::wstring FailedResultText();
 
@@ -75,6 +99,15 @@ class CGetSetOperation {
   // with the warning icon and the field to focus. Sets the mode first.
   bool Validate(GetSetMode mode, app::IOperationUi& ui);
 
+  // A button's three steps, so that the middle one can leave the window's thread. Prepare: the
+  // checks of `mode`, then the request with its id (a Get also empties the result). Exchange:
+  // sends it and waits; touches no form, writes a failure line. Apply: the result into the form
+  // and, after success, the request's OID and community into their histories.
+  std::optional<GetSetRequest> Prepare(GetSetMode mode, app::IOperationUi& ui);
+  GetSetReply Exchange(const GetSetRequest& request, const net::UdpSettings& settings,
+                       net::IUdpSocketOps* ops = nullptr) const;
+  void Apply(const GetSetRequest& request, const GetSetReply& reply);
+
   // The "&Get" button: checks, then one GetRequest of the get OID with a Null value. On
   // success the value and its type name are in the form and OID and community join their
   // histories; on failure the result shows FailedResultText() and the type is empty.
@@ -90,8 +123,9 @@ class CGetSetOperation {
   void StoreTo(app::GetSetSettings& settings);
 
  private:
-  // The request of the current mode, sent and checked; the failure line is written here.
-  RequestOutcome Run(const net::UdpSettings& settings, net::IUdpSocketOps* ops);
+  // The three steps in a row.
+  RequestOutcome Run(GetSetMode mode, const net::UdpSettings& settings, app::IOperationUi& ui,
+                     net::IUdpSocketOps* ops);
 
   GetSetForm form_;
   GetSetMode mode_ = GetSetMode::kGet;

@@ -9,6 +9,7 @@
 
 #include "app/message_box_dialog.h"
 #include "app/page_set.h"
+#include "app/request_runner_view.h"
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
 #include "pages/form_controls_view.h"
@@ -32,6 +33,7 @@ CGetSetPropertyPage::CGetSetPropertyPage(app::CSondaraUtilityApp& app, QWidget* 
 }
 
 CGetSetPropertyPage::~CGetSetPropertyPage() {
+  request_->Finish();
   StoreToApp();
 }
 
@@ -57,7 +59,7 @@ void CGetSetPropertyPage::BuildControls() {
     device_row->addSpacing(16);
   };
   add_captioned(QStringLiteral("&IP/Host:"), host_, 1);
-  add_captioned(QStringLiteral("SNMP &Version:"), version_, 0);
+  add_captioned(QStringLiteral("SNMP Ve&rsion:"), version_, 0);
   add_captioned(QStringLiteral("&Port:"), port_, 0);
   device_row->addStretch();
 
@@ -77,6 +79,8 @@ void CGetSetPropertyPage::BuildControls() {
   AddRow(get_grid, 1, QStringLiteral("&Community:"), get_community_);
   get_grid->addWidget(get_, 1, 2);
   AddRow(get_grid, 2, QStringLiteral("Data&Type:"), get_data_type_);
+  // Its box is never chosen, so its Alt+T would only stand in the way of the Tools menu's.
+  get_grid->itemAtPosition(2, 0)->widget()->setEnabled(false);
   AddRow(get_grid, 3, QStringLiteral("Value/Resu&lt:"), get_value_);
   get_grid->addWidget(get_value_, 3, 1, 1, 2);  // values can be long: under the button too
   get_grid->setColumnStretch(1, 1);
@@ -118,6 +122,12 @@ void CGetSetPropertyPage::BuildControls() {
   layout->addLayout(halves);
   layout->addStretch();
 
+  // Enter in a field starts its half's command; the shared target fields start the Get, which
+  // only reads.
+  StartOnEnter(get_, {host_, version_, port_, get_oid_, get_community_});
+  StartOnEnter(set_, {set_oid_, set_community_, set_data_type_, set_value_});
+
+  request_ = new app::CRequestRunner(this, {get_, set_});
   connect(get_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnGet);
   connect(set_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnSet);
 }
@@ -174,29 +184,52 @@ void CGetSetPropertyPage::MapFields(app::CMessageBoxUi& ui) {
 }
 
 void CGetSetPropertyPage::OnGet() {
-  app::CWaitCursor wait;
-  ReadControls();
-  app::CMessageBoxUi ui(this);
-  MapFields(ui);
-  if (operation_.Get(ExchangeSettings(), ui) == RequestOutcome::kRefused)
-    return;
-  ShowGetResult();
-  SyncHistory(get_oid_, operation_.Form().get_oids);
-  SyncHistory(get_community_, operation_.Form().get_communities);
+  Start(GetSetMode::kGet);
 }
 
 void CGetSetPropertyPage::OnSet() {
-  app::CWaitCursor wait;
+  Start(GetSetMode::kSet);
+}
+
+bool CGetSetPropertyPage::RequestRunning() const {
+  return request_->Running();
+}
+
+void CGetSetPropertyPage::Start(GetSetMode mode) {
+  if (request_->Running())
+    return;
   ReadControls();
   app::CMessageBoxUi ui(this);
   MapFields(ui);
-  if (operation_.Set(ExchangeSettings(), ui) == RequestOutcome::kRefused)
+  std::optional<GetSetRequest> request = operation_.Prepare(mode, ui);
+  if (!request)
     return;
-  SyncHistory(set_oid_, operation_.Form().set_oids);
-  SyncHistory(set_community_, operation_.Form().set_communities);
+  if (mode == GetSetMode::kGet)
+    ShowGetResult();  // emptied while the Get runs
+  request_->Start(
+      [this, request = *request, settings = ExchangeSettings()] {
+        return operation_.Exchange(request, settings);
+      },
+      [this, request = *request](const GetSetReply& reply) {
+        operation_.Apply(request, reply);
+        if (request.mode == GetSetMode::kGet) {
+          ShowGetResult();
+          SyncHistory(get_oid_, operation_.Form().get_oids);
+          SyncHistory(get_community_, operation_.Form().get_communities);
+        } else {
+          SyncHistory(set_oid_, operation_.Form().set_oids);
+          SyncHistory(set_community_, operation_.Form().set_communities);
+        }
+      });
+}
+
+void CGetSetPropertyPage::StopOperations() {
+  request_->Finish();
 }
 
 void CGetSetPropertyPage::OnKillActive() {
+  // The page is left only once its request is back, as a walk is stopped first.
+  request_->Finish();
   StoreToApp();
 }
 

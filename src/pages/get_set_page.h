@@ -1,6 +1,6 @@
 // CGetSetPropertyPage: the "&Get/Set" tab. A thin layer over CGetSetOperation: it copies its
-// controls into the operation's form, runs the operation under a wait cursor and shows what
-// comes back.
+// controls into the operation's form, checks them, runs the request off the window's thread
+// (both buttons disabled and the wait cursor over the page meanwhile) and shows what comes back.
 #pragma once
 
 #include <QComboBox>
@@ -12,6 +12,7 @@
 
 namespace app {
 class CMessageBoxUi;
+class CRequestRunner;
 class CSondaraUtilityApp;
 }  // namespace app
 
@@ -28,10 +29,14 @@ class CGetSetPropertyPage : public app::CPropertyPage {
 
   void OnKillActive() override;
   void StoreToApp() override;
+  void StopOperations() override;
 
-  // The buttons' commands (also what a click runs).
+  // The buttons' commands (also what a click and Enter in that half run). The request runs on;
+  // its result shows when it is back.
   void OnGet();
   void OnSet();
+  // A request is on its way.
+  bool RequestRunning() const;
 
   const CGetSetOperation& Operation() const { return operation_; }
 
@@ -44,6 +49,7 @@ class CGetSetPropertyPage : public app::CPropertyPage {
   void ShowGetResult();
   net::UdpSettings ExchangeSettings() const;
   void MapFields(app::CMessageBoxUi& ui);
+  void Start(GetSetMode mode);
 
   app::CSondaraUtilityApp& app_;
   CGetSetOperation operation_;
@@ -61,6 +67,7 @@ class CGetSetPropertyPage : public app::CPropertyPage {
   QComboBox* set_data_type_ = nullptr;
   QLineEdit* set_value_ = nullptr;
   QPushButton* set_ = nullptr;
+  app::CRequestRunner* request_ = nullptr;  // one request at a time: both halves share the ids
 };
 
 }  // namespace pages

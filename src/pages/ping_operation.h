@@ -26,9 +26,17 @@ struct PingTarget {
 // with or without a reply. Nothing is sent for the first two.
 enum class PingOutcome { kRefused, kUnresolved, kNoReply, kReply };
 
-// Checks and resolves the host text, telling the user what is wrong through `ui`, then pings.
-// A dotted text must be an IPv4 address: host names with dots are refused on purpose, only
-// dot-free names are looked up.
+// A ping in three steps, so that the middle one can leave the window's thread:
+// CheckPingHost refuses a dotted text that is no IPv4 address (host names with dots are refused
+// on purpose, only dot-free names are looked up) and tells the user through `ui`;
+// ResolveAndPing needs no window (kUnresolved: nothing sent, nothing said yet);
+// ReportPingOutcome tells the user about a host that could not be resolved.
+bool CheckPingHost(const PingTarget& target, app::IOperationUi& ui);
+PingOutcome ResolveAndPing(const PingTarget& target,
+                           logs::ITransactionSink& sink = logs::TransactionLogSink());
+void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui);
+
+// The three steps in a row.
 PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui,
                     logs::ITransactionSink& sink = logs::TransactionLogSink());
 

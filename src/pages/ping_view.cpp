@@ -7,8 +7,10 @@
 #include <QTimer>
 
 #include "app/message_box_dialog.h"
+#include "app/request_runner_view.h"
 #include "app/sondara_utility_app.h"
 #include "logs/log_entry_points.h"
+#include "pages/form_controls_view.h"
 #include "pages/ping_operation.h"
 #include "util/string_table.h"
 
@@ -28,6 +30,9 @@ CPingView::CPingView(app::CSondaraUtilityApp& app, QWidget* parent) : QWidget(pa
   layout->addWidget(host_);
   layout->addWidget(ping_);
   layout->addStretch();
+  ping_->setAutoDefault(false);
+  StartOnEnter(ping_, {host_});
+  request_ = new app::CRequestRunner(this, {ping_});
   connect(ping_, &QPushButton::clicked, this, &CPingView::OnPing);
   if (!app_.IcmpAvailable()) {
     // Said once the event log pane exists and is registered.
@@ -43,16 +48,28 @@ void CPingView::StoreToApp() {
   app_.Ping().host = host_->text().toStdWString();
 }
 
+void CPingView::FinishPing() {
+  request_->Finish();
+}
+
 void CPingView::OnPing() {
+  if (request_->Running())
+    return;
   StoreToApp();
-  app::CWaitCursor wait;
   const auto& network = app_.Network();
   PingTarget target;
   target.host = app_.Ping().host;
   target.use_ipv6 = network.use_ipv6 != 0;
   target.ipv6_scope_id = network.adapter.is_ipv4 ? 0 : network.adapter.ipv6_scope_id;
   app::CMessageBoxUi ui(this);
-  RunToolbarPing(target, ui);
+  if (!CheckPingHost(target, ui))
+    return;
+  // The sent and reply rows reach the transaction log from the thread as they happen.
+  request_->Start([target] { return ResolveAndPing(target); },
+                  [this, target](PingOutcome outcome) {
+                    app::CMessageBoxUi later(this);
+                    ReportPingOutcome(target, outcome, later);
+                  });
 }
 
 }  // namespace pages

@@ -7,8 +7,9 @@ class QLineEdit;
 class QPushButton;
 
 namespace app {
+class CRequestRunner;
 class CSondaraUtilityApp;
-}
+}  // namespace app
 
 namespace pages {
 
@@ -25,13 +26,17 @@ class CPingView : public QWidget {
 
   QLineEdit* HostEdit() const { return host_; }
   QPushButton* PingButton() const { return ping_; }
+  // Closing the window: waits for a running ping (at most its two time-outs) and shows its end.
+  void FinishPing();
 
  private:
+  // "&Ping" and Enter in the host: checked here, resolved and pinged off the window's thread.
   void OnPing();
 
   app::CSondaraUtilityApp& app_;
   QLineEdit* host_;
   QPushButton* ping_;
+  app::CRequestRunner* request_;
 };
 
 }  // namespace pages

@@ -8,6 +8,7 @@
 
 #include "app/message_box_dialog.h"
 #include "app/page_set.h"
+#include "app/request_runner_view.h"
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
 #include "net/adapter_table.h"
@@ -68,6 +69,7 @@ CSendTrapPropertyPage::CSendTrapPropertyPage(app::CSondaraUtilityApp& app, QWidg
 }
 
 CSendTrapPropertyPage::~CSendTrapPropertyPage() {
+  request_->Finish();
   StoreToApp();
 }
 
@@ -84,7 +86,7 @@ void CSendTrapPropertyPage::BuildControls() {
   auto* device_row = new QHBoxLayout(device);
   for (auto [caption, control, stretch] :
        {std::tuple<QString, QWidget*, int>{QStringLiteral("&IP/Host:"), host_, 1},
-        {QStringLiteral("SNMP &Version:"), version_, 0},
+        {QStringLiteral("SNMP Ve&rsion:"), version_, 0},
         {QStringLiteral("&Port:"), port_, 0}}) {
     device_row->addWidget(BuddyLabel(caption, control));
     device_row->addWidget(control, stretch);
@@ -122,7 +124,7 @@ void CSendTrapPropertyPage::BuildControls() {
   // Left: what only a v1 trap carries; right: what every trap carries.
   auto* grid = new QGridLayout(trap);
   grid->addWidget(use_default_, 0, 0, 1, 2);
-  AddRow(grid, 1, QStringLiteral("S&ender IP:"), sender_ip_);
+  AddRow(grid, 1, QStringLiteral("Se&nder IP:"), sender_ip_);
   AddRow(grid, 2, QStringLiteral("Sender &OID:"), sender_oid_);
   AddRow(grid, 3, QStringLiteral("Trap T&ype:"), trap_type_);
   AddRow(grid, 4, QStringLiteral("Specifi&c Type:"), specific_type_);
@@ -158,6 +160,10 @@ void CSendTrapPropertyPage::BuildControls() {
       OnUseDefault();
     UpdateEnabling();
   });
+  StartOnEnter(send_, {host_, version_, port_, sender_ip_, sender_oid_, community_, varbind_num_,
+                       trap_type_, specific_type_});
+  // The request id of a v2c trap is taken when it is checked, so only the one button waits.
+  request_ = new app::CRequestRunner(this, {send_});
   connect(edit_varbinds_, &QPushButton::clicked, this, &CSendTrapPropertyPage::OnEditVarBinds);
   connect(send_, &QPushButton::clicked, this, &CSendTrapPropertyPage::OnSendTrap);
 }
@@ -234,14 +240,32 @@ void CSendTrapPropertyPage::OnEditVarBinds() {
 }
 
 void CSendTrapPropertyPage::OnSendTrap() {
-  app::CWaitCursor wait;
+  if (request_->Running())
+    return;
   ReadControls();
   app::CMessageBoxUi ui(this);
   MapFields(ui);
-  if (operation_.SendTrap(UdpSettingsFrom(app_.Network()), ui) == TrapOutcome::kRefused)
+  const std::optional<TrapRequest> request = operation_.Validate(ui);
+  if (!request)
     return;
-  // "Use &default" may have put its values in; a sent trap's texts joined the histories.
+  // "Use &default" may have put its values in.
   WriteControls();
+  request_->Start(
+      [this, request = *request, settings = UdpSettingsFrom(app_.Network())] {
+        return operation_.Send(request, settings);
+      },
+      [this, request = *request](TrapOutcome outcome) {
+        if (outcome != TrapOutcome::kSent)
+          return;
+        // A sent trap's texts join the histories; what was typed meanwhile stays.
+        ReadControls();
+        operation_.Remember(request);
+        WriteControls();
+      });
+}
+
+void CSendTrapPropertyPage::StopOperations() {
+  request_->Finish();
 }
 
 void CSendTrapPropertyPage::OnSetActive() {
@@ -255,11 +279,14 @@ void CSendTrapPropertyPage::OnSetActive() {
 }
 
 void CSendTrapPropertyPage::OnKillActive() {
+  request_->Finish();
   time_stamp_timer_.stop();
   StoreToApp();
 }
 
 void CSendTrapPropertyPage::StoreToApp() {
+  // A trap on its way writes its fixed entries into the list the settings are about to read.
+  request_->Finish();
   ReadControls();
   operation_.StoreTo(app_.SendTrap());
 }

@@ -1,6 +1,7 @@
 // CSendTrapPropertyPage: the "&sendTrap" tab. A thin layer over CSendTrapOperation: it copies
-// its controls into the operation's form, runs the operation under a wait cursor, shows the
-// time stamp while it is the active page, and opens "Edit Varbinds" on the trap's list.
+// its controls into the operation's form, checks them, sends the trap off the window's thread
+// (the wait cursor over the page meanwhile), shows the time stamp while it is the active page,
+// and opens "Edit Varbinds" on the trap's list.
 #pragma once
 
 #include <QCheckBox>
@@ -14,6 +15,7 @@
 
 namespace app {
 class CMessageBoxUi;
+class CRequestRunner;
 class CSondaraUtilityApp;
 }  // namespace app
 
@@ -31,6 +33,7 @@ class CSendTrapPropertyPage : public app::CPropertyPage {
   void OnSetActive() override;
   void OnKillActive() override;
   void StoreToApp() override;
+  void StopOperations() override;
 
   // The commands of the check box and the buttons (also what a click runs).
   void OnUseDefault();
@@ -66,6 +69,7 @@ class CSendTrapPropertyPage : public app::CPropertyPage {
   QComboBox* trap_type_ = nullptr;
   tvkutil::CNumericEdit* specific_type_ = nullptr;
   QPushButton* send_ = nullptr;
+  app::CRequestRunner* request_ = nullptr;
 };
 
 }  // namespace pages

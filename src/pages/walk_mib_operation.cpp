@@ -68,7 +68,7 @@ CWalkMIBOperation::~CWalkMIBOperation() {
 }
 
 template <typename... Args>
-void CWalkMIBOperation::Log(int string_id, const Args&... args) {
+void CWalkMIBOperation::Log(int string_id, const Args&... args) const {
   events_.AddEventLine(
       tvkutil::FormatN(tvkutil::LoadString(string_id), tvkutil::kMaxLogLineLen, args...));
 }
@@ -245,40 +245,52 @@ std::string CWalkMIBOperation::ResultsFileText() const {
 
 RequestOutcome CWalkMIBOperation::GetSysObjectId(const net::UdpSettings& settings,
                                                  app::IOperationUi& ui, net::IUdpSocketOps* ops) {
-  if (!Validate(ui))
+  const std::optional<SysObjectIdRequest> request = PrepareSysObjectId(ui);
+  if (!request)
     return RequestOutcome::kRefused;
-  return RequestSysObjectId(settings, ops);
+  const std::optional<std::wstring> oid = RequestSysObjectId(*request, settings, ops);
+  if (!oid)
+    return RequestOutcome::kFailed;
+  form_.start_oid = *oid;
+  return RequestOutcome::kDone;
 }
 
-RequestOutcome CWalkMIBOperation::RequestSysObjectId(const net::UdpSettings& settings,
-                                                     net::IUdpSocketOps* ops) {
-  snmp::CSNMPMessage request(app::VersionIndex(form_.version), form_.community,
+std::optional<SysObjectIdRequest> CWalkMIBOperation::PrepareSysObjectId(app::IOperationUi& ui) {
+  if (!Validate(ui))
+    return std::nullopt;
+  return SysObjectIdRequest{
+      form_.host, form_.version, port_, form_.community,
+      request_ids_.Next(form_.host, form_.version, port_, kRequestIdOperation, form_.community)};
+}
+
+std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjectIdRequest& request,
+                                                                  const net::UdpSettings& settings,
+                                                                  net::IUdpSocketOps* ops) const {
+  snmp::CSNMPMessage message(app::VersionIndex(request.version), request.community,
                              snmp::kPduGetRequest);
-  request.SetRequestId(
-      request_ids_.Next(form_.host, form_.version, port_, kRequestIdOperation, form_.community));
-  request.AddNullVarBind(kSysObjectIdOid);
+  message.SetRequestId(request.request_id);
+  message.AddNullVarBind(kSysObjectIdOid);
   snmp::CSNMPMessage response(snmp::kPduResponse);
   int result = 0;
   const std::wstring reason = ExchangeFailureReason(
       [&] {
-        result = net::ExchangeRequest(form_.host, port_, settings, L"Get", request, response,
-                                      transactions_, ops);
+        result = net::ExchangeRequest(request.host, request.port, settings, L"Get", message,
+                                      response, transactions_, ops);
       },
-      form_.host, settings.use_ipv6);
+      request.host, settings.use_ipv6);
   if (!reason.empty()) {
     Log(ids::kSysObjectIdFailed, kSysObjectIdOid, reason);
-    return RequestOutcome::kFailed;
+    return std::nullopt;
   }
   if (result != 0) {
-    events_.AddEventLine(snmp::RequestFailureLine(result, kSysObjectIdOid, request, response));
-    return RequestOutcome::kFailed;
+    events_.AddEventLine(snmp::RequestFailureLine(result, kSysObjectIdOid, message, response));
+    return std::nullopt;
   }
   std::wstring text;
   std::uint32_t tag = 0;
   if (const snmp::CVarBind* bind = response.GetVarBind(1))
     (void)bind->ValueText(text, tag);
-  form_.start_oid = text;
-  return RequestOutcome::kDone;
+  return text;
 }
 
 void CWalkMIBOperation::StoreTo(app::WalkMibSettings& settings) {

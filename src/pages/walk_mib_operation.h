@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "app/operation_ui.h"
@@ -65,6 +66,16 @@ struct WalkOptions {
 // sysObjectID.0, read by "&Get SysObjectID".
 inline constexpr wchar_t kSysObjectIdOid[] = L".1.3.6.1.2.1.1.2.0";
 
+// A "&Get SysObjectID" that passed the checks: the target and community copied from the form
+// with the request id, so the request can run on another thread while the user goes on typing.
+struct SysObjectIdRequest {
+  std::wstring host;
+  std::wstring version;
+  std::uint16_t port = 0;
+  std::wstring community;
+  std::int32_t request_id = 0;
+};
+
 class CWalkMIBOperation {
  public:
   // Starts from the stored settings with an empty community; lines go to `events`, datagrams
@@ -111,15 +122,18 @@ class CWalkMIBOperation {
   // object ("<oid>,<type>,"<value on one line>","), colons, the final status line.
   std::string ResultsFileText() const;
 
-  // "&Get SysObjectID": the checks, then RequestSysObjectId.
+  // "&Get SysObjectID": PrepareSysObjectId, RequestSysObjectId, and the value read becomes the
+  // start OID.
   RequestOutcome GetSysObjectId(const net::UdpSettings& settings, app::IOperationUi& ui,
                                 net::IUdpSocketOps* ops = nullptr);
-  // The request alone, once Validate has passed; needs no window and may run on any thread
-  // while no walk runs. A Get of sysObjectID.0 with the page's target and community (source
-  // "Get" in the transaction log); on success its value is the start OID. A failure writes one
-  // event-log line.
-  RequestOutcome RequestSysObjectId(const net::UdpSettings& settings,
-                                    net::IUdpSocketOps* ops = nullptr);
+  // The checks, then the request with its id (shared with the walk: never while one runs).
+  std::optional<SysObjectIdRequest> PrepareSysObjectId(app::IOperationUi& ui);
+  // The request alone: needs no window, reads no form, may run on any thread. A Get of
+  // sysObjectID.0 (source "Get" in the transaction log) whose value is returned; after a
+  // failure one event-log line is written and nothing returned.
+  std::optional<std::wstring> RequestSysObjectId(const SysObjectIdRequest& request,
+                                                 const net::UdpSettings& settings,
+                                                 net::IUdpSocketOps* ops = nullptr) const;
 
   // Writes the page back into the settings: the history with the current community first, the
   // port read from its text as a plain decimal number.
@@ -140,7 +154,7 @@ class CWalkMIBOperation {
   void Walk(const WalkJob& job, tvkutil::CEvent& stop);
   // Writes a formatted string-table line to the event log.
   template <typename... Args>
-  void Log(int string_id, const Args&... args);
+  void Log(int string_id, const Args&... args) const;
 
   WalkMibForm form_;
   snmp::CRequestIdCounter request_ids_;  // the walk's and the Get's, never used at once

@@ -13,6 +13,7 @@
 
 #include "app/message_box_dialog.h"
 #include "app/page_set.h"
+#include "app/request_runner_view.h"
 #include "app/results_table_view.h"
 #include "app/save_file_dialog.h"
 #include "app/sondara_utility_app.h"
@@ -52,6 +53,7 @@ CWalkMIBPropertyPage::CWalkMIBPropertyPage(app::CSondaraUtilityApp& app, QWidget
 }
 
 CWalkMIBPropertyPage::~CWalkMIBPropertyPage() {
+  request_->Finish();
   operation_.StopWalk();
   app::StoreColumnWidths(results_, app_, kSection, kColumns);
   StoreToApp();
@@ -88,7 +90,7 @@ void CWalkMIBPropertyPage::BuildControls() {
     target->addWidget(label);
     target->addWidget(control);
   };
-  add_captioned(QStringLiteral("SNMP &Version:"), version_);
+  add_captioned(QStringLiteral("SNMP Ve&rsion:"), version_);
   add_captioned(QStringLiteral("&Port:"), port_);
   target->addStretch();
   grid->addLayout(target, 0, 2);
@@ -143,6 +145,10 @@ void CWalkMIBPropertyPage::BuildControls() {
   layout->addWidget(results_, 1);
   layout->addLayout(save_row);
 
+  // Enter starts a walk; while one runs it does nothing (the button then reads "St&op").
+  StartOnEnter(walk_, {host_, version_, port_, community_, start_oid_}, [this] { return idle_; });
+  request_ = new app::CRequestRunner(this, {get_sys_object_id_, walk_});
+
   timer_ = new QTimer(this);
   timer_->setInterval(kTickMs);
   connect(timer_, &QTimer::timeout, this, &CWalkMIBPropertyPage::OnTimer);
@@ -192,6 +198,8 @@ void CWalkMIBPropertyPage::OnBeginWalk() {
     operation_.StopWalk();
     return;
   }
+  if (request_->Running())
+    return;
   ReadControls();
   app::CMessageBoxUi ui(this);
   MapFields(ui);
@@ -225,14 +233,27 @@ void CWalkMIBPropertyPage::OnTimer() {
 }
 
 void CWalkMIBPropertyPage::OnGetSysObjectId() {
-  app::CWaitCursor wait;
+  if (request_->Running() || !idle_)
+    return;
   ReadControls();
   app::CMessageBoxUi ui(this);
   MapFields(ui);
-  if (operation_.GetSysObjectId(UdpSettingsFrom(app_.Network()), ui) != RequestOutcome::kDone)
+  const std::optional<SysObjectIdRequest> request = operation_.PrepareSysObjectId(ui);
+  if (!request)
     return;
-  WriteControls();
-  operation_.StoreTo(app_.WalkMib());
+  request_->Start(
+      [this, request = *request, settings = UdpSettingsFrom(app_.Network())] {
+        return operation_.RequestSysObjectId(request, settings);
+      },
+      [this](const std::optional<std::wstring>& oid) {
+        if (!oid)
+          return;
+        // What was typed meanwhile stays; the value read is the new start OID.
+        ReadControls();
+        operation_.Form().start_oid = *oid;
+        WriteControls();
+        operation_.StoreTo(app_.WalkMib());
+      });
 }
 
 void CWalkMIBPropertyPage::OnSaveResults() {
@@ -264,6 +285,7 @@ void CWalkMIBPropertyPage::OnSetActive() {
 }
 
 void CWalkMIBPropertyPage::OnKillActive() {
+  request_->Finish();
   operation_.StopWalk();
   StoreToApp();
 }
@@ -274,6 +296,7 @@ void CWalkMIBPropertyPage::StoreToApp() {
 }
 
 void CWalkMIBPropertyPage::StopOperations() {
+  request_->Finish();
   operation_.StopWalk();
 }
 

@@ -13,6 +13,7 @@
 
 namespace app {
 class CMessageBoxUi;
+class CRequestRunner;
 class CResultsTableView;
 class CSondaraUtilityApp;
 }  // namespace app
@@ -68,6 +69,9 @@ class CWalkMIBPropertyPage : public app::CPropertyPage {
   app::CResultsTableView* results_ = nullptr;
   QPushButton* save_ = nullptr;
   QTimer* timer_ = nullptr;
+  // "&Get SysObjectID" off the window's thread; it shares the request ids with the walk, so
+  // "Begin &Walk" waits too.
+  app::CRequestRunner* request_ = nullptr;
 };
 
 }  // namespace pages

@@ -114,6 +114,9 @@ constexpr Entry kTable[] = {
     {ids::kWalkOidNotIncreasing,
      L"GetNext request failed for OID '%s'. Reason: 'The agent answered with OID '%s', which "
      L"does not follow the OID asked for'."},
+    // File > Save Snapshot says where the values went.
+    {ids::kSnapshotSaved, L"Snapshot saved to '%s'."},
+    {ids::kSnapshotNotSaved, L"Unable to save the snapshot to '%s'."},
     {ids::kTransactionLogExport, L"Export as &pcapng\u2026"},
     {ids::kPcapngFilter, L"pcapng Files (*.pcapng)|*.pcapng|"},
     {ids::kPcapngExtension, L"pcapng"},

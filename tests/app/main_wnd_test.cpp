@@ -31,10 +31,11 @@ QString Cell(const logs::CLogTableView* view, int row, int column) {
   return model->data(model->index(row, column)).toString();
 }
 
+// The tabs by their pages' captions (a tab drops its underline while the shown page uses it).
 QStringList TabTexts(const app::CMainWnd& w) {
   QStringList texts;
   for (int i = 0; i < w.PropertySheetView()->Sheet()->count(); ++i)
-    texts << w.PropertySheetView()->Sheet()->tabText(i);
+    texts << static_cast<app::CPropertyPage*>(w.PropertySheetView()->Sheet()->widget(i))->Caption();
   return texts;
 }
 

@@ -83,7 +83,7 @@ class SendTrapPageTest : public QObject {
     QVERIFY2(traps[0].find("~.1.3.6.1.4.1.59871.1.9 = STRING: \"added at the desk\"") !=
                  std::string::npos,
              traps[0].c_str());
-    QCOMPARE(Combo("trapCommunity")->itemText(0), QString("trapcom"));  // joined the history
+    QTRY_COMPARE(Combo("trapCommunity")->itemText(0), QString("trapcom"));  // joined the history
   }
 
  private:

@@ -1,0 +1,71 @@
+// CRequestRunner: runs one request of a page (a Get, a Set, a ping, a trap) on a thread of its
+// own, so that the window repaints and its menus and other pages work while the request waits
+// for the network, and hands the request's result back to the window's thread.
+//
+// While a request runs, the page shows the wait cursor (over that page only) and the controls
+// named at construction are disabled: the button that started it and any other that would use
+// the same request state. The work itself never touches a widget; the page checks its fields
+// before it starts a request and shows the result in `deliver`, on the window's thread.
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace app {
+
+class CRequestRunner : public QObject {
+  Q_OBJECT
+
+ public:
+  // `page` shows the wait cursor while a request runs; `controls` are disabled meanwhile.
+  CRequestRunner(QWidget* page, QList<QWidget*> controls);
+  // Waits for a running request; its result is not delivered any more.
+  ~CRequestRunner() override;
+  CRequestRunner(const CRequestRunner&) = delete;
+  CRequestRunner& operator=(const CRequestRunner&) = delete;
+
+  // Runs `work` (no widgets: any thread) and then, on the window's thread, `deliver` with what
+  // `work` returned. False, and nothing runs, while another request of this runner runs. When
+  // no thread can be had, both run at once on the window's thread.
+  template <typename Work, typename Deliver>
+  bool Start(Work work, Deliver deliver) {
+    return StartJob([work = std::move(work), deliver = std::move(deliver)]() mutable {
+      auto result = work();
+      return std::function<void()>(
+          [deliver = std::move(deliver), result = std::move(result)]() mutable {
+            deliver(std::move(result));
+          });
+    });
+  }
+
+  bool Running() const { return thread_.joinable(); }
+  // Leaving the page, removing it, closing the window: waits for a running request (at most its
+  // time-outs) and delivers its result now, so nothing it found is lost.
+  void Finish();
+
+ private:
+  // Returns what is to run on the window's thread afterwards.
+  using Job = std::function<std::function<void()>()>;
+  bool StartJob(Job job);
+  void Deliver(unsigned generation);
+  void ShowBusy(bool busy);
+
+  QPointer<QWidget> page_;
+  QList<QPointer<QWidget>> controls_;
+  std::vector<bool> were_enabled_;
+  QPointer<QWidget> had_focus_;
+  QPointer<QWidget> focus_moved_to_;
+  std::thread thread_;
+  std::mutex mutex_;
+  std::function<void()> pending_;  // set by the thread just before it ends
+  unsigned generation_ = 0;        // which request a queued delivery belongs to
+};
+
+}  // namespace app
