@@ -270,6 +270,20 @@ TEST(RequestExchange, OverIPv6OnlyTheAgentsAddressAndPortAnswer) {
             reinterpret_cast<const sockaddr_in6&>(agent.Received()[0].from).sin6_port);
 }
 
+TEST(RequestExchange, DatagramsLeaveFromTheChosenAdaptersAddress) {
+  const FakeAgent agent = Always({{GoodReply()}});
+  net::UdpSettings settings = Settings(0, 1000);
+  settings.adapter = {L"lo[127.0.0.2]", L"127.0.0.2", 1, ::inet_addr("127.0.0.2"), 0xFFFFFFFF};
+  const Outcome o = RunGet(agent.Port(), settings);
+  EXPECT_EQ(o.result, 0);
+  ASSERT_EQ(agent.Received().size(), 1U);
+  EXPECT_EQ(reinterpret_cast<const sockaddr_in&>(agent.Received()[0].from).sin_addr.s_addr,
+            ::inet_addr("127.0.0.2"));
+  ASSERT_FALSE(o.sink.entries.empty());
+  EXPECT_EQ(reinterpret_cast<const sockaddr_in&>(o.sink.entries[0].ends.local).sin_addr.s_addr,
+            ::inet_addr("127.0.0.2"));
+}
+
 // The real socket calls, with one made to fail.
 struct FaultyOps : net::IUdpSocketOps {
   enum Fault { kNone, kSocket, kBind, kSendFails, kSendStopsShort, kWaitFails };
