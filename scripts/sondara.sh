@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Set-up, build, run and test on Debian 12. Installs whatever Debian packages are missing.
 #   scripts/sondara.sh run    build and start the program
-#   scripts/sondara.sh test   build and run every test (normal, sanitizer and fuzz builds)
+#   scripts/sondara.sh test   build and run every test (normal, sanitizer, fuzz and thread builds)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -74,7 +74,13 @@ case "${1:-}" in
     # 3. libFuzzer on message decoding and response checks, for a bounded time.
     CC=clang CXX=clang++ build build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSONDARA_FUZZ=ON \
       -DSONDARA_BUILD_GUI=OFF -DSONDARA_FUZZ_SECONDS="${SONDARA_FUZZ_SECONDS:-60}"
-    run_ctest build-fuzz || status=1
+    run_ctest build-fuzz -j "$jobs" || status=1
+    # 4. The tests that start threads (log queues, requester, walk and sweep workers, stopping)
+    #    under ThreadSanitizer; no suppressions.
+    build build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSONDARA_TSAN=ON -DSONDARA_BUILD_GUI=OFF \
+      -DSONDARA_BUILD_BENCH=OFF
+    TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_ctest build-tsan -j "$jobs" \
+      -L threads || status=1
     echo
     echo "all builds: $passed passed, $failed failed"
     exit $status

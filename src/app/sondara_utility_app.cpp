@@ -154,9 +154,11 @@ void CSondaraUtilityApp::SetAdapter(const net::_adapterinfo& adapter) {
 
 void CSondaraUtilityApp::LoadPageSettings() {
   CIniFile ini(settings_file_);
-  if (!ini.Load())
-    return;  // no file: every default stays
+  if (ini.Load())
+    LoadPageSettings(ini);  // no file: every default stays
+}
 
+void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
   ping_.host = ini.GetString(kPing, L"IPHost", L"", kMaxHostLen);
 
   discovery_.start_ip = ReadIPv4(ini, kDiscovery, L"StartIP", kMaxIpLen);
@@ -240,7 +242,12 @@ bool CSondaraUtilityApp::SavePageSettings() {
   // Start from the file as it is now, so comments and sections of others survive the save.
   CIniFile ini(settings_file_);
   ini.Load();
+  SavePageSettings(ini);
+  // Only Save Snapshot tells; at exit a file that cannot be written is dropped without a word.
+  return ini.Save();
+}
 
+void CSondaraUtilityApp::SavePageSettings(CIniFile& ini) const {
   ini.WriteString(kPing, L"IPHost", ping_.host);
 
   ini.ClearSection(kDiscovery);
@@ -295,9 +302,6 @@ bool CSondaraUtilityApp::SavePageSettings() {
   ini.WriteString(kWalkMib, L"StartOid", walk_mib_.start_oid);
   ini.WriteInt(kWalkMib, L"Port", walk_mib_.port);
   WriteHistory(ini, kWalkMib, L"WALKMIBCOMMUNITY-%d", walk_mib_.communities);
-
-  // Only Save Snapshot tells; at exit a file that cannot be written is dropped without a word.
-  return ini.Save();
 }
 
 void CSondaraUtilityApp::LoadNetworkSettings() {

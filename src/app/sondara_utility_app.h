@@ -20,6 +20,10 @@
 #include "snmp/var_bind_list.h"
 #include "util/profile_store.h"
 
+namespace tvkutil {
+class CIniFile;
+}
+
 namespace app {
 
 class CSondaraUtilityApp : public tvkutil::IProfileStore {
@@ -69,6 +73,9 @@ class CSondaraUtilityApp : public tvkutil::IProfileStore {
   // and its folder when they are missing, and answers whether the file was written.
   void LoadPageSettings();
   bool SavePageSettings();
+  // The same, from and into settings already read (no file is touched).
+  void LoadPageSettings(const tvkutil::CIniFile& ini);
+  void SavePageSettings(tvkutil::CIniFile& ini) const;
 
   // The "NetworkInterface Settings" of the profile; loading also selects the adapter record.
   // Loading uses the adapter table of this run; the overload takes another (tests).

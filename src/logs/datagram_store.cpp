@@ -97,9 +97,14 @@ std::size_t CDatagramStore::MemoryBytes() const {
 }
 
 void CDatagramStore::ClearThrough(std::uint64_t number) {
+  // Up to 100,000 datagrams: they are freed after the lock is let go, so that the threads
+  // logging meanwhile do not wait for the window's Reset.
+  std::vector<std::shared_ptr<const KeptDatagram>> gone;
   std::lock_guard lock(mutex_);
-  while (!kept_.empty() && kept_.front()->number <= number)
+  while (!kept_.empty() && kept_.front()->number <= number) {
+    gone.push_back(kept_.front());
     DropOldestLocked();
+  }
 }
 
 }  // namespace logs

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -13,7 +14,8 @@ namespace logs {
 
 // Each log shows at most this many rows; the oldest goes first.
 inline constexpr std::size_t kMaxShownRows = 1024;
-// The pending array grows its capacity in steps of this many slots, so a burst reallocates rarely.
+// The pending array starts with this many slots and doubles when full, so a burst of n entries
+// reallocates about log2(n) times and copies fewer than 2n pointers.
 inline constexpr std::size_t kCapacityStep = 1024;
 
 // What one tick changed, so that a view can tell its list which rows went and came.
@@ -40,27 +42,43 @@ class CLogQueue {
   // Window thread (timer tick): moves every pending entry to the end of the shown ones in
   // arrival order; when 1024 are shown, each new one pushes out the oldest. The rows that would
   // only come and go again in the same tick are dropped at once, and the old ones leave in one
-  // step, so a full log costs one move per tick rather than one per new entry.
+  // step, so a full log costs one move per tick rather than one per new entry. Entries are
+  // freed after the lock is let go: adding threads never wait for the window to free rows.
   LogTickResult MovePending() {
-    std::lock_guard lock(mutex_);
+    std::vector<std::unique_ptr<Entry>> arrived, gone;
     LogTickResult result;
-    result.appended = std::min(pending_.size(), kMaxShownRows);
-    const std::size_t total = shown_.size() + result.appended;
-    result.removed_front = total > kMaxShownRows ? total - kMaxShownRows : 0;
-    shown_.erase(shown_.begin(),
-                 shown_.begin() + static_cast<std::ptrdiff_t>(result.removed_front));
-    if (shown_.capacity() < kMaxShownRows)
-      shown_.reserve(kMaxShownRows);
-    for (std::size_t i = pending_.size() - result.appended; i < pending_.size(); ++i)
-      shown_.push_back(std::move(pending_[i]));
-    pending_.clear();  // capacity is kept for the next burst
+    {
+      std::lock_guard lock(mutex_);
+      arrived.swap(pending_);
+      result.appended = std::min(arrived.size(), kMaxShownRows);
+      const std::size_t total = shown_.size() + result.appended;
+      result.removed_front = total > kMaxShownRows ? total - kMaxShownRows : 0;
+      const auto cut = shown_.begin() + static_cast<std::ptrdiff_t>(result.removed_front);
+      gone.assign(std::make_move_iterator(shown_.begin()), std::make_move_iterator(cut));
+      shown_.erase(shown_.begin(), cut);
+      if (shown_.capacity() < kMaxShownRows)
+        shown_.reserve(kMaxShownRows);
+      for (std::size_t i = arrived.size() - result.appended; i < arrived.size(); ++i)
+        shown_.push_back(std::move(arrived[i]));
+    }
+    gone.clear();
+    arrived.clear();  // the entries dropped unshown
+    // The emptied array goes back with its capacity for the next burst, taking along what was
+    // added meanwhile (a few pointers).
+    std::lock_guard lock(mutex_);
+    if (arrived.capacity() > pending_.capacity()) {
+      std::move(pending_.begin(), pending_.end(), std::back_inserter(arrived));
+      pending_.swap(arrived);
+    }
     return result;
   }
 
-  // Window thread: forgets every shown entry; pending ones stay for the next tick.
+  // Window thread: forgets every shown entry; pending ones stay for the next tick. The entries
+  // are freed after the lock is let go.
   void ResetShown() {
+    std::vector<std::unique_ptr<Entry>> gone;
     std::lock_guard lock(mutex_);
-    shown_.clear();
+    gone.swap(shown_);
   }
 
   // Window thread. Only that thread changes the shown entries, so it may read them unlocked.
@@ -74,6 +92,11 @@ class CLogQueue {
     return fn(shown_);
   }
 
+  // How many pending entries fit before the array grows (tests).
+  std::size_t PendingCapacity() const {
+    std::lock_guard lock(mutex_);
+    return pending_.capacity();
+  }
   std::size_t PendingCount() const {
     std::lock_guard lock(mutex_);
     return pending_.size();
@@ -90,7 +113,7 @@ class CLogQueue {
  private:
   void AddLocked(std::unique_ptr<Entry> entry) {
     if (pending_.size() == pending_.capacity())
-      pending_.reserve(pending_.capacity() + kCapacityStep);
+      pending_.reserve(std::max(kCapacityStep, pending_.capacity() * 2));
     pending_.push_back(std::move(entry));
   }
 

@@ -65,15 +65,21 @@ std::string Narrow(const std::wstring& text, std::size_t max_len) {
 
 }  // namespace
 
+// No text longer than these can match the patterns ("255.255.255.255"; eight groups of four,
+// seven colons and "%65535"); longer ones are refused before the patterns see them.
+constexpr std::size_t kMaxIPv4TextLen = 15;
+constexpr std::size_t kMaxIPv6TextLen = 45;
+
 bool IsValidIPv4Text(const std::wstring& text) {
-  if (tvkutil::EqualsNoCase(text, L"255.255.255.255") || tvkutil::EqualsNoCase(text, L"0.0.0.0")) {
+  if (text.size() > kMaxIPv4TextLen || tvkutil::EqualsNoCase(text, L"255.255.255.255") ||
+      tvkutil::EqualsNoCase(text, L"0.0.0.0")) {
     return false;
   }
   return std::regex_match(tvkutil::ToUtf8(text), IPv4Pattern());
 }
 
 bool IsValidIPv6Text(const std::wstring& text) {
-  if (std::count(text.begin(), text.end(), L':') > 7)
+  if (text.size() > kMaxIPv6TextLen || std::count(text.begin(), text.end(), L':') > 7)
     return false;
   const std::string narrow = tvkutil::ToUtf8(text);
   return std::regex_match(narrow, IPv6FullPattern()) ||

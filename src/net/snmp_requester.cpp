@@ -1,5 +1,7 @@
 #include "net/snmp_requester.h"
 
+#include <chrono>
+
 #include "snmp/response_check.h"
 
 namespace net {
@@ -9,6 +11,7 @@ CSnmpRequester::CSnmpRequester(const std::wstring& host, std::uint16_t port,
                                logs::ITransactionSink& sink, IUdpSocketOps* ops)
     : session_(host, port, settings, true, ops),
       retries_(settings.retries),
+      timeout_ms_(settings.request_timeout_ms),
       source_(std::move(source)),
       sink_(sink),
       send_buffer_(snmp::kMessageBufferLen),
@@ -30,32 +33,57 @@ void CSnmpRequester::SendAndLog(std::span<const std::uint8_t> message) {
   sink_.LogDatagram(logs::kDirectionSent, source_, message, session_.Ends());
 }
 
-std::span<const std::uint8_t> CSnmpRequester::Exchange(snmp::CSNMPMessage& request,
-                                                       const StopTest& stop) {
-  const std::span<const std::uint8_t> message = Encode(request);
+CSnmpRequester::Tried CSnmpRequester::Try(std::span<const std::uint8_t> message,
+                                          const StopTest& stop, const AnswerTest& answers,
+                                          std::span<const std::uint8_t>& out_reply) {
+  bool other_answers = false;
   for (int attempts = 0;;) {
     SendAndLog(message);
-    const std::int32_t received =
-        session_.Receive(receive_buffer_.data(), snmp::kMessageBufferLen, kReceiveOne);
-    if (received > 0) {
-      const std::span<const std::uint8_t> reply(receive_buffer_.data(),
-                                                static_cast<std::size_t>(received));
-      sink_.LogDatagram(logs::kDirectionReceived, source_, reply, session_.Ends());
-      return reply;
+    // One deadline per try: nothing the agent or anyone else sends moves it.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms_);
+    for (;;) {
+      const std::int32_t received = session_.ReceiveUntil(
+          receive_buffer_.data(), snmp::kMessageBufferLen, kReceiveOne, deadline);
+      if (received == kNothingReceived)
+        break;
+      out_reply =
+          std::span<const std::uint8_t>(receive_buffer_.data(), static_cast<std::size_t>(received));
+      sink_.LogDatagram(logs::kDirectionReceived, source_, out_reply, session_.Ends());
+      if (!answers || answers(out_reply))
+        return Tried::kAnswered;
+      other_answers = true;
     }
     if (stop && stop())
-      return {};
-    if (++attempts > retries_)
+      return Tried::kStopped;
+    if (++attempts > retries_) {
+      if (other_answers)
+        return Tried::kOnlyOtherAnswers;
       throw kSnmpTimeoutError;
+    }
   }
+}
+
+std::optional<std::span<const std::uint8_t>> CSnmpRequester::Exchange(snmp::CSNMPMessage& request,
+                                                                      const StopTest& stop) {
+  std::span<const std::uint8_t> reply;
+  if (Try(Encode(request), stop, {}, reply) == Tried::kStopped)
+    return std::nullopt;
+  return reply;
 }
 
 std::optional<int> CSnmpRequester::Request(snmp::CSNMPMessage& request,
                                            snmp::CSNMPMessage& response, const StopTest& stop) {
-  const std::span<const std::uint8_t> reply = Exchange(request, stop);
-  if (reply.empty())
+  int result = 0;
+  const AnswerTest answers = [&](std::span<const std::uint8_t> reply) {
+    // The checks stop at the request id, before any binding is read, so `response` takes the
+    // next datagram as it took the first.
+    result = snmp::ValidateResponse(reply, response, request);
+    return result != snmp::kRequestIdMismatch;
+  };
+  std::span<const std::uint8_t> reply;
+  if (Try(Encode(request), stop, answers, reply) == Tried::kStopped)
     return std::nullopt;
-  return snmp::ValidateResponse(reply, response, request);
+  return result;
 }
 
 void CSnmpRequester::SendOnce(snmp::CSNMPMessage& message) {

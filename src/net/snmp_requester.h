@@ -32,15 +32,20 @@ class CSnmpRequester {
   CSnmpRequester(const CSnmpRequester&) = delete;
   CSnmpRequester& operator=(const CSnmpRequester&) = delete;
 
-  // Encodes `request` and sends it up to retries + 1 times, each try followed by a full wait
-  // of the request time-out, always the same bytes. Returns the answer's bytes, valid until the
-  // next call, or an empty span when `stop` answered true after a try that got nothing.
-  // Throws -4 (not encodable), -5 (not all bytes sent) or -6 (no answer after all tries).
-  std::span<const std::uint8_t> Exchange(snmp::CSNMPMessage& request, const StopTest& stop = {});
+  // Encodes `request` and sends it up to retries + 1 times, each try followed by a wait of the
+  // request time-out, always the same bytes. Returns the first datagram from the agent (an
+  // empty one too), valid until the next call, or nothing when `stop` answered true after a
+  // try that got nothing. Throws -4 (not encodable), -5 (not all bytes sent) or -6 (no answer
+  // after all tries).
+  std::optional<std::span<const std::uint8_t>> Exchange(snmp::CSNMPMessage& request,
+                                                        const StopTest& stop = {});
 
   // Exchange, then the answer decoded into `response` (a message of the response type) and
   // checked against the request: 0, the agent's error status or a negative check code (see
-  // snmp::ValidateResponse). Nothing when stopped. Throws as Exchange.
+  // snmp::ValidateResponse). A datagram that answers another request (its request id differs:
+  // a late answer to an earlier request, or someone's flood) is logged and waited past within
+  // the same try; when no try got anything else the result is that mismatch. Nothing when
+  // stopped. Throws as Exchange.
   std::optional<int> Request(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                              const StopTest& stop = {});
 
@@ -56,9 +61,17 @@ class CSnmpRequester {
   std::span<const std::uint8_t> Encode(snmp::CSNMPMessage& message);
   // Sends all of `message` and logs it; throws -5 when not all of it went.
   void SendAndLog(std::span<const std::uint8_t> message);
+  // Judges a datagram from the agent: false when it answers another request.
+  using AnswerTest = std::function<bool(std::span<const std::uint8_t>)>;
+  enum class Tried { kAnswered, kStopped, kOnlyOtherAnswers };
+  // The tries of Exchange; with `answers`, datagrams it refuses are waited past. out_reply is
+  // the answer when kAnswered.
+  Tried Try(std::span<const std::uint8_t> message, const StopTest& stop, const AnswerTest& answers,
+            std::span<const std::uint8_t>& out_reply);
 
   CUdpSession session_;
   int retries_;
+  int timeout_ms_;
   std::wstring source_;
   logs::ITransactionSink& sink_;
   std::vector<std::uint8_t> send_buffer_;

@@ -171,15 +171,17 @@ std::int32_t CUdpSession::Send(const std::uint8_t* data, std::int32_t len) {
   if (!open_ && Open() != 0)
     return 0;
   // An answer that arrived after the previous try gave up must not be taken for the answer to
-  // this one.
+  // this one. Bounded: a sender that keeps the socket full must not hold the send back.
   std::array<std::uint8_t, kDrainScratchLen> scratch;
-  for (;;) {
+  for (int drained = 0; drained < kMaxStaleDrained;) {
     sockaddr_storage from{};
     socklen_t from_len = sizeof from;
     const ssize_t n = ops_.RecvFrom(fd_, scratch.data(), scratch.size(),
                                     reinterpret_cast<sockaddr*>(&from), &from_len);
-    if (n >= 0)
+    if (n >= 0) {
+      ++drained;
       continue;
+    }
     if (errno == EAGAIN || errno == EWOULDBLOCK)
       break;
     if (errno == EINTR)
@@ -221,8 +223,7 @@ bool CUdpSession::FromPeer(const sockaddr_storage& from) const {
 }
 
 std::int32_t CUdpSession::SpinForAnswer(std::uint8_t* buffer, std::int32_t size,
-                                        Clock::time_point& out_wait_from) {
-  const auto end = Clock::now() + kQuickAnswerSpin;
+                                        Clock::time_point until) {
   do {
     sockaddr_storage from{};
     socklen_t from_len = sizeof from;
@@ -231,16 +232,14 @@ std::int32_t CUdpSession::SpinForAnswer(std::uint8_t* buffer, std::int32_t size,
     if (n >= 0) {
       if (FromPeer(from))
         return static_cast<std::int32_t>(n);
-      // Someone else's: thrown away, and the wait starts again, as in the blocking wait.
-      out_wait_from = Clock::now();
-      continue;
+      continue;  // someone else's: thrown away
     }
     if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)
-      return -1;
+      return kSpinFailed;
     // On the agent's own processor this lets the agent run and answer.
     std::this_thread::yield();
-  } while (Clock::now() < end);
-  return 0;
+  } while (Clock::now() < until);
+  return kSpinNothing;
 }
 
 void CUdpSession::NoteAnswerTime(Clock::duration waited) {
@@ -251,35 +250,41 @@ void CUdpSession::NoteAnswerTime(Clock::duration waited) {
 }
 
 std::int32_t CUdpSession::Receive(std::uint8_t* buffer, std::int32_t size, int mode) {
+  return ReceiveUntil(buffer, size, mode, Clock::now() + std::chrono::milliseconds(timeout_ms_));
+}
+
+std::int32_t CUdpSession::ReceiveUntil(std::uint8_t* buffer, std::int32_t size, int mode,
+                                       Clock::time_point deadline) {
   if (!open_ || buffer == nullptr || size < 1)
-    return 0;
+    return kNothingReceived;
   const auto started = Clock::now();
-  auto wait_from = started;
   if (quick_answer_wait_ && mode == kReceiveOne && mean_answer_time_ <= kQuickAnswerSpin) {
-    const std::int32_t n = SpinForAnswer(buffer, size, wait_from);
-    if (n < 0) {
+    const std::int32_t n =
+        SpinForAnswer(buffer, size, std::min(deadline, started + kQuickAnswerSpin));
+    if (n == kSpinFailed) {
       Close();
-      return 0;
+      return kNothingReceived;
     }
-    if (n > 0) {
+    if (n != kSpinNothing) {
       NoteAnswerTime(Clock::now() - started);
       return n;
     }
   }
   std::int32_t total = 0;
-  auto deadline = wait_from + std::chrono::milliseconds(timeout_ms_);
+  bool gathered = false;
   for (;;) {
+    // Checked before every read, not only when the socket is quiet: under a flood it never is.
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    const int ready = ops_.WaitReadable(fd_, static_cast<int>(left > 0 ? left : 0));
+    if (left <= 0)
+      break;
+    const int ready = ops_.WaitReadable(fd_, static_cast<int>(left));
     if (ready < 0 && errno == EINTR)
       continue;
-    if (ready == 0) {
-      Close();
-      return total;  // kReceiveOne never gets here with anything gathered
-    }
+    if (ready == 0)
+      break;
     if (ready < 0) {
       Close();
-      return 0;
+      return kNothingReceived;
     }
     sockaddr_storage from{};
     socklen_t from_len = sizeof from;
@@ -289,20 +294,21 @@ std::int32_t CUdpSession::Receive(std::uint8_t* buffer, std::int32_t size, int m
       if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)
         continue;
       Close();
-      return 0;
+      return kNothingReceived;
     }
-    if (!FromPeer(from)) {
-      deadline = Clock::now() + std::chrono::milliseconds(timeout_ms_);
+    if (!FromPeer(from))
       continue;
-    }
     if (mode != kReceiveFill) {
       NoteAnswerTime(Clock::now() - started);
       return static_cast<std::int32_t>(n);
     }
     total += static_cast<std::int32_t>(n);
+    gathered = true;
     if (total >= size)
       return total;
   }
+  Close();
+  return gathered ? total : kNothingReceived;
 }
 
 void CUdpSession::Close() {

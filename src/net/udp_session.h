@@ -26,6 +26,12 @@ struct UdpSettings {
 // Receive modes: one datagram, or datagrams appended until the buffer is full.
 inline constexpr int kReceiveOne = 0;
 inline constexpr int kReceiveFill = 1;
+// What Receive gives when the wait ran out with nothing from the peer or the socket failed; an
+// empty datagram from the peer is 0, an answer like any other.
+inline constexpr std::int32_t kNothingReceived = -1;
+// At most this many stale datagrams are thrown away before a send: a sender that keeps the
+// socket full cannot hold the send back.
+inline constexpr int kMaxStaleDrained = 1024;
 
 class CUdpSession {
  public:
@@ -45,16 +51,20 @@ class CUdpSession {
   // Fixes the destination and the filter for answers: the resolved host and the port. Opens
   // first when closed (a failed open is thrown); an IPv6 text that does not parse throws -2.
   void SetPeer();
-  // Drains every datagram already waiting (stale answers of an earlier try), then sends all
-  // bytes. Returns the number sent; 0 when len < 1, when the socket cannot be opened, or when
-  // a socket call fails (which closes the session).
+  // Drains the datagrams already waiting (stale answers of an earlier try; at most
+  // kMaxStaleDrained), then sends all bytes. Returns the number sent; 0 when len < 1, when the
+  // socket cannot be opened, or when a socket call fails (which closes the session).
   std::int32_t Send(const std::uint8_t* data, std::int32_t len);
-  // Waits up to the time-out for a datagram from the peer; datagrams from anyone else are
-  // thrown away and the wait starts again with the full time-out. Mode kReceiveOne returns
-  // one datagram's length; kReceiveFill appends datagrams until `size` bytes are filled and
-  // returns what it gathered when the wait runs out. A time-out with nothing received, or a
-  // failed call, closes the session and returns 0.
+  // Waits up to the time-out from now for a datagram from the peer; see ReceiveUntil.
   std::int32_t Receive(std::uint8_t* buffer, std::int32_t size, int mode);
+  // Waits until `deadline` for a datagram from the peer. Datagrams from anyone else are thrown
+  // away and never move the deadline, so a flood from elsewhere cannot hold the wait open.
+  // Mode kReceiveOne returns one datagram's length (0 for an empty one); kReceiveFill appends
+  // datagrams until `size` bytes are filled and returns what it gathered when the wait runs
+  // out. kNothingReceived when nothing came in time or a call failed; either closes the
+  // session.
+  std::int32_t ReceiveUntil(std::uint8_t* buffer, std::int32_t size, int mode,
+                            std::chrono::steady_clock::time_point deadline);
   void Close();
 
   // For an agent that answers within a few hundred microseconds (one on this machine): Receive
@@ -71,14 +81,17 @@ class CUdpSession {
   const logs::DatagramEnds& Ends() const { return ends_; }
   const std::wstring& Host() const { return host_; }
   std::uint16_t Port() const { return port_; }
+  int TimeoutMs() const { return timeout_ms_; }
 
  private:
   bool FromPeer(const sockaddr_storage& from) const;
-  // The spinning part of Receive: the length of an answer from the peer, 0 when none came
-  // within the spin, -1 when the socket failed. A datagram from anyone else moves
-  // out_wait_from, where the full time-out starts.
+  // The spinning part of ReceiveUntil, until `until`: the length of an answer from the peer,
+  // kSpinNothing when none came, kSpinFailed when the socket failed. Datagrams from anyone else
+  // are thrown away.
+  static constexpr std::int32_t kSpinNothing = -1;
+  static constexpr std::int32_t kSpinFailed = -2;
   std::int32_t SpinForAnswer(std::uint8_t* buffer, std::int32_t size,
-                             std::chrono::steady_clock::time_point& out_wait_from);
+                             std::chrono::steady_clock::time_point until);
   void NoteAnswerTime(std::chrono::steady_clock::duration waited);
   // Our end as the socket is bound; bound to any address, the address the kernel sends from to
   // the peer, so the log shows where the datagrams really came from.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -55,7 +56,7 @@ std::wstring DecodeUtf16(std::string_view bytes, bool little_endian) {
   return out;
 }
 
-std::wstring DecodeFile(std::string_view bytes) {
+std::wstring DecodeText(std::string_view bytes) {
   if (bytes.size() >= 3 && bytes.substr(0, 3) == "\xEF\xBB\xBF") {
     return FromUtf8Lenient(bytes.substr(3));
   }
@@ -66,6 +67,14 @@ std::wstring DecodeFile(std::string_view bytes) {
     return DecodeUtf16(bytes.substr(2), false);
   }
   return FromUtf8Lenient(bytes);
+}
+
+// An editor may add its byte-order mark before one that is already there; a mark left in the
+// text would hide the first section's header, and come back as the file's own mark when saved.
+std::wstring DecodeFile(std::string_view bytes) {
+  std::wstring text = DecodeText(bytes);
+  text.erase(0, text.find_first_not_of(L'\uFEFF'));
+  return text;
 }
 
 // A value with blanks at either end, or one that is itself quoted, would not read back as it
@@ -96,12 +105,17 @@ bool CIniFile::Load() {
   std::ifstream in(path_, std::ios::binary);
   if (!in)
     return false;
+  // Read in steps: a file of a few kilobytes must not cost a buffer of the largest one.
+  constexpr std::size_t kStep = 64u << 10;
   std::string bytes;
-  bytes.resize(kMaxFileBytes);
-  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  while (in && bytes.size() < kMaxFileBytes) {
+    const std::size_t at = bytes.size();
+    bytes.resize(std::min(at + kStep, kMaxFileBytes));
+    in.read(bytes.data() + at, static_cast<std::streamsize>(bytes.size() - at));
+    bytes.resize(at + static_cast<std::size_t>(in.gcount()));
+  }
   if (in.bad())
     return false;
-  bytes.resize(static_cast<std::size_t>(in.gcount()));
   Parse(bytes);
   return true;
 }

@@ -1,12 +1,18 @@
 // The log cores: lines from many threads, LogEvent, row splitting and the saved file bytes.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "logs/event_log.h"
 #include "logs/log_entry_points.h"
+#include "logs/log_queue.h"
 #include "logs/transaction_log.h"
 #include "support/hex_bytes.h"
 #include "util/string_table.h"
@@ -128,6 +134,88 @@ TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
               LineStart(log.Shown(3)) + "[a-source-name-over-21]RX:" + std::string(5, ' ') +
               "\tab " + LineStart(log.Shown(4)) + "[Ping]:" + std::string(14, ' ') + "\t" + reply);
   EXPECT_EQ(log.SavedFileBytes(), expected);
+}
+
+TEST(LogQueue, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
+  logs::CLogQueue<int> queue;
+  for (int burst = 0; burst < 2; ++burst) {
+    SCOPED_TRACE(burst);
+    std::set<std::size_t> capacities;
+    for (int i = 0; i < 100000; ++i) {
+      queue.Add(std::make_unique<int>(i));
+      capacities.insert(queue.PendingCapacity());
+    }
+    // 1024, 2048 ... 131072 the first time; the same array again the second.
+    EXPECT_EQ(capacities.size(), burst == 0 ? 8U : 1U);
+    EXPECT_EQ(*capacities.rbegin(), 131072U);
+    const logs::LogTickResult tick = queue.MovePending();
+    EXPECT_EQ(tick.appended, logs::kMaxShownRows);
+    EXPECT_EQ(queue.Shown(0), 100000 - 1024);
+    EXPECT_EQ(queue.PendingCount(), 0U);
+  }
+}
+
+// An entry that, when freed, asks from another thread whether the queue's lock is free: threads
+// that log must never wait while the window frees rows.
+struct ProbedEntry;
+struct LockProbe {
+  logs::CLogQueue<ProbedEntry>* queue = nullptr;
+  int freed = 0, while_locked = 0;
+  std::vector<std::future<std::size_t>> asks;  // a blocked ask ends once the lock is let go
+};
+struct ProbedEntry {
+  explicit ProbedEntry(LockProbe* p) : probe(p) {}
+  ~ProbedEntry() {
+    if (probe == nullptr)
+      return;
+    ++probe->freed;
+    auto ask = std::async(std::launch::async, [q = probe->queue] { return q->PendingCount(); });
+    if (ask.wait_for(std::chrono::seconds(2)) != std::future_status::ready)
+      ++probe->while_locked;
+    probe->asks.push_back(std::move(ask));
+  }
+  LockProbe* probe;
+};
+
+TEST(LogQueue, RowsAreFreedAfterTheLockIsLetGo) {
+  using Queue = logs::CLogQueue<ProbedEntry>;
+  const auto add = [](Queue& q, int count, LockProbe* first) {
+    for (int i = 0; i < count; ++i)
+      q.Add(std::make_unique<ProbedEntry>(i == 0 ? first : nullptr));
+  };
+  const struct {
+    const char* what;
+    std::function<void(Queue&, LockProbe*)> run;
+  } cases[] = {
+      {"pushed out by a tick",
+       [&](Queue& q, LockProbe* p) {
+         add(q, 1024, p);
+         q.MovePending();
+         add(q, 1, nullptr);
+         q.MovePending();
+       }},
+      {"dropped unshown by a tick",
+       [&](Queue& q, LockProbe* p) {
+         add(q, 1025, p);
+         q.MovePending();
+       }},
+      {"reset",
+       [&](Queue& q, LockProbe* p) {
+         add(q, 3, p);
+         q.MovePending();
+         q.ResetShown();
+       }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Queue queue;
+    LockProbe probe;
+    probe.queue = &queue;
+    c.run(queue, &probe);
+    EXPECT_EQ(probe.freed, 1);
+    EXPECT_EQ(probe.while_locked, 0);
+    probe.asks.clear();
+  }
 }
 
 }  // namespace

@@ -17,12 +17,16 @@ using namespace net;
 // Any character separates IPv4 parts: the pattern has always been this loose. More than 7
 // colons is refused whatever the rest says.
 TEST(AddressTest, IPv4AndIPv6TextValidation) {
+  static const std::wstring kLong(5000, L'1');
   const std::pair<std::string, std::vector<const wchar_t*>> cases[] = {
       {"v4", {L"192.168.001.010", L"255.255.255.254", L"1x2x3x4"}},
-      {"v6", {L"::", L"FE80::ABCD:1%65535", L"1:2:3:4:5:6:7:8"}},
+      {"v6",
+       {L"::", L"FE80::ABCD:1%65535", L"1:2:3:4:5:6:7:8",
+        L"1111:2222:3333:4444:5555:6666:7777:8888%65535"}},
       {"",
        {L"0.0.0.0", L"255.255.255.255", L"256.1.1.1", L"1.2.3", L" 1.2.3.4", L"fe80::1%65536",
-        L"fe80::1%eth0", L"1::2:3:4:5:6:7:8", L"12345::1", L"g::1"}}};
+        L"fe80::1%eth0", L"1::2:3:4:5:6:7:8", L"12345::1", L"g::1", L"1.2.3.4\n",
+        L"1111:2222:3333:4444:5555:6666:7777:8888%655350", kLong.c_str()}}};
   for (const auto& [valid_as, texts] : cases) {
     for (const wchar_t* t : texts) {
       EXPECT_EQ(std::string(IsValidIPv4Text(t) ? "v4" : "") + (IsValidIPv6Text(t) ? "v6" : ""),
@@ -55,6 +59,39 @@ TEST(AddressTest, OnlyNamesAreLookedUp) {
   EXPECT_EQ(text, L"::1%2");
   EXPECT_EQ(g_lookups, 2);
   SetHostLookupForTesting(nullptr);
+}
+
+// Dotted text as inet_addr reads it (short forms too), all ones and zero refused; numeric IPv6
+// only, a scope kept when it is there.
+TEST(AddressTest, ConversionsOfDottedAndIPv6Text) {
+  const struct {
+    const wchar_t* text;
+    const char* dotted;  // nullptr: refused
+  } dotted[] = {
+      {L"10.0.0.1", "10.0.0.1"}, {L"127.1", "127.0.0.1"},       {L"192.168.001.010", "192.168.1.8"},
+      {L"0.0.0.0", nullptr},     {L"255.255.255.255", nullptr}, {L"1.2.3", "1.2.0.3"},
+      {L"host", nullptr}};
+  for (const auto& c : dotted) {
+    std::uint32_t addr = 0;
+    std::wstring back = L"old";
+    EXPECT_EQ(DottedToAddress(c.text, addr), c.dotted != nullptr) << tvkutil::ToUtf8(c.text);
+    if (c.dotted == nullptr) {
+      EXPECT_EQ(addr, 0xFFFFFFFFU);
+      continue;
+    }
+    EXPECT_TRUE(AddressToDotted(addr, back));
+    EXPECT_EQ(tvkutil::ToUtf8(back), c.dotted);
+  }
+  sockaddr_in6 a6{};
+  EXPECT_TRUE(ParseIPv6Address(L"::1%0", a6));
+  EXPECT_TRUE(IN6_IS_ADDR_LOOPBACK(&a6.sin6_addr));
+  EXPECT_FALSE(ParseIPv6Address(L"localhost", a6));  // never a lookup
+  EXPECT_FALSE(ParseIPv6Address(L"1.2.3.4", a6));
+  std::wstring text;
+  EXPECT_TRUE(ResolveIPv6Host(L"fe80::1%3", 5, text));
+  EXPECT_EQ(text, L"fe80::1%3");
+  EXPECT_FALSE(ResolveIPv6Host(L"fe80::1::2", 5, text));
+  EXPECT_EQ(text, L"");
 }
 
 }  // namespace

@@ -1,7 +1,13 @@
-// The request exchange against a scripted agent on loopback.
+// The request exchange against a scripted agent on loopback (IPv4 and IPv6), and its failures
+// through stand-in socket calls.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
+#include <functional>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -15,6 +21,7 @@
 namespace {
 
 using namespace testing_support;
+using namespace std::chrono_literals;
 using Replies = std::vector<FakeAgent::Reply>;
 using Clock = std::chrono::steady_clock;
 
@@ -22,70 +29,131 @@ using Clock = std::chrono::steady_clock;
 const Bytes kGetRequest =
     Hex("30 26 02 01 01 04 06 67 65 74 63 6f 6d a0 19 02 01 07 02 01 00 02 01 00"
         "30 0e 30 0c 06 08 2b 06 01 02 01 01 01 00 05 00");
+const Bytes kSysDescr = Hex("2b 06 01 02 01 01 01 00");
 
 Bytes GoodReply(std::uint32_t request_id = 7, std::string_view community = "getcom") {
-  return Response(1, community, request_id, 0, 0,
-                  VarBind(Hex("2b 06 01 02 01 01 01 00"), Str("hello")));
+  return Response(1, community, request_id, 0, 0, VarBind(kSysDescr, Str("hello")));
+}
+// Not the agent's answer: taking it would show in the value or, first, in the binding count.
+Bytes StrayReply(std::uint32_t request_id = 7) {
+  return Response(1, "getcom", request_id, 0, 0,
+                  Cat({VarBind(kSysDescr, Str("stray")), VarBind(kSysDescr, Int(1))}));
 }
 
-FakeAgent Always(const Replies& replies) {
-  return FakeAgent([replies](const auto&, int) { return replies; });
+FakeAgent Always(const Replies& replies, int family = AF_INET) {
+  return FakeAgent([replies](const auto&, int) { return replies; }, family);
 }
 
 long Ms(Clock::time_point a, Clock::time_point b) {
   return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(b - a).count());
 }
 
-net::UdpSettings Settings(int retries, int timeout_ms) {
-  return {.use_ipv6 = false, .request_timeout_ms = timeout_ms, .retries = retries, .adapter = {}};
+net::UdpSettings Settings(int retries, int timeout_ms, bool ipv6 = false) {
+  return {.use_ipv6 = ipv6, .request_timeout_ms = timeout_ms, .retries = retries, .adapter = {}};
 }
+
+bool WaitUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 5s) {
+  const auto deadline = Clock::now() + limit;
+  while (!done()) {
+    if (Clock::now() > deadline)
+      return false;
+    std::this_thread::sleep_for(1ms);
+  }
+  return true;
+}
+
+// Every datagram the exchange hands over, as it comes (one thread: the requester's).
+struct RecordingSink : logs::ITransactionSink {
+  struct Entry {
+    std::int32_t direction;
+    Bytes bytes;
+    logs::DatagramEnds ends;
+  };
+  void LogDatagram(std::int32_t direction, std::wstring_view, std::span<const std::uint8_t> bytes,
+                   const logs::DatagramEnds& ends) override {
+    entries.push_back({direction, Bytes(bytes.begin(), bytes.end()), ends});
+  }
+  void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
+  std::size_t Count(std::int32_t direction) const {
+    return static_cast<std::size_t>(std::count_if(
+        entries.begin(), entries.end(), [&](const Entry& e) { return e.direction == direction; }));
+  }
+  std::vector<Entry> entries;
+};
 
 struct Outcome {
   int result = 99;
   int thrown = 0;  // the SNMPINTERNALERROR, if one was thrown
+  long ms = 0;
+  std::wstring value;  // of the first binding when the result is 0
+  int bindings = 0;
+  RecordingSink sink;
 };
-Outcome RunGet(const FakeAgent& agent, int retries, int timeout_ms) {
+Outcome RunGet(std::uint16_t port, const net::UdpSettings& settings,
+               net::IUdpSocketOps* ops = nullptr, const wchar_t* host = nullptr) {
   snmp::CSNMPMessage request(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest),
       response(snmp::kPduResponse);
   request.SetRequestId(7);
   request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
   Outcome o;
+  const auto start = Clock::now();
   try {
-    o.result = net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(retries, timeout_ms),
-                                    L"Get", request, response, logs::TransactionLogSink());
+    o.result = net::ExchangeRequest(host != nullptr     ? host
+                                    : settings.use_ipv6 ? L"::1"
+                                                        : L"127.0.0.1",
+                                    port, settings, L"Get", request, response, o.sink, ops);
   } catch (net::SNMPINTERNALERROR e) {
     o.thrown = e;
   }
+  o.ms = Ms(start, Clock::now());
+  o.bindings = response.VarBinds().Count();
+  std::uint32_t tag = 0;
+  if (o.result == 0 && o.bindings > 0)
+    response.GetVarBind(1)->ValueText(o.value, tag);
   return o;
+}
+Outcome RunGet(const FakeAgent& agent, int retries, int timeout_ms) {
+  return RunGet(agent.Port(), Settings(retries, timeout_ms));
 }
 
 TEST(RequestExchange, SilentAgentGetsRetriesPlusOneIdenticalDatagramsEachAfterAFullWait) {
   const FakeAgent agent = Always({});
-  const auto start = Clock::now();
   const Outcome o = RunGet(agent, 2, 150);
-  EXPECT_GE(Ms(start, Clock::now()), 3 * 150);
+  EXPECT_GE(o.ms, 3 * 150);
   EXPECT_EQ(o.thrown, -6);
   EXPECT_EQ(net::SnmpInternalErrorText(o.thrown, L"h", false),
             L"Timed out while waiting for response from remote host");
+  ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= 3; }));
   const auto got = agent.Received();
   ASSERT_EQ(got.size(), 3U);
   for (const auto& d : got)
     EXPECT_EQ(d.bytes, kGetRequest);
-  for (std::size_t i = 1; i < got.size(); ++i)
+  for (std::size_t i = 1; i < got.size(); ++i) {
     EXPECT_GE(Ms(got[i - 1].at, got[i].at), 140);  // agent-side clock slack
+    // A try that timed out closed its socket; the next goes from a new one.
+    EXPECT_NE(reinterpret_cast<const sockaddr_in&>(got[i - 1].from).sin_port,
+              reinterpret_cast<const sockaddr_in&>(got[i].from).sin_port);
+  }
 }
 
-TEST(RequestExchange, OnlyTheMatchingReplyFromTheAgentsPortIsTaken) {
+TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
   const struct {
     const char* what;
     Replies replies;
     int result;
+    long min_ms;         // how long the exchange must have waited at least
+    std::size_t logged;  // datagrams received and logged: only the agent's
   } cases[] = {
-      {"another request id", {{GoodReply(8)}}, -8},
-      {"another community", {{GoodReply(7, "public")}}, -7},
-      // Taking the stray one would give -8; the real one comes after the first wait would have
-      // ended, but within the restarted one.
-      {"stray from another port", {{GoodReply(99), 100, true}, {GoodReply(), 350, false}}, 0},
+      {"another community", {{GoodReply(7, "public")}}, -7, 0, 1},
+      // An answer to another request is waited past within the same try; with nothing else by
+      // the end, the mismatch is the result.
+      {"another request id only", {{GoodReply(8)}}, -8, 300, 1},
+      {"another request id first",
+       {{StrayReply(6), 0, false}, {GoodReply(), 100, false}},
+       0,
+       100,
+       2},
+      {"stray from another port", {{StrayReply(7), 0, true}, {GoodReply(), 100, false}}, 0, 100, 1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -93,24 +161,54 @@ TEST(RequestExchange, OnlyTheMatchingReplyFromTheAgentsPortIsTaken) {
     const Outcome o = RunGet(agent, 0, 300);
     EXPECT_EQ(o.thrown, 0);
     EXPECT_EQ(o.result, c.result);
-    EXPECT_EQ(agent.Received().size(), 1U);
+    EXPECT_GE(o.ms, c.min_ms - 10);
+    if (c.result == 0) {
+      EXPECT_EQ(o.value, L"hello");
+      EXPECT_EQ(o.bindings, 1);
+    }
+    EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 1U);
+    EXPECT_EQ(o.sink.Count(logs::kDirectionReceived), c.logged);
   }
 }
 
-TEST(RequestExchange, ReplyTruncatedAtAnyByteGivesACodeAndNeverCrashes) {
-  const Bytes full = GoodReply();
-  // The n-th request gets the first n bytes of the reply.
-  const FakeAgent agent([&](const auto&, int n) {
-    return Replies{{Bytes(full.begin(), full.begin() + static_cast<std::ptrdiff_t>(n))}};
-  });
-  EXPECT_EQ(RunGet(agent, 0, 100).thrown, -6);  // an empty datagram is no answer
-  for (std::size_t cut = 1; cut < full.size(); ++cut) {
-    SCOPED_TRACE(cut);
-    const Outcome o = RunGet(agent, 0, 100);
-    EXPECT_EQ(o.thrown, 0);
-    EXPECT_LT(o.result, 0);
+// Neither a flood from another port nor one with other request ids from the agent's own port
+// holds a try beyond its time-out: with no answer, the request ends after (Retries + 1) x the
+// time-out.
+TEST(RequestExchange, AFloodNeverStretchesTheWait) {
+  const int retries = 2, timeout_ms = 300, expected_ms = (retries + 1) * timeout_ms;
+  const struct {
+    const char* what;
+    Replies flood;
+    int thrown, result;
+  } cases[] = {
+      {"from another port", {{GoodReply(), 0, true}}, -6, 99},
+      {"with other request ids", {{GoodReply(8), 0, false}, {GoodReply(6), 0, false}}, 0, -8},
+      {"both", {{GoodReply(), 0, true}, {GoodReply(8), 0, false}}, 0, -8},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    FakeAgent agent = Always({});
+    agent.StartFlood(c.flood, 100us, 40000);  // gives up after 4 s at the least
+    const Outcome o = RunGet(agent, retries, timeout_ms);
+    EXPECT_EQ(o.thrown, c.thrown);
+    EXPECT_EQ(o.result, c.result);
+    EXPECT_GE(o.ms, expected_ms - 10);
+    EXPECT_LE(o.ms, expected_ms * 11 / 10);
+    EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 3U);
   }
-  EXPECT_EQ(RunGet(agent, 0, 100).result, 0);  // the whole reply, last
+}
+
+TEST(RequestExchange, EmptyOrTruncatedReplyIsJudgedAtOnceAndNeverCrashes) {
+  const Bytes full = GoodReply();
+  for (std::size_t cut = 0; cut <= full.size(); ++cut) {
+    SCOPED_TRACE(cut);
+    const FakeAgent agent = Always({{Bytes(full.begin(), full.begin() + static_cast<long>(cut))}});
+    const Outcome o = RunGet(agent, 2, 5000);
+    EXPECT_EQ(o.thrown, 0);
+    EXPECT_EQ(o.result < 0, cut < full.size());
+    EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 1U);  // an empty reply is no reason to resend
+    EXPECT_LT(o.ms, 2500);
+  }
 }
 
 TEST(RequestExchange, StaleAnswerIsDrainedBeforeTheNextSend) {
@@ -124,24 +222,204 @@ TEST(RequestExchange, StaleAnswerIsDrainedBeforeTheNextSend) {
   std::uint8_t buffer[64];
   ASSERT_EQ(session.Send(&ping, 1), 1);
   ASSERT_EQ(session.Receive(buffer, sizeof buffer, net::kReceiveOne), 1);
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the stale one is waiting now
+  ASSERT_TRUE(WaitUntil([&] { return agent.RepliesSent() == 2; }));  // the stale one waits now
   ASSERT_EQ(session.Send(&ping, 1), 1);
   EXPECT_EQ(session.Receive(buffer, sizeof buffer, net::kReceiveOne), 3);
   EXPECT_EQ(buffer[0], 0xCC);
 }
 
-TEST(RequestExchange, TrapIsSentOnceAndNeverWaitedFor) {
+TEST(RequestExchange, TrapsAreSentOnceAndNeverWaitedFor) {
+  for (const auto& [version, type] : {std::pair{snmp::kSnmpVersion1, snmp::kPduTrapV1},
+                                      std::pair{snmp::kSnmpVersion2c, snmp::kPduTrapV2}}) {
+    SCOPED_TRACE(type);
+    const FakeAgent agent = Always({});
+    snmp::CSNMPMessage trap(version, L"getcom", type), unused(snmp::kPduResponse);
+    trap.AddVarBind(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"100");
+    trap.SetEnterprise(L".1.3.6.1.4.1.99");  // both ignored by a v2c trap
+    trap.SetAgentAddress(L"127.0.0.1");
+    RecordingSink sink;
+    const auto start = Clock::now();
+    EXPECT_EQ(net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(3, 5000), L"sendTrap", trap,
+                                   unused, sink),
+              0);
+    EXPECT_LT(Ms(start, Clock::now()), 1000);
+    EXPECT_EQ(sink.entries.size(), 1U);
+    EXPECT_TRUE(WaitUntil([&] { return agent.Received().size() == 1; }));
+  }
+}
+
+TEST(RequestExchange, OverIPv6OnlyTheAgentsAddressAndPortAnswer) {
+  const FakeAgent agent = Always({{StrayReply(), 0, true}, {GoodReply(), 50, false}}, AF_INET6);
+  const Outcome o = RunGet(agent.Port(), Settings(0, 1000, true));
+  ASSERT_EQ(o.thrown, 0);
+  EXPECT_EQ(o.result, 0);
+  EXPECT_EQ(o.value, L"hello");
+  ASSERT_EQ(agent.Received().size(), 1U);
+  EXPECT_EQ(agent.Received()[0].bytes, kGetRequest);
+  // Both ends as the log keeps them: ::1 on either side, the agent's port.
+  ASSERT_EQ(o.sink.entries.size(), 2U);
+  const auto& ends = o.sink.entries[1].ends;
+  ASSERT_EQ(ends.local.ss_family, AF_INET6);
+  ASSERT_EQ(ends.remote.ss_family, AF_INET6);
+  const auto& local = reinterpret_cast<const sockaddr_in6&>(ends.local);
+  const auto& remote = reinterpret_cast<const sockaddr_in6&>(ends.remote);
+  EXPECT_TRUE(IN6_IS_ADDR_LOOPBACK(&local.sin6_addr));
+  EXPECT_TRUE(IN6_IS_ADDR_LOOPBACK(&remote.sin6_addr));
+  EXPECT_EQ(ntohs(remote.sin6_port), agent.Port());
+  EXPECT_EQ(local.sin6_port,
+            reinterpret_cast<const sockaddr_in6&>(agent.Received()[0].from).sin6_port);
+}
+
+TEST(RequestExchange, DatagramsLeaveFromTheChosenAdaptersAddress) {
+  const FakeAgent agent = Always({{GoodReply()}});
+  net::UdpSettings settings = Settings(0, 1000);
+  settings.adapter = {L"lo[127.0.0.2]", L"127.0.0.2", 1, ::inet_addr("127.0.0.2"), 0xFFFFFFFF};
+  const Outcome o = RunGet(agent.Port(), settings);
+  EXPECT_EQ(o.result, 0);
+  ASSERT_EQ(agent.Received().size(), 1U);
+  EXPECT_EQ(reinterpret_cast<const sockaddr_in&>(agent.Received()[0].from).sin_addr.s_addr,
+            ::inet_addr("127.0.0.2"));
+  ASSERT_FALSE(o.sink.entries.empty());
+  EXPECT_EQ(reinterpret_cast<const sockaddr_in&>(o.sink.entries[0].ends.local).sin_addr.s_addr,
+            ::inet_addr("127.0.0.2"));
+}
+
+// The real socket calls, with one made to fail.
+struct FaultyOps : net::IUdpSocketOps {
+  enum Fault { kNone, kSocket, kBind, kSendFails, kSendStopsShort, kWaitFails };
+  explicit FaultyOps(Fault f) : fault(f) {}
+  int Socket(int family) override {
+    ++sockets;
+    if (fault == kSocket) {
+      errno = EMFILE;
+      return -1;
+    }
+    return real.Socket(family);
+  }
+  int Bind(int fd, const sockaddr* a, socklen_t n) override {
+    if (fault == kBind) {
+      errno = EADDRNOTAVAIL;
+      return -1;
+    }
+    return real.Bind(fd, a, n);
+  }
+  ssize_t SendTo(int fd, const void* d, std::size_t n, const sockaddr* to, socklen_t l) override {
+    ++sends;
+    if (fault == kSendFails || (fault == kSendStopsShort && sends > 1)) {
+      errno = ENOBUFS;
+      return -1;
+    }
+    if (fault == kSendStopsShort)
+      return static_cast<ssize_t>(n) - 1;  // all but the last byte, as far as we are told
+    return real.SendTo(fd, d, n, to, l);
+  }
+  ssize_t RecvFrom(int fd, void* d, std::size_t n, sockaddr* from, socklen_t* l) override {
+    return real.RecvFrom(fd, d, n, from, l);
+  }
+  int WaitReadable(int fd, int timeout_ms) override {
+    if (fault == kWaitFails) {
+      errno = EBADF;
+      return -1;
+    }
+    return real.WaitReadable(fd, timeout_ms);
+  }
+  void Close(int fd) override {
+    ++closes;
+    real.Close(fd);
+  }
+  net::IUdpSocketOps& real = net::PosixUdpSocketOps();
+  Fault fault;
+  int sockets = 0, sends = 0, closes = 0;
+};
+
+TEST(RequestExchange, EachFailureThrowsItsCodeWithItsText) {
+  const FakeAgent agent = Always({{GoodReply()}});
+  const struct {
+    FaultyOps::Fault fault;
+    const wchar_t* host;
+    int thrown;
+    const wchar_t* text;
+  } cases[] = {
+      {FaultyOps::kBind, nullptr, -1, L"Unable to bind to local adapter"},
+      {FaultyOps::kNone, L"1.2.3", -2, L"Unable to resolve IPv4 host 'h'"},
+      {FaultyOps::kSendFails, nullptr, -5, L"Unable to transmit message to remote host"},
+      {FaultyOps::kSendStopsShort, nullptr, -5, L"Unable to transmit message to remote host"},
+      {FaultyOps::kSocket, nullptr, -7, L"Unknown error"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.thrown);
+    FaultyOps ops(c.fault);
+    const Outcome o = RunGet(agent.Port(), Settings(3, 5000), &ops, c.host);
+    EXPECT_EQ(o.thrown, c.thrown);
+    EXPECT_EQ(net::SnmpInternalErrorText(o.thrown, L"h", false), c.text);
+    EXPECT_EQ(o.sink.entries.size(), 0U);  // nothing went out, so nothing is logged
+    EXPECT_EQ(ops.closes, c.fault == FaultyOps::kSocket ? 0 : ops.sockets);  // none left open
+  }
+  // A message too long for the 65535-byte buffer cannot be built.
+  snmp::CSNMPMessage set(snmp::kSnmpVersion2c, L"setcomm", snmp::kPduSetRequest),
+      response(snmp::kPduResponse);
+  for (int i = 0; i < 20; ++i)
+    set.AddVarBind(L".1.3.6.1.2.1.1.4.0", snmp::kTagOctetString, std::wstring(4000, L'x'));
+  RecordingSink sink;
+  try {
+    net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(0, 100), L"Set", set, response, sink);
+    ADD_FAILURE() << "no exception";
+  } catch (net::SNMPINTERNALERROR e) {
+    EXPECT_EQ(e, -4);
+    EXPECT_EQ(net::SnmpInternalErrorText(e, L"h", false), L"Unable to build message for transmit");
+  }
+  EXPECT_EQ(sink.entries.size(), 0U);
+}
+
+TEST(RequestExchange, AFailedWaitEndsItsTryAtOnceAndTheNextGoesFromANewSocket) {
+  const FakeAgent agent = Always({{GoodReply()}});
+  FaultyOps ops(FaultyOps::kWaitFails);
+  const Outcome o = RunGet(agent.Port(), Settings(2, 5000), &ops);
+  EXPECT_EQ(o.thrown, -6);
+  EXPECT_LT(o.ms, 2500);
+  EXPECT_EQ(ops.sockets, 3);
+  EXPECT_EQ(ops.closes, 3);
+  EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 3U);
+}
+
+// A socket that always has a datagram from someone else waiting, for 3 s: the stale ones thrown
+// away before a send are bounded, and each try still ends at its time-out.
+struct EndlessQueueOps : FaultyOps {
+  EndlessQueueOps() : FaultyOps(kNone) {}
+  bool Flooding() const { return Clock::now() - start < 3s; }
+  ssize_t RecvFrom(int fd, void* d, std::size_t n, sockaddr* from, socklen_t* l) override {
+    ++receives;
+    if (!Flooding())
+      return real.RecvFrom(fd, d, n, from, l);
+    sockaddr_in other{AF_INET, htons(9), {htonl(INADDR_LOOPBACK)}, {}};
+    std::memcpy(from, &other, sizeof other);
+    *l = sizeof other;
+    return 1;
+  }
+  int WaitReadable(int fd, int timeout_ms) override {
+    receives = 0;  // what is read from here on is waited for, not drained
+    return Flooding() ? 1 : real.WaitReadable(fd, timeout_ms);
+  }
+  ssize_t SendTo(int fd, const void* d, std::size_t n, const sockaddr* to, socklen_t l) override {
+    receives_before_send.push_back(receives);
+    receives = 0;
+    return FaultyOps::SendTo(fd, d, n, to, l);
+  }
+  Clock::time_point start = Clock::now();
+  int receives = 0;
+  std::vector<int> receives_before_send;
+};
+
+TEST(RequestExchange, ASocketThatIsNeverEmptyHoldsNeitherTheSendNorTheWait) {
   const FakeAgent agent = Always({});
-  snmp::CSNMPMessage trap(snmp::kSnmpVersion2c, L"getcom", snmp::kPduTrapV2),
-      unused(snmp::kPduResponse);
-  trap.AddVarBind(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"100");
-  const auto start = Clock::now();
-  EXPECT_EQ(net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(3, 5000), L"sendTrap", trap,
-                                 unused, logs::TransactionLogSink()),
-            0);
-  EXPECT_LT(Ms(start, Clock::now()), 1000);
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  EXPECT_EQ(agent.Received().size(), 1U);
+  EndlessQueueOps ops;
+  const Outcome o = RunGet(agent.Port(), Settings(1, 200), &ops);
+  EXPECT_EQ(o.thrown, -6);
+  EXPECT_GE(o.ms, 400 - 10);
+  EXPECT_LE(o.ms, 440);
+  ASSERT_EQ(ops.receives_before_send.size(), 2U);
+  for (int drained : ops.receives_before_send)
+    EXPECT_LE(drained, net::kMaxStaleDrained + 1);
 }
 
 }  // namespace
@@ -166,6 +444,7 @@ TEST(SnmpRequester, OneSocketForEveryRequestAndAStopTestAfterEachSilentTry) {
   EXPECT_EQ(requester.Request(request, response, [&] { return ++tests == 2; }), std::nullopt);
   EXPECT_EQ(tests, 2);
   EXPECT_GE(Ms(start, Clock::now()), 2 * 100);
+  ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= 4; }));
   const auto got = agent.Received();
   ASSERT_EQ(got.size(), 4U);  // two answered, then two tries before the stop
   const auto port = [](const FakeAgent::Datagram& d) {
@@ -194,9 +473,9 @@ struct CountingOps : net::IUdpSocketOps {
 TEST(SnmpRequester, QuickAnswerWaitTakesOnlyThePeerAndStopsSpinningForASlowAgent) {
   for (int delay_ms : {0, 5}) {
     SCOPED_TRACE(testing::Message() << "answers after " << delay_ms << " ms");
-    // A stray answer from another port comes first; whoever takes it gets -8.
+    // A stray answer from another port comes first; whoever takes it gets -9.
     const FakeAgent agent([delay_ms](const FakeAgent::Datagram& d, int) {
-      return Replies{{GoodReply(99), 0, true}, {GoodReply(d.bytes[17]), delay_ms, false}};
+      return Replies{{StrayReply(d.bytes[17]), 0, true}, {GoodReply(d.bytes[17]), delay_ms, false}};
     });
     CountingOps ops;
     net::CSnmpRequester requester(L"127.0.0.1", agent.Port(), Settings(0, 1000), L"walkMIB",

@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "app/sondara_utility_app.h"
-#include "snmp/snmp_message.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/registered_transaction_log.h"
+#include "support/request_reader.h"
 #include "support/snmpd_process.h"
 #include "util/temp_folder.h"
 
@@ -62,17 +62,14 @@ struct Operation {
   pages::CGetSetOperation op;
 };
 
-// Answers every Get with sysDescr.0 = Integer32 7 and the request's id, community and version.
+// Answers every Get with sysDescr.0 = Integer32 7 and the request's id, community and version,
+// read from the bytes by the agent's own reader.
 FakeAgent EchoAgent() {
   return FakeAgent([](const FakeAgent::Datagram& d, int) {
     using namespace testing_support;
-    snmp::CSNMPMessage request(snmp::kPduGetRequest);
-    if (request.DecodeFrom(d.bytes) != 0)
-      return std::vector<FakeAgent::Reply>{};
-    const std::string community(request.Community().begin(), request.Community().end());
+    const ReadRequest request = ReadRequestFields(d.bytes);
     return std::vector<FakeAgent::Reply>{
-        {Response(static_cast<std::uint32_t>(request.Version()), community,
-                  static_cast<std::uint32_t>(request.RequestId()), 0, 0,
+        {Response(request.version, request.community, request.id, 0, 0,
                   VarBind(Hex("2b 06 01 02 01 01 01 00"), Int(7)))}};
   });
 }
@@ -138,10 +135,8 @@ TEST(GetSetOperation, RequestIdsCountPerTargetAndCommunityAndWrapAfter255) {
   for (int i = 0; i < 256; ++i)
     o.Get();
   std::vector<std::int32_t> ids;
-  for (const auto& d : agent.Received()) {
-    snmp::CSNMPMessage m(snmp::kPduGetRequest);
-    ids.push_back(m.DecodeFrom(d.bytes) == 0 ? m.RequestId() : -1);
-  }
+  for (const auto& d : agent.Received())
+    ids.push_back(static_cast<std::int32_t>(testing_support::ReadRequestFields(d.bytes).id));
   ASSERT_EQ(ids.size(), 262U);
   EXPECT_EQ(std::vector<std::int32_t>(ids.begin(), ids.begin() + 7),
             (std::vector<std::int32_t>{0, 1, 2, 3, 0, 0, 1}));

@@ -18,6 +18,7 @@
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
+#include "support/request_reader.h"
 #include "support/snmpd_process.h"
 #include "util/temp_folder.h"
 #include "util/text.h"
@@ -47,44 +48,9 @@ struct RecordingSink : logs::IEventLineSink {
 };
 
 // A request as the agent reads it, with a reader of its own (never the product's decoder).
-struct Request {
-  std::uint32_t version = 0;
-  std::string community;
-  std::uint8_t pdu = 0;
-  std::uint32_t id = 0, second = 0, third = 0;  // error status/index, or GetBulk's two numbers
-  Bytes oid;                                    // content of the first binding's name
-};
+using Request = ReadRequest;
 Request Parse(const Bytes& d) {
-  std::size_t p = 0;
-  const auto tlv = [&](std::size_t& len) {  // the walk's requests are short: one length byte
-    const std::uint8_t tag = d.at(p++);
-    len = d.at(p++);
-    return tag;
-  };
-  const auto integer = [&] {
-    std::size_t len = 0;
-    tlv(len);
-    std::uint32_t v = 0;
-    while (len-- > 0)
-      v = v << 8 | d.at(p++);
-    return v;
-  };
-  Request r;
-  std::size_t len = 0;
-  tlv(len);
-  r.version = integer();
-  tlv(len);
-  r.community.assign(d.begin() + static_cast<long>(p), d.begin() + static_cast<long>(p + len));
-  p += len;
-  r.pdu = tlv(len);
-  r.id = integer();
-  r.second = integer();
-  r.third = integer();
-  tlv(len);
-  tlv(len);
-  tlv(len);
-  r.oid.assign(d.begin() + static_cast<long>(p), d.begin() + static_cast<long>(p + len));
-  return r;
+  return ReadRequestFields(d);
 }
 
 // sysDescr.0 (1.3.6.1.2.1.1.1.0) and its neighbours 1.3.6.1.2.1.1.n.0.
@@ -367,6 +333,35 @@ TEST(WalkMibOperation, StopIsNoticedAtTheTenthObjectOrDuringARetry) {
               (std::vector<std::wstring>{L"walkMIB started.",
                                          L"walkMIB stopped. No. of OIDs found: '0'."}));
     EXPECT_LT(silent.Received().size(), 3U);  // not all six tries
+  }
+}
+
+// "St&op" pressed at every step of a short walk, up to its last answer, where it races the
+// walk's completion: the walk ends either way, its status, results and last line agree, and
+// the next walk does not see the old stop.
+TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
+  FakeAgent agent = MibAgent(SystemMib(25));
+  Walk w(agent.Port());
+  std::size_t asked = 0;  // requests of the walks before
+  for (std::size_t step = 1; step <= 26; ++step) {
+    SCOPED_TRACE(step);
+    ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
+    // Stopped as soon as the agent has the step-th request of this walk (26: the last).
+    for (int i = 0; i < 5000 && agent.Received().size() < asked + step; ++i)
+      std::this_thread::sleep_for(std::chrono::microseconds(100));
+    w.op.StopWalk();
+    ASSERT_TRUE(w.op.WalkFinished());
+    w.op.EndWalk();
+    const std::size_t found = w.op.Results().Count();
+    if (w.op.FinalStatus() == WalkStatus::kStopped) {
+      EXPECT_TRUE(found == 10 || found == 20) << found;  // noticed at every tenth object
+      EXPECT_GE(found + 1, step);
+    } else {
+      EXPECT_EQ(w.op.FinalStatus(), WalkStatus::kComplete);
+      EXPECT_EQ(found, 25U);
+    }
+    EXPECT_EQ(w.sink.Lines().back(), w.op.FinalStatusLine());
+    asked = agent.Received().size();
   }
 }
 

@@ -1,5 +1,7 @@
 // A scripted SNMP agent on 127.0.0.1 or ::1: records every datagram it gets and answers as the
-// script says (nothing, late, twice, from another port, any bytes), from its own thread.
+// script says (nothing, late, twice, from another port, any bytes), from its own thread. The
+// replies are bytes the test wrote (support/ber_builder.h, hex), never the product's encoding.
+// It can also flood whoever sent to it last, from a thread of its own.
 #pragma once
 
 #include <netinet/in.h>
@@ -46,6 +48,8 @@ class FakeAgent {
   ~FakeAgent() {
     stop_ = true;
     thread_.join();
+    if (flood_.joinable())
+      flood_.join();
     ::close(main_);
     ::close(other_);
   }
@@ -54,6 +58,32 @@ class FakeAgent {
   std::vector<Datagram> Received() const {
     std::lock_guard lock(mutex_);
     return received_;
+  }
+  // Replies sent so far; on loopback a sent reply already waits in the receiver's socket.
+  int RepliesSent() const { return replies_sent_; }
+
+  // Sends every one of `datagrams` (delay_ms is not used) to the sender of the latest datagram
+  // received, then waits `every`, and again, for at most `rounds` rounds or until the agent is
+  // destroyed. Nothing is sent before a first datagram came.
+  void StartFlood(std::vector<Reply> datagrams, std::chrono::microseconds every, int rounds) {
+    flood_ = std::thread([this, datagrams = std::move(datagrams), every, rounds] {
+      for (int round = 0; round < rounds && !stop_; ++round) {
+        std::unique_lock lock(mutex_);
+        if (!received_.empty()) {
+          const Datagram& last = received_.back();
+          const sockaddr_storage to = last.from;
+          const socklen_t to_len = last.from_len;
+          lock.unlock();
+          for (const Reply& r : datagrams) {
+            ::sendto(r.from_other_port ? other_ : main_, r.bytes.data(), r.bytes.size(), 0,
+                     reinterpret_cast<const sockaddr*>(&to), to_len);
+          }
+        } else {
+          lock.unlock();
+        }
+        std::this_thread::sleep_for(every);
+      }
+    });
   }
 
  private:
@@ -90,6 +120,7 @@ class FakeAgent {
         std::this_thread::sleep_until(d.at + std::chrono::milliseconds(r.delay_ms));
         ::sendto(r.from_other_port ? other_ : main_, r.bytes.data(), r.bytes.size(), 0,
                  reinterpret_cast<const sockaddr*>(&d.from), d.from_len);
+        ++replies_sent_;
       }
     }
   }
@@ -100,7 +131,9 @@ class FakeAgent {
   std::atomic<bool> stop_{false};
   mutable std::mutex mutex_;
   std::vector<Datagram> received_;
+  std::atomic<int> replies_sent_{0};
   std::thread thread_;
+  std::thread flood_;
 };
 
 }  // namespace testing_support
