@@ -1,5 +1,5 @@
-// ping answers 0 on a reply and 3 without one; inside a private namespace only the address
-// that exists answers.
+// ping answers 0 on a reply and 3 without one; inside a private namespace only the addresses
+// that exist answer a ping or a sweep.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -38,6 +38,40 @@ TEST(CliPing, ReplyAndSilenceInAPrivateNetwork) {
       "3 Ping command sent to IP 198\\.18\\.0\\.7\\.\n"
       "Reply from 198\\.18\\.0\\.7 not received\\.\n");
   EXPECT_TRUE(std::regex_match(run.output, expected)) << run.output;
+}
+
+TEST(CliSweep, FindsExactlyTheAnsweringAddressesInBothModes) {
+  const auto run = testing_support::RunInPrivateNetns([] {
+    // 198.18.0.1 is the namespace's own address; 198.18.0.12 has no name.
+    const std::string error =
+        testing_support::UseHostsFile("198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n");
+    if (!error.empty())
+      return error;
+    if (!testing_support::AddAnsweringAddresses({"198.18.0.7", "198.18.0.12", "198.18.0.30"}))
+      return std::string("no answering addresses");
+    Cli cli;
+    std::string out;
+    for (const std::vector<std::string>& extra :
+         {std::vector<std::string>{}, {"--fast", "--format", "csv"}, {"--fast", "-r", "2"}}) {
+      std::vector<std::string> args = {"sweep", "198.18.0.1", "198.18.0.14", "-t", "100",
+                                       "-r",    "0"};
+      args.insert(args.end(), extra.begin(), extra.end());
+      const ProcessResult r = cli.Run(args);
+      out += std::to_string(r.status) + "\n" + r.out + r.err;
+    }
+    return out;
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  const std::string lines =
+      "sondara-cli: Device discovery started.\n"
+      "sondara-cli: Device discovery complete. No. of devices discovered '3'.\n";
+  EXPECT_EQ(run.output,
+            "0\n198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n198.18.0.12\n" + lines +
+                "0\nNo.,IP,Description\n\"1\",\"198.18.0.1\",\"alpha.test\",\n"
+                "\"2\",\"198.18.0.7\",\"bravo.test\",\n\"3\",\"198.18.0.12\",\"\",\n" +
+                lines + "0\n198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n198.18.0.12\n" + lines);
 }
 
 TEST(CliPing, AnInvalidAddressIsAUsageError) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <regex>
 #include <set>
@@ -11,6 +12,7 @@
 
 #include "cli/cli_process.h"
 #include "support/snmpd_process.h"
+#include "util/temp_folder.h"
 
 namespace {
 
@@ -75,6 +77,84 @@ std::vector<Binding> ParseNetSnmp(const std::string& text) {
     out.push_back({m[1], kTypes.count(type) ? kTypes.at(type) : type, value});
   }
   return out;
+}
+
+// The OIDs of the objects a walk printed, in either tool's text; net-snmp's closing "No more
+// variables" line and the continuation lines of values with line feeds are no objects.
+std::vector<std::string> WalkedOids(const std::string& text) {
+  std::vector<std::string> oids;
+  for (const std::string& line : Lines(text)) {
+    const std::size_t eq = line.find(" = ");
+    if (line.rfind(".1.", 0) == 0 && eq != std::string::npos &&
+        line.compare(eq + 3, 8, "No more ") != 0)
+      oids.push_back(line.substr(0, eq));
+  }
+  return oids;
+}
+
+// The bindings under `prefix`, with the value of sysUpTime.0 (which moves) left out.
+std::vector<Binding> Subtree(std::vector<Binding> bindings, const std::string& prefix) {
+  std::erase_if(bindings, [&](const Binding& b) { return b.oid.rfind(prefix, 0) != 0; });
+  for (Binding& b : bindings) {
+    if (b.oid == ".1.3.6.1.2.1.1.3.0")
+      b.value.clear();
+  }
+  return bindings;
+}
+
+// RFC 4180 records: quoted fields may hold commas and doubled quotes.
+std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
+  std::vector<std::vector<std::string>> rows;
+  std::vector<std::string> row;
+  std::string field;
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (quoted && c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
+      field += '"';
+      ++i;
+    } else if (c == '"') {
+      quoted = !quoted;
+    } else if (!quoted && c == ',') {
+      row.push_back(std::exchange(field, {}));
+    } else if (!quoted && c == '\n') {
+      row.push_back(std::exchange(field, {}));
+      rows.push_back(std::exchange(row, {}));
+    } else {
+      field += c;
+    }
+  }
+  EXPECT_FALSE(quoted) << "a quote left open";
+  EXPECT_TRUE(field.empty() && row.empty()) << "no line end after the last row";
+  return rows;
+}
+
+// How many enhanced packet blocks a pcapng file holds.
+std::size_t PacketBlocks(const std::string& file) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; at + 8 <= file.size();) {
+    const auto word = [&](std::size_t p) {
+      return static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p])) |
+             static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p + 1])) << 8 |
+             static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p + 2])) << 16 |
+             static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p + 3])) << 24;
+    };
+    count += word(at) == 6 ? 1 : 0;
+    const std::uint32_t length = word(at + 4);
+    if (length < 12)
+      return 0;
+    at += length;
+  }
+  return count;
+}
+
+// The saved transaction log's text (UTF-16LE after its byte-order mark; ASCII expected).
+std::string SavedLogText(const std::string& bytes) {
+  EXPECT_EQ(bytes.substr(0, 2), "\xFF\xFE");
+  std::string text;
+  for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
+    text.push_back(bytes[i + 1] == 0 ? bytes[i] : '?');
+  return text;
 }
 
 class CliAgainstSnmpd : public testing::Test {
@@ -231,17 +311,124 @@ TEST_F(CliAgainstSnmpd, CsvJsonAndTheSavedTransactionLog) {
             "1.3.6.1.4.1.8072.3.2.10\"}\n");
 
   // The window's saved-log format: UTF-16LE after a byte-order mark, one line per message.
-  const std::string bytes = sondara_test::ReadFile(log);
-  ASSERT_GE(bytes.size(), 2U);
-  EXPECT_EQ(bytes.substr(0, 2), "\xFF\xFE");
-  std::string text;
-  for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
-    text.push_back(bytes[i + 1] == 0 ? bytes[i] : '?');
+  const std::string text = SavedLogText(sondara_test::ReadFile(log));
   const std::vector<std::string> lines = Lines(text);
   ASSERT_EQ(lines.size(), 3U) << text;
   EXPECT_EQ(lines[0].rfind("Date", 0), 0U);
   EXPECT_NE(lines[1].find("\t[Get]TX:             \t30 "), std::string::npos) << lines[1];
   EXPECT_NE(lines[2].find("\t[Get]RX:             \t30 "), std::string::npos) << lines[2];
+}
+
+TEST_F(CliAgainstSnmpd, WalkGivesWhatSnmpwalkReads) {
+  const ProcessResult ours = cli_.Run({"walk", "127.0.0.1", "-p", port_, "-t", "5000"});
+  ASSERT_EQ(ours.status, 0) << ours.err;
+  const std::string theirs = NetSnmp("snmpwalk", {".1.3.6.1"});
+  const std::vector<std::string> our_oids = WalkedOids(ours.out);
+  // The process and connection tables move between the two walks.
+  const std::size_t their_count = WalkedOids(theirs).size();
+  EXPECT_GT(their_count, 1000U);
+  EXPECT_NEAR(static_cast<double>(our_oids.size()), static_cast<double>(their_count),
+              their_count * 0.03);
+  // The system group holds no counter, so it stays put: exactly what net-snmp reads.
+  const std::vector<Binding> system = Subtree(ParseOurs(ours.out), ".1.3.6.1.2.1.1.");
+  EXPECT_GT(system.size(), 20U);
+  EXPECT_EQ(system, Subtree(ParseNetSnmp(NetSnmp("snmpwalk", {".1.3.6.1.2.1.1"})), ""));
+  EXPECT_EQ(ours.err,
+            "sondara-cli: walkMIB started.\nsondara-cli: walkMIB complete. No. of OIDs found: '" +
+                std::to_string(our_oids.size()) + "'.\n");
+}
+
+TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkFindsTheSameObjectsAndLogsEveryMessage) {
+  sondara_test::TempFolder folder;
+  const std::string log = folder / "walk.log", capture = folder / "walk.pcapng";
+  const ProcessResult csv = Ours("walk", {".1.3.6.1.2.1.1", "--format", "csv", "-t", "5000",
+                                          "--log", log, "--pcapng", capture});
+  ASSERT_EQ(csv.status, 0) << csv.err;
+  const std::vector<std::vector<std::string>> rows = ParseCsv(csv.out);
+  ASSERT_GT(rows.size(), 1000U);
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"OID", "DataType", "Value"}));
+  std::vector<Binding> from_csv;
+  for (std::size_t i = 1; i < rows.size(); ++i) {
+    ASSERT_EQ(rows[i].size(), 4U) << i;  // every row ends in a comma
+    EXPECT_EQ(rows[i][3], "");
+    from_csv.push_back({rows[i][0], rows[i][1], rows[i][2]});
+  }
+  const std::vector<Binding> system =
+      Subtree(ParseNetSnmp(NetSnmp("snmpwalk", {".1.3.6.1.2.1.1"})), "");
+  EXPECT_EQ(Subtree(from_csv, ".1.3.6.1.2.1.1."), system);
+
+  // One request more than objects (the last answers endOfMibView), each with its answer; the
+  // file keeps them all, far beyond the window's 1024 rows.
+  const std::size_t messages = 2 * rows.size();
+  EXPECT_EQ(Lines(SavedLogText(sondara_test::ReadFile(log))).size(), 1 + messages);
+  EXPECT_EQ(PacketBlocks(sondara_test::ReadFile(capture)), messages);
+
+  const ProcessResult bulk = Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "25", "-t", "5000"});
+  ASSERT_EQ(bulk.status, 0) << bulk.err;
+  const std::vector<Binding> from_bulk = ParseOurs(bulk.out);
+  EXPECT_EQ(Subtree(from_bulk, ".1.3.6.1.2.1.1."), system);
+  EXPECT_NEAR(static_cast<double>(from_bulk.size()), static_cast<double>(from_csv.size()),
+              from_csv.size() * 0.03);
+}
+
+TEST_F(CliAgainstSnmpd, CaptureOfAGetReadsCleanInTshark) {
+  sondara_test::TempFolder folder;
+  const std::string capture = folder / "get.pcapng";
+  const ProcessResult get =
+      Ours("get", {".1.3.6.1.2.1.1.1.0", ".1.3.6.1.2.1.1.5.0", "-v", "1", "--pcapng", capture});
+  ASSERT_EQ(get.status, 0) << get.err;
+  const ProcessResult tshark = sondara_test::RunProcess({"/usr/bin/tshark",
+                                                         "-r",
+                                                         capture,
+                                                         "-d",
+                                                         "udp.port==" + port_ + ",snmp",
+                                                         "-T",
+                                                         "fields",
+                                                         "-E",
+                                                         "separator=|",
+                                                         "-e",
+                                                         "ip.dst",
+                                                         "-e",
+                                                         "udp.dstport",
+                                                         "-e",
+                                                         "udp.srcport",
+                                                         "-e",
+                                                         "snmp.version",
+                                                         "-e",
+                                                         "snmp.community",
+                                                         "-e",
+                                                         "snmp.data",
+                                                         "-e",
+                                                         "snmp.name",
+                                                         "-e",
+                                                         "frame.packet_flags_direction",
+                                                         "-e",
+                                                         "_ws.malformed",
+                                                         "-e",
+                                                         "_ws.expert.severity"});
+  ASSERT_EQ(tshark.status, 0) << tshark.err;
+  for (const std::string& line : Lines(tshark.err))
+    EXPECT_NE(line.find("Running as user"), std::string::npos) << line;
+  const std::vector<std::string> packets = Lines(tshark.out);
+  ASSERT_EQ(packets.size(), 2U) << tshark.out;
+  std::vector<std::vector<std::string>> fields;
+  for (const std::string& packet : packets) {
+    std::vector<std::string> f;
+    std::istringstream in(packet + "|");
+    for (std::string field; std::getline(in, field, '|');)
+      f.push_back(field);
+    fields.push_back(f);
+  }
+  // Sent to the agent's port (outbound), then its answer from there (inbound): version 1 is 0
+  // on the wire, get-request PDU 0, get-response 2; nothing malformed. The expert info holds
+  // only the packet comment naming the operation (PI_COMMENT), no warning or error.
+  const std::string oids = "1.3.6.1.2.1.1.1.0,1.3.6.1.2.1.1.5.0";
+  ASSERT_EQ(fields[0].size(), 10U) << packets[0];
+  const std::string ours = fields[0][2];
+  EXPECT_EQ(fields[0], (std::vector<std::string>{"127.0.0.1", port_, ours, "0", "getcom", "0", oids,
+                                                 "0x00000002", "", "1048576"}));
+  EXPECT_EQ(fields[1], (std::vector<std::string>{"127.0.0.1", ours, port_, "0", "getcom", "2", oids,
+                                                 "0x00000001", "", "1048576"}));
 }
 
 }  // namespace
