@@ -371,64 +371,121 @@ TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkFindsTheSameObjectsAndLogsEveryMe
               from_csv.size() * 0.03);
 }
 
-TEST_F(CliAgainstSnmpd, CaptureOfAGetReadsCleanInTshark) {
-  sondara_test::TempFolder folder;
-  const std::string capture = folder / "get.pcapng";
-  const ProcessResult get =
-      Ours("get", {".1.3.6.1.2.1.1.1.0", ".1.3.6.1.2.1.1.5.0", "-v", "1", "--pcapng", capture});
-  ASSERT_EQ(get.status, 0) << get.err;
-  const ProcessResult tshark = sondara_test::RunProcess({"/usr/bin/tshark",
-                                                         "-r",
-                                                         capture,
-                                                         "-d",
-                                                         "udp.port==" + port_ + ",snmp",
-                                                         "-T",
-                                                         "fields",
-                                                         "-E",
-                                                         "separator=|",
-                                                         "-e",
-                                                         "ip.dst",
-                                                         "-e",
-                                                         "udp.dstport",
-                                                         "-e",
-                                                         "udp.srcport",
-                                                         "-e",
-                                                         "snmp.version",
-                                                         "-e",
-                                                         "snmp.community",
-                                                         "-e",
-                                                         "snmp.data",
-                                                         "-e",
-                                                         "snmp.name",
-                                                         "-e",
-                                                         "frame.packet_flags_direction",
-                                                         "-e",
-                                                         "_ws.malformed",
-                                                         "-e",
-                                                         "_ws.expert.severity"});
-  ASSERT_EQ(tshark.status, 0) << tshark.err;
+// tshark's reading of a capture: one row of `fields` per packet.
+std::vector<std::vector<std::string>> TsharkFields(const std::string& capture,
+                                                   const std::string& port,
+                                                   const std::vector<std::string>& fields) {
+  std::vector<std::string> argv = {"/usr/bin/tshark",
+                                   "-n",
+                                   "-r",
+                                   capture,
+                                   "-o",
+                                   "udp.check_checksum:TRUE",
+                                   "-o",
+                                   "ip.check_checksum:TRUE",
+                                   "-d",
+                                   "udp.port==" + port + ",snmp",
+                                   "-T",
+                                   "fields",
+                                   "-E",
+                                   "separator=|"};
+  for (const std::string& f : fields)
+    argv.insert(argv.end(), {"-e", f});
+  const ProcessResult tshark = sondara_test::RunProcess(argv);
+  EXPECT_EQ(tshark.status, 0) << tshark.err;
   for (const std::string& line : Lines(tshark.err))
     EXPECT_NE(line.find("Running as user"), std::string::npos) << line;
-  const std::vector<std::string> packets = Lines(tshark.out);
-  ASSERT_EQ(packets.size(), 2U) << tshark.out;
-  std::vector<std::vector<std::string>> fields;
-  for (const std::string& packet : packets) {
-    std::vector<std::string> f;
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& packet : Lines(tshark.out)) {
+    std::vector<std::string> row;
     std::istringstream in(packet + "|");
     for (std::string field; std::getline(in, field, '|');)
-      f.push_back(field);
-    fields.push_back(f);
+      row.push_back(field);
+    EXPECT_EQ(row.size(), fields.size()) << packet;
+    row.resize(fields.size());
+    rows.push_back(row);
   }
-  // Sent to the agent's port (outbound), then its answer from there (inbound): version 1 is 0
-  // on the wire, get-request PDU 0, get-response 2; nothing malformed. The expert info holds
-  // only the packet comment naming the operation (PI_COMMENT), no warning or error.
-  const std::string oids = "1.3.6.1.2.1.1.1.0,1.3.6.1.2.1.1.5.0";
-  ASSERT_EQ(fields[0].size(), 10U) << packets[0];
-  const std::string ours = fields[0][2];
-  EXPECT_EQ(fields[0], (std::vector<std::string>{"127.0.0.1", port_, ours, "0", "getcom", "0", oids,
-                                                 "0x00000002", "", "1048576"}));
-  EXPECT_EQ(fields[1], (std::vector<std::string>{"127.0.0.1", ours, port_, "0", "getcom", "2", oids,
-                                                 "0x00000001", "", "1048576"}));
+  return rows;
+}
+
+TEST_F(CliAgainstSnmpd, CaptureOfAWalkReadsCleanInTsharkInTheOrderSent) {
+  sondara_test::TempFolder folder;
+  const std::string capture = folder / "walk.pcapng", bulk_capture = folder / "bulk.pcapng";
+  const ProcessResult walk = Ours("walk", {".1.3.6.1.2.1.1", "-t", "5000", "--pcapng", capture});
+  ASSERT_EQ(walk.status, 0) << walk.err;
+  const std::vector<std::string> walked = WalkedOids(walk.out);
+  ASSERT_GT(walked.size(), 20U);
+
+  enum {
+    kDirection,
+    kSrcPort,
+    kDstPort,
+    kVersion,
+    kCommunity,
+    kPdu,
+    kId,
+    kNames,
+    kIpSum,
+    kUdpSum,
+    kMalformed,
+    kSeverity
+  };
+  const std::vector<std::vector<std::string>> packets = TsharkFields(
+      capture, port_,
+      {"frame.packet_flags_direction", "udp.srcport", "udp.dstport", "snmp.version",
+       "snmp.community", "snmp.data", "snmp.request_id", "snmp.name", "ip.checksum.status",
+       "udp.checksum.status", "_ws.malformed", "_ws.expert.severity"});
+  // Each request (outbound, to the agent's port, GetNext PDU 1) then its answer (inbound, from
+  // there, PDU 2, same id), one pair per object and one for the endOfMibView that ends the
+  // view. Each request asks after the OID the answer before it named.
+  ASSERT_EQ(packets.size(), 2 * (walked.size() + 1));
+  std::string previous = "1.3.6.1.2.1.1";
+  long last_id = -1;
+  for (std::size_t i = 0; i < packets.size(); i += 2) {
+    const std::vector<std::string>& sent = packets[i];
+    const std::vector<std::string>& answer = packets[i + 1];
+    SCOPED_TRACE(testing::Message() << "packet " << i);
+    EXPECT_EQ(sent[kDirection], "0x00000002");
+    EXPECT_EQ(answer[kDirection], "0x00000001");
+    EXPECT_EQ(sent[kDstPort], port_);
+    EXPECT_EQ(answer[kSrcPort], port_);
+    EXPECT_EQ(answer[kDstPort], sent[kSrcPort]);
+    EXPECT_EQ(sent[kPdu], "1");
+    EXPECT_EQ(answer[kPdu], "2");
+    EXPECT_EQ(answer[kId], sent[kId]);
+    // The ids count up, one byte wide as the walk's counter is.
+    if (last_id >= 0) {
+      EXPECT_EQ(std::stol(sent[kId]), (last_id + 1) % 256);
+    }
+    last_id = std::stol(sent[kId]);
+    EXPECT_EQ(sent[kNames], previous);
+    previous = answer[kNames];
+    if (i / 2 < walked.size()) {
+      EXPECT_EQ("." + answer[kNames], walked[i / 2]);
+    }
+    for (const std::vector<std::string>* p : {&sent, &answer}) {
+      EXPECT_EQ((*p)[kVersion], "1");  // 2c
+      EXPECT_EQ((*p)[kCommunity], "getcom");
+      EXPECT_EQ((*p)[kIpSum], "1");  // good
+      EXPECT_EQ((*p)[kUdpSum], "1");
+      EXPECT_EQ((*p)[kMalformed], "");
+      // Only the packet comment naming the operation (PI_COMMENT), and a note (PI_NOTE) on the
+      // endOfMibView that ends the walk: no warning, no error.
+      EXPECT_EQ((*p)[kSeverity],
+                p == &answer && i + 2 == packets.size() ? "1048576,4194304" : "1048576");
+    }
+  }
+
+  // --bulk N: GetBulk requests of N repetitions, answered with several objects each.
+  const ProcessResult bulk =
+      Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "25", "-t", "5000", "--pcapng", bulk_capture});
+  ASSERT_EQ(bulk.status, 0) << bulk.err;
+  const std::vector<std::vector<std::string>> bulk_packets = TsharkFields(
+      bulk_capture, port_, {"snmp.data", "snmp.non_repeaters", "snmp.max_repetitions"});
+  ASSERT_GE(bulk_packets.size(), 2 * WalkedOids(bulk.out).size() / 25);
+  EXPECT_LT(bulk_packets.size(), 2 * WalkedOids(bulk.out).size() / 10);
+  for (std::size_t i = 0; i < bulk_packets.size(); i += 2)
+    EXPECT_EQ(bulk_packets[i], (std::vector<std::string>{"5", "0", "25"})) << "packet " << i;
 }
 
 }  // namespace
