@@ -21,10 +21,13 @@ class CSweepOutput : public logs::IEventLineSink {
   // Any thread: the sweep's, or a lookup thread of the fast sweep.
   void Found(const pages::CDeviceInfo& device) {
     std::lock_guard lock(mutex_);
-    if (hold_)
+    if (hold_) {
       held_.push_back(device);
-    else
+    } else {
+      // Devices come seconds apart: each shows at once, also through a pipe.
       context_.printer.PrintDevice(device.ip, device.description);
+      context_.out.flush();
+    }
   }
 
   void AddEventLine(const std::wstring& line) override {

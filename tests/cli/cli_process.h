@@ -78,6 +78,9 @@ class RunningProcess {
       ::kill(pid_, signal);
   }
 
+  // What the program has written to standard output so far.
+  std::string OutputSoFar() const { return ReadFile(out_path_); }
+
   // Waits for the end; kills the program after `deadline_ms`, so a hanging run fails the test
   // instead of blocking it.
   ProcessResult Wait(int deadline_ms = 30000) {
