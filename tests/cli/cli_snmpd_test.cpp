@@ -455,6 +455,7 @@ TEST_F(CliAgainstSnmpd, CaptureOfAWalkReadsCleanInTsharkInTheOrderSent) {
     EXPECT_EQ(sent[kDirection], "0x00000002");
     EXPECT_EQ(answer[kDirection], "0x00000001");
     EXPECT_EQ(sent[kDstPort], port_);
+    EXPECT_NE(sent[kSrcPort], port_);  // our own end
     EXPECT_EQ(answer[kSrcPort], port_);
     EXPECT_EQ(answer[kDstPort], sent[kSrcPort]);
     EXPECT_EQ(sent[kPdu], "1");
