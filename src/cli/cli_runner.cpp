@@ -22,9 +22,9 @@ struct CommandRun {
 };
 
 constexpr CommandRun kRuns[] = {
-    {"get", RunGet, false},          {"getnext", RunGetNext, false},  {"set", RunSet, false},
-    {"walk", RunUnavailable, true},  {"trap", RunUnavailable, false}, {"ping", RunPing, false},
-    {"sweep", RunUnavailable, true},
+    {"get", RunGet, false},    {"getnext", RunGetNext, false}, {"set", RunSet, false},
+    {"walk", RunWalk, true},   {"trap", RunTrap, false},       {"ping", RunPing, false},
+    {"sweep", RunSweep, true},
 };
 
 // The network settings of the program's profile (read only: the command line never changes
@@ -74,7 +74,11 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
     return kExitFailure;
   }
 
-  CCliTransactionLog transactions(line.log_path);
+  CCliTransactionLog transactions(line.log_path, line.pcapng_path);
+  if (const std::string path = transactions.Open(); !path.empty()) {
+    err << "sondara-cli: unable to write " << path << "\n";
+    return kExitFailure;  // before anything was sent
+  }
   CResultPrinter printer(out, line.format);
   tvkutil::CEvent stop(true);
   CliContext context{line, RequestSettings(line), transactions, printer, out, err, stop};
@@ -86,8 +90,8 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
     status = command->run(context);
   }
   out.flush();
-  if (!transactions.Save()) {
-    err << "sondara-cli: unable to save the transaction log to " << transactions.Path() << "\n";
+  if (const std::string path = transactions.Close(); !path.empty()) {
+    err << "sondara-cli: unable to write " << path << "\n";
     if (status == kExitDone)
       status = kExitFailure;
   }

@@ -1,15 +1,20 @@
-// Where a command's datagrams and ping lines go: into a transaction log kept like the window's
-// (saved at the end with --log, in the window's saved-log format), and, for the ping lines, to
-// the screen as well.
+// Where a command's datagrams and ping lines go. With --log, every message of the run goes into
+// a file in the window's saved-log format, written as it comes: the window's pane keeps only
+// its newest rows, but the file of a long walk must keep its start. With --pcapng, every SNMP
+// datagram goes into a capture file as the window's "Export as pcapng" writes it. The ping
+// lines go to the screen as well.
 #pragma once
 
+#include <cstdint>
+#include <fstream>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
-#include "logs/transaction_log.h"
 #include "logs/transaction_sink.h"
+#include "logs/utf16_file.h"
 
 namespace cli {
 
@@ -18,24 +23,33 @@ class CCliTransactionLog : public logs::ITransactionSink {
   // Text lines (what a ping did), UTF-8 without a line end; any thread.
   using TextEcho = std::function<void(std::string_view line)>;
 
-  // With an empty path nothing is kept and Save() has nothing to do.
-  explicit CCliTransactionLog(std::string path) : path_(std::move(path)) {}
+  // An empty path: no such file.
+  CCliTransactionLog(std::string log_path, std::string pcapng_path);
 
   void SetTextEcho(TextEcho echo) { echo_ = std::move(echo); }
+
+  // Creates the files and writes their headers, before anything is sent. Empty when done,
+  // else the path of the file that could not be created.
+  [[nodiscard]] std::string Open();
 
   void LogDatagram(std::int32_t direction, std::wstring_view source,
                    std::span<const std::uint8_t> bytes, const logs::DatagramEnds& ends) override;
   void LogText(std::int32_t direction, std::wstring_view source, std::string_view text) override;
 
-  // Writes the log to the path given. True when there is nothing to write or it was written.
-  // Like the window's log it keeps the newest 1024 rows.
-  [[nodiscard]] bool Save();
-  const std::string& Path() const { return path_; }
+  // Writes what is still buffered and closes the files. Empty when everything was written,
+  // else the path of a file that was not.
+  [[nodiscard]] std::string Close();
 
  private:
-  std::string path_;
-  logs::CTransactionLog log_;
+  std::string log_path_;
+  std::string pcapng_path_;
   TextEcho echo_;
+  std::mutex mutex_;  // the files are written from the operation's threads
+  std::ofstream log_file_;
+  std::ofstream pcapng_file_;
+  logs::CUtf16Text log_text_;  // the rows of one message on their way into the file
+  std::uint64_t datagrams_ = 0;
+  std::shared_ptr<const std::wstring> source_;  // the operation of the last datagram
 };
 
 }  // namespace cli

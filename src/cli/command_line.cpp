@@ -25,7 +25,7 @@ enum class Shape {
 };
 
 constexpr unsigned kCommonOptions = kOptSnmpVersion | kOptCommunity | kOptPort | kOptTimeout |
-                                    kOptRetries | kOptIPv6 | kOptFormat | kOptLog;
+                                    kOptRetries | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng;
 
 struct CommandSpec {
   std::string_view name;
@@ -46,24 +46,29 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "IPAddress, Counter32, Gauge32, UInteger32, Timeticks, Opaque or Counter64 (case is\n"
      "ignored); VALUE is checked against its TYPE before anything is sent."},
     {"walk", Shape::kHostOptionalOid, kCommonOptions | kOptBulk, "walk HOST [OID] [--bulk N]",
-     "Walks the agent's MIB with GetNext requests from OID (default .1.3.6.1) to the end of\n"
-     "its view; --bulk N uses GetBulk requests of N repetitions (-v 2c). Ctrl+C stops the walk:\n"
-     "what was found is printed, then the stopped line, and the exit status is 130."},
+     "Walks the agent's MIB as the walkMIB page does, from OID (default .1.3.6.1) to the end of\n"
+     "its view, printing each object as it comes: with GetNext requests, or with GetBulk\n"
+     "requests of N repetitions for --bulk N (-v 2c). The closing line (\"walkMIB complete. No.\n"
+     "of OIDs found: 'N'.\") goes to standard error. Ctrl+C stops the walk: what was found is\n"
+     "printed, then the stopped line, and the exit status is 130."},
     {"trap", Shape::kHostOptionalBindings,
      kCommonOptions | kOptEnterprise | kOptAgentAddress | kOptGeneric | kOptSpecific | kOptTrapOid,
      "trap HOST [OID TYPE VALUE]...",
-     "Sends one trap (port 162 unless -p is given) carrying the bindings. Version 1 takes\n"
-     "--enterprise OID, --agent-address IP, --generic NAME|N and --specific N; version 2c takes\n"
-     "--trap-oid OID and puts sysUpTime.0 and snmpTrapOID.0 first, as the sendTrap page does.\n"
-     "TYPE is one of set's types or Null."},
+     "Sends one trap (port 162 unless -p is given) carrying the bindings, as the sendTrap page\n"
+     "does, and prints the bindings it carried. Version 1 takes --enterprise OID (default the\n"
+     "program's own), --agent-address IP (default the adapter's address), --generic NAME|N\n"
+     "(default enterpriseSpecific) and --specific N (default 1); version 2c puts sysUpTime.0\n"
+     "(the run's time ticks) and snmpTrapOID.0 (--trap-oid OID, default .1.3.6.1) first.\n"
+     "At most 64 bindings, the two fixed ones included. TYPE is one of set's types or Null."},
     {"ping", Shape::kHost, kOptTimeout | kOptRetries | kOptIPv6 | kOptFormat | kOptLog, "ping HOST",
      "Sends ICMP echoes as the ping toolbar does (1000 ms and 1 retry unless -t/-r are given)\n"
      "and prints the request and the reply. Exit status 0 on a reply, 3 without one."},
     {"sweep", Shape::kRange, kOptTimeout | kOptRetries | kOptFormat | kOptLog | kOptFast,
      "sweep START END [--fast]",
      "Pings every IPv4 address from START to END and prints each one that answers with its\n"
-     "host name (Device Discovery). Ctrl+C stops the sweep: what was found is printed, then the\n"
-     "stopped line, and the exit status is 130."},
+     "host name, as the Device Discovery page does. --fast sends without waiting for each\n"
+     "answer and prints the devices in address order when the sweep ends. Ctrl+C stops the\n"
+     "sweep: what was found is printed, then the stopped line, and the exit status is 130."},
 }};
 
 struct OptionSpec {
@@ -74,7 +79,7 @@ struct OptionSpec {
   std::string_view help;
 };
 
-constexpr std::array<OptionSpec, 17> kOptions = {{
+constexpr std::array<OptionSpec, 18> kOptions = {{
     {'v', "snmp-version", kOptSnmpVersion, "1|2c", "SNMP version (default 2c)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
@@ -84,7 +89,8 @@ constexpr std::array<OptionSpec, 17> kOptions = {{
     {'r', "retries", kOptRetries, "N", "tries after the first (default: the program's settings)"},
     {'6', "ipv6", kOptIPv6, "", "IPv6 instead of IPv4"},
     {0, "format", kOptFormat, "text|csv|json", "output format (default text)"},
-    {0, "log", kOptLog, "FILE", "save the transaction log to FILE as the window saves it"},
+    {0, "log", kOptLog, "FILE", "write every message to FILE as the window saves its log"},
+    {0, "pcapng", kOptPcapng, "FILE", "write every SNMP datagram to FILE as a pcapng capture"},
     {0, "bulk", kOptBulk, "N", "walk with GetBulk requests of N repetitions"},
     {0, "enterprise", kOptEnterprise, "OID", "v1 trap: enterprise (sender OID)"},
     {0, "agent-address", kOptAgentAddress, "IP", "v1 trap: agent address (sender IP)"},
@@ -92,7 +98,7 @@ constexpr std::array<OptionSpec, 17> kOptions = {{
      "v1 trap: generic trap, coldStart ... enterpriseSpecific"},
     {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 1 to 65535"},
     {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
-    {0, "fast", kOptFast, "", "sweep without waiting between addresses"},
+    {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
     {'h', "help", 0, "", "this help"},
     {0, "version", 0, "", "the program's version"},
 }};
@@ -314,6 +320,11 @@ class CParser {
         if (value.empty())
           error_ = "--log needs a FILE";
         break;
+      case kOptPcapng:
+        line_.pcapng_path = value;
+        if (value.empty())
+          error_ = "--pcapng needs a FILE";
+        break;
       case kOptBulk:
         if (!ReadNumber(value, 1, kMaxBulk, n))
           error_ = "bad --bulk " + Quoted(value) + Range(1, kMaxBulk);
@@ -505,7 +516,8 @@ std::string ProgramHelp() {
   out +=
       "\nOutput: text prints \"OID = TypeName: value\" per binding; csv the walk file's rows "
       "under\n"
-      "a header; json one object per line.\n"
+      "a header; json one object per line. The operations' own lines (started, complete,\n"
+      "stopped, failures) go to standard error.\n"
       "Exit status: 0 done, 1 the agent answered with an error status, 2 a usage error (nothing\n"
       "is sent), 3 no answer, 4 any other failure, 130 stopped by Ctrl+C.\n"
       "\"sondara-cli COMMAND --help\" describes one command; man sondara-cli has examples.\n";

@@ -36,6 +36,7 @@ enum OptionBit : unsigned {
   kOptSpecific = 1u << 12,
   kOptTrapOid = 1u << 13,
   kOptFast = 1u << 14,
+  kOptPcapng = 1u << 15,
 };
 
 // Everything a command runs with. Defaults that depend on the command (community, port) are
@@ -59,7 +60,8 @@ struct CommandLine {
   std::optional<int> retries;
   bool ipv6 = false;
   OutputFormat format = OutputFormat::kText;
-  std::string log_path;  // empty: no transaction log file
+  std::string log_path;     // empty: no transaction log file
+  std::string pcapng_path;  // empty: no capture file
 
   std::optional<int> bulk;                     // walk: GetBulk max-repetitions
   std::optional<std::wstring> enterprise;      // v1 trap

@@ -9,8 +9,8 @@ int RunGet(CliContext& context);
 int RunGetNext(CliContext& context);
 int RunSet(CliContext& context);
 int RunPing(CliContext& context);
-
-// For the commands whose operation this build does not have yet.
-int RunUnavailable(CliContext& context);
+int RunWalk(CliContext& context);
+int RunTrap(CliContext& context);
+int RunSweep(CliContext& context);
 
 }  // namespace cli

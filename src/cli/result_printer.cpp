@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "pages/results_file.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -22,6 +21,18 @@ std::wstring OnOneLine(std::wstring_view value) {
       out.push_back(ch);
   }
   return out;
+}
+
+// A csv field: the results files' quoted text on one line, with quotes inside it doubled so
+// that CSV readers take the value whole (the files have always left them single).
+std::string CsvField(std::wstring_view value) {
+  std::wstring out = L"\"";
+  for (wchar_t ch : OnOneLine(value)) {
+    out.push_back(ch);
+    if (ch == L'"')
+      out.push_back(ch);
+  }
+  return Utf8(out + L"\"");
 }
 
 std::string Header(int first, int second, int third) {
@@ -74,8 +85,7 @@ void CResultPrinter::PrintBinding(std::wstring_view oid, std::wstring_view type_
       if (!header_written_)
         out_ << Header(kColumnOid, kColumnDataType, kColumnValue) << "\n";
       header_written_ = true;
-      out_ << Utf8(oid) << "," << Utf8(type_name) << "," << Utf8(pages::QuotedOnOneLine(value))
-           << ",\n";
+      out_ << Utf8(oid) << "," << Utf8(type_name) << "," << CsvField(value) << ",\n";
       break;
     case OutputFormat::kJson:
       out_ << "{\"oid\":" << JsonString(oid) << ",\"type\":" << JsonString(type_name)
@@ -95,8 +105,7 @@ void CResultPrinter::PrintDevice(std::wstring_view address, std::wstring_view na
       if (!header_written_)
         out_ << Header(kColumnNumber, kColumnIp, kColumnDescription) << "\n";
       header_written_ = true;
-      out_ << "\"" << devices_ << "\"," << Utf8(pages::QuotedOnOneLine(address)) << ","
-           << Utf8(pages::QuotedOnOneLine(name)) << ",\n";
+      out_ << "\"" << devices_ << "\"," << CsvField(address) << "," << CsvField(name) << ",\n";
       break;
     case OutputFormat::kJson:
       out_ << "{\"address\":" << JsonString(address) << ",\"name\":" << JsonString(name) << "}\n";

@@ -1,6 +1,7 @@
 // Prints what a command found on standard output in the chosen format: text, one
 // "OID = TypeName: value" line per binding; csv, the rows of the walk and discovery files under
-// their header; json, one object per line. Values come as the pages render them.
+// their header, with quotes inside a value doubled; json, one object per line. Values come as
+// the pages render them.
 #pragma once
 
 #include <cstddef>

@@ -83,10 +83,4 @@ int RunSet(CliContext& context) {
   return RunRequest(context, snmp::kPduSetRequest, L"Set");
 }
 
-int RunUnavailable(CliContext& context) {
-  context.Error(std::wstring(context.line.command.begin(), context.line.command.end()) +
-                L" is not available in this build");
-  return kExitFailure;
-}
-
 }  // namespace cli

@@ -112,31 +112,38 @@ void CTransactionLog::Reset() {
   datagrams_.ClearThrough(shown_through_);
 }
 
-std::string CTransactionLog::SavedFileBytes() const {
-  CUtf16Text file;
+void AppendSavedHeader(CUtf16Text& file) {
   file.Append(tvkutil::FormatN(L"%-10s\t%-8s\t%-21s\t%s", SIZE_MAX,
                                tvkutil::LoadString(tvkutil::ids::kColumnDate),
                                tvkutil::LoadString(tvkutil::ids::kColumnTime),
                                tvkutil::LoadString(tvkutil::ids::kColumnSource),
                                tvkutil::LoadString(tvkutil::ids::kColumnTransaction)));
+}
+
+void AppendSavedRow(CUtf16Text& file, const CTransactionRow& row) {
+  if (row.first_row) {
+    const std::wstring source = SourceColumnText(row);
+    file.Append(L"\r\n");
+    file.Append(DateText(row.stamp));
+    file.Append(L"\t");
+    file.Append(TimeText(row.stamp));
+    file.Append(L"\t");
+    file.Append(source);
+    // Padding as "%*s" with 21 minus the text's length: a negative width pads on the
+    // left-justified side, so an overlong source gets as many spaces as it overshoots.
+    const int width = kSourceColumnWidth - static_cast<int>(source.size());
+    file.Append(std::wstring(static_cast<std::size_t>(std::abs(width)), L' '));
+    file.Append(L"\t");
+  }
+  file.Append(row.text);
+}
+
+std::string CTransactionLog::SavedFileBytes() const {
+  CUtf16Text file;
+  AppendSavedHeader(file);
   queue_.WithShownLocked([&](const auto& shown) {
-    for (const auto& row : shown) {
-      if (row->first_row) {
-        const std::wstring source = SourceColumnText(*row);
-        file.Append(L"\r\n");
-        file.Append(DateText(row->stamp));
-        file.Append(L"\t");
-        file.Append(TimeText(row->stamp));
-        file.Append(L"\t");
-        file.Append(source);
-        // Padding as "%*s" with 21 minus the text's length: a negative width pads on the
-        // left-justified side, so an overlong source gets as many spaces as it overshoots.
-        const int width = kSourceColumnWidth - static_cast<int>(source.size());
-        file.Append(std::wstring(static_cast<std::size_t>(std::abs(width)), L' '));
-        file.Append(L"\t");
-      }
-      file.Append(row->text);
-    }
+    for (const auto& row : shown)
+      AppendSavedRow(file, *row);
     return 0;
   });
   return file.Bytes();

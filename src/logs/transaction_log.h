@@ -15,6 +15,7 @@
 #include "logs/log_queue.h"
 #include "logs/log_time.h"
 #include "logs/transaction_sink.h"
+#include "logs/utf16_file.h"
 
 namespace logs {
 
@@ -42,6 +43,12 @@ std::wstring SourceColumnText(const CTransactionRow& row);
 std::vector<CTransactionRow> SplitTransaction(std::int32_t direction, std::wstring_view source,
                                               const std::uint8_t* data, std::size_t length,
                                               int is_text);
+
+// The saved log's header line, and one row as the saved log writes it (see SavedFileBytes): a
+// saved log is the header followed by every row in order. A log written while it grows
+// (sondara-cli's --log) uses these too.
+void AppendSavedHeader(CUtf16Text& file);
+void AppendSavedRow(CUtf16Text& file, const CTransactionRow& row);
 
 class CTransactionLog {
  public:

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace logs {
 
@@ -14,6 +15,9 @@ class CUtf16Text {
   // Appends text; characters beyond U+FFFF become surrogate pairs, invalid ones U+FFFD.
   void Append(std::wstring_view text);
   const std::string& Bytes() const { return bytes_; }
+  // Hands over the bytes so far and goes on from empty (no second byte-order mark): a file
+  // written piece by piece while it grows.
+  std::string TakeBytes() { return std::exchange(bytes_, {}); }
 
  private:
   void Unit(char16_t unit);

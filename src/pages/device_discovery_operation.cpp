@@ -75,8 +75,11 @@ std::shared_ptr<IDiscoveryProbe> MakeIcmpProbe(logs::ITransactionSink& transacti
 // still running are no longer waited for: their threads are handed back to be joined later.
 class CDeviceDiscoveryOperation::CLookupPool {
  public:
-  CLookupPool(std::shared_ptr<IDiscoveryProbe> probe, tvkutil::CResultList<CDeviceInfo>& devices)
-      : probe_(std::move(probe)), devices_(devices), shared_(std::make_shared<Shared>()) {}
+  CLookupPool(std::shared_ptr<IDiscoveryProbe> probe, tvkutil::CResultList<CDeviceInfo>& devices,
+              DeviceFoundFn found)
+      : probe_(std::move(probe)), devices_(devices), shared_(std::make_shared<Shared>()) {
+    shared_->found = std::move(found);
+  }
   ~CLookupPool() {
     Abandon();
     for (std::thread& t : threads_)
@@ -135,7 +138,7 @@ class CDeviceDiscoveryOperation::CLookupPool {
         return;
       shared_->abandoned = true;
       for (std::uint32_t host : shared_->pending)
-        devices_.InsertSorted(Device(host, {}), ByAddress);
+        Insert(*shared_, devices_, Device(host, {}));
       shared_->pending.clear();
       shared_->queue.clear();
     }
@@ -154,7 +157,16 @@ class CDeviceDiscoveryOperation::CLookupPool {
     std::size_t idle = 0;
     bool closing = false;
     bool abandoned = false;
+    DeviceFoundFn found;
   };
+
+  // Under the shared lock, so nothing goes in once the pool is abandoned.
+  static void Insert(const Shared& shared, tvkutil::CResultList<CDeviceInfo>& devices,
+                     CDeviceInfo device) {
+    if (shared.found)
+      shared.found(device);
+    devices.InsertSorted(std::move(device), ByAddress);
+  }
 
   // One lookup thread. Everything it uses is shared or outlives it: the operation joins
   // abandoned threads before its list goes.
@@ -177,7 +189,7 @@ class CDeviceDiscoveryOperation::CLookupPool {
       lock.lock();
       if (shared->abandoned)
         return;
-      devices->InsertSorted(Device(host, std::move(name)), ByAddress);
+      Insert(*shared, *devices, Device(host, std::move(name)));
       shared->pending.erase(host);
       if (shared->pending.empty())
         shared->done.notify_all();
@@ -220,6 +232,15 @@ bool CDeviceDiscoveryOperation::Begin(const SweepSettings& settings, app::IOpera
   Event(tvkutil::ids::kDiscoveryStarted);
   worker_.Start([this, start = form_.start_ip, end = form_.end_ip,
                  settings](tvkutil::CEvent& stop) { Sweep(stop, start, end, settings); });
+  return true;
+}
+
+bool CDeviceDiscoveryOperation::Run(const SweepSettings& settings, app::IOperationUi& ui,
+                                    tvkutil::CEvent& stop) {
+  if (!Validate(ui) || worker_.HasThread())
+    return false;
+  Event(tvkutil::ids::kDiscoveryStarted);
+  Sweep(stop, form_.start_ip, form_.end_ip, settings);
   return true;
 }
 
@@ -279,7 +300,10 @@ SweepStatus CDeviceDiscoveryOperation::SequentialSweep(tvkutil::CEvent& stop,
     const auto host32 = static_cast<std::uint32_t>(host);
     if (!probe.Ping(htonl(host32), settings.timeout_ms, settings.retries, stopped))
       continue;
-    devices_.Append(Device(host32, probe.ReverseName(htonl(host32))));
+    CDeviceInfo device = Device(host32, probe.ReverseName(htonl(host32)));
+    if (settings.found)
+      settings.found(device);
+    devices_.Append(std::move(device));
   }
   return SweepStatus::kComplete;
 }
@@ -303,7 +327,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
   // and their deadlines in the order they fall (all echoes wait equally long).
   std::unordered_map<std::uint16_t, Echo> in_flight;
   std::deque<std::pair<Clock::time_point, std::uint16_t>> deadlines;
-  CLookupPool lookups(probe_ptr, devices_);
+  CLookupPool lookups(probe_ptr, devices_, settings.found);
   std::size_t found = 0;
 
   const auto outcome = [&](std::uint32_t host, bool received, int size, int round_trip_ms) {

@@ -61,11 +61,16 @@ enum class SweepStatus : int { kNone = 0, kComplete = 1, kStopped = 2 };
 // The source of the sweep's rows in the transaction log.
 inline constexpr wchar_t kDiscoverySource[] = L"Device Discovery";
 
+// Sees each device as it goes into the list: on the sweep's thread, or on a lookup thread of
+// the fast sweep (so in the order the names come, not in address order).
+using DeviceFoundFn = std::function<void(const CDeviceInfo&)>;
+
 struct SweepSettings {
   int timeout_ms = 1000;  // per echo
   int retries = 3;        // further echoes after one that got no answer
   bool fast = false;
   std::chrono::milliseconds pacing = kSweepPacing;  // tests of long ranges shorten it
+  DeviceFoundFn found{};  // empty for the page, which polls the list instead
 };
 
 // The network side of one sweep. The real one is one ICMP socket for the whole sweep and the
@@ -117,6 +122,11 @@ class CDeviceDiscoveryOperation {
   // the page must now follow a sweep (also when its thread could not be made: it is then
   // finished at once).
   bool Begin(const SweepSettings& settings, app::IOperationUi& ui);
+  // The same sweep without a worker, for a front end without a window (sondara-cli): the
+  // checks, the started line, then the sweep on the calling thread until it ends or `stop`
+  // (raised from another thread, manual reset) asks it to. False when refused or while a
+  // worker's sweep exists.
+  bool Run(const SweepSettings& settings, app::IOperationUi& ui, tvkutil::CEvent& stop);
   // "St&op": raises the stop event and waits without limit for the sweep to end.
   void Stop();
   // The sweep has ended (also true before the first).

@@ -43,14 +43,21 @@ bool IsValidValueText(std::uint32_t tag, std::wstring_view text);
 net::UdpSettings UdpSettingsFrom(const app::NetworkSettings& network);
 
 // Runs `exchange` and returns the reason text of whatever it threw (SNMPINTERNALERROR by its
-// code, anything else as "Unknown error"), or the empty text when it returned.
+// code, anything else as "Unknown error"), or the empty text when it returned. `thrown`, when
+// given, receives the code (kSnmpUnknownError for anything else), for callers that tell a
+// time-out from other failures.
 template <typename Fn>
-std::wstring ExchangeFailureReason(Fn&& exchange, const std::wstring& host, bool use_ipv6) {
+std::wstring ExchangeFailureReason(Fn&& exchange, const std::wstring& host, bool use_ipv6,
+                                   net::SNMPINTERNALERROR* thrown = nullptr) {
   try {
     exchange();
   } catch (net::SNMPINTERNALERROR code) {
+    if (thrown != nullptr)
+      *thrown = code;
     return net::SnmpInternalErrorText(code, host, use_ipv6);
   } catch (...) {
+    if (thrown != nullptr)
+      *thrown = net::kSnmpUnknownError;
     return net::SnmpInternalErrorText(net::kSnmpUnknownError, host, use_ipv6);
   }
   return {};

@@ -97,8 +97,20 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
   if (!worker_.Start([this](tvkutil::CEvent& stop) { Walk(job_, stop); })) {
     // No thread to be had: the walk ends before it began, and says so.
     final_status_ = WalkStatus::kFailed;
+    failure_ = WalkFailure::kOther;
     Log(ids::kWalkFailed, static_cast<int>(results_.Count()));
   }
+  return true;
+}
+
+bool CWalkMIBOperation::RunWalk(const WalkOptions& options, app::IOperationUi& ui,
+                                tvkutil::CEvent& stop, OidFoundFn found) {
+  if (!worker_.Finished() || !Validate(ui))
+    return false;
+  job_ = WalkJob{form_.host,      form_.version, port_,           form_.community,
+                 form_.start_oid, options,       std::move(found)};
+  Log(ids::kWalkStarted);
+  Walk(job_, stop);
   return true;
 }
 
@@ -126,6 +138,7 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
   int repetitions = job.options.bulk_repetitions;
   int found = 0;
   WalkStatus status = WalkStatus::kComplete;
+  WalkFailure failure = WalkFailure::kOther;  // what a failure is unless known better
   const auto stop_requested = [&stop] { return stop.WaitFor(std::chrono::milliseconds(0)); };
 
   // Appends one returned binding; false when the walk ends there (see status).
@@ -139,6 +152,8 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
     info.oid = bind.Name()->Text();
     (void)bind.ValueText(info.value, info.type);  // Null and the exceptions show empty
     current_oid = info.oid;
+    if (job.found)
+      job.found(info);
     results_.Append(std::move(info));
     if (++found % 10 == 0 && stop_requested()) {
       status = WalkStatus::kStopped;
@@ -154,6 +169,7 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
         result = snmp::kBerInternal;  // nothing to walk on from
       if (result != 0) {
         events_.AddEventLine(snmp::RequestFailureLine(result, current_oid, *request, *reply));
+        failure = result > 0 ? WalkFailure::kAgentError : WalkFailure::kOther;
         return Judgement::kFailed;
       }
       return Judgement::kGoOn;
@@ -162,11 +178,13 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
       return Judgement::kEnd;  // how a v1 agent says there is nothing after the last object
     if (result != 0) {
       events_.AddEventLine(snmp::RequestFailureLine(result, current_oid, *request, *reply));
+      failure = result > 0 ? WalkFailure::kAgentError : WalkFailure::kOther;
       return Judgement::kFailed;
     }
     return Judgement::kGoOn;
   };
 
+  net::SNMPINTERNALERROR thrown = net::kSnmpUnknownError;
   const std::wstring reason = ExchangeFailureReason(
       [&] {
         net::CSnmpRequester requester(job.host, job.port, job.options.udp, L"walkMIB",
@@ -210,12 +228,15 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
           reply->SetPduType(snmp::kPduResponse);
         }
       },
-      job.host, job.options.udp.use_ipv6);
+      job.host, job.options.udp.use_ipv6, &thrown);
   if (!reason.empty()) {
     events_.AddEventLine(snmp::RequestFailureReasonLine(*request, current_oid, reason));
     status = WalkStatus::kFailed;
+    failure = thrown == net::kSnmpTimeoutError ? WalkFailure::kNoAnswer : WalkFailure::kOther;
   }
 
+  failure_.store(status == WalkStatus::kFailed ? failure : WalkFailure::kNone,
+                 std::memory_order_release);
   final_status_.store(status, std::memory_order_release);
   Log(StatusLineId(status), found);
 }

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -44,6 +45,14 @@ enum WalkMibField : int {
 
 // Which line closed the last walk.
 enum class WalkStatus : int { kNone, kComplete, kStopped, kFailed };
+
+// Why the last walk failed, for callers that answer each kind differently (sondara-cli's exit
+// status): the agent's error status, no answer within the time-out and retries, or anything
+// else (resolve, bind, transmit, an answer that does not fit, an OID that does not increase).
+enum class WalkFailure : int { kNone, kAgentError, kNoAnswer, kOther };
+
+// Sees each object the walk finds as it goes into the results, on the walk's thread.
+using OidFoundFn = std::function<void(const COidInfo&)>;
 
 // The values of the page as the user typed them.
 struct WalkMibForm {
@@ -100,6 +109,12 @@ class CWalkMIBOperation {
   // which clears the results and walks from the start OID until the end of the agent's view,
   // an error, or a stop request. False when refused (nothing started).
   bool BeginWalk(const WalkOptions& options, app::IOperationUi& ui);
+  // The same walk without a worker, for a front end without a window (sondara-cli): the
+  // checks, "walkMIB started.", then the walk on the calling thread until it ends or `stop`
+  // (raised from another thread; manual or auto reset) asks it to. `found` sees every object
+  // as it comes. False when refused (nothing sent) or while a worker's walk runs.
+  bool RunWalk(const WalkOptions& options, app::IOperationUi& ui, tvkutil::CEvent& stop,
+               OidFoundFn found = {});
   // "St&op", leaving the page, closing the window: asks the worker to stop and waits for it
   // without a time limit. The worker notices the request at every tenth object and while it
   // waits for an answer that does not come.
@@ -115,6 +130,8 @@ class CWalkMIBOperation {
   // The objects found, appended by the worker while the window reads them.
   const tvkutil::CResultList<COidInfo>& Results() const { return results_; }
   WalkStatus FinalStatus() const { return final_status_.load(std::memory_order_acquire); }
+  // kNone unless the last walk failed.
+  WalkFailure LastFailure() const { return failure_.load(std::memory_order_acquire); }
   // "walkMIB complete. No. of OIDs found: 'N'." (or stopped, failed) with the results now held.
   std::wstring FinalStatusLine() const;
 
@@ -149,6 +166,7 @@ class CWalkMIBOperation {
     std::wstring community;
     std::wstring start_oid;
     WalkOptions options;
+    OidFoundFn found{};  // empty for the page, which polls the results instead
   };
 
   void Walk(const WalkJob& job, tvkutil::CEvent& stop);
@@ -164,6 +182,7 @@ class CWalkMIBOperation {
   WalkJob job_;
   tvkutil::CResultList<COidInfo> results_;
   std::atomic<WalkStatus> final_status_{WalkStatus::kNone};
+  std::atomic<WalkFailure> failure_{WalkFailure::kNone};
   tvkutil::CWorker worker_{false};  // auto-reset stop event: the first test that sees it takes it
 };
 

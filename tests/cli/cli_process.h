@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,69 +25,105 @@ struct ProcessResult {
   std::string out, err;
 };
 
-// `env` entries ("NAME=value") replace those of this process. The program is killed after
-// `deadline_ms`, so a hanging run fails the test instead of blocking it.
+// A subprocess that runs while the test goes on, so the test can signal it. `env` entries
+// ("NAME=value") replace those of this process. With `merge_err` standard error goes into
+// `out` too, in the order the two were written.
+class RunningProcess {
+ public:
+  RunningProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env = {},
+                 bool merge_err = false)
+      : out_path_(files_ / "out"), err_path_(files_ / "err") {
+    // Everything the child needs is made before fork: other threads of the test may hold locks.
+    std::vector<std::string> env_text(env);
+    for (char** e = environ; *e != nullptr; ++e) {
+      const std::string entry(*e);
+      const std::string name = entry.substr(0, entry.find('=') + 1);
+      bool replaced = false;
+      for (const std::string& mine : env)
+        replaced = replaced || mine.rfind(name, 0) == 0;
+      if (!replaced)
+        env_text.push_back(entry);
+    }
+    std::vector<char*> args, envp;
+    for (const std::string& a : argv)
+      args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    for (const std::string& e : env_text)
+      envp.push_back(const_cast<char*>(e.c_str()));
+    envp.push_back(nullptr);
+    const int out_fd = ::open(out_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const int err_fd = ::open(err_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+
+    pid_ = ::fork();
+    if (pid_ == 0) {
+      ::dup2(out_fd, 1);
+      ::dup2(merge_err ? out_fd : err_fd, 2);
+      ::execve(args[0], args.data(), envp.data());
+      ::_exit(127);
+    }
+    ::close(out_fd);
+    ::close(err_fd);
+  }
+  ~RunningProcess() {
+    if (pid_ > 0) {
+      ::kill(pid_, SIGKILL);
+      ::waitpid(pid_, nullptr, 0);
+    }
+  }
+  RunningProcess(const RunningProcess&) = delete;
+  RunningProcess& operator=(const RunningProcess&) = delete;
+
+  void Signal(int signal) const {
+    if (pid_ > 0)
+      ::kill(pid_, signal);
+  }
+
+  // What the program has written to standard output so far.
+  std::string OutputSoFar() const { return ReadFile(out_path_); }
+
+  // Waits for the end; kills the program after `deadline_ms`, so a hanging run fails the test
+  // instead of blocking it.
+  ProcessResult Wait(int deadline_ms = 30000) {
+    ProcessResult result;
+    if (pid_ < 0)
+      return result;
+    int status = 0;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadline_ms);
+    while (::waitpid(pid_, &status, WNOHANG) == 0) {
+      if (std::chrono::steady_clock::now() > deadline) {
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, &status, 0);
+        break;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    pid_ = -1;
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.out = ReadFile(out_path_);
+    result.err = ReadFile(err_path_);
+    return result;
+  }
+
+ private:
+  TempFolder files_;
+  std::string out_path_, err_path_;
+  pid_t pid_ = -1;
+};
+
 inline ProcessResult RunProcess(const std::vector<std::string>& argv,
                                 const std::vector<std::string>& env = {}, int deadline_ms = 30000) {
-  TempFolder files;
-  const std::string out_path = files / "out", err_path = files / "err";
-  // Everything the child needs is made before fork: other threads of the test may hold locks.
-  std::vector<std::string> env_text(env);
-  for (char** e = environ; *e != nullptr; ++e) {
-    const std::string entry(*e);
-    const std::string name = entry.substr(0, entry.find('=') + 1);
-    bool replaced = false;
-    for (const std::string& mine : env)
-      replaced = replaced || mine.rfind(name, 0) == 0;
-    if (!replaced)
-      env_text.push_back(entry);
-  }
-  std::vector<char*> args, envp;
-  for (const std::string& a : argv)
-    args.push_back(const_cast<char*>(a.c_str()));
-  args.push_back(nullptr);
-  for (const std::string& e : env_text)
-    envp.push_back(const_cast<char*>(e.c_str()));
-  envp.push_back(nullptr);
-  const int out_fd = ::open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  const int err_fd = ::open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    ::dup2(out_fd, 1);
-    ::dup2(err_fd, 2);
-    ::execve(args[0], args.data(), envp.data());
-    ::_exit(127);
-  }
-  ::close(out_fd);
-  ::close(err_fd);
-  ProcessResult result;
-  if (pid < 0)
-    return result;
-  int status = 0;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadline_ms);
-  while (::waitpid(pid, &status, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      ::kill(pid, SIGKILL);
-      ::waitpid(pid, &status, 0);
-      break;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  result.out = ReadFile(out_path);
-  result.err = ReadFile(err_path);
-  return result;
+  return RunningProcess(argv, env).Wait(deadline_ms);
 }
 
 // sondara-cli with a profile folder of its own (no user settings leak in).
 class Cli {
  public:
   ProcessResult Run(const std::vector<std::string>& args) const {
-    std::vector<std::string> argv{SONDARA_CLI};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return RunProcess(argv, {"HOME=" + home_.Path(), "XDG_CONFIG_HOME=" + home_.Path(),
-                             "SONDARA_HOME=" + home_.Path(), "LC_ALL=C.UTF-8"});
+    return RunningProcess(Argv(args), Env()).Wait();
+  }
+  // Runs while the test goes on; standard error mixed into standard output.
+  std::unique_ptr<RunningProcess> Start(const std::vector<std::string>& args) const {
+    return std::make_unique<RunningProcess>(Argv(args), Env(), true);
   }
   // The network settings the Options would have saved.
   void WriteNetworkSettings(const std::string& lines) const {
@@ -96,6 +133,16 @@ class Cli {
   }
 
  private:
+  static std::vector<std::string> Argv(const std::vector<std::string>& args) {
+    std::vector<std::string> argv{SONDARA_CLI};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return argv;
+  }
+  std::vector<std::string> Env() const {
+    return {"HOME=" + home_.Path(), "XDG_CONFIG_HOME=" + home_.Path(),
+            "SONDARA_HOME=" + home_.Path(), "LC_ALL=C.UTF-8"};
+  }
+
   TempFolder home_;
 };
 

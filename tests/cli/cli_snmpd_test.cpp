@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <regex>
 #include <set>
@@ -11,6 +12,7 @@
 
 #include "cli/cli_process.h"
 #include "support/snmpd_process.h"
+#include "util/temp_folder.h"
 
 namespace {
 
@@ -68,13 +70,94 @@ std::vector<Binding> ParseNetSnmp(const std::string& text) {
     }
     std::string type = m[3], value = m[4];
     EXPECT_TRUE(kTypes.count(type)) << line;
-    if (type == "STRING" && value.size() >= 2)
+    if (type == "STRING" && value.size() >= 2) {
       value = value.substr(1, value.size() - 2);
+      for (std::size_t at = 0; (at = value.find("\\\"", at)) != std::string::npos; ++at)
+        value.erase(at, 1);  // net-snmp writes a quote inside the string as \"
+    }
     if (type == "Timeticks")
       value = value.substr(1, value.find(')') - 1);
     out.push_back({m[1], kTypes.count(type) ? kTypes.at(type) : type, value});
   }
   return out;
+}
+
+// The OIDs of the objects a walk printed, in either tool's text; net-snmp's closing "No more
+// variables" line and the continuation lines of values with line feeds are no objects.
+std::vector<std::string> WalkedOids(const std::string& text) {
+  std::vector<std::string> oids;
+  for (const std::string& line : Lines(text)) {
+    const std::size_t eq = line.find(" = ");
+    if (line.rfind(".1.", 0) == 0 && eq != std::string::npos &&
+        line.compare(eq + 3, 8, "No more ") != 0)
+      oids.push_back(line.substr(0, eq));
+  }
+  return oids;
+}
+
+// The bindings under `prefix`, with the value of sysUpTime.0 (which moves) left out.
+std::vector<Binding> Subtree(std::vector<Binding> bindings, const std::string& prefix) {
+  std::erase_if(bindings, [&](const Binding& b) { return b.oid.rfind(prefix, 0) != 0; });
+  for (Binding& b : bindings) {
+    if (b.oid == ".1.3.6.1.2.1.1.3.0")
+      b.value.clear();
+  }
+  return bindings;
+}
+
+// RFC 4180 records: quoted fields may hold commas and doubled quotes.
+std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
+  std::vector<std::vector<std::string>> rows;
+  std::vector<std::string> row;
+  std::string field;
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (quoted && c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
+      field += '"';
+      ++i;
+    } else if (c == '"') {
+      quoted = !quoted;
+    } else if (!quoted && c == ',') {
+      row.push_back(std::exchange(field, {}));
+    } else if (!quoted && c == '\n') {
+      row.push_back(std::exchange(field, {}));
+      rows.push_back(std::exchange(row, {}));
+    } else {
+      field += c;
+    }
+  }
+  EXPECT_FALSE(quoted) << "a quote left open";
+  EXPECT_TRUE(field.empty() && row.empty()) << "no line end after the last row";
+  return rows;
+}
+
+// How many enhanced packet blocks a pcapng file holds.
+std::size_t PacketBlocks(const std::string& file) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; at + 8 <= file.size();) {
+    const auto word = [&](std::size_t p) {
+      return static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p])) |
+             static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p + 1])) << 8 |
+             static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p + 2])) << 16 |
+             static_cast<std::uint32_t>(static_cast<std::uint8_t>(file[p + 3])) << 24;
+    };
+    count += word(at) == 6 ? 1 : 0;
+    const std::uint32_t length = word(at + 4);
+    if (length < 12)
+      return 0;
+    at += length;
+  }
+  return count;
+}
+
+// The saved transaction log's text (UTF-16LE after its byte-order mark; ASCII expected).
+std::string SavedLogText(const std::string& bytes) {
+  EXPECT_EQ(bytes.substr(0, 2), "\xFF\xFE");
+  std::string text;
+  for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
+    text.push_back(bytes[i + 1] == 0 ? bytes[i] : '?');
+  return text;
 }
 
 class CliAgainstSnmpd : public testing::Test {
@@ -231,17 +314,186 @@ TEST_F(CliAgainstSnmpd, CsvJsonAndTheSavedTransactionLog) {
             "1.3.6.1.4.1.8072.3.2.10\"}\n");
 
   // The window's saved-log format: UTF-16LE after a byte-order mark, one line per message.
-  const std::string bytes = sondara_test::ReadFile(log);
-  ASSERT_GE(bytes.size(), 2U);
-  EXPECT_EQ(bytes.substr(0, 2), "\xFF\xFE");
-  std::string text;
-  for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
-    text.push_back(bytes[i + 1] == 0 ? bytes[i] : '?');
+  const std::string text = SavedLogText(sondara_test::ReadFile(log));
   const std::vector<std::string> lines = Lines(text);
   ASSERT_EQ(lines.size(), 3U) << text;
   EXPECT_EQ(lines[0].rfind("Date", 0), 0U);
   EXPECT_NE(lines[1].find("\t[Get]TX:             \t30 "), std::string::npos) << lines[1];
   EXPECT_NE(lines[2].find("\t[Get]RX:             \t30 "), std::string::npos) << lines[2];
+}
+
+TEST_F(CliAgainstSnmpd, WalkGivesWhatSnmpwalkReads) {
+  const ProcessResult ours = cli_.Run({"walk", "127.0.0.1", "-p", port_, "-t", "5000"});
+  ASSERT_EQ(ours.status, 0) << ours.err;
+  const std::string theirs = NetSnmp("snmpwalk", {".1.3.6.1"});
+  const std::vector<std::string> our_oids = WalkedOids(ours.out);
+  // The process and connection tables move between the two walks.
+  const std::size_t their_count = WalkedOids(theirs).size();
+  EXPECT_GT(their_count, 1000U);
+  EXPECT_NEAR(static_cast<double>(our_oids.size()), static_cast<double>(their_count),
+              their_count * 0.03);
+  // The system group holds no counter, so it stays put: exactly what net-snmp reads.
+  const std::vector<Binding> system = Subtree(ParseOurs(ours.out), ".1.3.6.1.2.1.1.");
+  EXPECT_GT(system.size(), 20U);
+  EXPECT_EQ(system, Subtree(ParseNetSnmp(NetSnmp("snmpwalk", {".1.3.6.1.2.1.1"})), ""));
+  EXPECT_EQ(ours.err,
+            "sondara-cli: walkMIB started.\nsondara-cli: walkMIB complete. No. of OIDs found: '" +
+                std::to_string(our_oids.size()) + "'.\n");
+}
+
+TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkFindsTheSameObjectsAndLogsEveryMessage) {
+  sondara_test::TempFolder folder;
+  const std::string log = folder / "walk.log", capture = folder / "walk.pcapng";
+  // A value with a comma and quotes, which a CSV reader must take whole.
+  const std::string contact = "ops, \"night\" shift";
+  ASSERT_EQ(Ours("set", {".1.3.6.1.2.1.1.4.0", "Octet String", contact}).status, 0);
+  const ProcessResult csv = Ours("walk", {".1.3.6.1.2.1.1", "--format", "csv", "-t", "5000",
+                                          "--log", log, "--pcapng", capture});
+  ASSERT_EQ(csv.status, 0) << csv.err;
+  const std::vector<std::vector<std::string>> rows = ParseCsv(csv.out);
+  ASSERT_GT(rows.size(), 1000U);
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"OID", "DataType", "Value"}));
+  EXPECT_EQ(rows[4], (std::vector<std::string>{".1.3.6.1.2.1.1.4.0", "Octet String", contact, ""}));
+  std::vector<Binding> from_csv;
+  for (std::size_t i = 1; i < rows.size(); ++i) {
+    ASSERT_EQ(rows[i].size(), 4U) << i;  // every row ends in a comma
+    EXPECT_EQ(rows[i][3], "");
+    from_csv.push_back({rows[i][0], rows[i][1], rows[i][2]});
+  }
+  const std::vector<Binding> system =
+      Subtree(ParseNetSnmp(NetSnmp("snmpwalk", {".1.3.6.1.2.1.1"})), "");
+  EXPECT_EQ(Subtree(from_csv, ".1.3.6.1.2.1.1."), system);
+
+  // One request more than objects (the last answers endOfMibView), each with its answer; the
+  // file keeps them all, far beyond the window's 1024 rows.
+  const std::size_t messages = 2 * rows.size();
+  EXPECT_EQ(Lines(SavedLogText(sondara_test::ReadFile(log))).size(), 1 + messages);
+  EXPECT_EQ(PacketBlocks(sondara_test::ReadFile(capture)), messages);
+
+  const ProcessResult bulk = Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "25", "-t", "5000"});
+  ASSERT_EQ(bulk.status, 0) << bulk.err;
+  const std::vector<Binding> from_bulk = ParseOurs(bulk.out);
+  EXPECT_EQ(Subtree(from_bulk, ".1.3.6.1.2.1.1."), system);
+  EXPECT_NEAR(static_cast<double>(from_bulk.size()), static_cast<double>(from_csv.size()),
+              from_csv.size() * 0.03);
+}
+
+// tshark's reading of a capture: one row of `fields` per packet.
+std::vector<std::vector<std::string>> TsharkFields(const std::string& capture,
+                                                   const std::string& port,
+                                                   const std::vector<std::string>& fields) {
+  std::vector<std::string> argv = {"/usr/bin/tshark",
+                                   "-n",
+                                   "-r",
+                                   capture,
+                                   "-o",
+                                   "udp.check_checksum:TRUE",
+                                   "-o",
+                                   "ip.check_checksum:TRUE",
+                                   "-d",
+                                   "udp.port==" + port + ",snmp",
+                                   "-T",
+                                   "fields",
+                                   "-E",
+                                   "separator=|"};
+  for (const std::string& f : fields)
+    argv.insert(argv.end(), {"-e", f});
+  const ProcessResult tshark = sondara_test::RunProcess(argv);
+  EXPECT_EQ(tshark.status, 0) << tshark.err;
+  for (const std::string& line : Lines(tshark.err))
+    EXPECT_NE(line.find("Running as user"), std::string::npos) << line;
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& packet : Lines(tshark.out)) {
+    std::vector<std::string> row;
+    std::istringstream in(packet + "|");
+    for (std::string field; std::getline(in, field, '|');)
+      row.push_back(field);
+    EXPECT_EQ(row.size(), fields.size()) << packet;
+    row.resize(fields.size());
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+TEST_F(CliAgainstSnmpd, CaptureOfAWalkReadsCleanInTsharkInTheOrderSent) {
+  sondara_test::TempFolder folder;
+  const std::string capture = folder / "walk.pcapng", bulk_capture = folder / "bulk.pcapng";
+  const ProcessResult walk = Ours("walk", {".1.3.6.1.2.1.1", "-t", "5000", "--pcapng", capture});
+  ASSERT_EQ(walk.status, 0) << walk.err;
+  const std::vector<std::string> walked = WalkedOids(walk.out);
+  ASSERT_GT(walked.size(), 20U);
+
+  enum {
+    kDirection,
+    kSrcPort,
+    kDstPort,
+    kVersion,
+    kCommunity,
+    kPdu,
+    kId,
+    kNames,
+    kIpSum,
+    kUdpSum,
+    kMalformed,
+    kSeverity
+  };
+  const std::vector<std::vector<std::string>> packets = TsharkFields(
+      capture, port_,
+      {"frame.packet_flags_direction", "udp.srcport", "udp.dstport", "snmp.version",
+       "snmp.community", "snmp.data", "snmp.request_id", "snmp.name", "ip.checksum.status",
+       "udp.checksum.status", "_ws.malformed", "_ws.expert.severity"});
+  // Each request (outbound, to the agent's port, GetNext PDU 1) then its answer (inbound, from
+  // there, PDU 2, same id), one pair per object and one for the endOfMibView that ends the
+  // view. Each request asks after the OID the answer before it named.
+  ASSERT_EQ(packets.size(), 2 * (walked.size() + 1));
+  std::string previous = "1.3.6.1.2.1.1";
+  long last_id = -1;
+  for (std::size_t i = 0; i < packets.size(); i += 2) {
+    const std::vector<std::string>& sent = packets[i];
+    const std::vector<std::string>& answer = packets[i + 1];
+    SCOPED_TRACE(testing::Message() << "packet " << i);
+    EXPECT_EQ(sent[kDirection], "0x00000002");
+    EXPECT_EQ(answer[kDirection], "0x00000001");
+    EXPECT_EQ(sent[kDstPort], port_);
+    EXPECT_NE(sent[kSrcPort], port_);  // our own end
+    EXPECT_EQ(answer[kSrcPort], port_);
+    EXPECT_EQ(answer[kDstPort], sent[kSrcPort]);
+    EXPECT_EQ(sent[kPdu], "1");
+    EXPECT_EQ(answer[kPdu], "2");
+    EXPECT_EQ(answer[kId], sent[kId]);
+    // The ids count up, one byte wide as the walk's counter is.
+    if (last_id >= 0) {
+      EXPECT_EQ(std::stol(sent[kId]), (last_id + 1) % 256);
+    }
+    last_id = std::stol(sent[kId]);
+    EXPECT_EQ(sent[kNames], previous);
+    previous = answer[kNames];
+    if (i / 2 < walked.size()) {
+      EXPECT_EQ("." + answer[kNames], walked[i / 2]);
+    }
+    for (const std::vector<std::string>* p : {&sent, &answer}) {
+      EXPECT_EQ((*p)[kVersion], "1");  // 2c
+      EXPECT_EQ((*p)[kCommunity], "getcom");
+      EXPECT_EQ((*p)[kIpSum], "1");  // good
+      EXPECT_EQ((*p)[kUdpSum], "1");
+      EXPECT_EQ((*p)[kMalformed], "");
+      // Only the packet comment naming the operation (PI_COMMENT), and a note (PI_NOTE) on the
+      // endOfMibView that ends the walk: no warning, no error.
+      EXPECT_EQ((*p)[kSeverity],
+                p == &answer && i + 2 == packets.size() ? "1048576,4194304" : "1048576");
+    }
+  }
+
+  // --bulk N: GetBulk requests of N repetitions, answered with several objects each.
+  const ProcessResult bulk =
+      Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "25", "-t", "5000", "--pcapng", bulk_capture});
+  ASSERT_EQ(bulk.status, 0) << bulk.err;
+  const std::vector<std::vector<std::string>> bulk_packets = TsharkFields(
+      bulk_capture, port_, {"snmp.data", "snmp.non_repeaters", "snmp.max_repetitions"});
+  ASSERT_GE(bulk_packets.size(), 2 * WalkedOids(bulk.out).size() / 25);
+  EXPECT_LT(bulk_packets.size(), 2 * WalkedOids(bulk.out).size() / 10);
+  for (std::size_t i = 0; i < bulk_packets.size(); i += 2)
+    EXPECT_EQ(bulk_packets[i], (std::vector<std::string>{"5", "0", "25"})) << "packet " << i;
 }
 
 }  // namespace

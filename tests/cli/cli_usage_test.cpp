@@ -2,12 +2,19 @@
 // from the program's settings, and carries no Qt.
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
+#include <chrono>
 #include <cstdio>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cli/cli_process.h"
+#include "support/ber_builder.h"
 #include "support/fake_agent.h"
+#include "support/hex_bytes.h"
 
 namespace {
 
@@ -57,6 +64,25 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
       {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--specific", "0"}, "bad --specific '0'"},
       {{"sweep", "10.0.0.1"}, "sweep: missing END"},
       {{"sweep", "10.0.0.1", "10.0.0.256"}, "bad END '10.0.0.256'"},
+      {{"sweep", "10.0.0.x", "10.0.0.2"}, "bad START '10.0.0.x'"},
+      {{"sweep", "10.0.0.1", "10.0.0.2", "-c", "x"}, "sweep: option -c does not apply"},
+      {{"walk", "-p", port}, "walk: missing HOST"},
+      {{"walk", "127.0.0.1", "-p", port, ".1.3.x"}, "bad OID '.1.3.x'"},
+      {{"walk", "127.0.0.1", "-p", port, ".1.3", ".1.4"}, "unexpected argument '.1.4'"},
+      {{"walk", "127.0.0.1", "-p", port, "--bulk", "0"}, "bad --bulk '0'"},
+      {{"walk", "127.0.0.1", "-p", "70000"}, "bad port '70000'"},
+      {{"trap", "127.0.0.1", "-p", port, oid, "Bits", "1"}, "unknown TYPE 'Bits'"},
+      {{"trap", "127.0.0.1", "-p", port, oid, "Timeticks", "-1"}, "'-1' does not fit Timeticks"},
+      {{"trap", "127.0.0.1", "-p", port, oid, "Null"}, "needs a VALUE"},
+      {{"trap", "127.0.0.1", "-p", port, "--trap-oid", "1.3."}, "bad --trap-oid '1.3.'"},
+      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--trap-oid", ".1.3"}, "for -v 2c traps"},
+      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--enterprise", "x"}, "bad --enterprise 'x'"},
+      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--agent-address", "10.0.0"},
+       "bad --agent-address '10.0.0'"},
+      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--generic", "linkSideways"},
+       "bad --generic 'linkSideways'"},
+      {{"ping", "--pcapng", "x.pcapng", "127.0.0.1"}, "ping: option --pcapng does not apply"},
+      {{"get", "127.0.0.1", "-p", port, oid, "--pcapng"}, "--pcapng needs FILE"},
   };
   Cli cli;
   for (const Case& c : cases) {
@@ -66,6 +92,12 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
     EXPECT_EQ(r.err.rfind("sondara-cli: ", 0), 0U) << r.err;
     EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << "one line: " << r.err;
+  }
+  // A file that cannot be made is found out before anything goes.
+  for (const char* option : {"--log", "--pcapng"}) {
+    const ProcessResult r = cli.Run({"walk", "127.0.0.1", "-p", port, option, "/nonexistent/f"});
+    EXPECT_EQ(r.status, 4);
+    EXPECT_EQ(r.err, "sondara-cli: unable to write /nonexistent/f\n");
   }
   EXPECT_TRUE(agent.Received().empty());
 }
@@ -85,6 +117,96 @@ TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
   const auto received = agent.Received();
   ASSERT_EQ(received.size(), 4U);
   EXPECT_EQ(received[3].bytes, received[0].bytes);
+}
+
+// The request-id of a short request (one-byte lengths), read by hand.
+std::uint32_t RequestId(const std::vector<std::uint8_t>& d) {
+  std::size_t p = 2;     // the message's SEQUENCE
+  p += 2 + d.at(p + 1);  // version
+  p += 2 + d.at(p + 1);  // community
+  p += 2;                // the PDU
+  std::uint32_t id = 0;
+  for (std::size_t i = 0; i < d.at(p + 1); ++i)
+    id = id << 8 | d.at(p + 2 + i);
+  return id;
+}
+
+TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
+  using testing_support::Bytes;
+  using testing_support::FakeAgent;
+  // Object n is .1.3.6.1.2.1.1.9.1.3.n = "object n", each answered after 50 ms; the view
+  // ends after 100 objects, far beyond where the test stops the walk.
+  FakeAgent agent([](const FakeAgent::Datagram& d, int n) {
+    const auto index = static_cast<std::uint8_t>(n + 1);
+    const Bytes oid =
+        testing_support::Cat({testing_support::Hex("2b 06 01 02 01 01 09 01 03"), Bytes{index}});
+    const Bytes value = index > 100 ? testing_support::Hex("82 00")
+                                    : testing_support::Str("object " + std::to_string(index));
+    return std::vector<FakeAgent::Reply>{
+        {testing_support::Response(1, "getcom", RequestId(d.bytes), 0, 0,
+                                   testing_support::VarBind(oid, value)),
+         50}};
+  });
+  Cli cli;
+  const auto walk = cli.Start(
+      {"walk", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "5000", ".1.3.6.1.2.1.1.9"});
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (agent.Received().size() < 5 && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  walk->Signal(SIGINT);
+  const ProcessResult r = walk->Wait(10000);
+  EXPECT_EQ(r.status, 130) << r.out;
+
+  // Standard error is mixed in: the objects come before the line that ends the walk.
+  std::vector<std::string> lines;
+  std::istringstream in(r.out);
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
+  ASSERT_GE(lines.size(), 7U) << r.out;
+  const std::size_t found = lines.size() - 2;
+  EXPECT_LT(found, 100U);
+  EXPECT_EQ(lines.front(), "sondara-cli: walkMIB started.");
+  for (std::size_t i = 1; i <= found; ++i) {
+    EXPECT_EQ(lines[i], ".1.3.6.1.2.1.1.9.1.3." + std::to_string(i) + " = Octet String: object " +
+                            std::to_string(i));
+  }
+  EXPECT_EQ(lines.back(),
+            "sondara-cli: walkMIB stopped. No. of OIDs found: '" + std::to_string(found) + "'.");
+  EXPECT_EQ(agent.Received().size(), found);  // nothing asked after the stop
+}
+
+TEST(CliUsage, AWalkThatFailsSaysHowByItsStatus) {
+  using testing_support::Bytes;
+  using testing_support::FakeAgent;
+  const Bytes system = testing_support::Hex("2b 06 01 02 01 01 01 00");  // sysDescr.0
+  struct Case {
+    std::string what;
+    std::uint32_t error_status;  // answered with this status and sysDescr.0
+    bool silent;
+    int exit_status;
+    std::string line;
+  };
+  const std::vector<Case> cases = {
+      {"genErr", 5, false, 1, "Error Code:5, Error Index:1."},
+      {"silence", 0, true, 3, "Timed out while waiting for response from remote host"},
+      // The second answer names sysDescr.0 again: the walk would go round in circles.
+      {"no progress", 0, false, 4, "'.1.3.6.1.2.1.1.1.0'"},
+  };
+  for (const Case& c : cases) {
+    FakeAgent agent([&](const FakeAgent::Datagram& d, int) {
+      if (c.silent)
+        return std::vector<FakeAgent::Reply>{};
+      return std::vector<FakeAgent::Reply>{{testing_support::Response(
+          1, "getcom", RequestId(d.bytes), c.error_status, c.error_status != 0 ? 1 : 0,
+          testing_support::VarBind(system, testing_support::Str("x")))}};
+    });
+    const ProcessResult r = Cli().Run({"walk", "127.0.0.1", "-p", std::to_string(agent.Port()),
+                                       "-t", "200", "-r", "0", ".1.3.6.1.2.1.1"});
+    EXPECT_EQ(r.status, c.exit_status) << c.what << "\n" << r.err;
+    EXPECT_NE(r.err.find(c.line), std::string::npos) << c.what << "\n" << r.err;
+    EXPECT_NE(r.err.find("sondara-cli: walkMIB failed. No. of OIDs found: '"), std::string::npos)
+        << r.err;
+  }
 }
 
 TEST(CliUsage, HelpDescribesEveryCommand) {

@@ -1,0 +1,50 @@
+// walk: the walkMIB operation on this thread, each object printed as it is found; Ctrl+C stops
+// it as the page's St&op does.
+#include <string>
+
+#include "cli/commands.h"
+#include "pages/walk_mib_operation.h"
+#include "snmp/type_names.h"
+
+namespace cli {
+
+int RunWalk(CliContext& context) {
+  const CommandLine& line = context.line;
+  CCliEventLines events(context);
+  pages::CWalkMIBOperation walk(app::WalkMibSettings{}, events, context.transactions);
+  pages::WalkMibForm& form = walk.Form();
+  form.host = line.host;
+  form.version = line.snmp_version;
+  form.port_text = std::to_wstring(line.port);
+  form.community = line.community;
+  form.start_oid = line.oids.front();
+  pages::WalkOptions options;
+  options.udp = context.udp;
+  // GetNext unless --bulk: a script walks the same way whatever the Options say.
+  options.bulk_repetitions = line.bulk.value_or(0);
+
+  CCliOperationUi ui(context);
+  const bool walked =
+      walk.RunWalk(options, ui, context.stop, [&context](const pages::COidInfo& found) {
+        context.printer.PrintBinding(found.oid, snmp::TypeNameOfTag(found.type), found.value);
+      });
+  if (!walked)
+    return ui.Refused() ? kExitUsage : kExitFailure;
+  switch (walk.FinalStatus()) {
+    case pages::WalkStatus::kStopped:
+      return kExitStopped;
+    case pages::WalkStatus::kFailed:
+      switch (walk.LastFailure()) {
+        case pages::WalkFailure::kAgentError:
+          return kExitAgentError;
+        case pages::WalkFailure::kNoAnswer:
+          return kExitNoAnswer;
+        default:
+          return kExitFailure;
+      }
+    default:
+      return kExitDone;
+  }
+}
+
+}  // namespace cli

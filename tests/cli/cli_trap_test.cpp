@@ -1,0 +1,166 @@
+// sondara-cli trap against a real net-snmp snmptrapd: every field and binding arrives.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/cli_process.h"
+#include "support/snmptrapd_process.h"
+
+namespace {
+
+using sondara_test::Cli;
+using sondara_test::ProcessResult;
+
+std::vector<std::string> Fields(const std::string& line) {
+  std::vector<std::string> fields;
+  std::istringstream in(line);
+  for (std::string field; std::getline(in, field, '~');)
+    fields.push_back(field);
+  return fields;
+}
+
+class CliTrap : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string error = manager_.Start();
+    ASSERT_TRUE(error.empty()) << error;
+  }
+  ProcessResult Trap(std::vector<std::string> args) {
+    args.insert(args.begin(), {"trap", "127.0.0.1", "-p", std::to_string(manager_.Port())});
+    return cli_.Run(args);
+  }
+
+  testing_support::SnmptrapdProcess manager_;
+  Cli cli_;
+};
+
+// One binding of each type the command takes, as typed and as snmptrapd prints it.
+const std::vector<std::string> kBindings = {".1.3.6.1.2.1.2.2.1.1.1",
+                                            "Integer32",
+                                            "-42",
+                                            ".1.3.6.1.4.1.59871.1.1",
+                                            "octet string",
+                                            "door 3 open",
+                                            ".1.3.6.1.4.1.59871.1.2",
+                                            "IPAddress",
+                                            "192.0.2.17",
+                                            ".1.3.6.1.4.1.59871.1.3",
+                                            "Counter32",
+                                            "4000000000",
+                                            ".1.3.6.1.4.1.59871.1.4",
+                                            "Object Identifier",
+                                            ".1.3.6.1.4.1.59871.2",
+                                            ".1.3.6.1.4.1.59871.1.5",
+                                            "Gauge32",
+                                            "0x4D",
+                                            ".1.3.6.1.4.1.59871.1.6",
+                                            "Timeticks",
+                                            "999",
+                                            ".1.3.6.1.4.1.59871.1.7",
+                                            "UInteger32",
+                                            "7",
+                                            ".1.3.6.1.4.1.59871.1.8",
+                                            "Counter64",
+                                            "18446744073709551615",
+                                            ".1.3.6.1.4.1.59871.1.9",
+                                            "Null",
+                                            "-",
+                                            ".1.3.6.1.4.1.59871.1.10",
+                                            "Opaque",
+                                            "ab"};
+const std::vector<std::string> kArrived = {
+    ".1.3.6.1.2.1.2.2.1.1.1 = INTEGER: -42",
+    ".1.3.6.1.4.1.59871.1.1 = STRING: \"door 3 open\"",
+    ".1.3.6.1.4.1.59871.1.2 = IpAddress: 192.0.2.17",
+    ".1.3.6.1.4.1.59871.1.3 = Counter32: 4000000000",
+    ".1.3.6.1.4.1.59871.1.4 = OID: .1.3.6.1.4.1.59871.2",
+    ".1.3.6.1.4.1.59871.1.5 = Gauge32: 77",
+    ".1.3.6.1.4.1.59871.1.6 = Timeticks: (999) 0:00:09.99",
+    ".1.3.6.1.4.1.59871.1.7 = 7",  // net-snmp prints no name for this old type
+    ".1.3.6.1.4.1.59871.1.8 = Counter64: 18446744073709551615",
+    ".1.3.6.1.4.1.59871.1.9 = NULL",
+    ".1.3.6.1.4.1.59871.1.10 = OPAQUE: 61 62 "};
+
+TEST_F(CliTrap, Version1ArrivesWithEveryFieldAndBinding) {
+  std::vector<std::string> args = {"-v",
+                                   "1",
+                                   "-c",
+                                   "trapcom",
+                                   "--enterprise",
+                                   ".1.3.6.1.4.1.59871.7",
+                                   "--agent-address",
+                                   "10.20.30.40",
+                                   "--generic",
+                                   "linkUp",
+                                   "--specific",
+                                   "3"};
+  args.insert(args.end(), kBindings.begin(), kBindings.end());
+  const ProcessResult r = Trap(args);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  const std::vector<std::string> traps = manager_.Traps(1);
+  ASSERT_EQ(traps.size(), 1U);
+  std::vector<std::string> fields = Fields(traps[0]);
+  ASSERT_GE(fields.size(), 5U) << traps[0];
+  // The time stamp counts from the start of the run: well under a minute.
+  EXPECT_LT(std::stoul(fields[4]), 6000UL) << traps[0];
+  fields.erase(fields.begin() + 4);
+  std::vector<std::string> expected = {".1.3.6.1.4.1.59871.7", "10.20.30.40", "3", "3"};
+  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
+  EXPECT_EQ(fields, expected);
+  // What was sent is printed as the get prints what it read.
+  EXPECT_NE(r.out.find(".1.3.6.1.4.1.59871.1.5 = Gauge32: 77\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find(".1.3.6.1.4.1.59871.1.9 = Null: \n"), std::string::npos) << r.out;
+}
+
+TEST_F(CliTrap, Version2cCarriesSysUpTimeAndTheTrapOidFirst) {
+  std::vector<std::string> args = {"--trap-oid", ".1.3.6.1.6.3.1.1.5.4", "--format", "json"};
+  args.insert(args.end(), kBindings.begin(), kBindings.end());
+  const ProcessResult r = Trap(args);
+  ASSERT_EQ(r.status, 0) << r.err;
+  const ProcessResult plain = Trap({});  // the two fixed entries alone
+  ASSERT_EQ(plain.status, 0) << plain.err;
+
+  const std::vector<std::string> traps = manager_.Traps(2);
+  ASSERT_EQ(traps.size(), 2U);
+  std::vector<std::vector<std::string>> fields = {Fields(traps[0]), Fields(traps[1])};
+  for (std::vector<std::string>& f : fields) {
+    ASSERT_GE(f.size(), 7U);
+    EXPECT_EQ(std::vector<std::string>(f.begin(), f.begin() + 5),
+              (std::vector<std::string>{".", "0.0.0.0", "0", "0", "0"}));
+    EXPECT_EQ(f[5].rfind(".1.3.6.1.2.1.1.3.0 = Timeticks: (", 0), 0U) << f[5];
+    f.erase(f.begin(), f.begin() + 6);
+  }
+  std::vector<std::string> expected = {".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1.6.3.1.1.5.4"};
+  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
+  EXPECT_EQ(fields[0], expected);
+  EXPECT_EQ(fields[1], (std::vector<std::string>{".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1"}));
+
+  // The printed sysUpTime.0 is the one that went.
+  const std::string sent = Fields(traps[0])[5];
+  const std::string ticks = sent.substr(sent.find('(') + 1, sent.find(')') - sent.find('(') - 1);
+  EXPECT_EQ(r.out.rfind("{\"oid\":\".1.3.6.1.2.1.1.3.0\",\"type\":\"Timeticks\",\"value\":\"" +
+                            ticks + "\"}\n{\"oid\":\".1.3.6.1.6.3.1.1.4.1.0\"",
+                        0),
+            0U)
+      << r.out;
+}
+
+TEST_F(CliTrap, MoreThanSixtyFourBindingsAreRefused) {
+  std::vector<std::string> args;
+  for (int i = 1; i <= 63; ++i)
+    args.insert(args.end(), {".1.3.6.1.4.1.59871.1." + std::to_string(i), "Integer32", "1"});
+  const ProcessResult r = Trap(args);  // 63 and the two fixed entries
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.err,
+            "sondara-cli: trap: too many bindings (at most 64, sysUpTime.0 and snmpTrapOID.0 "
+            "included)\n");
+  args.resize(3 * 62);
+  EXPECT_EQ(Trap(args).status, 0);
+  EXPECT_EQ(manager_.Traps(2, std::chrono::milliseconds(500)).size(), 1U);
+}
+
+}  // namespace
