@@ -2,6 +2,16 @@
 
 namespace snmp {
 
+// Version 1 and an empty community; the common case of a message about to be decoded into, so
+// it skips the community's text conversion.
+CSNMPMessage::CSNMPMessage(std::uint32_t pdu_type)
+    : CASNDataType(kTagSequence),
+      version_(kSnmpVersion1),
+      pdu_(std::in_place_type<CPDU>, pdu_type) {
+  if (pdu_type == kPduTrapV1)
+    pdu_.emplace<CTrapPDU>();
+}
+
 CSNMPMessage::CSNMPMessage(std::int32_t version, std::wstring_view community,
                            std::uint32_t pdu_type)
     : CASNDataType(kTagSequence),

@@ -22,7 +22,7 @@ inline constexpr std::int32_t kMessageBufferLen = 65535;
 class CSNMPMessage : public CASNDataType {
  public:
   // A message holds a CTrapPDU when pdu_type is kPduTrapV1 and a CPDU of that type otherwise.
-  explicit CSNMPMessage(std::uint32_t pdu_type) : CSNMPMessage(kSnmpVersion1, L"", pdu_type) {}
+  explicit CSNMPMessage(std::uint32_t pdu_type);
   CSNMPMessage(std::int32_t version, std::wstring_view community, std::uint32_t pdu_type);
 
   std::int32_t Version() const { return version_.Value(); }

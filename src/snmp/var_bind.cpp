@@ -36,14 +36,17 @@ bool CVarBind::EncodeContent(CBerWriter& out) {
 int CVarBind::DecodeContent(CBerReader& in) {
   if (ExceedsInput(ContentLength(), in))
     return kBerExhausted;
-  name_ = COid();
+  // The name's arcs are overwritten in place; an old value goes as soon as the name fails.
   has_name_ = true;
-  value_.Reset();
-  if (const int r = name_.Decode(in); r != kBerOk)
+  if (const int r = name_.Decode(in); r != kBerOk) {
+    value_.Reset();
     return r;
+  }
   std::uint8_t tag = 0;
-  if (!in.Peek(tag))
+  if (!in.Peek(tag)) {
+    value_.Reset();
     return kBerExhausted;
+  }
   if (!value_.Set(tag))
     return kUnsupportedType;
   return value_.Get()->Decode(in);
