@@ -12,6 +12,7 @@
 #include "app/setting_rules.h"
 #include "pages/operation_common.h"
 #include "snmp/oid.h"
+#include "snmp/snmp_message.h"
 #include "snmp/type_names.h"
 #include "util/text.h"
 
@@ -25,7 +26,8 @@ constexpr std::uint32_t kTags[] = {kTagInteger32, kTagOctetString, kTagNull,    
 
 // The value's whole encoding, or nothing when it does not encode.
 std::vector<std::uint8_t> Encoded(CASNDataType& value) {
-  static std::vector<std::uint8_t> buf(4096);
+  // As much room as a message has: a long string's UTF-8 takes up to three bytes per character.
+  static std::vector<std::uint8_t> buf(kMessageBufferLen);
   CBerWriter out(&buf.back(), static_cast<std::int32_t>(buf.size()));
   if (!value.Encode(out))
     return {};
