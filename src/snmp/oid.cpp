@@ -17,6 +17,13 @@ void COid::SetFromText(std::wstring_view text) {
       ++p;  // empty pieces are skipped
       continue;
     }
+    // A one-digit arc, most of any well-known name: the digit and the dot after it in one step.
+    if (const auto digit = static_cast<std::uint32_t>(*p) - L'0';
+        digit <= 9 && (p + 1 == end || p[1] == L'.')) {
+      *out++ = digit;
+      p += p + 1 == end ? 1 : 2;
+      continue;
+    }
     const wchar_t* const start = p;
     std::uint32_t arc = 0;
     for (std::uint32_t digit = 0; p != end && (digit = static_cast<std::uint32_t>(*p) - L'0') <= 9;
