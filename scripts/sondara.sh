@@ -9,6 +9,9 @@ BUILD_PACKAGES=(cmake ninja-build g++ libgtest-dev qt6-base-dev fonts-dejavu-cor
 # Test peers and tools: tshark decodes our encodings independently, snmpd/snmptrapd answer our
 # requests, clang builds the fuzzer, iproute2 makes the private network namespaces.
 TEST_PACKAGES=(clang libclang-rt-14-dev tshark snmpd snmptrapd snmp iproute2 procps)
+# Benchmarks only: bench/netsnmp_codec_bench times libnetsnmp's codec against ours. Nothing else
+# links it, and the bench is left out of the build where the library is missing.
+BENCH_PACKAGES=(libsnmp-dev)
 
 install_missing() {
   local missing=() p
@@ -61,7 +64,7 @@ case "${1:-}" in
     exec ./build/src/sondara
     ;;
   test)
-    install_missing "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+    install_missing "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
     status=0
     # 1. Everything, as users get it.
     build build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSONDARA_BUILD_TESTS=ON

@@ -38,12 +38,25 @@ class CASNDataType {
 
   // Whole object, backwards: content, length octets, identifier octet. False as soon as the
   // writer runs out of room; the partly written buffer is then to be discarded.
-  [[nodiscard]] bool Encode(CBerWriter& out);
+  [[nodiscard]] bool Encode(CBerWriter& out) {
+    return EncodeContent(out) && out.PutLength(content_len_) && out.PutTag(tag_);
+  }
   // Whole object, forwards: identifier octet (must be this object's tag), length, content.
   // Returns 0 or the first negative result code; the object may be left partly filled.
-  [[nodiscard]] int Decode(CBerReader& in);
+  [[nodiscard]] int Decode(CBerReader& in) {
+    if (const int r = in.ExpectTag(tag_); r != kBerOk)
+      return r;
+    if (const int r = in.GetLength(content_len_); r != kBerOk)
+      return r;
+    return DecodeContent(in);
+  }
 
  protected:
+  // Values are held in place (a binding's value slot, a list's bindings), so they move; a copy
+  // through the base would slice.
+  CASNDataType(CASNDataType&&) = default;
+  CASNDataType& operator=(CASNDataType&&) = default;
+
   // The class's own content codecs. The encoder stores the content length it wrote; the
   // decoder reads the content whose length the length octets gave (content_len_).
   [[nodiscard]] virtual bool EncodeContent(CBerWriter& out) = 0;

@@ -1,31 +1,8 @@
 #include "snmp/ber.h"
 
-#include <algorithm>
-#include <cstring>
-
 namespace snmp {
 
-bool CBerWriter::PutByte(std::uint8_t b) {
-  if (free_ < 1)
-    return false;
-  *cursor_-- = b;
-  --free_;
-  return true;
-}
-
-bool CBerWriter::PutBytes(const std::uint8_t* bytes, std::uint32_t bytes_len) {
-  if (free_ < 0 || static_cast<std::uint32_t>(free_) < bytes_len)
-    return false;
-  cursor_ -= bytes_len;
-  if (bytes_len != 0)
-    std::memcpy(cursor_ + 1, bytes, bytes_len);
-  free_ -= static_cast<std::int32_t>(bytes_len);
-  return true;
-}
-
-bool CBerWriter::PutLength(std::uint32_t len) {
-  if (len <= 127)
-    return PutByte(static_cast<std::uint8_t>(len));
+bool CBerWriter::PutLongLength(std::uint32_t len) {
   std::uint8_t count = 0;
   while (len > 255) {
     if (!PutByte(static_cast<std::uint8_t>(len)))
@@ -44,37 +21,7 @@ bool CBerWriter::PutLength(std::uint32_t len) {
   return true;
 }
 
-bool CBerReader::Peek(std::uint8_t& out_byte) const {
-  if (remain_ <= 0)
-    return false;
-  out_byte = *cursor_;
-  return true;
-}
-
-int CBerReader::GetByte(std::uint8_t& out_byte) {
-  if (remain_ <= 0)
-    return kBerExhausted;
-  out_byte = *cursor_++;
-  --remain_;
-  return kBerOk;
-}
-
-int CBerReader::Skip(std::uint32_t len) {
-  if (ExceedsInput(len, *this))
-    return kBerExhausted;
-  cursor_ += len;
-  remain_ -= static_cast<std::int32_t>(len);
-  return kBerOk;
-}
-
-int CBerReader::ExpectTag(std::uint32_t tag) {
-  std::uint8_t b = 0;
-  if (GetByte(b) != kBerOk)
-    return kBerExhausted;
-  return b == static_cast<std::uint8_t>(tag) && tag <= 0xFF ? kBerOk : kBerWrongTag;
-}
-
-int CBerReader::GetLength(std::uint32_t& out_len) {
+int CBerReader::GetLongLength(std::uint32_t& out_len) {
   out_len = 0;
   std::uint8_t first = 0;
   if (GetByte(first) != kBerOk)
@@ -103,51 +50,34 @@ int CBerReader::GetLength(std::uint32_t& out_len) {
   return kBerOk;
 }
 
-int CBerReader::Split(std::uint32_t len, CBerReader& out_child) {
-  if (ExceedsInput(len, *this))
-    return kBerExhausted;
-  out_child = CBerReader(cursor_, static_cast<std::int32_t>(len));
-  return Skip(len);
-}
-
 bool EncodeSignedContent(CBerWriter& out, std::int32_t value, std::uint32_t& out_len) {
-  // Minimal two's complement (X.690 8.3.2): drop leading bytes that only repeat the sign.
-  const std::int32_t fill = value < 0 ? -1 : 0;
-  std::uint32_t n = 0;
-  std::int32_t rest = value;
-  std::uint8_t last = 0;
-  do {
-    last = static_cast<std::uint8_t>(rest);
-    if (!out.PutByte(last))
-      return false;
-    ++n;
-    rest >>= 8;  // arithmetic shift (C++20)
-  } while (rest != fill);
-  if (((last & 0x80) != 0) != (value < 0)) {
-    if (!out.PutByte(static_cast<std::uint8_t>(fill)))
-      return false;
-    ++n;
-  }
+  // Minimal two's complement (X.690 8.3.2): as few bytes as hold the value with its sign.
+  const std::uint32_t n = value >= -0x80 && value < 0x80           ? 1
+                          : value >= -0x8000 && value < 0x8000     ? 2
+                          : value >= -0x800000 && value < 0x800000 ? 3
+                                                                   : 4;
+  std::uint8_t* room = out.Reserve(n);
+  if (room == nullptr)
+    return false;
+  auto rest = static_cast<std::uint32_t>(value);
+  for (std::uint32_t i = n; i-- > 0; rest >>= 8)
+    room[i] = static_cast<std::uint8_t>(rest);
   out_len = n;
   return true;
 }
 
 bool EncodeUnsignedContent(CBerWriter& out, std::uint64_t value, std::uint32_t& out_len) {
-  std::uint32_t n = 0;
-  std::uint8_t last = 0;
-  do {
-    last = static_cast<std::uint8_t>(value);
-    if (!out.PutByte(last))
-      return false;
+  std::uint32_t n = 1;
+  while (n < 8 && (value >> (8 * n)) != 0)
     ++n;
-    value >>= 8;
-  } while (value != 0);
   // An unsigned value whose top bit is set needs a zero in front, or it would read negative.
-  if ((last & 0x80) != 0) {
-    if (!out.PutByte(0))
-      return false;
+  if (((value >> (8 * n - 8)) & 0x80) != 0)
     ++n;
-  }
+  std::uint8_t* room = out.Reserve(n);
+  if (room == nullptr)
+    return false;
+  for (std::uint32_t i = n; i-- > 0; value >>= 8)
+    room[i] = static_cast<std::uint8_t>(value);
   out_len = n;
   return true;
 }
@@ -157,13 +87,10 @@ int DecodeSignedContent(CBerReader& in, std::uint32_t len, std::int32_t& out_val
     return kBerExhausted;
   if (len == 0 || len > 5)
     return kBerBadLength;
-  std::uint8_t b = 0;
-  (void)in.Peek(b);
-  std::uint32_t v = (b & 0x80) != 0 ? 0xFFFFFFFFu : 0u;
-  for (std::uint32_t i = 0; i < len; ++i) {
-    (void)in.GetByte(b);
-    v = (v << 8) | b;  // a fifth byte shifts the first out of the 32 bits
-  }
+  const std::uint8_t* bytes = in.Take(len);
+  std::uint32_t v = (bytes[0] & 0x80) != 0 ? 0xFFFFFFFFu : 0u;
+  for (std::uint32_t i = 0; i < len; ++i)
+    v = (v << 8) | bytes[i];  // a fifth byte shifts the first out of the 32 bits
   out_value = static_cast<std::int32_t>(v);
   return kBerOk;
 }
@@ -174,69 +101,91 @@ int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t max_l
     return kBerExhausted;
   if (len == 0 || len > max_len)
     return kBerBadLength;
+  const std::uint8_t* bytes = in.Take(len);
   std::uint32_t v = 0;
-  std::uint8_t b = 0;
-  for (std::uint32_t i = 0; i < len; ++i) {
-    (void)in.GetByte(b);
-    v = (v << 8) | b;
-  }
+  for (std::uint32_t i = 0; i < len; ++i)
+    v = (v << 8) | bytes[i];
   out_value = v;
   return kBerOk;
 }
 
-bool EncodeOidContent(CBerWriter& out, const std::vector<std::uint32_t>& arcs,
+namespace {
+
+// Bytes of one arc in base 128.
+std::uint32_t Base128Length(std::uint32_t arc) {
+  return arc < (1u << 7)    ? 1
+         : arc < (1u << 14) ? 2
+         : arc < (1u << 21) ? 3
+         : arc < (1u << 28) ? 4
+                            : 5;
+}
+
+}  // namespace
+
+bool EncodeOidContent(CBerWriter& out, std::span<const std::uint32_t> arcs,
                       std::uint32_t& out_len) {
   if (arcs.size() < 2)
     return false;
-  std::uint32_t n = 0;
-  for (std::size_t i = arcs.size(); i-- > 2;) {
-    // Base 128, most significant group first on the wire, continuation bit on all but the last.
-    std::uint32_t arc = arcs[i];
-    if (!out.PutByte(static_cast<std::uint8_t>(arc & 0x7F)))
-      return false;
-    ++n;
-    for (arc >>= 7; arc != 0; arc >>= 7) {
-      if (!out.PutByte(static_cast<std::uint8_t>(0x80 | (arc & 0x7F))))
-        return false;
-      ++n;
-    }
-  }
-  // The combined first sub-identifier is always exactly one byte; a sum above 255 wraps.
-  if (!out.PutByte(static_cast<std::uint8_t>(arcs[0] * 40 + arcs[1])))
+  std::uint32_t n = 1;
+  for (std::size_t i = 2; i < arcs.size(); ++i)
+    n += Base128Length(arcs[i]);
+  std::uint8_t* room = out.Reserve(n);
+  if (room == nullptr)
     return false;
-  out_len = n + 1;
+  // The combined first sub-identifier is always exactly one byte; a sum above 255 wraps.
+  *room++ = static_cast<std::uint8_t>(arcs[0] * 40 + arcs[1]);
+  for (std::size_t i = 2; i < arcs.size(); ++i) {
+    // Base 128, most significant group first, continuation bit on all but the last.
+    const std::uint32_t arc = arcs[i];
+    if (arc >= 0x80) {
+      for (std::uint32_t shift = 7 * (Base128Length(arc) - 1); shift != 0; shift -= 7)
+        *room++ = static_cast<std::uint8_t>(0x80 | ((arc >> shift) & 0x7F));
+    }
+    *room++ = static_cast<std::uint8_t>(arc & 0x7F);
+  }
+  out_len = n;
   return true;
 }
 
-int DecodeOidContent(CBerReader& in, std::uint32_t len, std::vector<std::uint32_t>& out_arcs) {
+int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs) {
   if (ExceedsInput(len, in))
     return kBerExhausted;
   if (len == 0)
     return kBerBadLength;
-  out_arcs.clear();
-  // One allocation for the whole identifier: each content byte after the first gives at most
-  // one arc.
-  out_arcs.reserve(std::min<std::size_t>(len + 1, kMaxOidArcs));
-  std::uint8_t b = 0;
-  (void)in.GetByte(b);
-  const auto first = static_cast<std::int8_t>(b);
-  out_arcs.push_back(static_cast<std::uint32_t>(first / 40));
-  out_arcs.push_back(static_cast<std::uint32_t>(first % 40));
-  std::uint32_t consumed = 1;
-  while (consumed < len) {
-    if (out_arcs.size() >= kMaxOidArcs)
-      return kBerBadLength;
+  const std::uint8_t* const start = in.Cursor();
+  const std::uint8_t* const input_end = start + in.Remaining();
+  const std::uint8_t* const content_end = start + len;
+  // Each content byte after the first gives at most one arc.
+  out_arcs.resize_uninitialized(len + 1 < kMaxOidArcs ? len + 1 : kMaxOidArcs);
+  std::uint32_t* const arcs = out_arcs.data();
+  const auto first = static_cast<std::int8_t>(*start);
+  arcs[0] = static_cast<std::uint32_t>(first / 40);
+  arcs[1] = static_cast<std::uint32_t>(first % 40);
+  std::size_t count = 2;
+  const std::uint8_t* p = start + 1;
+  int result = kBerOk;
+  while (p < content_end && result == kBerOk) {
+    if (count >= kMaxOidArcs) {
+      result = kBerBadLength;
+      break;
+    }
     std::uint32_t arc = 0;
+    std::uint8_t b = 0;
     do {
       // A sub-identifier may run past the content length, but never past the input.
-      if (in.GetByte(b) != kBerOk)
-        return kBerExhausted;
-      ++consumed;
+      if (p == input_end) {
+        result = kBerExhausted;
+        break;
+      }
+      b = *p++;
       arc = (arc << 7) | (b & 0x7Fu);
     } while ((b & 0x80) != 0);
-    out_arcs.push_back(arc);
+    if (result == kBerOk)
+      arcs[count++] = arc;
   }
-  return kBerOk;
+  out_arcs.resize_uninitialized(count);
+  (void)in.Skip(static_cast<std::uint32_t>(p - start));
+  return result;
 }
 
 }  // namespace snmp

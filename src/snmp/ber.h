@@ -7,7 +7,10 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+#include <cstring>
+#include <span>
+
+#include "util/small_vector.h"
 
 namespace snmp {
 
@@ -35,21 +38,47 @@ class CBerWriter {
   CBerWriter(std::uint8_t* last, std::int32_t free_count) : cursor_(last), free_(free_count) {}
 
   // Stores one byte at the cursor; false when no byte is free.
-  [[nodiscard]] bool PutByte(std::uint8_t b);
+  [[nodiscard]] bool PutByte(std::uint8_t b) {
+    if (free_ < 1)
+      return false;
+    *cursor_-- = b;
+    --free_;
+    return true;
+  }
   // Stores bytes so that the last one lands at the cursor; false when they do not fit.
-  [[nodiscard]] bool PutBytes(const std::uint8_t* bytes, std::uint32_t bytes_len);
+  [[nodiscard]] bool PutBytes(const std::uint8_t* bytes, std::uint32_t bytes_len) {
+    std::uint8_t* room = Reserve(bytes_len);
+    if (room == nullptr)
+      return false;
+    if (bytes_len != 0)
+      std::memcpy(room, bytes, bytes_len);
+    return true;
+  }
+  // Room for `count` bytes in front of what is written so far, as if each had been put: the
+  // first of them, to be filled forwards, or null (and nothing changed) when they do not fit.
+  [[nodiscard]] std::uint8_t* Reserve(std::uint32_t count) {
+    if (free_ < 0 || static_cast<std::uint32_t>(free_) < count)
+      return nullptr;
+    cursor_ -= count;
+    free_ -= static_cast<std::int32_t>(count);
+    return cursor_ + 1;
+  }
 
   // Identifier octet (only single-octet tags exist here).
   [[nodiscard]] bool PutTag(std::uint32_t tag) { return PutByte(static_cast<std::uint8_t>(tag)); }
   // Length octets, minimal definite form (X.690 8.1.3). Long form keeps one byte of slack: the
   // last two bytes need three free bytes.
-  [[nodiscard]] bool PutLength(std::uint32_t len);
+  [[nodiscard]] bool PutLength(std::uint32_t len) {
+    return len <= 127 ? PutByte(static_cast<std::uint8_t>(len)) : PutLongLength(len);
+  }
 
   // The first byte written so far (one after the cursor) and the free count left.
   const std::uint8_t* Begin() const { return cursor_ + 1; }
   std::int32_t FreeCount() const { return free_; }
 
  private:
+  [[nodiscard]] bool PutLongLength(std::uint32_t len);
+
   std::uint8_t* cursor_;
   std::int32_t free_;
 };
@@ -65,23 +94,63 @@ class CBerReader {
   const std::uint8_t* Cursor() const { return cursor_; }
 
   // Next byte without consuming it; false when nothing remains.
-  bool Peek(std::uint8_t& out_byte) const;
+  bool Peek(std::uint8_t& out_byte) const {
+    if (remain_ <= 0)
+      return false;
+    out_byte = *cursor_;
+    return true;
+  }
   // Consumes one byte; kBerExhausted when nothing remains.
-  int GetByte(std::uint8_t& out_byte);
+  int GetByte(std::uint8_t& out_byte) {
+    if (remain_ <= 0)
+      return kBerExhausted;
+    out_byte = *cursor_++;
+    --remain_;
+    return kBerOk;
+  }
   // Consumes `len` bytes; kBerExhausted (and nothing consumed) when fewer remain.
-  int Skip(std::uint32_t len);
+  int Skip(std::uint32_t len) { return Take(len) != nullptr ? kBerOk : kBerExhausted; }
+  // Consumes `len` bytes and answers where they start; null (and nothing consumed) when fewer
+  // remain.
+  const std::uint8_t* Take(std::uint32_t len) {
+    if (static_cast<std::int64_t>(len) > remain_)
+      return nullptr;
+    const std::uint8_t* taken = cursor_;
+    cursor_ += len;
+    remain_ -= static_cast<std::int32_t>(len);
+    return taken;
+  }
 
   // Identifier octet: kBerExhausted if none, kBerWrongTag if it is not `tag`.
-  int ExpectTag(std::uint32_t tag);
+  int ExpectTag(std::uint32_t tag) {
+    std::uint8_t b = 0;
+    if (GetByte(b) != kBerOk)
+      return kBerExhausted;
+    return b == static_cast<std::uint8_t>(tag) && tag <= 0xFF ? kBerOk : kBerWrongTag;
+  }
   // Length octets (X.690 8.1.3) into out_len. Up to four significant bytes; leading zero bytes
   // beyond four are skipped, a non-zero one gives kBerBadLength. 0x80 (the indefinite form) is
   // read as length 0 on purpose.
-  int GetLength(std::uint32_t& out_len);
+  int GetLength(std::uint32_t& out_len) {
+    if (remain_ > 0 && *cursor_ < 0x80) {  // the short form, by far the most common
+      out_len = *cursor_++;
+      --remain_;
+      return kBerOk;
+    }
+    return GetLongLength(out_len);
+  }
 
   // Splits off the next `len` bytes as their own reader and consumes them here.
-  int Split(std::uint32_t len, CBerReader& out_child);
+  int Split(std::uint32_t len, CBerReader& out_child) {
+    if (static_cast<std::int64_t>(len) > remain_)
+      return kBerExhausted;
+    out_child = CBerReader(cursor_, static_cast<std::int32_t>(len));
+    return Skip(len);
+  }
 
  private:
+  int GetLongLength(std::uint32_t& out_len);
+
   const std::uint8_t* cursor_;
   std::int32_t remain_;
 };
@@ -90,6 +159,10 @@ class CBerReader {
 inline bool ExceedsInput(std::uint32_t len, const CBerReader& in) {
   return static_cast<std::int64_t>(len) > in.Remaining();
 }
+
+// An identifier's arcs, in place up to a length that covers nearly every name a MIB has.
+inline constexpr std::size_t kMaxOidArcs = 128;
+using COidArcs = tvkutil::CSmallVector<std::uint32_t, 32>;
 
 // Content codecs of the primitive types. Each encoder reports the content length it wrote.
 [[nodiscard]] bool EncodeSignedContent(CBerWriter& out, std::int32_t value, std::uint32_t& out_len);
@@ -103,12 +176,10 @@ int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t max_l
                           std::uint32_t& out_value);
 // OBJECT IDENTIFIER content. The first sub-identifier is one byte, first arc * 40 + second, in 8
 // bits (not itself base 128); at least two arcs are needed to encode.
-[[nodiscard]] bool EncodeOidContent(CBerWriter& out, const std::vector<std::uint32_t>& arcs,
+[[nodiscard]] bool EncodeOidContent(CBerWriter& out, std::span<const std::uint32_t> arcs,
                                     std::uint32_t& out_len);
 // At most kMaxOidArcs arcs; more gives kBerBadLength. A first byte of 0x80 or more is read as a
 // signed number and gives negative arcs, kept as they are.
-int DecodeOidContent(CBerReader& in, std::uint32_t len, std::vector<std::uint32_t>& out_arcs);
-
-inline constexpr std::size_t kMaxOidArcs = 128;
+int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs);
 
 }  // namespace snmp

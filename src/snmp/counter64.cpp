@@ -4,7 +4,7 @@
 
 namespace snmp {
 
-CCounter64::CCounter64(const std::wstring& text)
+CCounter64::CCounter64(std::wstring_view text)
     : CASNDataType(kTagCounter64), value_(tvkutil::WcsToU64(text)) {}
 
 bool CCounter64::EncodeContent(CBerWriter& out) {

@@ -2,18 +2,18 @@
 // bytes only, as peers of this program have always seen it.
 #pragma once
 
-#include <string>
+#include <string_view>
 
 #include "snmp/asn_data_type.h"
 
 namespace snmp {
 
-class CCounter64 : public CASNDataType {
+class CCounter64 final : public CASNDataType {
  public:
   CCounter64() : CASNDataType(kTagCounter64) {}
   explicit CCounter64(std::uint64_t value) : CASNDataType(kTagCounter64), value_(value) {}
   // Decimal text; text that is not a number gives 0.
-  explicit CCounter64(const std::wstring& text);
+  explicit CCounter64(std::wstring_view text);
 
   std::uint64_t Value() const { return value_; }
   void SetValue(std::uint64_t value) { value_ = value; }

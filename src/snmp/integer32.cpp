@@ -4,7 +4,7 @@
 
 namespace snmp {
 
-CInteger32::CInteger32(const std::wstring& text)
+CInteger32::CInteger32(std::wstring_view text)
     : CASNDataType(kTagInteger32), value_(tvkutil::Wtoi(text)) {}
 
 bool CInteger32::EncodeContent(CBerWriter& out) {

@@ -41,10 +41,31 @@ std::wstring OctetsToText(const std::uint8_t* bytes, std::uint32_t bytes_len) {
   return text;
 }
 
+std::wstring COctetString::Text() const {
+  if (received_)
+    return OctetsToText(bytes_.data(), static_cast<std::uint32_t>(bytes_.size()));
+  return tvkutil::FromUtf8Lenient(
+      std::string_view(reinterpret_cast<const char*>(bytes_.data()), bytes_.size()));
+}
+
+void COctetString::SetText(std::wstring_view text) {
+  received_ = false;
+  bytes_.resize_uninitialized(text.size());
+  std::uint8_t* out = bytes_.data();
+  for (wchar_t c : text) {
+    if (static_cast<std::uint32_t>(c) >= 0x80) {
+      const std::string utf8 = tvkutil::ToUtf8(text);
+      const auto* bytes = reinterpret_cast<const std::uint8_t*>(utf8.data());
+      bytes_.assign(bytes, bytes + utf8.size());
+      return;
+    }
+    *out++ = static_cast<std::uint8_t>(c);  // ASCII, the common case, byte for byte
+  }
+}
+
 bool COctetString::EncodeContent(CBerWriter& out) {
-  const std::string bytes = tvkutil::ToUtf8(text_);
-  const auto len = static_cast<std::uint32_t>(bytes.size());
-  if (!out.PutBytes(reinterpret_cast<const std::uint8_t*>(bytes.data()), len))
+  const auto len = static_cast<std::uint32_t>(bytes_.size());
+  if (!out.PutBytes(bytes_.data(), len))
     return false;
   SetContentLength(len);
   return true;
@@ -52,10 +73,11 @@ bool COctetString::EncodeContent(CBerWriter& out) {
 
 int COctetString::DecodeContent(CBerReader& in) {
   const std::uint32_t len = ContentLength();
-  const std::uint8_t* bytes = in.Cursor();
-  if (const int r = in.Skip(len); r != kBerOk)
-    return r;
-  text_ = OctetsToText(bytes, len);
+  const std::uint8_t* bytes = in.Take(len);
+  if (bytes == nullptr)
+    return kBerExhausted;
+  bytes_.assign(bytes, bytes + len);
+  received_ = true;
   return kBerOk;
 }
 

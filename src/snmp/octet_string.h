@@ -1,39 +1,49 @@
-// COctetString (tag 4) and COpaque (tag 68): text values, UTF-8 on the wire.
+// COctetString (tag 4) and COpaque (tag 68): string values, held as the bytes that go on the
+// wire (UTF-8 for text a user typed) and turned into text only when someone reads it.
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "snmp/asn_data_type.h"
 
 namespace snmp {
 
+// The bytes of a string value. As many are held in place as an identifier's arcs take, so a
+// binding's value slot is no larger for it; longer strings go to the heap.
+using COctets = tvkutil::CSmallVector<std::uint8_t, 112>;
+
 class COctetString : public CASNDataType {
  public:
   COctetString() : CASNDataType(kTagOctetString) {}
-  explicit COctetString(std::wstring text)
-      : CASNDataType(kTagOctetString), text_(std::move(text)) {}
+  explicit COctetString(std::wstring_view text) : CASNDataType(kTagOctetString) { SetText(text); }
 
-  const std::wstring& Text() const { return text_; }
-  void SetText(std::wstring text) { text_ = std::move(text); }
+  // The value as text. Text a user gave comes back as given (code points that UTF-8 cannot
+  // carry read as U+FFFD). Received content becomes text when it is valid UTF-8 made of
+  // printable characters and white space (a zero byte only as the last byte); anything else
+  // becomes lower-case hex pairs separated by blanks ("00 1a ff").
+  std::wstring Text() const;
+  void SetText(std::wstring_view text);
+  // The content bytes, as sent or as received.
+  std::span<const std::uint8_t> Bytes() const { return {bytes_.data(), bytes_.size()}; }
 
  protected:
-  COctetString(AsnTag tag, std::wstring text) : CASNDataType(tag), text_(std::move(text)) {}
+  COctetString(AsnTag tag, std::wstring_view text) : CASNDataType(tag) { SetText(text); }
 
-  // The content is the text in UTF-8; its length is the byte count.
+  // The content is the held bytes; its length is their count.
   bool EncodeContent(CBerWriter& out) override;
-  // Received content becomes text when it is valid UTF-8 made of printable characters and white
-  // space (a zero byte only as the last byte); anything else becomes lower-case hex pairs
-  // separated by blanks ("00 1a ff").
   int DecodeContent(CBerReader& in) override;
 
  private:
-  std::wstring text_;
+  COctets bytes_;
+  bool received_ = false;  // decoded from a message rather than built from text
 };
 
 class COpaque : public COctetString {
  public:
   COpaque() : COctetString(kTagOpaque, {}) {}
-  explicit COpaque(std::wstring text) : COctetString(kTagOpaque, std::move(text)) {}
+  explicit COpaque(std::wstring_view text) : COctetString(kTagOpaque, text) {}
 };
 
 // The text rule of received octet strings, for callers that hold raw bytes.

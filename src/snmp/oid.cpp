@@ -6,19 +6,40 @@
 
 namespace snmp {
 
-void COid::SetFromText(const std::wstring& text) {
-  arcs_.clear();
-  std::size_t start = 0;
-  while (start <= text.size()) {
-    std::size_t end = text.find(L'.', start);
-    if (end == std::wstring::npos)
-      end = text.size();
-    if (end > start) {
-      arcs_.push_back(static_cast<std::uint32_t>(
-          tvkutil::Wtoi(std::wstring_view(text.data() + start, end - start))));
+void COid::SetFromText(std::wstring_view text) {
+  // Every arc takes a character and all but the last a dot, so this is room for all of them.
+  arcs_.resize_uninitialized((text.size() + 1) / 2);
+  std::uint32_t* out = arcs_.data();
+  const wchar_t* p = text.data();
+  const wchar_t* const end = p + text.size();
+  while (p != end) {
+    if (*p == L'.') {
+      ++p;  // empty pieces are skipped
+      continue;
     }
-    start = end + 1;
+    // A one-digit arc, most of any well-known name: the digit and the dot after it in one step.
+    if (const auto digit = static_cast<std::uint32_t>(*p) - L'0';
+        digit <= 9 && (p + 1 == end || p[1] == L'.')) {
+      *out++ = digit;
+      p += p + 1 == end ? 1 : 2;
+      continue;
+    }
+    const wchar_t* const start = p;
+    std::uint32_t arc = 0;
+    for (std::uint32_t digit = 0; p != end && (digit = static_cast<std::uint32_t>(*p) - L'0') <= 9;
+         ++p) {
+      arc = arc * 10 + digit;
+    }
+    if ((p != end && *p != L'.') || p - start > 9) {
+      // Blanks, a sign, ten digits or more, other characters: the C library's reading rules.
+      while (p != end && *p != L'.')
+        ++p;
+      arc = static_cast<std::uint32_t>(
+          tvkutil::Wtoi(std::wstring_view(start, static_cast<std::size_t>(p - start))));
+    }
+    *out++ = arc;
   }
+  arcs_.resize_uninitialized(static_cast<std::size_t>(out - arcs_.data()));
 }
 
 bool COid::ToText(std::wstring& out_text) const {

@@ -1,22 +1,25 @@
 // COid: OBJECT IDENTIFIER (tag 6), an ordered list of unsigned 32-bit arcs.
 #pragma once
 
+#include <span>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "snmp/asn_data_type.h"
 
 namespace snmp {
 
-class COid : public CASNDataType {
+class COid final : public CASNDataType {
  public:
   COid() : CASNDataType(kTagOid) {}
   // Dotted text; empty pieces are skipped, so ".1.3.6", "1.3.6" and "1..3.6" are the same
   // identifier. Each piece is read as a decimal int (callers validate the text first).
-  explicit COid(const std::wstring& text) : COid() { SetFromText(text); }
-  explicit COid(std::vector<std::uint32_t> arcs) : CASNDataType(kTagOid), arcs_(std::move(arcs)) {}
+  explicit COid(std::wstring_view text) : COid() { SetFromText(text); }
+  explicit COid(std::span<const std::uint32_t> arcs) : COid() {
+    arcs_.assign(arcs.begin(), arcs.end());
+  }
 
-  void SetFromText(const std::wstring& text);
+  void SetFromText(std::wstring_view text);
   // ".1.3.6.1" form, each arc printed as a signed int (arcs of 2^31 and above show negative, as
   // the logs have always shown them). With fewer than two arcs, out_text is left as it was and
   // the answer is false.
@@ -24,7 +27,8 @@ class COid : public CASNDataType {
   // ToText into an empty string.
   std::wstring Text() const;
 
-  const std::vector<std::uint32_t>& Arcs() const { return arcs_; }
+  // Compared and ordered arc by arc.
+  const COidArcs& Arcs() const { return arcs_; }
   bool operator==(const COid& other) const { return arcs_ == other.arcs_; }
 
  protected:
@@ -33,7 +37,7 @@ class COid : public CASNDataType {
   int DecodeContent(CBerReader& in) override;
 
  private:
-  std::vector<std::uint32_t> arcs_;
+  COidArcs arcs_;
 };
 
 }  // namespace snmp

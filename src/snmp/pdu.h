@@ -18,7 +18,7 @@ enum PduType : std::uint32_t {
   kPduTrapV2 = 0xA7,
 };
 
-class CPDU : public CASNDataType {
+class CPDU final : public CASNDataType {
  public:
   explicit CPDU(std::uint32_t pdu_type) : CASNDataType(pdu_type) {}
 

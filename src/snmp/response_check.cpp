@@ -1,5 +1,6 @@
 #include "snmp/response_check.h"
 
+#include <algorithm>
 #include <array>
 
 #include "util/text.h"
@@ -86,10 +87,10 @@ int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response
     return r;
   if (response.Version() != request.Version())
     return kVersionMismatch;
-  if (const int r = response.community_.Decode(in); r != kBerOk)
+  if (const int r = response.DecodeCommunity(in); r != kBerOk)
     return r;
-  if (response.Community() != request.Community())
-    return kCommunityMismatch;
+  if (!std::ranges::equal(response.CommunityBytes(), request.CommunityBytes()))
+    return kCommunityMismatch;  // exact: byte for byte, so case counts
 
   // The PDU is read member by member so that each can be compared as soon as it is known.
   if (const int r = in.ExpectTag(kPduResponse); r != kBerOk)

@@ -2,14 +2,37 @@
 
 namespace snmp {
 
-CSNMPMessage::CSNMPMessage(std::int32_t version, const std::wstring& community,
+// Version 1 and an empty community; the common case of a message about to be decoded into, so
+// it skips the community's text conversion.
+CSNMPMessage::CSNMPMessage(std::uint32_t pdu_type)
+    : CASNDataType(kTagSequence),
+      version_(kSnmpVersion1),
+      pdu_(std::in_place_type<CPDU>, pdu_type) {
+  if (pdu_type == kPduTrapV1)
+    pdu_.emplace<CTrapPDU>();
+}
+
+CSNMPMessage::CSNMPMessage(std::int32_t version, std::wstring_view community,
                            std::uint32_t pdu_type)
-    : CASNDataType(kTagSequence), version_(version), community_(community) {
-  if (pdu_type == kPduTrapV1) {
-    pdu_ = std::make_unique<CTrapPDU>();
-  } else {
-    pdu_ = std::make_unique<CPDU>(pdu_type);
+    : CASNDataType(kTagSequence),
+      version_(version),
+      community_(community),
+      pdu_(std::in_place_type<CPDU>, pdu_type) {
+  if (pdu_type == kPduTrapV1)
+    pdu_.emplace<CTrapPDU>();
+}
+
+const std::wstring& CSNMPMessage::Community() const {
+  if (!community_text_made_) {
+    community_text_ = community_.Text();
+    community_text_made_ = true;
   }
+  return community_text_;
+}
+
+int CSNMPMessage::DecodeCommunity(CBerReader& in) {
+  community_text_made_ = false;
+  return community_.Decode(in);
 }
 
 void CSNMPMessage::SetPduType(std::uint32_t pdu_type) {
@@ -75,8 +98,8 @@ void CSNMPMessage::SetTimeStamp(std::uint32_t hundredths) {
     trap->TimeStamp().SetValue(hundredths);
 }
 
-void CSNMPMessage::AddVarBind(const std::wstring& name_text, std::uint32_t value_tag,
-                              const std::wstring& value_text) {
+void CSNMPMessage::AddVarBind(std::wstring_view name_text, std::uint32_t value_tag,
+                              std::wstring_view value_text) {
   VarBinds().Add(name_text, value_tag, value_text);
 }
 
@@ -108,7 +131,7 @@ int CSNMPMessage::DecodeFrom(std::span<const std::uint8_t> bytes) {
 
 bool CSNMPMessage::EncodeContent(CBerWriter& out) {
   const std::int32_t free_before = out.FreeCount();
-  if (!pdu_->Encode(out) || !community_.Encode(out) || !version_.Encode(out))
+  if (!PduObject().Encode(out) || !community_.Encode(out) || !version_.Encode(out))
     return false;
   SetContentLength(WrittenSince(out, free_before));
   return true;
@@ -119,9 +142,9 @@ int CSNMPMessage::DecodeContent(CBerReader& in) {
     return kBerExhausted;
   int r = version_.Decode(in);
   if (r == kBerOk)
-    r = community_.Decode(in);
+    r = DecodeCommunity(in);
   if (r == kBerOk)
-    r = pdu_->Decode(in);
+    r = PduObject().Decode(in);
   if (r == kBerOk && !in.Empty())
     r = kBerTrailing;
   return r;

@@ -3,9 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
+#include <string_view>
+#include <variant>
 
 #include "snmp/octet_string.h"
 #include "snmp/pdu.h"
@@ -21,13 +22,16 @@ inline constexpr std::int32_t kMessageBufferLen = 65535;
 class CSNMPMessage : public CASNDataType {
  public:
   // A message holds a CTrapPDU when pdu_type is kPduTrapV1 and a CPDU of that type otherwise.
-  explicit CSNMPMessage(std::uint32_t pdu_type) : CSNMPMessage(kSnmpVersion1, L"", pdu_type) {}
-  CSNMPMessage(std::int32_t version, const std::wstring& community, std::uint32_t pdu_type);
+  explicit CSNMPMessage(std::uint32_t pdu_type);
+  CSNMPMessage(std::int32_t version, std::wstring_view community, std::uint32_t pdu_type);
 
   std::int32_t Version() const { return version_.Value(); }
-  const std::wstring& Community() const { return community_.Text(); }
-  std::uint32_t PduType() const { return pdu_->Tag(); }
-  bool IsTrap() const { return PduType() == kPduTrapV1; }
+  // The community as text, for display, made when first asked for; everything else compares
+  // its bytes (CommunityBytes).
+  const std::wstring& Community() const;
+  std::span<const std::uint8_t> CommunityBytes() const { return community_.Bytes(); }
+  std::uint32_t PduType() const { return IsTrap() ? kPduTrapV1 : std::get<CPDU>(pdu_).Tag(); }
+  bool IsTrap() const { return std::holds_alternative<CTrapPDU>(pdu_); }
   // Changes the PDU type of a non-trap message; a trap, or a change to the trap type, is ignored.
   void SetPduType(std::uint32_t pdu_type);
 
@@ -55,10 +59,10 @@ class CSNMPMessage : public CASNDataType {
   void SetTimeStamp(std::uint32_t hundredths);
 
   // The bindings of whichever PDU the message holds.
-  void AddVarBind(const std::wstring& name_text, std::uint32_t value_tag,
-                  const std::wstring& value_text);
+  void AddVarBind(std::wstring_view name_text, std::uint32_t value_tag,
+                  std::wstring_view value_text);
   // A name with a Null value: how Get and GetNext requests are built.
-  void AddNullVarBind(const std::wstring& name_text) { AddVarBind(name_text, kTagNull, L""); }
+  void AddNullVarBind(std::wstring_view name_text) { AddVarBind(name_text, kTagNull, L""); }
   const CVarBind* GetVarBind(int index) const { return VarBinds().Get(index); }
   void CopyVarBinds(const CVarBindList& list) { VarBinds().CopyFrom(list); }
   CVarBindList& VarBinds();
@@ -78,16 +82,22 @@ class CSNMPMessage : public CASNDataType {
  private:
   friend int ValidateResponse(std::span<const std::uint8_t>, CSNMPMessage&, const CSNMPMessage&);
 
-  CPDU* Pdu() { return IsTrap() ? nullptr : static_cast<CPDU*>(pdu_.get()); }
-  const CPDU* Pdu() const { return IsTrap() ? nullptr : static_cast<const CPDU*>(pdu_.get()); }
-  CTrapPDU* Trap() { return IsTrap() ? static_cast<CTrapPDU*>(pdu_.get()) : nullptr; }
-  const CTrapPDU* Trap() const {
-    return IsTrap() ? static_cast<const CTrapPDU*>(pdu_.get()) : nullptr;
+  CPDU* Pdu() { return std::get_if<CPDU>(&pdu_); }
+  const CPDU* Pdu() const { return std::get_if<CPDU>(&pdu_); }
+  CTrapPDU* Trap() { return std::get_if<CTrapPDU>(&pdu_); }
+  const CTrapPDU* Trap() const { return std::get_if<CTrapPDU>(&pdu_); }
+  CASNDataType& PduObject() {
+    return std::visit([](CASNDataType& pdu) -> CASNDataType& { return pdu; }, pdu_);
   }
 
   CInteger32 version_;
+  // Decodes the community, forgetting the text made of the old one.
+  int DecodeCommunity(CBerReader& in);
+
   COctetString community_;
-  std::unique_ptr<CASNDataType> pdu_;
+  mutable std::wstring community_text_;
+  mutable bool community_text_made_ = false;
+  std::variant<CPDU, CTrapPDU> pdu_;  // held in place
 };
 
 }  // namespace snmp

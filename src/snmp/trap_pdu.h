@@ -11,7 +11,7 @@
 
 namespace snmp {
 
-class CTrapPDU : public CASNDataType {
+class CTrapPDU final : public CASNDataType {
  public:
   CTrapPDU() : CASNDataType(kPduTrapV1) {}
 

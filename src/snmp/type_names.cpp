@@ -1,12 +1,6 @@
 #include "snmp/type_names.h"
 
-#include "snmp/counter64.h"
-#include "snmp/integer32.h"
-#include "snmp/ip_address.h"
-#include "snmp/null.h"
-#include "snmp/octet_string.h"
-#include "snmp/oid.h"
-#include "snmp/unsigned32.h"
+#include "snmp/any_value.h"
 #include "util/text.h"
 
 namespace snmp {
@@ -58,65 +52,23 @@ bool IsValueTag(std::uint32_t tag) {
 }
 
 std::unique_ptr<CASNDataType> CreateValue(std::uint32_t tag) {
-  switch (tag) {
-    case kTagInteger32:
-      return std::make_unique<CInteger32>();
-    case kTagOctetString:
-      return std::make_unique<COctetString>();
-    case kTagNull:
-      return std::make_unique<CNull>();
-    case kTagOid:
-      return std::make_unique<COid>();
-    case kTagIpAddress:
-      return std::make_unique<CIPAddress>();
-    case kTagCounter32:
-      return std::make_unique<CCounter32>();
-    case kTagGauge32:
-      return std::make_unique<CGauge32>();
-    case kTagTimeTicks:
-      return std::make_unique<CTimeTicks>();
-    case kTagOpaque:
-      return std::make_unique<COpaque>();
-    case kTagCounter64:
-      return std::make_unique<CCounter64>();
-    case kTagUnsigned32:
-      return std::make_unique<CUnsigned32>();
-    case kTagNoSuchObject:
-      return std::make_unique<CNoSuchObject>();
-    case kTagNoSuchInstance:
-      return std::make_unique<CNoSuchInstance>();
-    case kTagEndOfMibView:
-      return std::make_unique<CEndOfMibView>();
-    default:
+  return WithValueClass(tag, []<typename T>() -> std::unique_ptr<CASNDataType> {
+    if constexpr (std::is_void_v<T>)
       return nullptr;
-  }
+    else
+      return std::make_unique<T>();
+  });
 }
 
-std::unique_ptr<CASNDataType> CreateValue(std::uint32_t tag, const std::wstring& text) {
-  switch (tag) {
-    case kTagInteger32:
-      return std::make_unique<CInteger32>(text);
-    case kTagOctetString:
-      return std::make_unique<COctetString>(text);
-    case kTagOid:
-      return std::make_unique<COid>(text);
-    case kTagIpAddress:
-      return std::make_unique<CIPAddress>(text);
-    case kTagCounter32:
-      return std::make_unique<CCounter32>(text);
-    case kTagGauge32:
-      return std::make_unique<CGauge32>(text);
-    case kTagTimeTicks:
-      return std::make_unique<CTimeTicks>(text);
-    case kTagOpaque:
-      return std::make_unique<COpaque>(text);
-    case kTagCounter64:
-      return std::make_unique<CCounter64>(text);
-    case kTagUnsigned32:
-      return std::make_unique<CUnsigned32>(text);
-    default:
-      return CreateValue(tag);  // the Null family carries no text
-  }
+std::unique_ptr<CASNDataType> CreateValue(std::uint32_t tag, std::wstring_view text) {
+  return WithValueClass(tag, [text]<typename T>() -> std::unique_ptr<CASNDataType> {
+    if constexpr (std::is_void_v<T>)
+      return nullptr;
+    else if constexpr (std::is_constructible_v<T, std::wstring_view>)
+      return std::make_unique<T>(text);
+    else
+      return std::make_unique<T>();  // the Null family carries no text
+  });
 }
 
 bool ValueToText(const CASNDataType& value, std::wstring& out_text) {

@@ -18,9 +18,10 @@ std::uint32_t TagOfTypeName(std::wstring_view name);
 // True for the tags that a binding can carry (2, 4, 5, 6, 64-68, 70, 71, 128-130).
 bool IsValueTag(std::uint32_t tag);
 
-// Creates the value object of a tag, empty or from the user's text; null for any other tag.
+// Creates the value object of a tag on the heap, empty or from the user's text; null for any
+// other tag. (Bindings hold their values in place, see CAnyValue.)
 std::unique_ptr<CASNDataType> CreateValue(std::uint32_t tag);
-std::unique_ptr<CASNDataType> CreateValue(std::uint32_t tag, const std::wstring& text);
+std::unique_ptr<CASNDataType> CreateValue(std::uint32_t tag, std::wstring_view text);
 
 // A value as the pages and logs show it: "%d" for Integer32, the text for strings, ".1.3.6" for
 // identifiers, dotted addresses, "%u" for the unsigned types. Null and the exception values

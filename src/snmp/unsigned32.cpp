@@ -4,7 +4,7 @@
 
 namespace snmp {
 
-CUnsigned32::CUnsigned32(AsnTag tag, const std::wstring& text)
+CUnsigned32::CUnsigned32(AsnTag tag, std::wstring_view text)
     : CASNDataType(tag), value_(tvkutil::WcsToU32(text)) {}
 
 bool CUnsigned32::EncodeContent(CBerWriter& out) {

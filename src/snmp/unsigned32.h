@@ -1,7 +1,7 @@
 // CUnsigned32 (tag 71) and the types that share its codec: Counter32, Gauge32, TimeTicks.
 #pragma once
 
-#include <string>
+#include <string_view>
 
 #include "snmp/asn_data_type.h"
 
@@ -12,14 +12,14 @@ class CUnsigned32 : public CASNDataType {
   CUnsigned32() : CUnsigned32(kTagUnsigned32, 0U) {}
   explicit CUnsigned32(std::uint32_t value) : CUnsigned32(kTagUnsigned32, value) {}
   // Base 0 ("0x1F" hex, "010" octal); text that is not a number gives 0.
-  explicit CUnsigned32(const std::wstring& text) : CUnsigned32(kTagUnsigned32, text) {}
+  explicit CUnsigned32(std::wstring_view text) : CUnsigned32(kTagUnsigned32, text) {}
 
   std::uint32_t Value() const { return value_; }
   void SetValue(std::uint32_t value) { value_ = value; }
 
  protected:
   CUnsigned32(AsnTag tag, std::uint32_t value) : CASNDataType(tag), value_(value) {}
-  CUnsigned32(AsnTag tag, const std::wstring& text);
+  CUnsigned32(AsnTag tag, std::wstring_view text);
 
   bool EncodeContent(CBerWriter& out) override;
   int DecodeContent(CBerReader& in) override;
@@ -33,14 +33,14 @@ class CCounter32 : public CUnsigned32 {
  public:
   CCounter32() : CUnsigned32(kTagCounter32, 0U) {}
   explicit CCounter32(std::uint32_t value) : CUnsigned32(kTagCounter32, value) {}
-  explicit CCounter32(const std::wstring& text) : CUnsigned32(kTagCounter32, text) {}
+  explicit CCounter32(std::wstring_view text) : CUnsigned32(kTagCounter32, text) {}
 };
 
 class CGauge32 : public CUnsigned32 {
  public:
   CGauge32() : CUnsigned32(kTagGauge32, 0U) {}
   explicit CGauge32(std::uint32_t value) : CUnsigned32(kTagGauge32, value) {}
-  explicit CGauge32(const std::wstring& text) : CUnsigned32(kTagGauge32, text) {}
+  explicit CGauge32(std::wstring_view text) : CUnsigned32(kTagGauge32, text) {}
 };
 
 // TimeTicks counts hundredths of a second.
@@ -48,7 +48,7 @@ class CTimeTicks : public CUnsigned32 {
  public:
   CTimeTicks() : CUnsigned32(kTagTimeTicks, 0U) {}
   explicit CTimeTicks(std::uint32_t value) : CUnsigned32(kTagTimeTicks, value) {}
-  explicit CTimeTicks(const std::wstring& text) : CUnsigned32(kTagTimeTicks, text) {}
+  explicit CTimeTicks(std::wstring_view text) : CUnsigned32(kTagTimeTicks, text) {}
 };
 
 }  // namespace snmp

@@ -4,32 +4,30 @@
 
 namespace snmp {
 
-CVarBind::CVarBind(const std::wstring& name_text, std::uint32_t value_tag,
-                   const std::wstring& value_text)
-    : CASNDataType(kTagSequence),
-      name_(std::make_unique<COid>(name_text)),
-      value_(CreateValue(value_tag, value_text)) {}
+CVarBind::CVarBind(std::wstring_view name_text, std::uint32_t value_tag,
+                   std::wstring_view value_text)
+    : CASNDataType(kTagSequence), name_(name_text), has_name_(true) {
+  value_.Set(value_tag, value_text);
+}
 
 bool CVarBind::ValueText(std::wstring& out_text, std::uint32_t& out_tag) const {
-  if (value_ == nullptr) {
+  const CASNDataType* value = value_.Get();
+  if (value == nullptr) {
     out_text.clear();
     out_tag = 0;
     return false;
   }
-  out_tag = value_->Tag();
-  return ValueToText(*value_, out_text);
-}
-
-void CVarBind::SetNullValue() {
-  value_ = CreateValue(kTagNull);
+  out_tag = value->Tag();
+  return ValueToText(*value, out_text);
 }
 
 bool CVarBind::EncodeContent(CBerWriter& out) {
-  if (name_ == nullptr || value_ == nullptr)
+  CASNDataType* value = value_.Get();
+  if (!has_name_ || value == nullptr)
     return false;
   const std::int32_t free_before = out.FreeCount();
   // Backwards: the value first, so the name comes first on the wire.
-  if (!value_->Encode(out) || !name_->Encode(out))
+  if (!value->Encode(out) || !name_.Encode(out))
     return false;
   SetContentLength(WrittenSince(out, free_before));
   return true;
@@ -38,17 +36,20 @@ bool CVarBind::EncodeContent(CBerWriter& out) {
 int CVarBind::DecodeContent(CBerReader& in) {
   if (ExceedsInput(ContentLength(), in))
     return kBerExhausted;
-  name_ = std::make_unique<COid>();
-  value_.reset();
-  if (const int r = name_->Decode(in); r != kBerOk)
+  // The name's arcs are overwritten in place; an old value goes as soon as the name fails.
+  has_name_ = true;
+  if (const int r = name_.Decode(in); r != kBerOk) {
+    value_.Reset();
     return r;
+  }
   std::uint8_t tag = 0;
-  if (!in.Peek(tag))
+  if (!in.Peek(tag)) {
+    value_.Reset();
     return kBerExhausted;
-  value_ = CreateValue(tag);
-  if (value_ == nullptr)
+  }
+  if (!value_.Set(tag))
     return kUnsupportedType;
-  return value_->Decode(in);
+  return value_.Get()->Decode(in);
 }
 
 }  // namespace snmp

@@ -1,29 +1,30 @@
 // CVarBind: a SEQUENCE of an object identifier and a value (tag 0x30).
 #pragma once
 
-#include <memory>
 #include <string>
+#include <string_view>
 
+#include "snmp/any_value.h"
 #include "snmp/asn_data_type.h"
 #include "snmp/oid.h"
 
 namespace snmp {
 
-class CVarBind : public CASNDataType {
+class CVarBind final : public CASNDataType {
  public:
   CVarBind() : CASNDataType(kTagSequence) {}
   // Name from dotted text, value of the given tag from the value text. A tag that no value
   // type has leaves the value absent, and such a binding cannot be encoded.
-  CVarBind(const std::wstring& name_text, std::uint32_t value_tag, const std::wstring& value_text);
+  CVarBind(std::wstring_view name_text, std::uint32_t value_tag, std::wstring_view value_text);
 
-  const COid* Name() const { return name_.get(); }
-  const CASNDataType* Value() const { return value_.get(); }
+  const COid* Name() const { return has_name_ ? &name_ : nullptr; }
+  const CASNDataType* Value() const { return value_.Get(); }
 
   // The value as text (see ValueToText) and its tag; false for Null, the exception values or
   // an absent value.
   bool ValueText(std::wstring& out_text, std::uint32_t& out_tag) const;
   // Replaces the value by Null, as a request for the name carries it.
-  void SetNullValue();
+  void SetNullValue() { value_.Set(kTagNull); }
 
  protected:
   // Fails when the name or the value is absent.
@@ -33,8 +34,10 @@ class CVarBind : public CASNDataType {
   int DecodeContent(CBerReader& in) override;
 
  private:
-  std::unique_ptr<COid> name_;
-  std::unique_ptr<CASNDataType> value_;
+  // Both held in place; "absent" is a flag for the name and an empty slot for the value.
+  COid name_;
+  bool has_name_ = false;
+  CAnyValue value_;
 };
 
 }  // namespace snmp

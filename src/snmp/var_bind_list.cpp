@@ -2,49 +2,48 @@
 
 namespace snmp {
 
-void CVarBindList::Add(const std::wstring& name_text, std::uint32_t value_tag,
-                       const std::wstring& value_text) {
-  binds_.push_back(std::make_unique<CVarBind>(name_text, value_tag, value_text));
+void CVarBindList::Add(std::wstring_view name_text, std::uint32_t value_tag,
+                       std::wstring_view value_text) {
+  binds_.emplace_back(name_text, value_tag, value_text);
 }
 
 const CVarBind* CVarBindList::Get(int index) const {
   if (index < 1 || index > Count())
     return nullptr;
-  return binds_[static_cast<std::size_t>(index - 1)].get();
+  return &binds_[static_cast<std::size_t>(index - 1)];
 }
 
 bool CVarBindList::KeepOnlyNameOf(int index) {
   if (index < 1 || index > Count())
     return false;
-  std::unique_ptr<CVarBind> kept = std::move(binds_[static_cast<std::size_t>(index - 1)]);
-  kept->SetNullValue();
-  binds_.clear();
-  binds_.push_back(std::move(kept));
+  if (index != 1)
+    binds_[0] = std::move(binds_[static_cast<std::size_t>(index - 1)]);
+  while (binds_.size() > 1)
+    binds_.pop_back();
+  binds_[0].SetNullValue();
   return true;
 }
 
-bool CVarBindList::Insert(int index, const std::wstring& name_text, std::uint32_t value_tag,
-                          const std::wstring& value_text) {
+bool CVarBindList::Insert(int index, std::wstring_view name_text, std::uint32_t value_tag,
+                          std::wstring_view value_text) {
   if (index < 1 || index > Count() + 1)
     return false;
-  binds_.insert(binds_.begin() + (index - 1),
-                std::make_unique<CVarBind>(name_text, value_tag, value_text));
+  binds_.emplace_at(static_cast<std::size_t>(index - 1), name_text, value_tag, value_text);
   return true;
 }
 
-bool CVarBindList::Replace(int index, const std::wstring& name_text, std::uint32_t value_tag,
-                           const std::wstring& value_text) {
+bool CVarBindList::Replace(int index, std::wstring_view name_text, std::uint32_t value_tag,
+                           std::wstring_view value_text) {
   if (Get(index) == nullptr)
     return false;
-  binds_[static_cast<std::size_t>(index - 1)] =
-      std::make_unique<CVarBind>(name_text, value_tag, value_text);
+  binds_[static_cast<std::size_t>(index - 1)] = CVarBind(name_text, value_tag, value_text);
   return true;
 }
 
 bool CVarBindList::Remove(int index) {
   if (Get(index) == nullptr)
     return false;
-  binds_.erase(binds_.begin() + (index - 1));
+  binds_.erase_at(static_cast<std::size_t>(index - 1));
   return true;
 }
 
@@ -52,23 +51,23 @@ void CVarBindList::CopyFrom(const CVarBindList& other, int count) {
   if (&other == this)
     return;
   RemoveAll();
-  for (const auto& bind : other.binds_) {
+  for (const CVarBind& bind : other.binds_) {
     if (Count() >= count)
       break;
     std::wstring name;
-    if (bind->Name() != nullptr)
-      (void)bind->Name()->ToText(name);
+    if (bind.Name() != nullptr)
+      (void)bind.Name()->ToText(name);
     std::wstring value;
     std::uint32_t tag = 0;
-    (void)bind->ValueText(value, tag);
+    (void)bind.ValueText(value, tag);
     Add(name, tag, value);
   }
 }
 
 bool CVarBindList::EncodeContent(CBerWriter& out) {
   const std::int32_t free_before = out.FreeCount();
-  for (auto it = binds_.rbegin(); it != binds_.rend(); ++it) {
-    if (*it != nullptr && !(*it)->Encode(out))
+  for (std::size_t i = binds_.size(); i-- > 0;) {
+    if (!binds_[i].Encode(out))
       return false;
   }
   SetContentLength(WrittenSince(out, free_before));
@@ -80,10 +79,10 @@ int CVarBindList::DecodeContent(CBerReader& in) {
     return kBerExhausted;
   RemoveAll();
   while (!in.Empty()) {
-    auto bind = std::make_unique<CVarBind>();
-    if (const int r = bind->Decode(in); r != kBerOk)
+    if (const int r = binds_.emplace_back().Decode(in); r != kBerOk) {
+      binds_.pop_back();
       return r;
-    binds_.push_back(std::move(bind));
+    }
   }
   return kBerOk;
 }

@@ -1,9 +1,8 @@
 // CVarBindList: the SEQUENCE OF bindings that is the payload of every PDU (tag 0x30).
 #pragma once
 
-#include <memory>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "snmp/var_bind.h"
 
@@ -14,7 +13,7 @@ class CVarBindList : public CASNDataType {
   CVarBindList() : CASNDataType(kTagSequence) {}
 
   // Appends a binding built from text (see CVarBind).
-  void Add(const std::wstring& name_text, std::uint32_t value_tag, const std::wstring& value_text);
+  void Add(std::wstring_view name_text, std::uint32_t value_tag, std::wstring_view value_text);
   // The binding at a 1-based index; null below 1 or beyond the count.
   const CVarBind* Get(int index) const;
   int Count() const { return static_cast<int>(binds_.size()); }
@@ -24,12 +23,12 @@ class CVarBindList : public CASNDataType {
   bool KeepOnlyNameOf(int index);
   // Inserts a binding built from text so that it stands at the 1-based index (Count() + 1
   // appends); false, and nothing inserted, for any other index.
-  bool Insert(int index, const std::wstring& name_text, std::uint32_t value_tag,
-              const std::wstring& value_text);
+  bool Insert(int index, std::wstring_view name_text, std::uint32_t value_tag,
+              std::wstring_view value_text);
   // Puts a binding built from text in place of the one at the 1-based index; false when there
   // is none.
-  bool Replace(int index, const std::wstring& name_text, std::uint32_t value_tag,
-               const std::wstring& value_text);
+  bool Replace(int index, std::wstring_view name_text, std::uint32_t value_tag,
+               std::wstring_view value_text);
   // Removes the binding at the 1-based index; false when there is none.
   bool Remove(int index);
   // Replaces this list with new bindings made from the text of the other's bindings; the
@@ -44,7 +43,8 @@ class CVarBindList : public CASNDataType {
   int DecodeContent(CBerReader& in) override;
 
  private:
-  std::vector<std::unique_ptr<CVarBind>> binds_;
+  // A request's few bindings live in place; a long answer's go to the heap.
+  tvkutil::CSmallVector<CVarBind, 4> binds_;
 };
 
 }  // namespace snmp

@@ -10,8 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 TEST(FuzzCorpus, EveryInputDecodesWithoutFault) {
-  for (const auto& entry :
-       std::filesystem::directory_iterator(SONDARA_FUZZ_CORPUS)) {
+  for (const auto& entry : std::filesystem::directory_iterator(SONDARA_FUZZ_CORPUS)) {
     std::ifstream in(entry.path(), std::ios::binary);
     const std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(in)), {});
     SCOPED_TRACE(entry.path().filename().string());

@@ -66,6 +66,11 @@ TEST(ValueCodec, TextEncodesAndDecodesBack) {
       {kTagOid, L"1.3.-2147483648.2147483647.0.-1",
        "06 11 2b 88 80 80 80 00 87 ff ff ff 7f 00 8f ff ff ff 7f",
        L".1.3.-2147483648.2147483647.0.-1"},
+      // A piece that is not a number reads as 0, even a character next to the digits.
+      {kTagOid, L"1.3./.:", "06 03 2b 00 00", L".1.3.0.0"},
+      // Ten digits or more are read as the C library reads an int: saturated, not wrapped.
+      {kTagOid, L"1.3.4294967296.999999999", "06 0b 2b 87 ff ff ff 7f 83 dc eb 93 7f",
+       L".1.3.2147483647.999999999"},
       {kTagOctetString, L"", "04 00", L""},
       {kTagOctetString, L"caf\u00e9", "04 05 63 61 66 c3 a9", L"caf\u00e9"},  // UTF-8 bytes
       {kTagIpAddress, L"10.0.0.1", "40 04 0a 00 00 01", L"10.0.0.1"},

@@ -28,19 +28,35 @@ struct Exchange {
   std::vector<const char*> names = {kSysDescr};
   std::string trailer = "";
   std::uint32_t request_type = kPduGetRequest;
+  std::vector<const wchar_t*> asked = {L".1.3.6.1.2.1.1.1.0"};
+  std::string value = "Linux box";
+  // Length octets after 0x8n on every constructed element and the value; 0: shortest form.
+  std::size_t length_octets = 0;
 
+  Bytes Tl(std::uint8_t tag, const Bytes& content) const {
+    if (length_octets == 0)
+      return Tlv(tag, content);
+    Bytes head{tag, static_cast<std::uint8_t>(0x80 | length_octets)};
+    for (std::size_t i = length_octets; i-- > 0;)
+      head.push_back(static_cast<std::uint8_t>(content.size() >> (8 * i)));
+    return Cat({head, content});
+  }
   Bytes Reply() const {
     Bytes binds;
     for (const char* name : names)
-      binds = Cat({binds, Tlv(0x30, Cat({Hex(name), Str("Linux box")}))});
-    Bytes pdu = Tlv(pdu_tag, Cat({Int(request_id), Int(status), Int(1), Tlv(0x30, binds)}));
-    return Cat({Tlv(0x30, Cat({Int(version), Str(community), pdu})), Hex(trailer)});
+      binds = Cat({binds, Tl(0x30, Cat({Hex(name), Tl(0x04, Bytes(value.begin(), value.end()))}))});
+    Bytes pdu = Tl(pdu_tag, Cat({Int(request_id), Int(status), Int(1), Tl(0x30, binds)}));
+    return Cat({Tl(0x30, Cat({Int(version), Str(community), pdu})), Hex(trailer)});
   }
   auto Request() const {
-    return MakeMessage(kSnmpVersion1, L"getcom", request_type, 5,
-                       {{L".1.3.6.1.2.1.1.1.0", kTagNull, L""}});
+    std::vector<Bind> binds;
+    for (const wchar_t* name : asked)
+      binds.emplace_back(name, kTagNull, L"");
+    return MakeMessage(kSnmpVersion1, L"getcom", request_type, 5, binds);
   }
 };
+
+const std::string kLong(300, 'x');  // a reply of 256 bytes or more: two length octets
 
 TEST(ResponseCheck, OrderOfChecks) {
   const std::pair<Exchange, int> cases[] = {
@@ -55,6 +71,16 @@ TEST(ResponseCheck, OrderOfChecks) {
       {{.names = {kSysContact}, .request_type = kPduGetNextRequest}, 0},  // get-next moves on
       {{.trailer = "00"}, kBerTrailing},
       {{.request_type = kPduTrapV1}, kBerInternal},  // a trap has no response
+      {{.names = {kSysContact}, .request_type = kPduSetRequest}, kOidMismatch},
+      {{.names = {kSysDescr, kSysContact}, .asked = {L".1.3.6.1.2.1.1.1.0", L".1.3.6.1.2.1.1.1.0"}},
+       kOidMismatch},  // only the second name differs
+      {{.names = {kSysDescr, kSysContact}, .asked = {L".1.3.6.1.2.1.1.1.0", L".1.3.6.1.2.1.1.4.0"}},
+       0},
+      {{.value = kLong}, 0},
+      {{.value = kLong, .length_octets = 3}, 0},
+      {{.value = kLong, .length_octets = 4}, 0},
+      {{.length_octets = 4}, 0},
+      {{.length_octets = 1}, 0},
   };
   for (const auto& [exchange, result] : cases) {
     SCOPED_TRACE(ToHex(exchange.Reply()));
@@ -63,15 +89,17 @@ TEST(ResponseCheck, OrderOfChecks) {
     if (result == 0) {
       std::wstring text;
       ASSERT_TRUE(ValueToText(*response.GetVarBind(1)->Value(), text));
-      EXPECT_EQ(text, L"Linux box");
+      EXPECT_EQ(text, std::wstring(exchange.value.begin(), exchange.value.end()));
     }
   }
   // Every truncated reply ends with a code; the copies make overreads visible to the sanitizer.
-  const Bytes full = Exchange{}.Reply();
-  for (std::size_t cut = 0; cut < full.size(); ++cut) {
-    CSNMPMessage response(kPduResponse);
-    const Bytes part(full.begin(), full.begin() + static_cast<long>(cut));
-    EXPECT_LT(ValidateResponse(part, response, *Exchange{}.Request()), 0) << cut;
+  for (const Exchange& exchange : {Exchange{}, Exchange{.value = kLong, .length_octets = 3}}) {
+    const Bytes full = exchange.Reply();
+    for (std::size_t cut = 0; cut < full.size(); ++cut) {
+      CSNMPMessage response(kPduResponse);
+      const Bytes part(full.begin(), full.begin() + static_cast<long>(cut));
+      EXPECT_LT(ValidateResponse(part, response, *exchange.Request()), 0) << cut;
+    }
   }
 }
 
