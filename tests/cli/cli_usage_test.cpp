@@ -15,6 +15,7 @@
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
+#include "support/request_reader.h"
 
 namespace {
 
@@ -119,16 +120,8 @@ TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
   EXPECT_EQ(received[3].bytes, received[0].bytes);
 }
 
-// The request-id of a short request (one-byte lengths), read by hand.
 std::uint32_t RequestId(const std::vector<std::uint8_t>& d) {
-  std::size_t p = 2;     // the message's SEQUENCE
-  p += 2 + d.at(p + 1);  // version
-  p += 2 + d.at(p + 1);  // community
-  p += 2;                // the PDU
-  std::uint32_t id = 0;
-  for (std::size_t i = 0; i < d.at(p + 1); ++i)
-    id = id << 8 | d.at(p + 2 + i);
-  return id;
+  return testing_support::ReadRequestFields(d).id;
 }
 
 TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
