@@ -110,6 +110,16 @@ class RunningProcess {
   pid_t pid_ = -1;
 };
 
+// "a|b c|d" as {"a", "b c", "d"}: a long argument list in a few lines.
+inline std::vector<std::string> Args(const std::string& text) {
+  std::vector<std::string> args;
+  for (std::size_t at = 0, bar = 0; bar != std::string::npos; at = bar + 1) {
+    bar = text.find('|', at);
+    args.push_back(text.substr(at, bar == std::string::npos ? bar : bar - at));
+  }
+  return args;
+}
+
 inline ProcessResult RunProcess(const std::vector<std::string>& argv,
                                 const std::vector<std::string>& env = {}, int deadline_ms = 30000) {
   return RunningProcess(argv, env).Wait(deadline_ms);

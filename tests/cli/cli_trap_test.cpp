@@ -14,14 +14,6 @@ namespace {
 using sondara_test::Cli;
 using sondara_test::ProcessResult;
 
-std::vector<std::string> Fields(const std::string& line) {
-  std::vector<std::string> fields;
-  std::istringstream in(line);
-  for (std::string field; std::getline(in, field, '~');)
-    fields.push_back(field);
-  return fields;
-}
-
 class CliTrap : public testing::Test {
  protected:
   void SetUp() override {
@@ -38,39 +30,13 @@ class CliTrap : public testing::Test {
 };
 
 // One binding of each type the command takes, as typed and as snmptrapd prints it.
-const std::vector<std::string> kBindings = {".1.3.6.1.2.1.2.2.1.1.1",
-                                            "Integer32",
-                                            "-42",
-                                            ".1.3.6.1.4.1.59871.1.1",
-                                            "octet string",
-                                            "door 3 open",
-                                            ".1.3.6.1.4.1.59871.1.2",
-                                            "IPAddress",
-                                            "192.0.2.17",
-                                            ".1.3.6.1.4.1.59871.1.3",
-                                            "Counter32",
-                                            "4000000000",
-                                            ".1.3.6.1.4.1.59871.1.4",
-                                            "Object Identifier",
-                                            ".1.3.6.1.4.1.59871.2",
-                                            ".1.3.6.1.4.1.59871.1.5",
-                                            "Gauge32",
-                                            "0x4D",
-                                            ".1.3.6.1.4.1.59871.1.6",
-                                            "Timeticks",
-                                            "999",
-                                            ".1.3.6.1.4.1.59871.1.7",
-                                            "UInteger32",
-                                            "7",
-                                            ".1.3.6.1.4.1.59871.1.8",
-                                            "Counter64",
-                                            "18446744073709551615",
-                                            ".1.3.6.1.4.1.59871.1.9",
-                                            "Null",
-                                            "-",
-                                            ".1.3.6.1.4.1.59871.1.10",
-                                            "Opaque",
-                                            "ab"};
+const std::vector<std::string> kBindings = sondara_test::Args(
+    ".1.3.6.1.2.1.2.2.1.1.1|Integer32|-42|.1.3.6.1.4.1.59871.1.1|octet string|door 3 open|"
+    ".1.3.6.1.4.1.59871.1.2|IPAddress|192.0.2.17|.1.3.6.1.4.1.59871.1.3|Counter32|4000000000|"
+    ".1.3.6.1.4.1.59871.1.4|Object Identifier|.1.3.6.1.4.1.59871.2|.1.3.6.1.4.1.59871.1.5|"
+    "Gauge32|0x4D|.1.3.6.1.4.1.59871.1.6|Timeticks|999|.1.3.6.1.4.1.59871.1.7|UInteger32|7|"
+    ".1.3.6.1.4.1.59871.1.8|Counter64|18446744073709551615|.1.3.6.1.4.1.59871.1.9|Null|-|"
+    ".1.3.6.1.4.1.59871.1.10|Opaque|ab");
 const std::vector<std::string> kArrived = {
     ".1.3.6.1.2.1.2.2.1.1.1 = INTEGER: -42",
     ".1.3.6.1.4.1.59871.1.1 = STRING: \"door 3 open\"",
@@ -85,28 +51,18 @@ const std::vector<std::string> kArrived = {
     ".1.3.6.1.4.1.59871.1.10 = OPAQUE: 61 62 "};
 
 TEST_F(CliTrap, Version1ArrivesWithEveryFieldAndBinding) {
-  std::vector<std::string> args = {"-v",
-                                   "1",
-                                   "-c",
-                                   "trapcom",
-                                   "--enterprise",
-                                   ".1.3.6.1.4.1.59871.7",
-                                   "--agent-address",
-                                   "10.20.30.40",
-                                   "--generic",
-                                   "linkUp",
-                                   "--specific",
-                                   "3"};
+  std::vector<std::string> args = sondara_test::Args(
+      "-v|1|-c|trapcom|--enterprise|.1.3.6.1.4.1.59871.7|--agent-address|10.20.30.40|--generic|"
+      "linkUp|--specific|3");
   args.insert(args.end(), kBindings.begin(), kBindings.end());
   const ProcessResult r = Trap(args);
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.err, "");
-  const std::vector<std::string> traps = manager_.Traps(1);
+  const auto traps = manager_.TrapFields(1);
   ASSERT_EQ(traps.size(), 1U);
-  std::vector<std::string> fields = Fields(traps[0]);
-  ASSERT_GE(fields.size(), 5U) << traps[0];
-  // The time stamp counts from the start of the run: well under a minute.
-  EXPECT_LT(std::stoul(fields[4]), 6000UL) << traps[0];
+  std::vector<std::string> fields = traps[0];
+  ASSERT_GE(fields.size(), 5U);
+  EXPECT_LT(std::stoul(fields[4]), 6000UL);  // counts from the start of the run
   fields.erase(fields.begin() + 4);
   std::vector<std::string> expected = {".1.3.6.1.4.1.59871.7", "10.20.30.40", "3", "3"};
   expected.insert(expected.end(), kArrived.begin(), kArrived.end());
@@ -124,9 +80,9 @@ TEST_F(CliTrap, Version2cCarriesSysUpTimeAndTheTrapOidFirst) {
   const ProcessResult plain = Trap({});  // the two fixed entries alone
   ASSERT_EQ(plain.status, 0) << plain.err;
 
-  const std::vector<std::string> traps = manager_.Traps(2);
+  const auto traps = manager_.TrapFields(2);
   ASSERT_EQ(traps.size(), 2U);
-  std::vector<std::vector<std::string>> fields = {Fields(traps[0]), Fields(traps[1])};
+  std::vector<std::vector<std::string>> fields = traps;
   for (std::vector<std::string>& f : fields) {
     ASSERT_GE(f.size(), 7U);
     EXPECT_EQ(std::vector<std::string>(f.begin(), f.begin() + 5),
@@ -140,7 +96,7 @@ TEST_F(CliTrap, Version2cCarriesSysUpTimeAndTheTrapOidFirst) {
   EXPECT_EQ(fields[1], (std::vector<std::string>{".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1"}));
 
   // The printed sysUpTime.0 is the one that went.
-  const std::string sent = Fields(traps[0])[5];
+  const std::string sent = traps[0][5];
   const std::string ticks = sent.substr(sent.find('(') + 1, sent.find(')') - sent.find('(') - 1);
   EXPECT_EQ(r.out.rfind("{\"oid\":\".1.3.6.1.2.1.1.3.0\",\"type\":\"Timeticks\",\"value\":\"" +
                             ticks + "\"}\n{\"oid\":\".1.3.6.1.6.3.1.1.4.1.0\"",

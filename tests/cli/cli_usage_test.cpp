@@ -15,19 +15,22 @@
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
+#include "support/recorders.h"
+#include "support/request_reader.h"
 
 namespace {
 
+using namespace testing_support;
 using sondara_test::Cli;
 using sondara_test::ProcessResult;
 
 // Listens and never answers.
-testing_support::FakeAgent::Script Silent() {
-  return [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; };
+FakeAgent::Script Silent() {
+  return [](const auto&, int) { return std::vector<FakeAgent::Reply>{}; };
 }
 
 TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
-  testing_support::FakeAgent agent(Silent());
+  FakeAgent agent(Silent());
   const std::string port = std::to_string(agent.Port());
   const std::string oid = ".1.3.6.1.2.1.1.4.0";
   struct Case {
@@ -103,7 +106,7 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
 }
 
 TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
-  testing_support::FakeAgent agent(Silent());
+  FakeAgent agent(Silent());
   Cli cli;
   cli.WriteNetworkSettings("RequestTimeoutMS=150\nRetries=2\n");
   const std::vector<std::string> get = {"get", "127.0.0.1", "-p", std::to_string(agent.Port()),
@@ -119,40 +122,24 @@ TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
   EXPECT_EQ(received[3].bytes, received[0].bytes);
 }
 
-// The request-id of a short request (one-byte lengths), read by hand.
-std::uint32_t RequestId(const std::vector<std::uint8_t>& d) {
-  std::size_t p = 2;     // the message's SEQUENCE
-  p += 2 + d.at(p + 1);  // version
-  p += 2 + d.at(p + 1);  // community
-  p += 2;                // the PDU
-  std::uint32_t id = 0;
-  for (std::size_t i = 0; i < d.at(p + 1); ++i)
-    id = id << 8 | d.at(p + 2 + i);
-  return id;
+std::uint32_t RequestId(const Bytes& d) {
+  return ReadRequestFields(d).id;
 }
 
 TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
-  using testing_support::Bytes;
-  using testing_support::FakeAgent;
   // Object n is .1.3.6.1.2.1.1.9.1.3.n = "object n", each answered after 50 ms; the view
   // ends after 100 objects, far beyond where the test stops the walk.
   FakeAgent agent([](const FakeAgent::Datagram& d, int n) {
     const auto index = static_cast<std::uint8_t>(n + 1);
-    const Bytes oid =
-        testing_support::Cat({testing_support::Hex("2b 06 01 02 01 01 09 01 03"), Bytes{index}});
-    const Bytes value = index > 100 ? testing_support::Hex("82 00")
-                                    : testing_support::Str("object " + std::to_string(index));
+    const Bytes oid = Cat({Hex("2b 06 01 02 01 01 09 01 03"), Bytes{index}});
+    const Bytes value = index > 100 ? Hex("82 00") : Str("object " + std::to_string(index));
     return std::vector<FakeAgent::Reply>{
-        {testing_support::Response(1, "getcom", RequestId(d.bytes), 0, 0,
-                                   testing_support::VarBind(oid, value)),
-         50}};
+        {Response(1, "getcom", RequestId(d.bytes), 0, 0, VarBind(oid, value)), 50}};
   });
   Cli cli;
   const auto walk = cli.Start(
       {"walk", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "5000", ".1.3.6.1.2.1.1.9"});
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (agent.Received().size() < 5 && std::chrono::steady_clock::now() < deadline)
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  WaitUntil([&] { return agent.Received().size() >= 5; }, std::chrono::seconds(10));
   walk->Signal(SIGINT);
   const ProcessResult r = walk->Wait(10000);
   EXPECT_EQ(r.status, 130) << r.out;
@@ -176,9 +163,7 @@ TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
 }
 
 TEST(CliUsage, AWalkThatFailsSaysHowByItsStatus) {
-  using testing_support::Bytes;
-  using testing_support::FakeAgent;
-  const Bytes system = testing_support::Hex("2b 06 01 02 01 01 01 00");  // sysDescr.0
+  const Bytes system = Hex("2b 06 01 02 01 01 01 00");  // sysDescr.0
   struct Case {
     std::string what;
     std::uint32_t error_status;  // answered with this status and sysDescr.0
@@ -196,9 +181,9 @@ TEST(CliUsage, AWalkThatFailsSaysHowByItsStatus) {
     FakeAgent agent([&](const FakeAgent::Datagram& d, int) {
       if (c.silent)
         return std::vector<FakeAgent::Reply>{};
-      return std::vector<FakeAgent::Reply>{{testing_support::Response(
-          1, "getcom", RequestId(d.bytes), c.error_status, c.error_status != 0 ? 1 : 0,
-          testing_support::VarBind(system, testing_support::Str("x")))}};
+      return std::vector<FakeAgent::Reply>{
+          {Response(1, "getcom", RequestId(d.bytes), c.error_status, c.error_status != 0 ? 1 : 0,
+                    VarBind(system, Str("x")))}};
     });
     const ProcessResult r = Cli().Run({"walk", "127.0.0.1", "-p", std::to_string(agent.Port()),
                                        "-t", "200", "-r", "0", ".1.3.6.1.2.1.1"});

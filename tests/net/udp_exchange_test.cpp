@@ -17,6 +17,7 @@
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
+#include "support/recorders.h"
 
 namespace {
 
@@ -50,16 +51,6 @@ long Ms(Clock::time_point a, Clock::time_point b) {
 
 net::UdpSettings Settings(int retries, int timeout_ms, bool ipv6 = false) {
   return {.use_ipv6 = ipv6, .request_timeout_ms = timeout_ms, .retries = retries, .adapter = {}};
-}
-
-bool WaitUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 5s) {
-  const auto deadline = Clock::now() + limit;
-  while (!done()) {
-    if (Clock::now() > deadline)
-      return false;
-    std::this_thread::sleep_for(1ms);
-  }
-  return true;
 }
 
 // Every datagram the exchange hands over, as it comes (one thread: the requester's).
@@ -171,9 +162,7 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
   }
 }
 
-// Neither a flood from another port nor one with other request ids from the agent's own port
-// holds a try beyond its time-out: with no answer, the request ends after (Retries + 1) x the
-// time-out.
+// No flood holds a try beyond its time-out: unanswered, a request ends after (R + 1) x time-out.
 TEST(RequestExchange, AFloodNeverStretchesTheWait) {
   const int retries = 2, timeout_ms = 300, expected_ms = (retries + 1) * timeout_ms;
   const struct {
@@ -382,8 +371,7 @@ TEST(RequestExchange, AFailedWaitEndsItsTryAtOnceAndTheNextGoesFromANewSocket) {
   EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 3U);
 }
 
-// A socket that always has a datagram from someone else waiting, for 3 s: the stale ones thrown
-// away before a send are bounded, and each try still ends at its time-out.
+// A socket never empty for 3 s: the stale datagrams drained before a send are bounded.
 struct EndlessQueueOps : FaultyOps {
   EndlessQueueOps() : FaultyOps(kNone) {}
   bool Flooding() const { return Clock::now() - start < 3s; }
@@ -453,20 +441,12 @@ TEST(SnmpRequester, OneSocketForEveryRequestAndAStopTestAfterEachSilentTry) {
   EXPECT_EQ(port(got[0]), port(got[1]));  // the answered ones share the requester's socket
 }
 
-// The real socket calls, counted.
-struct CountingOps : net::IUdpSocketOps {
-  int Socket(int family) override { return real.Socket(family); }
-  int Bind(int fd, const sockaddr* a, socklen_t n) override { return real.Bind(fd, a, n); }
-  ssize_t SendTo(int fd, const void* d, std::size_t n, const sockaddr* to, socklen_t l) override {
-    return real.SendTo(fd, d, n, to, l);
-  }
+struct CountingOps : FaultyOps {
+  CountingOps() : FaultyOps(kNone) {}
   ssize_t RecvFrom(int fd, void* d, std::size_t n, sockaddr* from, socklen_t* l) override {
     ++receives;
     return real.RecvFrom(fd, d, n, from, l);
   }
-  int WaitReadable(int fd, int timeout_ms) override { return real.WaitReadable(fd, timeout_ms); }
-  void Close(int fd) override { real.Close(fd); }
-  net::IUdpSocketOps& real = net::PosixUdpSocketOps();
   int receives = 0;
 };
 

@@ -17,6 +17,7 @@
 #include "app/sondara_utility_app.h"
 #include "net/icmp_echo.h"
 #include "support/private_netns.h"
+#include "support/recorders.h"
 #include "util/string_table.h"
 #include "util/temp_folder.h"
 #include "util/text.h"
@@ -27,31 +28,10 @@ using namespace std::chrono_literals;
 using pages::CDeviceDiscoveryOperation;
 using pages::SweepStatus;
 
-struct RecordingUi : app::IOperationUi {
-  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override {
-    shown.push_back({text, icon, field});
-  }
-  struct Shown {
-    std::wstring text;
-    app::MessageIcon icon;
-    int field;
-  };
-  std::vector<Shown> shown;
-};
+using testing_support::EventLines;
+using testing_support::RecordingUi;
+using testing_support::WaitUntil;
 
-// Lines and rows come from the sweep's threads.
-struct Lines : logs::IEventLineSink {
-  void AddEventLine(const std::wstring& line) override {
-    std::lock_guard lock(mutex);
-    lines.push_back(tvkutil::ToUtf8(line));
-  }
-  std::vector<std::string> All() {
-    std::lock_guard lock(mutex);
-    return lines;
-  }
-  std::mutex mutex;
-  std::vector<std::string> lines;
-};
 struct Rows : logs::ITransactionSink {
   void LogDatagram(std::int32_t, std::wstring_view, std::span<const std::uint8_t>,
                    const logs::DatagramEnds&) override {}
@@ -63,16 +43,6 @@ struct Rows : logs::ITransactionSink {
   std::mutex mutex;
   std::vector<std::string> sent, received;
 };
-
-bool WaitUntil(const std::function<bool()>& done, std::chrono::seconds limit = 60s) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline)
-      return false;
-    std::this_thread::sleep_for(5ms);
-  }
-  return true;
-}
 
 std::string DeviceLines(const CDeviceDiscoveryOperation& op) {
   return op.Devices().WithAll([](const std::vector<pages::CDeviceInfo>& devices) {
@@ -112,7 +82,7 @@ TEST(DeviceDiscovery, SweepListsTheAnsweringHostsInOrderWithTheirNames) {
     for (const bool fast : {false, true}) {
       for (const auto& [start, end] :
            {std::pair{L"198.18.0.1", L"198.18.0.40"}, std::pair{L"198.18.0.41", L"198.18.0.41"}}) {
-        Lines lines;
+        EventLines lines;
         Rows rows;
         CDeviceDiscoveryOperation op({}, lines, rows);
         op.Form() = {start, end};
@@ -129,7 +99,7 @@ TEST(DeviceDiscovery, SweepListsTheAnsweringHostsInOrderWithTheirNames) {
         out << "fast " << fast << ": echoes " << testing_support::EchoesSent(false) - before
             << ", sent rows " << rows.sent.size() << ", outcome rows " << rows.received.size()
             << ", replies " << replies << "\n"
-            << DeviceLines(op) << lines.All().back() << "\n";
+            << DeviceLines(op) << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
       }
     }
     return out.str();
@@ -154,7 +124,7 @@ TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
   const auto run = RunInPreparedNamespace([] {
     std::ostringstream out;
     for (const bool fast : {false, true}) {
-      Lines lines;
+      EventLines lines;
       Rows rows;
       CDeviceDiscoveryOperation op({}, lines, rows);
       op.Form() = {L"198.18.0.40", L"198.18.0.60"};
@@ -179,7 +149,7 @@ TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
       out << "fast " << fast << ": prompt " << prompt << ", saved " << saved << ", status "
           << static_cast<int>(op.LastStatus()) << "\n"
           << sondara_test::ReadFile(dir / "devices.csv") << "\n"
-          << lines.All().back() << "\n";
+          << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
     }
     return out.str();
   });
@@ -220,7 +190,7 @@ TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
       {L"10.0.0.9", L"10.0.0.1", nullptr, {}, 0},
   };
   for (const auto& c : cases) {
-    Lines lines;
+    EventLines lines;
     CDeviceDiscoveryOperation op({}, lines);
     op.Form() = {c.start, c.end};
     RecordingUi ui;
@@ -228,10 +198,7 @@ TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
     app::DiscoverySettings stored{L"1.1.1.1", L"1.1.1.2"};
     op.StoreTo(stored);
     if (c.message != nullptr) {
-      ASSERT_EQ(ui.shown.size(), 1U);
-      EXPECT_EQ(ui.shown[0].text, c.message);
-      EXPECT_EQ(ui.shown[0].icon, c.icon);
-      EXPECT_EQ(ui.shown[0].field, c.field);
+      EXPECT_EQ(ui.shown, (std::vector<RecordingUi::Shown>{{c.message, c.icon, c.field}}));
       EXPECT_EQ(stored.start_ip, L"1.1.1.1");  // nothing stored unless both are valid
     } else {
       EXPECT_EQ(stored.start_ip, c.start);
@@ -274,7 +241,7 @@ class AnsweringProbe : public pages::IDiscoveryProbe {
 TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingAndTheLimitEndsAsComplete) {
   for (const bool fast : {false, true}) {
     int probes_made = 0;
-    Lines lines;
+    EventLines lines;
     Rows rows;
     CDeviceDiscoveryOperation op({}, lines, rows, [&](logs::ITransactionSink&) {
       ++probes_made;
@@ -285,18 +252,18 @@ TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingAndTheLimitEndsAsComplete) {
     ASSERT_TRUE(op.Begin({.fast = fast}, ui));
     ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }));
     EXPECT_EQ(probes_made, 0);
-    EXPECT_EQ(lines.All().back(), "Device discovery complete. No. of devices discovered '0'.");
+    EXPECT_EQ(lines.Lines().back(), L"Device discovery complete. No. of devices discovered '0'.");
     op.Join();
 
     // 65537 answering addresses: the 65536th finds the list full.
     op.Form() = {L"10.0.0.1", L"10.1.0.1"};
     ASSERT_TRUE(op.Begin({.fast = fast, .pacing = 0ms}, ui));
     ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }, 300s));
-    const auto all = lines.All();
+    const auto all = lines.Lines();
     ASSERT_EQ(all.size(), 5U);
     EXPECT_EQ(all[3],
-              "Stopping device discovery. A maximum of '65535' devices can only be discovered.");
-    EXPECT_EQ(all[4], "Device discovery complete. No. of devices discovered '65535'.");
+              L"Stopping device discovery. A maximum of '65535' devices can only be discovered.");
+    EXPECT_EQ(all[4], L"Device discovery complete. No. of devices discovered '65535'.");
     EXPECT_EQ(op.LastStatus(), SweepStatus::kComplete);
     std::wstring last;
     op.Devices().With(pages::kMaxDevices - 1, [&](const pages::CDeviceInfo& d) { last = d.ip; });
@@ -304,12 +271,8 @@ TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingAndTheLimitEndsAsComplete) {
   }
 }
 
-}  // namespace
-
-namespace {
-
 TEST(DeviceDiscovery, FastSweepListsInAddressOrderWhateverOrderTheNamesComeIn) {
-  Lines lines;
+  EventLines lines;
   CDeviceDiscoveryOperation op({}, lines, logs::TransactionLogSink(), [](logs::ITransactionSink&) {
     return std::make_shared<AnsweringProbe>(true);
   });

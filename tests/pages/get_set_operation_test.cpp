@@ -13,6 +13,7 @@
 #include "app/sondara_utility_app.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
+#include "support/recorders.h"
 #include "support/registered_transaction_log.h"
 #include "support/request_reader.h"
 #include "support/snmpd_process.h"
@@ -24,17 +25,8 @@ using pages::GetSetForm;
 using pages::RequestOutcome;
 using testing_support::FakeAgent;
 
-struct RecordingUi : app::IOperationUi {
-  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override {
-    EXPECT_EQ(icon, app::MessageIcon::kWarning);
-    shown.emplace_back(text, field);
-  }
-  std::vector<std::pair<std::wstring, int>> shown;
-};
-struct RecordingSink : logs::IEventLineSink {
-  void AddEventLine(const std::wstring& line) override { lines.push_back(line); }
-  std::vector<std::wstring> lines;
-};
+using testing_support::RecordingUi;
+using RecordingSink = testing_support::EventLines;
 
 const std::wstring kSysDescr = L".1.3.6.1.2.1.1.1.0";
 
@@ -115,7 +107,9 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
       o.op.Form().*member = value;
     EXPECT_EQ((c.get ? o.Get() : o.Set()) == RequestOutcome::kRefused, c.field >= 0);
     if (c.field >= 0) {
-      EXPECT_EQ(o.ui.shown, (decltype(o.ui.shown){{messages.at(c.field), c.field}}));
+      EXPECT_EQ(
+          o.ui.shown,
+          (decltype(o.ui.shown){{messages.at(c.field), app::MessageIcon::kWarning, c.field}}));
     }
   }
   EXPECT_EQ(agent.Received().size(), 1U);  // from the one case that passed

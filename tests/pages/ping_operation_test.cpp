@@ -8,17 +8,12 @@
 
 #include "net/address.h"
 #include "net/icmp_echo.h"
+#include "support/recorders.h"
 #include "support/registered_transaction_log.h"
 
 namespace {
 
-struct RecordingUi : app::IOperationUi {
-  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int) override {
-    EXPECT_EQ(icon, app::MessageIcon::kWarning);
-    messages.push_back(text);
-  }
-  std::vector<std::wstring> messages;
-};
+using testing_support::RecordingUi;
 
 // Dotted names are taken for addresses and must never reach the resolver.
 int FailingLookup(const char*, const char*, const addrinfo*, addrinfo**) {
@@ -33,7 +28,9 @@ TEST(ToolbarPing, InvalidIPv4AddressIsRefusedAndNothingSent) {
   RecordingUi ui;
   EXPECT_FALSE(pages::RunToolbarPing({L"10.0.0.300", false, 0}, ui));
   net::SetHostLookupForTesting(nullptr);
-  EXPECT_EQ(ui.messages, std::vector<std::wstring>{L"Invalid IPv4 address '10.0.0.300'."});
+  EXPECT_EQ(ui.shown,
+            (std::vector<RecordingUi::Shown>{{L"Invalid IPv4 address '10.0.0.300'.",
+                                              app::MessageIcon::kWarning, app::kNoField}}));
   EXPECT_TRUE(tlog.Messages().empty());
 }
 

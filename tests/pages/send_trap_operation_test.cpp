@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "app/sondara_utility_app.h"
 #include "snmp/asn_data_type.h"
+#include "support/recorders.h"
 #include "support/snmptrapd_process.h"
 #include "util/temp_folder.h"
 
@@ -18,18 +18,7 @@ namespace {
 using pages::SendTrapForm;
 using pages::TrapOutcome;
 
-struct RecordingUi : app::IOperationUi {
-  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override {
-    shown.push_back({text, icon, field});
-  }
-  struct Shown {
-    std::wstring text;
-    app::MessageIcon icon;
-    int field;
-    bool operator==(const Shown&) const = default;
-  };
-  std::vector<Shown> shown;
-};
+using testing_support::RecordingUi;
 struct RecordingSinks : logs::IEventLineSink, logs::ITransactionSink {
   void AddEventLine(const std::wstring& line) override { lines.push_back(line); }
   void LogDatagram(std::int32_t direction, std::wstring_view source, std::span<const std::uint8_t>,
@@ -48,23 +37,12 @@ class SendTrap : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(manager_.Start(), ""); }
   std::uint16_t Port() const { return manager_.Port(); }
-  // The fields of every trap line snmptrapd wrote, waiting for `count` of them.
-  std::vector<std::vector<std::string>> TrapLines(std::size_t count) const;
+  std::vector<std::vector<std::string>> TrapLines(std::size_t count) const {
+    return manager_.TrapFields(count);
+  }
 
   testing_support::SnmptrapdProcess manager_;
 };
-
-std::vector<std::vector<std::string>> SendTrap::TrapLines(std::size_t count) const {
-  std::vector<std::vector<std::string>> traps;
-  for (const std::string& line : manager_.Traps(count)) {
-    std::vector<std::string> fields;
-    std::istringstream in(line);
-    for (std::string field; std::getline(in, field, '~');)
-      fields.push_back(field);
-    traps.push_back(fields);
-  }
-  return traps;
-}
 
 // A v1 trap to the manager at `port` that passes every check, over `list`.
 struct Operation {

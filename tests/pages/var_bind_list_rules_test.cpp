@@ -11,19 +11,14 @@
 #include <vector>
 
 #include "snmp/type_names.h"
+#include "support/recorders.h"
 
 namespace {
 
 using pages::CVarBindListRules;
 using pages::VarBindText;
 
-struct RecordingUi : app::IOperationUi {
-  void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override {
-    EXPECT_EQ(icon, app::MessageIcon::kWarning);
-    shown.emplace_back(text, field);
-  }
-  std::vector<std::pair<std::wstring, int>> shown;
-};
+using testing_support::RecordingUi;
 
 const std::wstring kSysUpTime = L".1.3.6.1.2.1.1.3.0", kTrapOid = L".1.3.6.1.6.3.1.1.4.1.0",
                    kIfIndex = L".1.3.6.1.2.1.2.2.1.1.1";
@@ -62,7 +57,7 @@ TEST(VarBindListRules, AddStopsAtSixtyFourWithTheLimitMessage) {
     EXPECT_EQ(rules.MayAdd(ui), may) << count;
     EXPECT_EQ(ui.shown.empty(), may);
     if (!may) {
-      EXPECT_EQ(ui.shown.front().first, L"A maximum of '64' varbinds can only be created.");
+      EXPECT_EQ(ui.shown.front().text, L"A maximum of '64' varbinds can only be created.");
     }
   }
 }
@@ -98,7 +93,7 @@ TEST(VarBindListRules, DeleteRefusesProtectedEntriesAndSelectsTheItemAfterTheLas
     RecordingUi ui;
     EXPECT_EQ(rules.Delete(c.selected, ui), c.select);
     EXPECT_EQ(Left(rules), c.left);
-    EXPECT_EQ(ui.shown.empty() ? kNone : ui.shown.front().first, c.message);
+    EXPECT_EQ(ui.shown.empty() ? kNone : ui.shown.front().text, c.message);
     EXPECT_LE(ui.shown.size(), 1U);
     EXPECT_EQ(rules.Modified(), c.left.size() < 5);
     EXPECT_EQ(rules.ActionsEnabled(), !c.left.empty());
@@ -113,8 +108,8 @@ TEST(VarBindListRules, EditAndDeleteAllKeepTheTwoFixedEntriesOfAV2cList) {
     CVarBindListRules rules(list, v2c, lock);
     RecordingUi ui;
     EXPECT_EQ(rules.MayEdit(0, ui), !v2c);
-    EXPECT_EQ(ui.shown, (v2c ? decltype(ui.shown){{L"Cannot edit this sysUpTime varbind. ", -1}}
-                             : decltype(ui.shown){}));
+    EXPECT_EQ(ui.Said(), (v2c ? decltype(ui.Said()){{L"Cannot edit this sysUpTime varbind. ", -1}}
+                              : decltype(ui.Said()){}));
     EXPECT_TRUE(rules.MayEdit(1, ui));
     EXPECT_EQ(rules.LocksNameAndType(1), v2c);  // snmpTrapOID.0: the value alone may change
     EXPECT_FALSE(rules.LocksNameAndType(2));
@@ -165,8 +160,8 @@ TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
         testing::PrintToString(c.bind.oid + L" " + c.bind.type_name + L" " + c.bind.value));
     RecordingUi ui;
     EXPECT_EQ(ValidateVarBind(c.bind, ui), c.field < 0);
-    EXPECT_EQ(ui.shown,
-              (c.field < 0 ? decltype(ui.shown){} : decltype(ui.shown){{c.message, c.field}}));
+    EXPECT_EQ(ui.Said(),
+              (c.field < 0 ? decltype(ui.Said()){} : decltype(ui.Said()){{c.message, c.field}}));
   }
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <string>
 #include <thread>
@@ -18,6 +19,7 @@
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
+#include "support/recorders.h"
 #include "support/request_reader.h"
 #include "support/snmpd_process.h"
 #include "util/temp_folder.h"
@@ -28,26 +30,6 @@ namespace {
 using namespace testing_support;
 using pages::WalkStatus;
 
-struct RecordingUi : app::IOperationUi {
-  void ShowMessage(const std::wstring& text, app::MessageIcon, int field) override {
-    shown.emplace_back(text, field);
-  }
-  std::vector<std::pair<std::wstring, int>> shown;
-};
-struct RecordingSink : logs::IEventLineSink {
-  void AddEventLine(const std::wstring& line) override {
-    std::lock_guard lock(mutex);
-    lines.push_back(line);
-  }
-  std::vector<std::wstring> Lines() const {
-    std::lock_guard lock(mutex);
-    return lines;
-  }
-  mutable std::mutex mutex;
-  std::vector<std::wstring> lines;
-};
-
-// A request as the agent reads it, with a reader of its own (never the product's decoder).
 using Request = ReadRequest;
 Request Parse(const Bytes& d) {
   return ReadRequestFields(d);
@@ -70,11 +52,10 @@ Mib SystemMib(int objects) {
   return mib;
 }
 
-// Answers GetNext and GetBulk from `mib` as an agent of the request's version would: v1 with
-// noSuchName past the end, v2c with endOfMibView. A GetBulk asking for more than
-// `too_big_above` repetitions (when not 0) gets tooBig.
-FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0) {
-  return FakeAgent([mib, too_big_above](const FakeAgent::Datagram& d, int) {
+// Answers GetNext and GetBulk from `mib` as a v1 (noSuchName) or v2c (endOfMibView) agent; a
+// GetBulk above `too_big_above` repetitions (not 0) gets tooBig; answer `slow` waits 300 ms.
+FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1) {
+  return FakeAgent([mib, too_big_above, slow](const FakeAgent::Datagram& d, int n) {
     const Request r = Parse(d.bytes);
     const auto after = [&](const Bytes& oid) {
       return std::upper_bound(mib.begin(), mib.end(), oid,
@@ -109,7 +90,7 @@ FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0) {
       }
     }
     return std::vector<FakeAgent::Reply>{
-        {Response(r.version, r.community, r.id, status, index, binds)}};
+        {Response(r.version, r.community, r.id, status, index, binds), n == slow ? 300 : 0}};
   });
 }
 
@@ -155,7 +136,7 @@ struct Walk {
       return oids;
     });
   }
-  RecordingSink sink;
+  EventLines sink;
   RecordingUi ui;
   pages::WalkOptions options;
   pages::CWalkMIBOperation op;
@@ -188,7 +169,7 @@ TEST(WalkMibOperation, ChecksRunInOrderAndRefuseBeforeAnythingIsSent) {
     for (const auto& [member, value] : c.changes)
       w.op.Form().*member = value;
     EXPECT_FALSE(w.op.BeginWalk(w.options, w.ui));
-    EXPECT_EQ(w.ui.shown, (decltype(w.ui.shown){{messages.at(c.field), c.field}}));
+    EXPECT_EQ(w.ui.Said(), (decltype(w.ui.Said()){{messages.at(c.field), c.field}}));
     // "&Get SysObjectID" is held to the same checks.
     EXPECT_EQ(w.op.GetSysObjectId(w.options.udp, w.ui), pages::RequestOutcome::kRefused);
     EXPECT_TRUE(w.sink.Lines().empty());
@@ -284,32 +265,19 @@ TEST(WalkMibOperation, GetBulkHalvesOnTooBigAndWalksOnFromTheLastBinding) {
     names.push_back(r.oid);
   }
   EXPECT_EQ(repetitions, (std::vector<std::uint32_t>{50, 25, 12, 6, 3, 3, 3, 3, 3}));
-  const auto port = [](const FakeAgent::Datagram& d) {
-    return reinterpret_cast<const sockaddr_in&>(d.from).sin_port;
-  };
-  for (const auto& d : agent.Received())
-    EXPECT_EQ(port(d), port(agent.Received().front()));  // one socket for the whole walk
+  for (const auto& d : agent.Received())  // one socket for the whole walk
+    EXPECT_EQ(std::memcmp(&d.from, &agent.Received().front().from, sizeof(sockaddr_in)), 0);
   EXPECT_EQ(ids, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
   EXPECT_EQ(names.back(), SystemOid(12));  // asks on from the last name it got
 }
 
 TEST(WalkMibOperation, StopIsNoticedAtTheTenthObjectOrDuringARetry) {
   {
-    // The fourth answer waits a little, long enough for "St&op" to be pressed after 3 objects.
-    Mib mib = SystemMib(25);
-    FakeAgent agent([mib](const FakeAgent::Datagram& d, int n) {
-      const Request r = Parse(d.bytes);
-      const auto it = std::upper_bound(mib.begin(), mib.end(), r.oid,
-                                       [](const Bytes& o, const auto& e) { return o < e.first; });
-      const Bytes bind =
-          it == mib.end() ? VarBind(r.oid, kEndOfMibView) : VarBind(it->first, it->second);
-      return std::vector<FakeAgent::Reply>{
-          {Response(r.version, r.community, r.id, 0, 0, bind), n == 3 ? 300 : 0}};
-    });
+    // The fourth answer waits, long enough for "St&op" to be pressed after 3 objects.
+    FakeAgent agent = MibAgent(SystemMib(25), 0, 3);
     Walk w(agent.Port());
     ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
-    for (int i = 0; i < 2000 && agent.Received().size() < 4; ++i)
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= 4; }));
     ASSERT_EQ(agent.Received().size(), 4U);
     w.op.StopWalk();
     w.WaitEnded();
@@ -324,8 +292,7 @@ TEST(WalkMibOperation, StopIsNoticedAtTheTenthObjectOrDuringARetry) {
     w.options.udp.request_timeout_ms = 300;
     w.options.udp.retries = 5;
     ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
-    for (int i = 0; i < 2000 && silent.Received().empty(); ++i)
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    WaitUntil([&] { return !silent.Received().empty(); });
     w.op.StopWalk();
     w.WaitEnded();
     EXPECT_EQ(w.op.FinalStatus(), WalkStatus::kStopped);
@@ -336,9 +303,7 @@ TEST(WalkMibOperation, StopIsNoticedAtTheTenthObjectOrDuringARetry) {
   }
 }
 
-// "St&op" pressed at every step of a short walk, up to its last answer, where it races the
-// walk's completion: the walk ends either way, its status, results and last line agree, and
-// the next walk does not see the old stop.
+// Stop at every step, up to the last answer where it races completion; no stop leaks onward.
 TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
   FakeAgent agent = MibAgent(SystemMib(25));
   Walk w(agent.Port());
@@ -346,8 +311,7 @@ TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
   for (std::size_t step = 1; step <= 26; ++step) {
     SCOPED_TRACE(step);
     ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
-    // Stopped as soon as the agent has the step-th request of this walk (26: the last).
-    for (int i = 0; i < 5000 && agent.Received().size() < asked + step; ++i)
+    for (int i = 0; i < 5000 && agent.Received().size() < asked + step; ++i)  // 26: the last
       std::this_thread::sleep_for(std::chrono::microseconds(100));
     w.op.StopWalk();
     ASSERT_TRUE(w.op.WalkFinished());

@@ -1,5 +1,5 @@
-// A real net-snmp snmpd on 127.0.0.1 at a free port (read community "getcom", write community
-// "setcomm"), its state in a folder of its own, stopped by its own process id.
+// Real net-snmp daemons on 127.0.0.1 at a free port, each with its state in a folder of its own
+// and stopped by its own process id. snmpd reads with community "getcom", writes with "setcomm".
 #pragma once
 
 #include <fcntl.h>
@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "support/hex_bytes.h"
 
@@ -23,47 +24,9 @@ namespace testing_support {
 
 inline constexpr char kSnmpdSysDescr[] = "Sondara test agent";
 
-class SnmpdProcess {
+class NetSnmpDaemon {
  public:
-  // Empty when it started and answers; otherwise why not.
-  std::string Start() {
-    folder_ = (std::filesystem::temp_directory_path() / "sondara-snmpd-XXXXXX").string();
-    if (::mkdtemp(folder_.data()) == nullptr)
-      return "no temporary folder";
-    port_ = FreeUdpPort();
-    const std::string conf = folder_ + "/snmpd.conf", log = folder_ + "/snmpd.log",
-                      endpoint = "udp:127.0.0.1:" + std::to_string(port_);
-    // sysContact stays unset, so it can be written.
-    std::ofstream(conf) << "rocommunity getcom 127.0.0.1\nrwcommunity setcomm 127.0.0.1\nsysdescr "
-                        << kSnmpdSysDescr << "\nsyslocation Test bench\n";
-    std::string env[] = {"SNMP_PERSISTENT_DIR=" + folder_ + "/persist", "PATH=/usr/bin:/bin",
-                         "HOME=" + folder_};
-    char* const envp[] = {env[0].data(), env[1].data(), env[2].data(), nullptr};
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      // Neither outlive a crashed test nor hold its output open (ctest waits for that).
-      ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-      const int null_fd = ::open("/dev/null", O_RDWR);
-      for (int fd : {0, 1, 2})
-        ::dup2(null_fd, fd);
-      ::execle("/usr/sbin/snmpd", "snmpd", "-f", "-C", "-c", conf.c_str(), "-Lf", log.c_str(),
-               endpoint.c_str(), nullptr, envp);
-      ::_exit(127);
-    }
-    if (pid_ < 0)
-      return "snmpd could not be started";
-    for (int i = 0; i < 50; ++i) {  // up to 5 s
-      if (Answers())
-        return "";
-      if (::waitpid(pid_, nullptr, WNOHANG) == pid_) {
-        pid_ = -1;
-        return "snmpd exited (is /usr/sbin/snmpd installed?); see " + log;
-      }
-    }
-    return "snmpd did not answer within 5 s";
-  }
-
-  ~SnmpdProcess() {
+  ~NetSnmpDaemon() {
     if (pid_ > 0) {
       ::kill(pid_, SIGTERM);
       ::waitpid(pid_, nullptr, 0);
@@ -71,7 +34,6 @@ class SnmpdProcess {
     std::error_code ec;
     std::filesystem::remove_all(folder_, ec);
   }
-
   std::uint16_t Port() const { return port_; }
 
   // A UDP port on 127.0.0.1 that nobody used a moment ago.
@@ -83,6 +45,70 @@ class SnmpdProcess {
     ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
     ::close(fd);
     return ntohs(a.sin_port);
+  }
+
+ protected:
+  // Makes the folder and picks the port.
+  bool Prepare(const std::string& name) {
+    folder_ = (std::filesystem::temp_directory_path() / ("sondara-" + name + "-XXXXXX")).string();
+    port_ = FreeUdpPort();
+    return ::mkdtemp(folder_.data()) != nullptr;
+  }
+  std::string Endpoint() const { return "udp:127.0.0.1:" + std::to_string(port_); }
+  // Starts argv[0] with argv and a small environment of its own plus `env`.
+  bool Spawn(std::vector<std::string> argv, std::vector<std::string> env) {
+    env.insert(env.end(), {"SNMP_PERSISTENT_DIR=" + folder_ + "/persist", "PATH=/usr/bin:/bin",
+                           "HOME=" + folder_});
+    std::vector<char*> args, envp;  // made before fork: other threads may hold locks
+    for (std::string& a : argv)
+      args.push_back(a.data());
+    for (std::string& e : env)
+      envp.push_back(e.data());
+    args.push_back(nullptr);
+    envp.push_back(nullptr);
+    pid_ = ::fork();
+    if (pid_ == 0) {
+      // Neither outlive a crashed test nor hold its output open (ctest waits for that).
+      ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+      const int null_fd = ::open("/dev/null", O_RDWR);
+      for (int fd : {0, 1, 2})
+        ::dup2(null_fd, fd);
+      ::execve(args[0], args.data(), envp.data());
+      ::_exit(127);
+    }
+    return pid_ > 0;
+  }
+  bool Exited() {
+    if (::waitpid(pid_, nullptr, WNOHANG) != pid_)
+      return false;
+    pid_ = -1;
+    return true;
+  }
+
+  std::string folder_;
+  std::uint16_t port_ = 0;
+  pid_t pid_ = -1;
+};
+
+class SnmpdProcess : public NetSnmpDaemon {
+ public:
+  // Empty when it started and answers; otherwise why not.
+  std::string Start() {
+    if (!Prepare("snmpd"))
+      return "no temporary folder";
+    const std::string conf = folder_ + "/snmpd.conf", log = folder_ + "/snmpd.log";
+    // sysContact stays unset, so it can be written.
+    std::ofstream(conf) << "rocommunity getcom 127.0.0.1\nrwcommunity setcomm 127.0.0.1\nsysdescr "
+                        << kSnmpdSysDescr << "\nsyslocation Test bench\n";
+    if (!Spawn({"/usr/sbin/snmpd", "-f", "-C", "-c", conf, "-Lf", log, Endpoint()}, {}))
+      return "snmpd could not be started";
+    for (int i = 0; i < 50; ++i) {  // up to 5 s
+      if (Answers())
+        return "";
+      if (Exited())
+        return "snmpd exited (is /usr/sbin/snmpd installed?); see " + log;
+    }
+    return "snmpd did not answer within 5 s";
   }
 
  private:
@@ -99,10 +125,6 @@ class SnmpdProcess {
     ::close(fd);
     return answered;
   }
-
-  std::string folder_;
-  std::uint16_t port_ = 0;
-  pid_t pid_ = -1;
 };
 
 }  // namespace testing_support
