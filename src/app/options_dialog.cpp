@@ -19,6 +19,7 @@
 #include "util/numeric_edit.h"
 #include "util/string_table.h"
 #include "util/text.h"
+#include "util/ui_text_view.h"
 
 namespace app {
 
@@ -33,10 +34,6 @@ constexpr int kRequestTimeoutTextLimit = 5;
 constexpr int kRetriesTextLimit = 1;
 constexpr int kWalkBulkRepetitionsTextLimit = 3;
 
-QString Text(int id) {
-  return QString::fromStdWString(tvkutil::LoadString(id));
-}
-
 }  // namespace
 
 COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, QWidget* parent)
@@ -45,7 +42,7 @@ COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, QWidget* parent)
 COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adapters,
                                QWidget* parent)
     : QDialog(parent), app_(app), adapters_(adapters) {
-  setWindowTitle(Text(tvkutil::ids::kOptionsTitle));
+  setWindowTitle(tvkutil::UiText(tvkutil::ids::kOptionsTitle));
   const NetworkSettings& net = app_.Network();
 
   use_ipv6_ = new QCheckBox(QStringLiteral("&Use IPv6"), this);
@@ -141,7 +138,7 @@ void COptionsDialog::FillAdapterList(bool use_ipv6) {
     return QString::compare(a, b, Qt::CaseInsensitive) < 0;
   });
   adapter_list_->addItems(names);
-  adapter_list_->insertItem(0, Text(tvkutil::ids::kDefaultAdapter));
+  adapter_list_->insertItem(0, tvkutil::UiText(tvkutil::ids::kDefaultAdapter));
 }
 
 bool COptionsDialog::TakeNumber(const NumberField& field, int& out_value) {

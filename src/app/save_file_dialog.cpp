@@ -7,16 +7,13 @@
 #include "logs/utf16_file.h"
 #include "util/string_table.h"
 #include "util/text.h"
+#include "util/ui_text_view.h"
 
 namespace app {
 
 namespace {
 
 constexpr wchar_t kSaveFolderKey[] = L"SaveResultsPath";
-
-QString Text(int id) {
-  return QString::fromStdWString(tvkutil::LoadString(id));
-}
 
 // The table keeps filters as "Text Files (*.txt)|*.txt|": the descriptions already name their
 // patterns, which is all a Qt filter needs.
@@ -55,8 +52,9 @@ QString AskSavePath(QWidget* parent, tvkutil::IProfileStore& profile, std::wstri
   const std::wstring stored = profile.GetProfileString(section, kSaveFolderKey, L"");
   const std::filesystem::path folder = logs::InitialSaveFolder(
       std::filesystem::path(tvkutil::ToUtf8(stored)), std::filesystem::path(default_folder));
-  const QString path = DialogFn()(parent, QString::fromStdString(folder.string()),
-                                  QtFilter(Text(filter_id)), Text(extension_id));
+  const QString path =
+      DialogFn()(parent, QString::fromStdString(folder.string()),
+                 QtFilter(tvkutil::UiText(filter_id)), tvkutil::UiText(extension_id));
   if (path.isEmpty())
     return {};
   const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));

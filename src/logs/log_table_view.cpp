@@ -20,16 +20,13 @@
 #include "util/profile_store.h"
 #include "util/string_table.h"
 #include "util/text.h"
+#include "util/ui_text_view.h"
 
 namespace logs {
 
 namespace {
 
 constexpr int kTickMs = 100;
-
-QString Text(int id) {
-  return QString::fromStdWString(tvkutil::LoadString(id));
-}
 
 }  // namespace
 
@@ -38,7 +35,7 @@ CLogTableView::CLogTableView(tvkutil::IProfileStore& profile, LogPaneLayout layo
     : QWidget(parent), profile_(profile), layout_(std::move(layout)), rows_(std::move(rows)) {
   QStringList headers;
   for (int id : layout_.column_ids)
-    headers << Text(id);
+    headers << tvkutil::UiText(id);
   model_ = new app::CPolledTableModel(
       *rows_, headers, app::TableLook{layout_.white_on_black, layout_.fixed_font_column, true},
       this);
@@ -143,10 +140,10 @@ void CLogTableView::TellSaveFailed(const QString& path) {
 std::unique_ptr<QMenu> CLogTableView::BuildContextMenu() {
   auto menu = std::make_unique<QMenu>(this);
   if (rows_->ShownCount() != 0) {
-    QAction* reset = menu->addAction(Text(layout_.reset_id));
+    QAction* reset = menu->addAction(tvkutil::UiText(layout_.reset_id));
     reset->setObjectName(QStringLiteral("reset"));
     connect(reset, &QAction::triggered, this, &CLogTableView::ResetLog);
-    QAction* save = menu->addAction(Text(layout_.save_id));
+    QAction* save = menu->addAction(tvkutil::UiText(layout_.save_id));
     save->setObjectName(QStringLiteral("save"));
     connect(save, &QAction::triggered, this, &CLogTableView::SaveWithDialog);
   }

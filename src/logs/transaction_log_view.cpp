@@ -13,6 +13,7 @@
 #include "logs/log_entry_points.h"
 #include "logs/pcapng_file.h"
 #include "util/string_table.h"
+#include "util/ui_text_view.h"
 
 namespace logs {
 
@@ -23,10 +24,6 @@ namespace ids = tvkutil::ids;
 constexpr int kTextColumn = 3;
 constexpr wchar_t kSection[] = L"Transaction View";
 constexpr wchar_t kDecodedKey[] = L"ShowDecodedMessage";
-
-QString Text(int id) {
-  return QString::fromStdWString(tvkutil::LoadString(id));
-}
 
 // The transaction log while its pane exists.
 class CTransactionRows : public CRegisteredRows<CTransactionLog, RegisterTransactionLog> {
@@ -119,7 +116,7 @@ void CTransactionLogView::ShowSelectedRow() {
     return;  // another row of the message already shown
   decoded_number_ = row.datagram;
   if (row.datagram == 0) {
-    decoded_->ShowNote(Text(tvkutil::ids::kDecodedTextRow));
+    decoded_->ShowNote(tvkutil::UiText(tvkutil::ids::kDecodedTextRow));
     return;
   }
   if (const auto datagram = log_->Datagrams().Find(row.datagram)) {
@@ -165,7 +162,7 @@ void CTransactionLogView::AddMenuCommands(QMenu& menu) {
     return;
   if (!menu.isEmpty())
     menu.addSeparator();
-  QAction* exported = menu.addAction(Text(tvkutil::ids::kTransactionLogExport));
+  QAction* exported = menu.addAction(tvkutil::UiText(tvkutil::ids::kTransactionLogExport));
   exported->setObjectName(QStringLiteral("exportPcapng"));
   exported->setEnabled(kept);
   connect(exported, &QAction::triggered, this, &CTransactionLogView::ExportWithDialog);

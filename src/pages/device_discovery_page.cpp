@@ -15,6 +15,7 @@
 #include "util/app_folders.h"
 #include "util/string_table.h"
 #include "util/text.h"
+#include "util/ui_text_view.h"
 
 namespace pages {
 
@@ -27,10 +28,6 @@ constexpr int kColumns = 3;
 constexpr int kTimerMs = 50;
 // A dotted IPv4 address is at most 15 characters; the settings keep at most 63.
 constexpr int kAddressTextLimit = 63;
-
-QString Text(int id) {
-  return Q(tvkutil::LoadString(id));
-}
 
 }  // namespace
 
@@ -68,13 +65,14 @@ void CDeviceDiscoveryPropertyPage::BuildControls() {
     edit->setFixedWidth(edit->fontMetrics().horizontalAdvance(QStringLiteral("000.000.000.000")) +
                         16);
   }
-  begin_ = new QPushButton(Text(tvkutil::ids::kBeginDiscovery), settings);
+  begin_ = new QPushButton(tvkutil::UiText(tvkutil::ids::kBeginDiscovery), settings);
   begin_->setObjectName(QStringLiteral("beginDiscovery"));
   // Wide enough for either caption, so the button does not jump when it changes.
-  begin_->setMinimumWidth(std::max(
-      begin_->sizeHint().width(),
-      begin_->fontMetrics().horizontalAdvance(Text(tvkutil::ids::kStop).remove(QLatin1Char('&'))) +
-          24));
+  begin_->setMinimumWidth(
+      std::max(begin_->sizeHint().width(),
+               begin_->fontMetrics().horizontalAdvance(
+                   tvkutil::UiText(tvkutil::ids::kStop).remove(QLatin1Char('&'))) +
+                   24));
   fast_ = new QCheckBox(QStringLiteral("Fast s&weep"), settings);
   fast_->setObjectName(QStringLiteral("fastSweep"));
   fast_->setToolTip(QStringLiteral(
@@ -109,8 +107,8 @@ void CDeviceDiscoveryPropertyPage::BuildControls() {
             return Q(device.description);
         }
       },
-      {Text(tvkutil::ids::kColumnNumber), Text(tvkutil::ids::kColumnIp),
-       Text(tvkutil::ids::kColumnDescription)},
+      {tvkutil::UiText(tvkutil::ids::kColumnNumber), tvkutil::UiText(tvkutil::ids::kColumnIp),
+       tvkutil::UiText(tvkutil::ids::kColumnDescription)},
       this);
   list_->setObjectName(QStringLiteral("discoveryList"));
 
@@ -146,7 +144,7 @@ void CDeviceDiscoveryPropertyPage::ReadControls() {
 }
 
 void CDeviceDiscoveryPropertyPage::ShowRunning(bool running) {
-  begin_->setText(Text(running ? tvkutil::ids::kStop : tvkutil::ids::kBeginDiscovery));
+  begin_->setText(tvkutil::UiText(running ? tvkutil::ids::kStop : tvkutil::ids::kBeginDiscovery));
   start_->setEnabled(!running);
   end_->setEnabled(!running);
   fast_->setEnabled(!running);
@@ -186,7 +184,7 @@ void CDeviceDiscoveryPropertyPage::OnBeginStop() {
 void CDeviceDiscoveryPropertyPage::OnTimer() {
   list_->Poll();
   if (!operation_.Finished()) {
-    begin_->setText(Text(tvkutil::ids::kStop));
+    begin_->setText(tvkutil::UiText(tvkutil::ids::kStop));
     return;
   }
   ShowRunning(false);

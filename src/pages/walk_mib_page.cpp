@@ -25,6 +25,7 @@
 #include "util/numeric_edit.h"
 #include "util/string_table.h"
 #include "util/text.h"
+#include "util/ui_text_view.h"
 
 namespace pages {
 
@@ -38,14 +39,10 @@ constexpr int kTickMs = 250;
 constexpr int kColumns = 4;
 constexpr wchar_t kSection[] = L"walkMIB";
 
-QString Text(int id) {
-  return QString::fromStdWString(tvkutil::LoadString(id));
-}
-
 }  // namespace
 
 CWalkMIBPropertyPage::CWalkMIBPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent)
-    : CPropertyPage(app::kPageWalkMib, Text(ids::kPageWalkMib), parent),
+    : CPropertyPage(app::kPageWalkMib, tvkutil::UiText(ids::kPageWalkMib), parent),
       app_(app),
       operation_(app.WalkMib()) {
   BuildControls();
@@ -78,7 +75,7 @@ void CWalkMIBPropertyPage::BuildControls() {
   start_oid_->addItem(QStringLiteral(".1.3.6.1"));
   get_sys_object_id_ = new QPushButton(QStringLiteral("&Get SysObjectID"), settings);
   get_sys_object_id_->setObjectName(QStringLiteral("getSysObjectIdButton"));
-  walk_ = new QPushButton(Text(ids::kBeginWalk), settings);
+  walk_ = new QPushButton(tvkutil::UiText(ids::kBeginWalk), settings);
   walk_->setObjectName(QStringLiteral("walkButton"));
 
   AddRow(grid, 0, QStringLiteral("&IP/Host:"), host_);
@@ -125,8 +122,8 @@ void CWalkMIBPropertyPage::BuildControls() {
             return Q(info.value);
         }
       },
-      {Text(ids::kColumnNumber), Text(ids::kColumnOid), Text(ids::kColumnDataType),
-       Text(ids::kColumnValue)},
+      {tvkutil::UiText(ids::kColumnNumber), tvkutil::UiText(ids::kColumnOid),
+       tvkutil::UiText(ids::kColumnDataType), tvkutil::UiText(ids::kColumnValue)},
       this);
   results_->setObjectName(QStringLiteral("walkResults"));
   results_->horizontalHeader()->setStretchLastSection(true);
@@ -211,7 +208,7 @@ void CWalkMIBPropertyPage::OnBeginWalk() {
   idle_ = false;
   EnableInputs(false);
   save_->setEnabled(false);
-  walk_->setText(Text(ids::kStop));
+  walk_->setText(tvkutil::UiText(ids::kStop));
   timer_->start();
 }
 
@@ -220,13 +217,13 @@ void CWalkMIBPropertyPage::OnTimer() {
   const bool finished = operation_.WalkFinished();
   results_->Poll();
   if (!finished) {
-    walk_->setText(Text(ids::kStop));
+    walk_->setText(tvkutil::UiText(ids::kStop));
     return;
   }
   timer_->stop();
   operation_.EndWalk();
   idle_ = true;
-  walk_->setText(Text(ids::kBeginWalk));
+  walk_->setText(tvkutil::UiText(ids::kBeginWalk));
   EnableInputs(true);
   save_->setEnabled(operation_.Results().Count() > 0);
   SyncHistory(community_, operation_.Form().communities);
