@@ -1,6 +1,7 @@
 // Fuzz target: a settings file edited by hand. The reader takes any bytes; what it makes of them
 // is written so that it reads back the same (every key of every section, and the written text
-// itself), and the pages' settings loaded from such a file and saved settle.
+// itself). The corpus replay also checks that the pages' settings loaded from each saved input
+// and saved settle: at a few hundred inputs a second that check would starve the fuzzer.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -33,6 +34,7 @@ void CheckReader(std::string_view bytes) {
   }
 }
 
+#ifdef SONDARA_FUZZ_CORPUS
 // In memory: the pages' settings loaded from the file and saved into it, as a start and an exit
 // would do, without the cost of writing a real file at every input.
 void CheckPageSettings(std::string_view bytes) {
@@ -52,12 +54,15 @@ void CheckPageSettings(std::string_view bytes) {
   if (saved[1] != saved[2])
     std::abort();
 }
+#endif
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   CheckReader(bytes);
+#ifdef SONDARA_FUZZ_CORPUS
   CheckPageSettings(bytes);
+#endif
   return 0;
 }
