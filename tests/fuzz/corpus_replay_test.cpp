@@ -9,7 +9,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-TEST(FuzzCorpus, EveryInputDecodesWithoutFault) {
+// Named after the target (FuzzCorpus.snmp_message, ...), so that ctest tells the corpora apart.
+#define SONDARA_REPLAY_TEST(target) TEST(FuzzCorpus, target)
+
+SONDARA_REPLAY_TEST(SONDARA_FUZZ_TARGET) {
   for (const auto& entry : std::filesystem::directory_iterator(SONDARA_FUZZ_CORPUS)) {
     std::ifstream in(entry.path(), std::ios::binary);
     const std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(in)), {});
