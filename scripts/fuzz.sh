@@ -4,7 +4,9 @@
 # (minimised: only inputs that add coverage are kept, the smaller preferred).
 #   scripts/fuzz.sh MINUTES
 # Environment: FUZZ_TARGETS="a b" runs only those; FUZZ_PARALLEL=N runs N targets at once
-# (default 1: the machine may be shared); FUZZ_BUILD=dir (default build-fuzz).
+# (default 1: the machine may be shared); FUZZ_BUILD=dir (default build-fuzz); FUZZ_ARGS="..."
+# adds libFuzzer options (say -max_len=1024); FUZZ_WORK=dir keeps the logs and new inputs
+# somewhere else than $FUZZ_BUILD/fuzz-runs, so that two runs of one target can share the machine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -34,7 +36,8 @@ if ((${#targets[@]} == 0)); then
   exit 1
 fi
 
-work="$build/fuzz-runs"
+work=${FUZZ_WORK:-$build/fuzz-runs}
+read -r -a extra <<<"${FUZZ_ARGS:-}"
 mkdir -p "$work"
 
 run_one() {  # run_one <target>: fuzz, then merge; the log is $work/<target>.log
@@ -43,7 +46,7 @@ run_one() {  # run_one <target>: fuzz, then merge; the log is $work/<target>.log
   rm -rf "$fresh"
   mkdir -p "$fresh" "$corpus" "$work/artifacts"
   local rc=0
-  "$exe" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+  "$exe" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "${extra[@]}" \
     -artifact_prefix="$work/artifacts/$name-" "$fresh" "$corpus" >"$log" 2>&1 || rc=$?
   local before after
   before=$(find "$corpus" -type f | wc -l)
