@@ -16,7 +16,6 @@
 #include <QTest>
 #include <QTimer>
 #include <chrono>
-#include <functional>
 #include <thread>
 
 #include "app/main_wnd.h"
@@ -27,7 +26,6 @@
 #include "logs/transaction_log_view.h"
 #include "net/address.h"
 #include "net/icmp_echo.h"
-#include "pages/get_set_page.h"
 #include "pages/ping_view.h"
 #include "support/fake_agent.h"
 #include "support/private_netns.h"
@@ -50,40 +48,15 @@ QStringList Column(const logs::CLogTableView* view, int column) {
   return texts;
 }
 
-// A 50 ms timer that notes its worst lateness, and at each tick asks `check` whether what the
-// window shows is right so far.
-class Ticks {
- public:
-  explicit Ticks(std::function<void(qint64 elapsed_ms)> check) : check_(std::move(check)) {
-    timer_.setInterval(kTickMs);
-    timer_.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&timer_, &QTimer::timeout, [this] {
-      const qint64 now = clock_.elapsed();
-      worst_late_ = std::max(worst_late_, now - last_ - kTickMs);
-      last_ = now;
-      ++count_;
-      check_(now);
-    });
-    clock_.start();
-    timer_.start();
-  }
-  qint64 WorstLateMs() const { return worst_late_; }
-  qint64 ElapsedMs() const { return clock_.elapsed(); }
-  int Count() const { return count_; }
-
- private:
-  std::function<void(qint64)> check_;
-  QTimer timer_;
-  QElapsedTimer clock_;
-  qint64 last_ = 0;
-  qint64 worst_late_ = 0;
-  int count_ = 0;
-};
-
 // A lookup that takes a while and finds nothing, whatever the machine's name servers say.
 int SlowFailingLookup(const char*, const char*, const addrinfo*, addrinfo**) {
   std::this_thread::sleep_for(std::chrono::milliseconds(1500));
   return EAI_NONAME;
+}
+
+testing_support::FakeAgent SilentAgent() {
+  return testing_support::FakeAgent(
+      [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
 }
 
 struct Window {
@@ -94,6 +67,7 @@ struct Window {
     w->show();
     QApplication::setActiveWindow(w.get());
   }
+  // Shows the page that holds `page_child`.
   QWidget* Show(const char* page_child) {
     QWidget* child = w->findChild<QWidget*>(page_child);
     QTabWidget* sheet = w->PropertySheetView()->Sheet();
@@ -106,10 +80,60 @@ struct Window {
   void Type(const char* name, const QString& text) {
     QWidget* field = w->findChild<QWidget*>(name);
     auto* combo = qobject_cast<QComboBox*>(field);
-    auto* edit = combo != nullptr ? combo->lineEdit() : qobject_cast<QLineEdit*>(field);
-    edit->setText(text);
+    (combo != nullptr ? combo->lineEdit() : qobject_cast<QLineEdit*>(field))->setText(text);
+  }
+  // A Get of sysName.0 from a silent agent at `port`.
+  void TypeGet(std::uint16_t port) {
+    Type("getSetHost", "127.0.0.1");
+    Type("getSetPort", QString::number(port));
+    Type("getOid", ".1.3.6.1.2.1.1.5.0");
+    Type("getCommunity", "public");
   }
   QPushButton* Button(const char* name) { return w->findChild<QPushButton*>(name); }
+
+  // Clicks `button` and checks that, while its request waits (at least `min_ms`), a 50 ms
+  // timer is never late by more than kMaxLateMs, the Help menu opens, `button` is disabled and
+  // the wait cursor shows over `busy` alone; and that at the end `column` of `pane` reads
+  // `lines`, each once.
+  void Watch(QAbstractButton* button, QWidget* busy, const logs::CLogTableView* pane, int column,
+             const QStringList& lines, qint64 min_ms) {
+    QElapsedTimer clock;
+    qint64 last = 0, worst_late = 0, ended_at = -1;
+    bool menu_opened = false;
+    QTimer beat;
+    beat.setInterval(kTickMs);
+    beat.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&beat, &QTimer::timeout, [&] {
+      const qint64 now = clock.elapsed();
+      worst_late = std::max(worst_late, now - last - kTickMs);
+      last = now;
+      if (ended_at < 0 && Column(pane, column).size() >= lines.size())
+        ended_at = now;
+      if (!menu_opened && now > 1000) {
+        QTest::keyClick(w->menuBar(), Qt::Key_H, Qt::AltModifier);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        menu_opened = menu != nullptr && menu->title() == "&Help";
+        if (menu != nullptr)
+          menu->close();
+      }
+    });
+    clock.start();
+    beat.start();
+    QTest::mouseClick(button, Qt::LeftButton);
+    QVERIFY(!button->isEnabled());
+    QCOMPARE(busy->cursor().shape(), Qt::WaitCursor);
+    QVERIFY(QGuiApplication::overrideCursor() == nullptr);  // the rest of the window as ever
+
+    QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
+    QTRY_COMPARE(Column(pane, column).size(), lines.size());
+    if (ended_at < 0)  // the end came between two ticks, just before the wait above saw it
+      ended_at = clock.elapsed();
+    QVERIFY2(ended_at >= min_ms, qPrintable(QString::number(ended_at)));
+    QVERIFY2(worst_late <= kMaxLateMs, qPrintable(QString::number(worst_late)));
+    QVERIFY(menu_opened);
+    QCOMPARE(Column(pane, column), lines);
+    QCOMPARE(busy->cursor().shape(), Qt::ArrowCursor);
+  }
 
   sondara_test::TempFolder dir;
   app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
@@ -127,78 +151,31 @@ class RequestResponsivenessTest : public QObject {
   }
 
   void GetToASilentAgent() {
-    testing_support::FakeAgent agent(
-        [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
+    testing_support::FakeAgent agent = SilentAgent();
     Window win(2000, 1);
     QWidget* page = win.Show("getButton");
-    win.Type("getSetHost", "127.0.0.1");
-    win.Type("getSetPort", QString::number(agent.Port()));
-    win.Type("getOid", ".1.3.6.1.2.1.1.1.0");
-    win.Type("getCommunity", "public");
+    win.TypeGet(agent.Port());
     auto* value = win.w->findChild<QLineEdit*>("getValue");
-    logs::CEventLogView* events = win.w->EventView();
-
-    bool menu_opened = false;
-    qint64 failed_at = -1;
-    Ticks ticks([&](qint64 now) {
-      if (failed_at < 0 && (value->text() == kFailed || !Column(events, 2).isEmpty()))
-        failed_at = now;
-      if (!menu_opened && now > 1000) {
-        // The menus work while the Get waits.
-        QTest::keyClick(win.w->menuBar(), Qt::Key_H, Qt::AltModifier);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        menu_opened = menu != nullptr && menu->title() == "&Help";
-        if (menu != nullptr)
-          menu->close();
-      }
+    QTimer::singleShot(0, [&] {                        // while the Get waits
+      QVERIFY(!win.Button("setButton")->isEnabled());  // it would take the next request id
+      QCOMPARE(value->text(), QString());
     });
-    QTest::mouseClick(win.Button("getButton"), Qt::LeftButton);
-    QVERIFY(!win.Button("getButton")->isEnabled());
-    QVERIFY(!win.Button("setButton")->isEnabled());  // it would take the next request id
-    QCOMPARE(page->cursor().shape(), Qt::WaitCursor);
-    QVERIFY(QGuiApplication::overrideCursor() == nullptr);  // the rest of the window as ever
-    QCOMPARE(value->text(), QString());
-
-    QTRY_VERIFY_WITH_TIMEOUT(win.Button("getButton")->isEnabled(), 10000);
-    QTRY_COMPARE(Column(events, 2).size(), 1);
-    if (failed_at < 0)
-      failed_at = ticks.ElapsedMs();
-    QVERIFY2(failed_at >= 3900, qPrintable(QString::number(failed_at)));  // two 2 s waits
-    QVERIFY2(ticks.WorstLateMs() <= kMaxLateMs, qPrintable(QString::number(ticks.WorstLateMs())));
-    QVERIFY(menu_opened);
+    win.Watch(win.Button("getButton"), page, win.w->EventView(), 2,
+              {"Get request failed for OID '.1.3.6.1.2.1.1.5.0'. Reason: 'Timed out while "
+               "waiting for response from remote host'."},
+              3900);  // two 2 s waits
     QCOMPARE(value->text(), kFailed);
-    QCOMPARE(Column(events, 2),
-             QStringList{"Get request failed for OID '.1.3.6.1.2.1.1.1.0'. Reason: 'Timed out "
-                         "while waiting for response from remote host'."});
     QCOMPARE(agent.Received().size(), 2U);
     QVERIFY(win.Button("setButton")->isEnabled());
-    QCOMPARE(page->cursor().shape(), Qt::ArrowCursor);
   }
 
   void PingToASilentAddress() {
     if (!g_no_netns.empty())
       QSKIP(g_no_netns.c_str());
     Window win(2000, 1);  // the toolbar has its own: 1000 ms, one retry
-    logs::CTransactionLogView* log = win.w->TransactionView();
-    const QString no_reply = QStringLiteral("Reply from 198.18.0.2 not received.");
-    qint64 failed_at = -1;
-    Ticks ticks([&](qint64 now) {
-      if (failed_at < 0 && Column(log, 3).contains(no_reply))
-        failed_at = now;
-    });
     win.Type("pingHost", "198.18.0.2");
-    QTest::mouseClick(win.w->PingView()->PingButton(), Qt::LeftButton);
-    QVERIFY(!win.w->PingView()->PingButton()->isEnabled());
-    QCOMPARE(win.w->PingView()->cursor().shape(), Qt::WaitCursor);
-    QVERIFY(QGuiApplication::overrideCursor() == nullptr);
-
-    QTRY_VERIFY_WITH_TIMEOUT(win.w->PingView()->PingButton()->isEnabled(), 10000);
-    QTRY_COMPARE(Column(log, 3).size(), 2);
-    if (failed_at < 0)  // the line came between two ticks, just before the wait above saw it
-      failed_at = ticks.ElapsedMs();
-    QVERIFY2(failed_at >= 1900, qPrintable(QString::number(failed_at)));
-    QVERIFY2(ticks.WorstLateMs() <= kMaxLateMs, qPrintable(QString::number(ticks.WorstLateMs())));
-    QCOMPARE(Column(log, 3), (QStringList{"Ping command sent to IP 198.18.0.2.", no_reply}));
+    win.Watch(win.w->PingView()->PingButton(), win.w->PingView(), win.w->TransactionView(), 3,
+              {"Ping command sent to IP 198.18.0.2.", "Reply from 198.18.0.2 not received."}, 1900);
   }
 
   void TrapToANameThatDoesNotResolve() {
@@ -206,41 +183,21 @@ class RequestResponsivenessTest : public QObject {
     Window win(2000, 1);
     QWidget* page = win.Show("sendTrapButton");
     win.Type("sendTrapHost", "nosuchmanager");
-    logs::CEventLogView* events = win.w->EventView();
-    qint64 failed_at = -1;
-    Ticks ticks([&](qint64 now) {
-      if (failed_at < 0 && !Column(events, 2).isEmpty())
-        failed_at = now;
-    });
-    QTest::mouseClick(win.Button("sendTrapButton"), Qt::LeftButton);
-    QVERIFY(!win.Button("sendTrapButton")->isEnabled());
-    QCOMPARE(page->cursor().shape(), Qt::WaitCursor);
-
-    QTRY_VERIFY_WITH_TIMEOUT(win.Button("sendTrapButton")->isEnabled(), 10000);
+    win.Watch(win.Button("sendTrapButton"), page, win.w->EventView(), 2,
+              {"Trap request failed. Reason: 'Unable to resolve IPv4 host 'nosuchmanager''."},
+              1400);
     net::SetHostLookupForTesting(nullptr);
-    QTRY_COMPARE(Column(events, 2).size(), 1);
-    if (failed_at < 0)
-      failed_at = ticks.ElapsedMs();
-    QVERIFY2(failed_at >= 1400, qPrintable(QString::number(failed_at)));
-    QVERIFY2(ticks.WorstLateMs() <= kMaxLateMs, qPrintable(QString::number(ticks.WorstLateMs())));
-    QCOMPARE(Column(events, 2), QStringList{"Trap request failed. Reason: 'Unable to resolve "
-                                            "IPv4 host 'nosuchmanager''."});
   }
 
   // Leaving the page, then closing the window, while a Get waits: each waits for the Get and
   // shows its end before it goes on, so the failure and the histories are never lost.
   void LeavingAndClosingWaitForTheRequest() {
-    testing_support::FakeAgent agent(
-        [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
+    testing_support::FakeAgent agent = SilentAgent();
     Window win(300, 0);
-    QTabWidget* sheet = win.w->PropertySheetView()->Sheet();
     win.Show("getButton");
-    win.Type("getSetHost", "127.0.0.1");
-    win.Type("getSetPort", QString::number(agent.Port()));
-    win.Type("getOid", ".1.3.6.1.2.1.1.5.0");
-    win.Type("getCommunity", "public");
+    win.TypeGet(agent.Port());
     QTest::mouseClick(win.Button("getButton"), Qt::LeftButton);
-    sheet->setCurrentIndex(0);  // returns once the Get is back
+    win.w->PropertySheetView()->Sheet()->setCurrentIndex(0);  // returns once the Get is back
     QCOMPARE(win.w->findChild<QLineEdit*>("getValue")->text(), kFailed);
     QVERIFY(win.Button("getButton")->isEnabled());
 
