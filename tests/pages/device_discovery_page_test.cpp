@@ -1,6 +1,6 @@
 // The Device Discovery page offscreen, the whole process inside a private network namespace:
 // typing the range, clicking "Begin &Discovery", watching the list grow at the timer's ticks,
-// "St&op", "S&ave Results", the two refusals, and what the page keeps in the profile.
+// "St&op", "S&ave Results", and what the page keeps in the profile.
 #include <QApplication>
 #include <QCheckBox>
 #include <QHeaderView>
@@ -29,8 +29,8 @@ class DeviceDiscoveryPageTest : public QObject {
   void initTestCase() {
     if (!g_not_ready.empty())
       QSKIP(g_not_ready.c_str());
-    app::SetMessageBoxHook([this](const QString& text, app::MessageIcon icon) {
-      shown_ << text + (icon == app::MessageIcon::kNone ? " (no icon)" : " (warning)");
+    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) {
+      QFAIL(qPrintable("unexpected message box: " + text));
     });
     sondara_.Network().request_timeout_ms = 100;
     sondara_.Network().retries = 0;
@@ -38,19 +38,6 @@ class DeviceDiscoveryPageTest : public QObject {
     page_ = std::make_unique<pages::CDeviceDiscoveryPropertyPage>(sondara_);
     page_->resize(760, 330);
     page_->show();
-  }
-
-  void refusesBadAddressesWithTheirOwnIcons() {
-    Type("startIp", "10.0.0.256");
-    Type("endIp", "10.0.0.9");
-    Click("beginDiscovery");
-    Type("startIp", "10.0.0.1");
-    Type("endIp", "10.0.0");
-    Click("beginDiscovery");
-    QCOMPARE(shown_, QStringList({"Please enter a valid start IP address. (warning)",
-                                  "Please enter a valid end IP address. (no icon)"}));
-    QCOMPARE(Button("beginDiscovery")->text(), QString("Begin &Discovery"));
-    QVERIFY(Edit("startIp")->isEnabled());
   }
 
   void listGrowsWhileTheSweepRunsAndTheResultsAreSaved() {
@@ -136,7 +123,6 @@ class DeviceDiscoveryPageTest : public QObject {
   sondara_test::TempFolder dir_;
   app::CSondaraUtilityApp sondara_{dir_ / "sondara.ini", dir_ / "profile.ini"};
   std::unique_ptr<pages::CDeviceDiscoveryPropertyPage> page_;
-  QStringList shown_;
 };
 
 // The namespace is entered before Qt starts any thread: .1 (the namespace's own), .7 and .12
