@@ -57,11 +57,7 @@ class WalkMibPageTest : public QObject {
   void FullViewWalkKeepsTheWindowResponsive() {
     app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "profile.ini");
     app::CMainWnd w(sondara);
-    w.show();
-    auto* page =
-        static_cast<pages::CWalkMIBPropertyPage*>(w.PropertySheetView()->Page(app::kPageWalkMib));
-    w.PropertySheetView()->Sheet()->setCurrentWidget(page);
-    Fill(page, ".1.3.6.1");
+    pages::CWalkMIBPropertyPage* page = ShowWalkPage(w);
 
     // A 50 ms timer keeps firing while the worker runs: the window's thread is never held.
     QElapsedTimer since_shot;
@@ -110,12 +106,8 @@ class WalkMibPageTest : public QObject {
   void LeavingThePageStopsTheWalkAndKeepsWhatWasTyped() {
     app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "profile.ini");
     app::CMainWnd w(sondara);
-    w.show();
-    auto* page =
-        static_cast<pages::CWalkMIBPropertyPage*>(w.PropertySheetView()->Page(app::kPageWalkMib));
+    pages::CWalkMIBPropertyPage* page = ShowWalkPage(w);
     QTabWidget* sheet = w.PropertySheetView()->Sheet();
-    sheet->setCurrentWidget(page);
-    Fill(page, ".1.3.6.1");
     Click(page, "walkButton");
     QTRY_VERIFY(page->Operation().Results().Count() > 20);
     sheet->setCurrentIndex(0);  // waits for the worker
@@ -130,27 +122,8 @@ class WalkMibPageTest : public QObject {
                                    .arg(page->Operation().Results().Count()));
   }
 
-  void SysObjectIdNeedsAStartOidAndFillsIt() {
-    app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "profile.ini");
-    pages::CWalkMIBPropertyPage page(sondara);
-    page.show();
-    QVERIFY(QTest::qWaitForWindowActive(&page));
-    Fill(&page, "");
-    shown_.clear();
-    Click(&page, "getSysObjectIdButton");
-    QCOMPARE(shown_, QStringList{"Please enter a valid Start OID."});
-    QCOMPARE(QApplication::focusWidget(), page.findChild<QComboBox*>("walkStartOid"));
-    Type(&page, "walkStartOid", ".1.3.6.1");
-    Click(&page, "getSysObjectIdButton");
-    // The request shares the walk's ids: neither button works until it is back.
-    QVERIFY(!Button(&page, "walkButton")->isEnabled());
-    QTRY_COMPARE(page.findChild<QComboBox*>("walkStartOid")->currentText(),
-                 QString(".1.3.6.1.4.1.8072.3.2.10"));  // net-snmp on Linux
-    QVERIFY(Button(&page, "walkButton")->isEnabled());
-    QCOMPARE(sondara.WalkMib().start_oid, std::wstring(L".1.3.6.1.4.1.8072.3.2.10"));
-  }
-
-  void CopySaveAndColumnWidths() {
+  // A page of its own, over a profile whose column widths read -5 and 300.
+  void SysObjectIdCopySaveAndColumnWidths() {
     sondara_test::WriteFile(dir_ / "widths.ini", "[walkMIB]\n0=-5\n1=300\n");
     app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "widths.ini");
     {
@@ -162,7 +135,21 @@ class WalkMibPageTest : public QObject {
       QCOMPARE(header->sectionSize(1), 300);
       QVERIFY(!Button(&page, "saveResultsButton")->isEnabled());
 
-      Fill(&page, ".1.3.6.1.6.3.16");  // near the end of the view: a short walk
+      Fill(&page, "");
+      shown_.clear();
+      Click(&page, "getSysObjectIdButton");
+      QCOMPARE(shown_, QStringList{"Please enter a valid Start OID."});
+      auto* start_oid = page.findChild<QComboBox*>("walkStartOid");
+      QCOMPARE(QApplication::focusWidget(), start_oid);
+      Type(&page, "walkStartOid", ".1.3.6.1");
+      Click(&page, "getSysObjectIdButton");
+      // The request shares the walk's ids: neither button works until it is back.
+      QVERIFY(!Button(&page, "walkButton")->isEnabled());
+      QTRY_COMPARE(start_oid->currentText(), QString(".1.3.6.1.4.1.8072.3.2.10"));  // net-snmp
+      QVERIFY(Button(&page, "walkButton")->isEnabled());
+      QCOMPARE(sondara.WalkMib().start_oid, std::wstring(L".1.3.6.1.4.1.8072.3.2.10"));
+
+      Type(&page, "walkStartOid", ".1.3.6.1.6.3.16");  // near the end of the view: a short walk
       Click(&page, "walkButton");
       QTRY_VERIFY_WITH_TIMEOUT(Button(&page, "saveResultsButton")->isEnabled(), 30000);
 
@@ -189,6 +176,15 @@ class WalkMibPageTest : public QObject {
   }
 
  private:
+  // The main window's walk page, shown and filled in for a walk of the whole view.
+  pages::CWalkMIBPropertyPage* ShowWalkPage(app::CMainWnd& w) {
+    w.show();
+    auto* page =
+        static_cast<pages::CWalkMIBPropertyPage*>(w.PropertySheetView()->Page(app::kPageWalkMib));
+    w.PropertySheetView()->Sheet()->setCurrentWidget(page);
+    Fill(page, ".1.3.6.1");
+    return page;
+  }
   void Fill(QWidget* page, const QString& start_oid) {
     Type(page, "walkHost", "127.0.0.1");
     Type(page, "walkPort", QString::number(agent_.Port()));
