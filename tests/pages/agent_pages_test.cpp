@@ -1,6 +1,10 @@
-// The walkMIB page offscreen against a real snmpd: a full-view walk in the main window that
-// stays responsive, "&Get SysObjectID", double-click copy, saving, and the column widths.
+// The Get/Set, walkMIB and sendTrap pages offscreen against a real snmpd and snmptrapd: typing,
+// clicking and reading what the page shows. The walk runs in the main window, which it keeps
+// responsive, and stops when its page is left; "&Get SysObjectID", double-click copy, saving and
+// the column widths; a binding added through "Edit Varbinds" and "Add VarBind" is carried by the
+// trap the page then sends.
 #include <QApplication>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
 #include <QElapsedTimer>
@@ -11,6 +15,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTabWidget>
+#include <QTableView>
 #include <QTest>
 #include <QTimer>
 #include <algorithm>
@@ -25,8 +30,13 @@
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
 #include "logs/transaction_log_view.h"
+#include "pages/edit_var_bind_dialog.h"
+#include "pages/get_set_page.h"
+#include "pages/send_trap_page.h"
+#include "pages/var_bind_dialog.h"
 #include "pages/walk_mib_page.h"
 #include "support/snmpd_process.h"
+#include "support/snmptrapd_process.h"
 #include "util/ini_file.h"
 #include "util/temp_folder.h"
 
@@ -37,28 +47,99 @@ QString LastEvent(const app::CMainWnd& w) {
   return model->data(model->index(model->rowCount() - 1, 2)).toString();
 }
 
+QComboBox* Combo(QWidget* page, const char* name) {
+  return page->findChild<QComboBox*>(name);
+}
+QPushButton* Button(QWidget* page, const char* name) {
+  return page->findChild<QPushButton*>(name);
+}
+void Click(QWidget* page, const char* name) {
+  QTest::mouseClick(Button(page, name), Qt::LeftButton);
+}
+// Types into the line edit or the editable combo box `name`, as a user replaces its text.
+void Type(QWidget* page, const char* name, const QString& text) {
+  QLineEdit* edit = Combo(page, name) != nullptr ? Combo(page, name)->lineEdit()
+                                                 : page->findChild<QLineEdit*>(name);
+  QVERIFY2(edit != nullptr, name);
+  edit->setFocus();
+  edit->selectAll();
+  QTest::keyClick(edit, Qt::Key_Backspace);
+  QTest::keyClicks(edit, text);
+}
+
 }  // namespace
 
-class WalkMibPageTest : public QObject {
+class AgentPagesTest : public QObject {
   Q_OBJECT
 
  private slots:
   void initTestCase() {
     // Saving falls back to the data folder; it must be the test's own.
     ::setenv("SONDARA_HOME", dir_.Path().c_str(), 1);
-    const std::string error = agent_.Start();
+    std::string error = agent_.Start();
+    QVERIFY2(error.empty(), error.c_str());
+    error = manager_.Start();
     QVERIFY2(error.empty(), error.c_str());
     app::SetMessageBoxHook([this](const QString& text, app::MessageIcon) { shown_ << text; });
     app::SetSaveDialog([this](QWidget*, const QString&, const QString&, const QString&) {
       return QString::fromStdString(dir_ / "walk.csv");
     });
   }
+  void init() { shown_.clear(); }
+
+  void GetAndSetThroughTheControls() {
+    app::CSondaraUtilityApp sondara(dir_ / "getset.ini", dir_ / "getset_profile.ini");
+    pages::CGetSetPropertyPage page(sondara);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowActive(&page));
+    Type(&page, "getSetHost", "127.0.0.1");
+    Type(&page, "getSetPort", QString::number(agent_.Port()));
+    Type(&page, "getOid", ".1.3.6.1.2.1.1.1.0");
+    Type(&page, "getCommunity", "getcom");
+    Click(&page, "getButton");
+    auto* value = page.findChild<QLineEdit*>("getValue");
+    QTRY_COMPARE(value->text(), QString(testing_support::kSnmpdSysDescr));
+    QCOMPARE(Combo(&page, "getDataType")->currentText(), QString("Octet String"));
+
+    Type(&page, "setOid", ".1.3.6.1.2.1.1.4.0");
+    Type(&page, "setCommunity", "setcomm");
+    Combo(&page, "setDataType")->setCurrentText("Octet String");
+    Type(&page, "setValue", "desk@sondara.test");
+    Click(&page, "setButton");
+    QTRY_VERIFY(!page.RequestRunning());
+    Type(&page, "getOid", ".1.3.6.1.2.1.1.4.0");
+    Click(&page, "getButton");
+    QTRY_COMPARE(value->text(), QString("desk@sondara.test"));
+
+    Type(&page, "getOid", "1.3.");
+    Click(&page, "getButton");
+    QCOMPARE(shown_, QStringList{"Please enter a valid OID for the 'Get' request."});
+    QCOMPARE(QApplication::focusWidget(), Combo(&page, "getOid"));
+  }
+
+  void LeavingTheWalkPageStopsTheWalkAndKeepsWhatWasTyped() {
+    app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "profile.ini");
+    app::CMainWnd w(sondara);
+    pages::CWalkMIBPropertyPage* page = ShowWalkPage(w);
+    QTabWidget* sheet = w.PropertySheetView()->Sheet();
+    Click(page, "walkButton");
+    QTRY_VERIFY(page->Operation().Results().Count() > 20);
+    sheet->setCurrentIndex(0);  // waits for the worker
+    QVERIFY(page->Operation().WalkFinished());
+    QCOMPARE(page->Operation().FinalStatus(), pages::WalkStatus::kStopped);
+    QCOMPARE(page->Operation().Results().Count() % 10, 0U);  // noticed at a tenth object
+    QCOMPARE(sondara.WalkMib().host, std::wstring(L"127.0.0.1"));
+    QCOMPARE(sondara.WalkMib().port, agent_.Port());
+    sheet->setCurrentWidget(page);
+    QTRY_COMPARE(Button(page, "walkButton")->text(), QString("Begin &Walk"));
+    QTRY_COMPARE(LastEvent(w), QString("walkMIB stopped. No. of OIDs found: '%1'.")
+                                   .arg(page->Operation().Results().Count()));
+  }
 
   void FullViewWalkKeepsTheWindowResponsive() {
     app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "profile.ini");
     app::CMainWnd w(sondara);
     pages::CWalkMIBPropertyPage* page = ShowWalkPage(w);
-
     // A 50 ms timer keeps firing while the worker runs: the window's thread is never held.
     QElapsedTimer since_shot;
     qint64 longest_gap = 0;
@@ -101,25 +182,6 @@ class WalkMibPageTest : public QObject {
     QTRY_COMPARE(LastEvent(w), QString("walkMIB complete. No. of OIDs found: '%1'.").arg(found));
     QVERIFY(Button(page, "saveResultsButton")->isEnabled());
     QVERIFY(page->findChild<QLineEdit*>("walkHost")->isEnabled());
-  }
-
-  void LeavingThePageStopsTheWalkAndKeepsWhatWasTyped() {
-    app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "profile.ini");
-    app::CMainWnd w(sondara);
-    pages::CWalkMIBPropertyPage* page = ShowWalkPage(w);
-    QTabWidget* sheet = w.PropertySheetView()->Sheet();
-    Click(page, "walkButton");
-    QTRY_VERIFY(page->Operation().Results().Count() > 20);
-    sheet->setCurrentIndex(0);  // waits for the worker
-    QVERIFY(page->Operation().WalkFinished());
-    QCOMPARE(page->Operation().FinalStatus(), pages::WalkStatus::kStopped);
-    QCOMPARE(page->Operation().Results().Count() % 10, 0U);  // noticed at a tenth object
-    QCOMPARE(sondara.WalkMib().host, std::wstring(L"127.0.0.1"));
-    QCOMPARE(sondara.WalkMib().port, agent_.Port());
-    sheet->setCurrentWidget(page);
-    QTRY_COMPARE(Button(page, "walkButton")->text(), QString("Begin &Walk"));
-    QTRY_COMPARE(LastEvent(w), QString("walkMIB stopped. No. of OIDs found: '%1'.")
-                                   .arg(page->Operation().Results().Count()));
   }
 
   // A page of its own, over a profile whose column widths read -5 and 300.
@@ -175,6 +237,64 @@ class WalkMibPageTest : public QObject {
     QVERIFY(!profile.GetString(L"walkMIB", L"SaveResultsPath", L"").empty());
   }
 
+  void BindingAddedInTheEditorIsSent() {
+    app::CSondaraUtilityApp sondara(dir_ / "trap.ini", dir_ / "trap_profile.ini");
+    pages::CSendTrapPropertyPage page(sondara);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowActive(&page));
+    auto* use_default = page.findChild<QCheckBox*>("useDefault");
+    QVERIFY(use_default->isChecked());  // the built-in start
+    QVERIFY(!Combo(&page, "senderIp")->isEnabled());
+    Type(&page, "sendTrapHost", "127.0.0.1");
+    Type(&page, "sendTrapPort", QString::number(manager_.Port()));
+    QTest::mouseClick(use_default, Qt::LeftButton, {}, QPoint(8, use_default->height() / 2));
+    QVERIFY(!use_default->isChecked());
+    Combo(&page, "sendTrapVersion")->setCurrentText("1");
+    QVERIFY(Combo(&page, "senderIp")->isEnabled());  // a v1 trap built by the user
+    Combo(&page, "sendTrapVersion")->setCurrentText("2c");
+    QVERIFY(!Combo(&page, "senderIp")->isEnabled());
+    Type(&page, "trapCommunity", "trapcom");
+
+    int rows_at_open = -1;
+    QTimer::singleShot(0, this, [&] {
+      auto* editor = qobject_cast<pages::CVarBindDialog*>(QApplication::activeModalWidget());
+      QVERIFY(editor != nullptr);
+      rows_at_open = editor->findChild<QTableView*>("varBindList")->model()->rowCount();
+      QTimer::singleShot(0, this, [] {
+        auto* one = qobject_cast<pages::CEditVarBindDialog*>(QApplication::activeModalWidget());
+        QVERIFY(one != nullptr);
+        QCOMPARE(one->windowTitle(), QString("Add VarBind"));
+        QTest::keyClicks(one->findChild<QLineEdit*>("varBindOid"), ".1.3.6.1.4.1.59871.1.9");
+        one->findChild<QComboBox*>("varBindDataType")->setCurrentText("Octet String");
+        QTest::keyClicks(one->findChild<QLineEdit*>("varBindValue"), "added at the desk");
+        QTest::keyClick(one, Qt::Key_Return);
+      });
+      QTest::mouseClick(editor->findChild<QPushButton*>("addVarBind"), Qt::LeftButton);
+      editor->accept();
+    });
+    Click(&page, "editVarBinds");
+    QCOMPARE(rows_at_open, 2);  // a v2c list shows its fixed entries
+    QCOMPARE(sondara.TrapVarBinds().Count(), 3);
+    page.activateWindow();  // back from the dialogs
+    QVERIFY(QTest::qWaitForWindowActive(&page));
+
+    Type(&page, "varBindNum", "4");
+    Click(&page, "sendTrapButton");
+    QCOMPARE(
+        shown_,
+        QStringList{"VarBind# ('4') greater than the no. of varbinds in the VarBind list ('3')."});
+    QCOMPARE(QApplication::focusWidget(), page.findChild<QWidget*>("varBindNum"));
+
+    Type(&page, "varBindNum", "3");
+    Click(&page, "sendTrapButton");
+    const std::vector<std::string> traps = manager_.Traps(1);
+    QCOMPARE(traps.size(), 1U);
+    QVERIFY2(traps[0].find("~.1.3.6.1.4.1.59871.1.9 = STRING: \"added at the desk\"") !=
+                 std::string::npos,
+             traps[0].c_str());
+    QTRY_COMPARE(Combo(&page, "trapCommunity")->itemText(0), QString("trapcom"));  // joined
+  }
+
  private:
   // The main window's walk page, shown and filled in for a walk of the whole view.
   pages::CWalkMIBPropertyPage* ShowWalkPage(app::CMainWnd& w) {
@@ -191,26 +311,12 @@ class WalkMibPageTest : public QObject {
     Type(page, "walkCommunity", "getcom");
     Type(page, "walkStartOid", start_oid);
   }
-  static void Type(QWidget* page, const char* name, const QString& text) {
-    auto* combo = page->findChild<QComboBox*>(name);
-    QLineEdit* edit = combo != nullptr ? combo->lineEdit() : page->findChild<QLineEdit*>(name);
-    QVERIFY2(edit != nullptr, name);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Backspace);
-    QTest::keyClicks(edit, text);
-  }
-  static QPushButton* Button(QWidget* page, const char* name) {
-    return page->findChild<QPushButton*>(name);
-  }
-  static void Click(QWidget* page, const char* name) {
-    QTest::mouseClick(Button(page, name), Qt::LeftButton);
-  }
 
   sondara_test::TempFolder dir_;
   testing_support::SnmpdProcess agent_;
+  testing_support::SnmptrapdProcess manager_;
   QStringList shown_;
 };
 
-QTEST_MAIN(WalkMibPageTest)
-#include "walk_mib_page_test.moc"
+QTEST_MAIN(AgentPagesTest)
+#include "agent_pages_test.moc"
