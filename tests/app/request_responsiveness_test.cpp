@@ -2,11 +2,13 @@
 // time while a Get waits for a silent agent, a ping for a silent address and a trap for a name
 // that does not resolve; the button is disabled and the wait cursor shows over its page only;
 // the failure shows once, at the end. Leaving the page or closing the window waits for the
-// request and keeps its result. The whole process runs in a private network namespace when it
-// can (the ping case needs one and is skipped without it).
+// request and keeps its result. A sweep on the Device Discovery page lists what it finds at the
+// page's ticks and stops at once. The whole process runs in a private network namespace when it
+// can (the ping and sweep cases need one and are skipped without it).
 #include <QApplication>
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
@@ -21,11 +23,13 @@
 #include "app/main_wnd.h"
 #include "app/message_box_dialog.h"
 #include "app/property_sheet_view.h"
+#include "app/save_file_dialog.h"
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
 #include "logs/transaction_log_view.h"
 #include "net/address.h"
 #include "net/icmp_echo.h"
+#include "pages/device_discovery_page.h"
 #include "pages/ping_view.h"
 #include "support/fake_agent.h"
 #include "support/private_netns.h"
@@ -46,6 +50,19 @@ QStringList Column(const logs::CLogTableView* view, int column) {
   for (int row = 0; row < model->rowCount(); ++row)
     texts << model->data(model->index(row, column)).toString();
   return texts;
+}
+
+// Each row of a table as its cells joined by spaces.
+QStringList Rows(const QTableView* table) {
+  QStringList rows;
+  const QAbstractItemModel* m = table->model();
+  for (int r = 0; r < m->rowCount(); ++r) {
+    QStringList cells;
+    for (int c = 0; c < m->columnCount(); ++c)
+      cells << m->index(r, c).data().toString();
+    rows << cells.join(' ');
+  }
+  return rows;
 }
 
 // A lookup that takes a while and finds nothing, whatever the machine's name servers say.
@@ -208,15 +225,91 @@ class RequestResponsivenessTest : public QObject {
     QCOMPARE(agent.Received().size(), 2U);
     QTRY_COMPARE(Column(win.w->EventView(), 2).size(), 2);
   }
+  // The Device Discovery page on its own: .1 (the namespace's own), .7 and .12 answer, .12 has no
+  // name. The list grows at the page's ticks, Stop answers at once, and the page keeps its
+  // results, its range, the fast sweep switch and its column widths.
+  void SweepOnTheDeviceDiscoveryPage() {
+    if (!g_no_netns.empty())
+      QSKIP(g_no_netns.c_str());
+    sondara_test::TempFolder dir;
+    app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
+    sondara.Network().request_timeout_ms = 100;
+    sondara.Network().retries = 0;
+    sondara.WriteProfileInt(L"Device Discovery", L"1", 150);
+    auto page = std::make_unique<pages::CDeviceDiscoveryPropertyPage>(sondara);
+    page->resize(760, 330);
+    page->show();
+    auto* list = page->findChild<QTableView*>("discoveryList");
+    auto* start = page->findChild<QLineEdit*>("startIp");
+    auto* end = page->findChild<QLineEdit*>("endIp");
+    auto* begin = page->findChild<QPushButton*>("beginDiscovery");
+    auto* save = page->findChild<QPushButton*>("saveResults");
+    QCOMPARE(list->horizontalHeader()->sectionSize(1), 150);  // from the profile
+    start->setText("198.18.0.1");
+    end->setText("198.18.0.40");
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QCOMPARE(begin->text(), QString("St&op"));
+    QVERIFY(!start->isEnabled());
+    // Rows appear while the sweep is still running: .1 answers at once, .40 comes last.
+    QTRY_VERIFY_WITH_TIMEOUT(list->model()->rowCount() > 0, 20000);
+    QCOMPARE(begin->text(), QString("St&op"));
+    QTRY_COMPARE_WITH_TIMEOUT(begin->text(), QString("Begin &Discovery"), 30000);
+    QCOMPARE(Rows(list), QStringList({"1 198.18.0.1 gateway.test", "2 198.18.0.7 printer.test",
+                                      "3 198.18.0.12 "}));
+    QVERIFY(save->isEnabled());
+    QVERIFY(start->isEnabled());
+    app::SetSaveDialog([&](QWidget*, const QString&, const QString&, const QString&) {
+      return QString::fromStdString(dir / "found.csv");
+    });
+    QTest::mouseClick(save, Qt::LeftButton);
+    app::SetSaveDialog({});
+    const std::string saved = sondara_test::ReadFile(dir / "found.csv");
+    QVERIFY2(saved.find("\n\"3\",\"198.18.0.12\",\"\",\n") != std::string::npos, saved.c_str());
+    QCOMPARE(sondara.GetProfileString(L"Device Discovery", L"SaveResultsPath", L""),
+             QString::fromStdString(dir.Path()).toStdWString());
+    if (const QByteArray shot = qgetenv("SONDARA_SCREENSHOT"); !shot.isEmpty())
+      page->grab().save(QString::fromLocal8Bit(shot));
+
+    sondara.Network().request_timeout_ms = 3000;
+    sondara.Network().retries = 3;
+    start->setText("198.18.0.7");
+    QTest::mouseClick(page->findChild<QAbstractButton*>("fastSweep"), Qt::LeftButton);
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"FastSweep", 0), 1);
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(list->model()->rowCount(), 2, 20000);
+    // Silent addresses now wait 4 x 3 s each; Stop must not wait for them.
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QCOMPARE(begin->text(), QString("Begin &Discovery"));
+    QCOMPARE(Rows(list), QStringList({"1 198.18.0.7 printer.test", "2 198.18.0.12 "}));
+    QVERIFY(save->isEnabled());
+    QVERIFY(start->isEnabled());
+
+    list->horizontalHeader()->resizeSection(2, 321);
+    page.reset();
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"2", 0), 321);
+    QCOMPARE(sondara.Discovery().start_ip, std::wstring(L"198.18.0.7"));
+    QCOMPARE(sondara.Discovery().end_ip, std::wstring(L"198.18.0.40"));
+  }
 };
 
 }  // namespace
 
-// The namespace is entered before Qt starts any thread: 198.18.0.2 stays silent there.
+// The namespace is entered before Qt starts any thread: .1 (its own), .7 and .12 answer there,
+// with names from a hosts file of its own; 198.18.0.2 stays silent.
 int main(int argc, char** argv) {
-  if (testing_support::EnterPrivateNetns(g_no_netns) == 0 && !net::LoadIcmp())
-    g_no_netns = "ICMP not available in the namespace";
+  if (testing_support::EnterPrivateNetns(g_no_netns) == 0) {
+    g_no_netns =
+        testing_support::UseHostsFile("198.18.0.1 gateway.test\n198.18.0.7 printer.test printer\n");
+    if (g_no_netns.empty() &&
+        !testing_support::AddAnsweringAddresses({"198.18.0.7", "198.18.0.12"})) {
+      g_no_netns = "cannot add the answering addresses";
+    }
+    if (g_no_netns.empty() && !net::LoadIcmp())
+      g_no_netns = "ICMP not available in the namespace";
+  }
   net::LoadIcmp();
+  sondara_test::TempFolder home;  // the save dialog's default folder lives in the data folder
+  ::setenv("SONDARA_HOME", home.Path().c_str(), 1);
   QApplication app(argc, argv);
   RequestResponsivenessTest test;
   return QTest::qExec(&test, argc, argv);
