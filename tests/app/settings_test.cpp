@@ -3,8 +3,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <map>
-#include <optional>
 
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
@@ -215,31 +213,13 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
   EXPECT_EQ(ini.GetInt(L"main window", L"X", 0), 40);
 }
 
-// Sets environment variables (nullptr: unset) and puts the old values back afterwards.
-class ScopedEnv {
- public:
-  void Set(const std::string& name, const char* value) {
-    const char* old = std::getenv(name.c_str());
-    if (!saved_.contains(name))
-      saved_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-    value != nullptr ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
-  }
-  ~ScopedEnv() {
-    for (const auto& [name, old] : saved_)
-      old ? ::setenv(name.c_str(), old->c_str(), 1) : ::unsetenv(name.c_str());
-  }
-
- private:
-  std::map<std::string, std::optional<std::string>> saved_;
-};
-
 TEST(AppFoldersTest, DataFolderComesFromTheEnvironment) {
+  // ctest runs each test in a process of its own: the variables need no restoring.
   sondara_test::TempFolder dir;
-  ScopedEnv env;
-  env.Set("HOME", dir.Path().c_str());
-  env.Set("XDG_CONFIG_HOME", (dir / "cfg").c_str());
-  env.Set("SONDARA_HOME", nullptr);
-  env.Set("XDG_DOCUMENTS_DIR", nullptr);
+  ::setenv("HOME", dir.Path().c_str(), 1);
+  ::setenv("XDG_CONFIG_HOME", (dir / "cfg").c_str(), 1);
+  ::unsetenv("SONDARA_HOME");
+  ::unsetenv("XDG_DOCUMENTS_DIR");
   EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "Documents/Sondara/");
 
   std::filesystem::create_directories(dir / "cfg");
@@ -247,13 +227,13 @@ TEST(AppFoldersTest, DataFolderComesFromTheEnvironment) {
                           "# comment\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
   EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "Dokumente/Sondara/");
 
-  env.Set("XDG_DOCUMENTS_DIR", (dir / "docs").c_str());
+  ::setenv("XDG_DOCUMENTS_DIR", (dir / "docs").c_str(), 1);
   const tvkutil::AppFolders f = tvkutil::ComputeAppFolders();
   EXPECT_EQ(f.settings_file, dir / "docs/Sondara/sondara.ini");
   EXPECT_EQ(f.profile_file, dir / "cfg/Tarvik Technologies/Sondara Utility.ini");
   EXPECT_FALSE(std::filesystem::exists(f.data_folder));  // computing creates nothing
 
-  env.Set("SONDARA_HOME", (dir / "portable").c_str());
+  ::setenv("SONDARA_HOME", (dir / "portable").c_str(), 1);
   EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "portable/");
 }
 
