@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -113,7 +112,8 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
   EXPECT_EQ(logged.Messages().size(), 2U);  // its request and the answer
 }
 
-TEST(GetSetOperation, RequestIdsCountPerTargetAndCommunityAndWrapAfter255) {
+// The counter itself (its restart past 255) is the codec's; here, what the Get counts by.
+TEST(GetSetOperation, RequestIdsCountPerTargetAndCommunity) {
   FakeAgent agent = EchoAgent();
   Operation o(agent.Port());
   for (int i = 0; i < 3; ++i)
@@ -124,16 +124,11 @@ TEST(GetSetOperation, RequestIdsCountPerTargetAndCommunityAndWrapAfter255) {
   o.Get();
   o.op.Form().version = L"1";  // another target
   o.Get();
-  for (int i = 0; i < 256; ++i)
-    o.Get();
-  std::vector<std::int32_t> ids;
+  o.Get();
+  std::vector<std::uint32_t> ids;
   for (const auto& d : agent.Received())
-    ids.push_back(static_cast<std::int32_t>(testing_support::ReadRequestFields(d.bytes).id));
-  ASSERT_EQ(ids.size(), 262U);
-  EXPECT_EQ(std::vector<std::int32_t>(ids.begin(), ids.begin() + 7),
-            (std::vector<std::int32_t>{0, 1, 2, 3, 0, 0, 1}));
-  EXPECT_EQ(*std::max_element(ids.begin(), ids.end()), 255);
-  EXPECT_EQ(ids.back(), 0);  // the 257th request in a row to one target
+    ids.push_back(testing_support::ReadRequestFields(d.bytes).id);
+  EXPECT_EQ(ids, (std::vector<std::uint32_t>{0, 1, 2, 3, 0, 0, 1}));
 }
 
 TEST(GetSetOperation, HistoriesFillReversedSkipCaseDuplicatesAndTheCurrentIsStoredFirst) {
