@@ -131,7 +131,7 @@ TEST(GetSetOperation, RequestIdsCountPerTargetAndCommunity) {
   EXPECT_EQ(ids, (std::vector<std::uint32_t>{0, 1, 2, 3, 0, 0, 1}));
 }
 
-TEST(GetSetOperation, HistoriesFillReversedSkipCaseDuplicatesAndTheCurrentIsStoredFirst) {
+TEST(GetSetOperation, AGetShowsTypeAndValueAndFillsTheHistoriesReversedWithoutCaseDuplicates) {
   FakeAgent agent = EchoAgent();
   app::GetSetSettings stored;
   stored.get_oids = {kSysDescr, L".1.3.6.1.2.1.1.5.0", L".1.3.6.1.2.1.1.6.0"};
@@ -140,6 +140,8 @@ TEST(GetSetOperation, HistoriesFillReversedSkipCaseDuplicatesAndTheCurrentIsStor
             (app::History{L".1.3.6.1.2.1.1.6.0", L".1.3.6.1.2.1.1.5.0", kSysDescr}));
   o.op.Form().get_community = L"GetCom";
   ASSERT_EQ(o.Get(), RequestOutcome::kDone);
+  EXPECT_EQ(std::tuple(o.op.Form().get_data_type, o.op.Form().get_value),
+            std::tuple(std::wstring(L"Integer32"), std::wstring(L"7")));
   EXPECT_EQ(o.op.Form().get_oids.size(), 3U);
   EXPECT_EQ(o.op.Form().get_communities, (app::History{L"setcomm", L"getcom"}));
   o.op.StoreTo(stored);
