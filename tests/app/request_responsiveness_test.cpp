@@ -2,11 +2,13 @@
 // time while a Get waits for a silent agent, a ping for a silent address and a trap for a name
 // that does not resolve; the button is disabled and the wait cursor shows over its page only;
 // the failure shows once, at the end. Leaving the page or closing the window waits for the
-// request and keeps its result. The whole process runs in a private network namespace when it
-// can (the ping case needs one and is skipped without it).
+// request and keeps its result. A sweep on the Device Discovery page lists what it finds at the
+// page's ticks and stops at once. The whole process runs in a private network namespace when it
+// can (the ping and sweep cases need one and are skipped without it).
 #include <QApplication>
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
@@ -16,18 +18,18 @@
 #include <QTest>
 #include <QTimer>
 #include <chrono>
-#include <functional>
 #include <thread>
 
 #include "app/main_wnd.h"
 #include "app/message_box_dialog.h"
 #include "app/property_sheet_view.h"
+#include "app/save_file_dialog.h"
 #include "app/sondara_utility_app.h"
 #include "logs/event_log_view.h"
 #include "logs/transaction_log_view.h"
 #include "net/address.h"
 #include "net/icmp_echo.h"
-#include "pages/get_set_page.h"
+#include "pages/device_discovery_page.h"
 #include "pages/ping_view.h"
 #include "support/fake_agent.h"
 #include "support/private_netns.h"
@@ -50,40 +52,28 @@ QStringList Column(const logs::CLogTableView* view, int column) {
   return texts;
 }
 
-// A 50 ms timer that notes its worst lateness, and at each tick asks `check` whether what the
-// window shows is right so far.
-class Ticks {
- public:
-  explicit Ticks(std::function<void(qint64 elapsed_ms)> check) : check_(std::move(check)) {
-    timer_.setInterval(kTickMs);
-    timer_.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&timer_, &QTimer::timeout, [this] {
-      const qint64 now = clock_.elapsed();
-      worst_late_ = std::max(worst_late_, now - last_ - kTickMs);
-      last_ = now;
-      ++count_;
-      check_(now);
-    });
-    clock_.start();
-    timer_.start();
+// Each row of a table as its cells joined by spaces.
+QStringList Rows(const QTableView* table) {
+  QStringList rows;
+  const QAbstractItemModel* m = table->model();
+  for (int r = 0; r < m->rowCount(); ++r) {
+    QStringList cells;
+    for (int c = 0; c < m->columnCount(); ++c)
+      cells << m->index(r, c).data().toString();
+    rows << cells.join(' ');
   }
-  qint64 WorstLateMs() const { return worst_late_; }
-  qint64 ElapsedMs() const { return clock_.elapsed(); }
-  int Count() const { return count_; }
-
- private:
-  std::function<void(qint64)> check_;
-  QTimer timer_;
-  QElapsedTimer clock_;
-  qint64 last_ = 0;
-  qint64 worst_late_ = 0;
-  int count_ = 0;
-};
+  return rows;
+}
 
 // A lookup that takes a while and finds nothing, whatever the machine's name servers say.
 int SlowFailingLookup(const char*, const char*, const addrinfo*, addrinfo**) {
   std::this_thread::sleep_for(std::chrono::milliseconds(1500));
   return EAI_NONAME;
+}
+
+testing_support::FakeAgent SilentAgent() {
+  return testing_support::FakeAgent(
+      [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
 }
 
 struct Window {
@@ -94,6 +84,7 @@ struct Window {
     w->show();
     QApplication::setActiveWindow(w.get());
   }
+  // Shows the page that holds `page_child`.
   QWidget* Show(const char* page_child) {
     QWidget* child = w->findChild<QWidget*>(page_child);
     QTabWidget* sheet = w->PropertySheetView()->Sheet();
@@ -106,10 +97,60 @@ struct Window {
   void Type(const char* name, const QString& text) {
     QWidget* field = w->findChild<QWidget*>(name);
     auto* combo = qobject_cast<QComboBox*>(field);
-    auto* edit = combo != nullptr ? combo->lineEdit() : qobject_cast<QLineEdit*>(field);
-    edit->setText(text);
+    (combo != nullptr ? combo->lineEdit() : qobject_cast<QLineEdit*>(field))->setText(text);
+  }
+  // A Get of sysName.0 from a silent agent at `port`.
+  void TypeGet(std::uint16_t port) {
+    Type("getSetHost", "127.0.0.1");
+    Type("getSetPort", QString::number(port));
+    Type("getOid", ".1.3.6.1.2.1.1.5.0");
+    Type("getCommunity", "public");
   }
   QPushButton* Button(const char* name) { return w->findChild<QPushButton*>(name); }
+
+  // Clicks `button` and checks that, while its request waits (at least `min_ms`), a 50 ms
+  // timer is never late by more than kMaxLateMs, the Help menu opens, `button` is disabled and
+  // the wait cursor shows over `busy` alone; and that at the end `column` of `pane` reads
+  // `lines`, each once.
+  void Watch(QAbstractButton* button, QWidget* busy, const logs::CLogTableView* pane, int column,
+             const QStringList& lines, qint64 min_ms) {
+    QElapsedTimer clock;
+    qint64 last = 0, worst_late = 0, ended_at = -1;
+    bool menu_opened = false;
+    QTimer beat;
+    beat.setInterval(kTickMs);
+    beat.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&beat, &QTimer::timeout, [&] {
+      const qint64 now = clock.elapsed();
+      worst_late = std::max(worst_late, now - last - kTickMs);
+      last = now;
+      if (ended_at < 0 && Column(pane, column).size() >= lines.size())
+        ended_at = now;
+      if (!menu_opened && now > 1000) {
+        QTest::keyClick(w->menuBar(), Qt::Key_H, Qt::AltModifier);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        menu_opened = menu != nullptr && menu->title() == "&Help";
+        if (menu != nullptr)
+          menu->close();
+      }
+    });
+    clock.start();
+    beat.start();
+    QTest::mouseClick(button, Qt::LeftButton);
+    QVERIFY(!button->isEnabled());
+    QCOMPARE(busy->cursor().shape(), Qt::WaitCursor);
+    QVERIFY(QGuiApplication::overrideCursor() == nullptr);  // the rest of the window as ever
+
+    QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
+    QTRY_COMPARE(Column(pane, column).size(), lines.size());
+    if (ended_at < 0)  // the end came between two ticks, just before the wait above saw it
+      ended_at = clock.elapsed();
+    QVERIFY2(ended_at >= min_ms, qPrintable(QString::number(ended_at)));
+    QVERIFY2(worst_late <= kMaxLateMs, qPrintable(QString::number(worst_late)));
+    QVERIFY(menu_opened);
+    QCOMPARE(Column(pane, column), lines);
+    QCOMPARE(busy->cursor().shape(), Qt::ArrowCursor);
+  }
 
   sondara_test::TempFolder dir;
   app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
@@ -127,78 +168,31 @@ class RequestResponsivenessTest : public QObject {
   }
 
   void GetToASilentAgent() {
-    testing_support::FakeAgent agent(
-        [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
+    testing_support::FakeAgent agent = SilentAgent();
     Window win(2000, 1);
     QWidget* page = win.Show("getButton");
-    win.Type("getSetHost", "127.0.0.1");
-    win.Type("getSetPort", QString::number(agent.Port()));
-    win.Type("getOid", ".1.3.6.1.2.1.1.1.0");
-    win.Type("getCommunity", "public");
+    win.TypeGet(agent.Port());
     auto* value = win.w->findChild<QLineEdit*>("getValue");
-    logs::CEventLogView* events = win.w->EventView();
-
-    bool menu_opened = false;
-    qint64 failed_at = -1;
-    Ticks ticks([&](qint64 now) {
-      if (failed_at < 0 && (value->text() == kFailed || !Column(events, 2).isEmpty()))
-        failed_at = now;
-      if (!menu_opened && now > 1000) {
-        // The menus work while the Get waits.
-        QTest::keyClick(win.w->menuBar(), Qt::Key_H, Qt::AltModifier);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        menu_opened = menu != nullptr && menu->title() == "&Help";
-        if (menu != nullptr)
-          menu->close();
-      }
+    QTimer::singleShot(0, [&] {                        // while the Get waits
+      QVERIFY(!win.Button("setButton")->isEnabled());  // it would take the next request id
+      QCOMPARE(value->text(), QString());
     });
-    QTest::mouseClick(win.Button("getButton"), Qt::LeftButton);
-    QVERIFY(!win.Button("getButton")->isEnabled());
-    QVERIFY(!win.Button("setButton")->isEnabled());  // it would take the next request id
-    QCOMPARE(page->cursor().shape(), Qt::WaitCursor);
-    QVERIFY(QGuiApplication::overrideCursor() == nullptr);  // the rest of the window as ever
-    QCOMPARE(value->text(), QString());
-
-    QTRY_VERIFY_WITH_TIMEOUT(win.Button("getButton")->isEnabled(), 10000);
-    QTRY_COMPARE(Column(events, 2).size(), 1);
-    if (failed_at < 0)
-      failed_at = ticks.ElapsedMs();
-    QVERIFY2(failed_at >= 3900, qPrintable(QString::number(failed_at)));  // two 2 s waits
-    QVERIFY2(ticks.WorstLateMs() <= kMaxLateMs, qPrintable(QString::number(ticks.WorstLateMs())));
-    QVERIFY(menu_opened);
+    win.Watch(win.Button("getButton"), page, win.w->EventView(), 2,
+              {"Get request failed for OID '.1.3.6.1.2.1.1.5.0'. Reason: 'Timed out while "
+               "waiting for response from remote host'."},
+              3900);  // two 2 s waits
     QCOMPARE(value->text(), kFailed);
-    QCOMPARE(Column(events, 2),
-             QStringList{"Get request failed for OID '.1.3.6.1.2.1.1.1.0'. Reason: 'Timed out "
-                         "while waiting for response from remote host'."});
     QCOMPARE(agent.Received().size(), 2U);
     QVERIFY(win.Button("setButton")->isEnabled());
-    QCOMPARE(page->cursor().shape(), Qt::ArrowCursor);
   }
 
   void PingToASilentAddress() {
     if (!g_no_netns.empty())
       QSKIP(g_no_netns.c_str());
     Window win(2000, 1);  // the toolbar has its own: 1000 ms, one retry
-    logs::CTransactionLogView* log = win.w->TransactionView();
-    const QString no_reply = QStringLiteral("Reply from 198.18.0.2 not received.");
-    qint64 failed_at = -1;
-    Ticks ticks([&](qint64 now) {
-      if (failed_at < 0 && Column(log, 3).contains(no_reply))
-        failed_at = now;
-    });
     win.Type("pingHost", "198.18.0.2");
-    QTest::mouseClick(win.w->PingView()->PingButton(), Qt::LeftButton);
-    QVERIFY(!win.w->PingView()->PingButton()->isEnabled());
-    QCOMPARE(win.w->PingView()->cursor().shape(), Qt::WaitCursor);
-    QVERIFY(QGuiApplication::overrideCursor() == nullptr);
-
-    QTRY_VERIFY_WITH_TIMEOUT(win.w->PingView()->PingButton()->isEnabled(), 10000);
-    QTRY_COMPARE(Column(log, 3).size(), 2);
-    if (failed_at < 0)  // the line came between two ticks, just before the wait above saw it
-      failed_at = ticks.ElapsedMs();
-    QVERIFY2(failed_at >= 1900, qPrintable(QString::number(failed_at)));
-    QVERIFY2(ticks.WorstLateMs() <= kMaxLateMs, qPrintable(QString::number(ticks.WorstLateMs())));
-    QCOMPARE(Column(log, 3), (QStringList{"Ping command sent to IP 198.18.0.2.", no_reply}));
+    win.Watch(win.w->PingView()->PingButton(), win.w->PingView(), win.w->TransactionView(), 3,
+              {"Ping command sent to IP 198.18.0.2.", "Reply from 198.18.0.2 not received."}, 1900);
   }
 
   void TrapToANameThatDoesNotResolve() {
@@ -206,41 +200,21 @@ class RequestResponsivenessTest : public QObject {
     Window win(2000, 1);
     QWidget* page = win.Show("sendTrapButton");
     win.Type("sendTrapHost", "nosuchmanager");
-    logs::CEventLogView* events = win.w->EventView();
-    qint64 failed_at = -1;
-    Ticks ticks([&](qint64 now) {
-      if (failed_at < 0 && !Column(events, 2).isEmpty())
-        failed_at = now;
-    });
-    QTest::mouseClick(win.Button("sendTrapButton"), Qt::LeftButton);
-    QVERIFY(!win.Button("sendTrapButton")->isEnabled());
-    QCOMPARE(page->cursor().shape(), Qt::WaitCursor);
-
-    QTRY_VERIFY_WITH_TIMEOUT(win.Button("sendTrapButton")->isEnabled(), 10000);
+    win.Watch(win.Button("sendTrapButton"), page, win.w->EventView(), 2,
+              {"Trap request failed. Reason: 'Unable to resolve IPv4 host 'nosuchmanager''."},
+              1400);
     net::SetHostLookupForTesting(nullptr);
-    QTRY_COMPARE(Column(events, 2).size(), 1);
-    if (failed_at < 0)
-      failed_at = ticks.ElapsedMs();
-    QVERIFY2(failed_at >= 1400, qPrintable(QString::number(failed_at)));
-    QVERIFY2(ticks.WorstLateMs() <= kMaxLateMs, qPrintable(QString::number(ticks.WorstLateMs())));
-    QCOMPARE(Column(events, 2), QStringList{"Trap request failed. Reason: 'Unable to resolve "
-                                            "IPv4 host 'nosuchmanager''."});
   }
 
   // Leaving the page, then closing the window, while a Get waits: each waits for the Get and
   // shows its end before it goes on, so the failure and the histories are never lost.
   void LeavingAndClosingWaitForTheRequest() {
-    testing_support::FakeAgent agent(
-        [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
+    testing_support::FakeAgent agent = SilentAgent();
     Window win(300, 0);
-    QTabWidget* sheet = win.w->PropertySheetView()->Sheet();
     win.Show("getButton");
-    win.Type("getSetHost", "127.0.0.1");
-    win.Type("getSetPort", QString::number(agent.Port()));
-    win.Type("getOid", ".1.3.6.1.2.1.1.5.0");
-    win.Type("getCommunity", "public");
+    win.TypeGet(agent.Port());
     QTest::mouseClick(win.Button("getButton"), Qt::LeftButton);
-    sheet->setCurrentIndex(0);  // returns once the Get is back
+    win.w->PropertySheetView()->Sheet()->setCurrentIndex(0);  // returns once the Get is back
     QCOMPARE(win.w->findChild<QLineEdit*>("getValue")->text(), kFailed);
     QVERIFY(win.Button("getButton")->isEnabled());
 
@@ -251,15 +225,91 @@ class RequestResponsivenessTest : public QObject {
     QCOMPARE(agent.Received().size(), 2U);
     QTRY_COMPARE(Column(win.w->EventView(), 2).size(), 2);
   }
+  // The Device Discovery page on its own: .1 (the namespace's own), .7 and .12 answer, .12 has no
+  // name. The list grows at the page's ticks, Stop answers at once, and the page keeps its
+  // results, its range, the fast sweep switch and its column widths.
+  void SweepOnTheDeviceDiscoveryPage() {
+    if (!g_no_netns.empty())
+      QSKIP(g_no_netns.c_str());
+    sondara_test::TempFolder dir;
+    app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
+    sondara.Network().request_timeout_ms = 100;
+    sondara.Network().retries = 0;
+    sondara.WriteProfileInt(L"Device Discovery", L"1", 150);
+    auto page = std::make_unique<pages::CDeviceDiscoveryPropertyPage>(sondara);
+    page->resize(760, 330);
+    page->show();
+    auto* list = page->findChild<QTableView*>("discoveryList");
+    auto* start = page->findChild<QLineEdit*>("startIp");
+    auto* end = page->findChild<QLineEdit*>("endIp");
+    auto* begin = page->findChild<QPushButton*>("beginDiscovery");
+    auto* save = page->findChild<QPushButton*>("saveResults");
+    QCOMPARE(list->horizontalHeader()->sectionSize(1), 150);  // from the profile
+    start->setText("198.18.0.1");
+    end->setText("198.18.0.40");
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QCOMPARE(begin->text(), QString("St&op"));
+    QVERIFY(!start->isEnabled());
+    // Rows appear while the sweep is still running: .1 answers at once, .40 comes last.
+    QTRY_VERIFY_WITH_TIMEOUT(list->model()->rowCount() > 0, 20000);
+    QCOMPARE(begin->text(), QString("St&op"));
+    QTRY_COMPARE_WITH_TIMEOUT(begin->text(), QString("Begin &Discovery"), 30000);
+    QCOMPARE(Rows(list), QStringList({"1 198.18.0.1 gateway.test", "2 198.18.0.7 printer.test",
+                                      "3 198.18.0.12 "}));
+    QVERIFY(save->isEnabled());
+    QVERIFY(start->isEnabled());
+    app::SetSaveDialog([&](QWidget*, const QString&, const QString&, const QString&) {
+      return QString::fromStdString(dir / "found.csv");
+    });
+    QTest::mouseClick(save, Qt::LeftButton);
+    app::SetSaveDialog({});
+    const std::string saved = sondara_test::ReadFile(dir / "found.csv");
+    QVERIFY2(saved.find("\n\"3\",\"198.18.0.12\",\"\",\n") != std::string::npos, saved.c_str());
+    QCOMPARE(sondara.GetProfileString(L"Device Discovery", L"SaveResultsPath", L""),
+             QString::fromStdString(dir.Path()).toStdWString());
+    if (const QByteArray shot = qgetenv("SONDARA_SCREENSHOT"); !shot.isEmpty())
+      page->grab().save(QString::fromLocal8Bit(shot));
+
+    sondara.Network().request_timeout_ms = 3000;
+    sondara.Network().retries = 3;
+    start->setText("198.18.0.7");
+    QTest::mouseClick(page->findChild<QAbstractButton*>("fastSweep"), Qt::LeftButton);
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"FastSweep", 0), 1);
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(list->model()->rowCount(), 2, 20000);
+    // Silent addresses now wait 4 x 3 s each; Stop must not wait for them.
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QCOMPARE(begin->text(), QString("Begin &Discovery"));
+    QCOMPARE(Rows(list), QStringList({"1 198.18.0.7 printer.test", "2 198.18.0.12 "}));
+    QVERIFY(save->isEnabled());
+    QVERIFY(start->isEnabled());
+
+    list->horizontalHeader()->resizeSection(2, 321);
+    page.reset();
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"2", 0), 321);
+    QCOMPARE(sondara.Discovery().start_ip, std::wstring(L"198.18.0.7"));
+    QCOMPARE(sondara.Discovery().end_ip, std::wstring(L"198.18.0.40"));
+  }
 };
 
 }  // namespace
 
-// The namespace is entered before Qt starts any thread: 198.18.0.2 stays silent there.
+// The namespace is entered before Qt starts any thread: .1 (its own), .7 and .12 answer there,
+// with names from a hosts file of its own; 198.18.0.2 stays silent.
 int main(int argc, char** argv) {
-  if (testing_support::EnterPrivateNetns(g_no_netns) == 0 && !net::LoadIcmp())
-    g_no_netns = "ICMP not available in the namespace";
+  if (testing_support::EnterPrivateNetns(g_no_netns) == 0) {
+    g_no_netns =
+        testing_support::UseHostsFile("198.18.0.1 gateway.test\n198.18.0.7 printer.test printer\n");
+    if (g_no_netns.empty() &&
+        !testing_support::AddAnsweringAddresses({"198.18.0.7", "198.18.0.12"})) {
+      g_no_netns = "cannot add the answering addresses";
+    }
+    if (g_no_netns.empty() && !net::LoadIcmp())
+      g_no_netns = "ICMP not available in the namespace";
+  }
   net::LoadIcmp();
+  sondara_test::TempFolder home;  // the save dialog's default folder lives in the data folder
+  ::setenv("SONDARA_HOME", home.Path().c_str(), 1);
   QApplication app(argc, argv);
   RequestResponsivenessTest test;
   return QTest::qExec(&test, argc, argv);

@@ -3,8 +3,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <map>
-#include <optional>
 
 #include "app/setting_rules.h"
 #include "app/sondara_utility_app.h"
@@ -151,48 +149,28 @@ TEST_F(SettingsTest, ReadRulesOfTheTrapSection) {
     EXPECT_EQ(TrapState(*LoadFrom(c.file)), c.state) << c.what;
 }
 
-TEST_F(SettingsTest, SaveThenLoadGivesTheSameValuesAndKeysInOrder) {
-  auto a = LoadFrom(
+// Every key in the order the save writes it, and a section the program does not own: the save
+// writes back the same file, so nothing read was lost, reordered or dropped.
+TEST_F(SettingsTest, SaveWritesBackWhatWasReadKeyForKey) {
+  const std::string file =
       "[Ping]\nIPHost=pinghost\n[Device Discovery]\nStartIP=10.0.0.1\nEndIP=10.0.0.20\n"
       "[GetSet]\nIPHost=gethost\nVersion=1\nPort=1161\nGETOID-0=.1.3.6.1.2.1.1.5.0\n"
-      "GETOID-1=1.3.6.1.2.1.1.1.0\nGETOID-3=1.3.6\nGETCOMMUNITY-0=public\n"
-      "GETCOMMUNITY-1=\" spaced "
-      "\"\nSETOID-0=.1.3.6.1.2.1.1.4.0\nSETCOMMUNITY-0=private\nSetDataType=Octet String\n"
+      "GETOID-1=1.3.6.1.2.1.1.1.0\nGETCOMMUNITY-0=public\nGETCOMMUNITY-1=\" spaced \"\n"
+      "SETOID-0=.1.3.6.1.2.1.1.4.0\nSETCOMMUNITY-0=private\nSetDataType=Octet String\n"
       "SetValue=caf\xC3\xA9 \"quoted\"\n[sendTrap]\nIPHost=traphost\nVersion=1\nPort=1162\n"
       "UseDefault=0\nSenderIP=192.0.2.7\nSENDEROID-0=.1.3.6.1.4.1.99\nSENDTRAPCOMMUNITY-0=trapcom\n"
       "VarBindNum=2\nOID-1=.1.3.6.1.2.1.2.2.1.1.1\nDataType-1=Integer32\nValue-1=1\n"
       "OID-2=.1.3.6.1.2.1.1.5.0\nDataType-2=Octet String\nValue-2=name\nTrapType=linkDown\n"
       "SpecificType=42\n[walkMIB]\nIPHost=walkhost\nVersion=2c\nStartOid=.1.3.6.1.2\nPort=2161\n"
-      "WALKMIBCOMMUNITY-0=walkcom\n[Other]\nkeep=me\n");
+      "WALKMIBCOMMUNITY-0=walkcom\n[Other]\nkeep=me\n";
+  auto a = LoadFrom(file);
   EXPECT_EQ(a->GetSet().get_communities, (History{L"public", L" spaced "}));
   EXPECT_EQ(a->GetSet().set_value, L"caf\u00e9 \"quoted\"");
   EXPECT_EQ(TrapState(*a),
             L"192.0.2.7|1|trapcom|2|linkDown|42|.1.3.6.1.2.1.2.2.1.1.1 Integer32 1"
             L"|.1.3.6.1.2.1.1.5.0 Octet String name");
   a->SavePageSettings();
-  const std::string first = sondara_test::ReadFile(SettingsFile());
-
-  // What is loaded back writes the same file again, so no value was lost on the way.
-  auto b = NewApp();
-  b->LoadPageSettings();
-  EXPECT_EQ(TrapState(*b), TrapState(*a));
-  b->SavePageSettings();
-  EXPECT_EQ(sondara_test::ReadFile(SettingsFile()), first);
-
-  const tvkutil::CIniFile ini = Saved(SettingsFile());
-  EXPECT_EQ(ini.SectionNames(),
-            (Names{L"Ping", L"Device Discovery", L"GetSet", L"sendTrap", L"walkMIB", L"Other"}));
-  EXPECT_EQ(ini.KeyNames(L"Device Discovery"), (Names{L"StartIP", L"EndIP"}));
-  EXPECT_EQ(
-      ini.KeyNames(L"GetSet"),
-      (Names{L"IPHost", L"Version", L"Port", L"GETOID-0", L"GETOID-1", L"GETCOMMUNITY-0",
-             L"GETCOMMUNITY-1", L"SETOID-0", L"SETCOMMUNITY-0", L"SetDataType", L"SetValue"}));
-  EXPECT_EQ(ini.KeyNames(L"sendTrap"),
-            (Names{L"IPHost", L"Version", L"Port", L"UseDefault", L"SenderIP", L"SENDEROID-0",
-                   L"SENDTRAPCOMMUNITY-0", L"VarBindNum", L"OID-1", L"DataType-1", L"Value-1",
-                   L"OID-2", L"DataType-2", L"Value-2", L"TrapType", L"SpecificType"}));
-  EXPECT_EQ(ini.KeyNames(L"walkMIB"),
-            (Names{L"IPHost", L"Version", L"StartOid", L"Port", L"WALKMIBCOMMUNITY-0"}));
+  EXPECT_EQ(sondara_test::ReadFile(SettingsFile()), file);
 }
 
 TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddress) {
@@ -235,31 +213,13 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
   EXPECT_EQ(ini.GetInt(L"main window", L"X", 0), 40);
 }
 
-// Sets environment variables (nullptr: unset) and puts the old values back afterwards.
-class ScopedEnv {
- public:
-  void Set(const std::string& name, const char* value) {
-    const char* old = std::getenv(name.c_str());
-    if (!saved_.contains(name))
-      saved_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-    value != nullptr ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
-  }
-  ~ScopedEnv() {
-    for (const auto& [name, old] : saved_)
-      old ? ::setenv(name.c_str(), old->c_str(), 1) : ::unsetenv(name.c_str());
-  }
-
- private:
-  std::map<std::string, std::optional<std::string>> saved_;
-};
-
 TEST(AppFoldersTest, DataFolderComesFromTheEnvironment) {
+  // ctest runs each test in a process of its own: the variables need no restoring.
   sondara_test::TempFolder dir;
-  ScopedEnv env;
-  env.Set("HOME", dir.Path().c_str());
-  env.Set("XDG_CONFIG_HOME", (dir / "cfg").c_str());
-  env.Set("SONDARA_HOME", nullptr);
-  env.Set("XDG_DOCUMENTS_DIR", nullptr);
+  ::setenv("HOME", dir.Path().c_str(), 1);
+  ::setenv("XDG_CONFIG_HOME", (dir / "cfg").c_str(), 1);
+  ::unsetenv("SONDARA_HOME");
+  ::unsetenv("XDG_DOCUMENTS_DIR");
   EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "Documents/Sondara/");
 
   std::filesystem::create_directories(dir / "cfg");
@@ -267,13 +227,13 @@ TEST(AppFoldersTest, DataFolderComesFromTheEnvironment) {
                           "# comment\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
   EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "Dokumente/Sondara/");
 
-  env.Set("XDG_DOCUMENTS_DIR", (dir / "docs").c_str());
+  ::setenv("XDG_DOCUMENTS_DIR", (dir / "docs").c_str(), 1);
   const tvkutil::AppFolders f = tvkutil::ComputeAppFolders();
   EXPECT_EQ(f.settings_file, dir / "docs/Sondara/sondara.ini");
   EXPECT_EQ(f.profile_file, dir / "cfg/Tarvik Technologies/Sondara Utility.ini");
   EXPECT_FALSE(std::filesystem::exists(f.data_folder));  // computing creates nothing
 
-  env.Set("SONDARA_HOME", (dir / "portable").c_str());
+  ::setenv("SONDARA_HOME", (dir / "portable").c_str(), 1);
   EXPECT_EQ(tvkutil::ComputeAppFolders().data_folder, dir / "portable/");
 }
 

@@ -172,32 +172,31 @@ TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
 }
 
 TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
+  const std::wstring bad_start = L"Please enter a valid start IP address.",
+                     bad_end = L"Please enter a valid end IP address.";
+  const auto warning = app::MessageIcon::kWarning, none = app::MessageIcon::kNone;
   const struct {
     const wchar_t* start;
     const wchar_t* end;
-    const wchar_t* message;  // nullptr: accepted
+    std::wstring message;  // empty: accepted
     app::MessageIcon icon;
     int field;
   } cases[] = {
-      {L"10.0.0.300", L"10.0.0.9", L"Please enter a valid start IP address.",
-       app::MessageIcon::kWarning, pages::kFieldStartIp},
-      {L"0.0.0.0", L"", L"Please enter a valid start IP address.", app::MessageIcon::kWarning,
-       pages::kFieldStartIp},
-      {L"10.0.0.1", L"255.255.255.255", L"Please enter a valid end IP address.",
-       app::MessageIcon::kNone, pages::kFieldEndIp},
-      {L"10.0.0.1", L"", L"Please enter a valid end IP address.", app::MessageIcon::kNone,
-       pages::kFieldEndIp},
-      {L"10.0.0.9", L"10.0.0.1", nullptr, {}, 0},
+      {L"10.0.0.300", L"10.0.0.9", bad_start, warning, pages::kFieldStartIp},
+      {L"0.0.0.0", L"", bad_start, warning, pages::kFieldStartIp},
+      {L"10.0.0.1", L"255.255.255.255", bad_end, none, pages::kFieldEndIp},
+      {L"10.0.0.1", L"", bad_end, none, pages::kFieldEndIp},
+      {L"10.0.0.9", L"10.0.0.1", L"", none, 0},
   };
   for (const auto& c : cases) {
     EventLines lines;
     CDeviceDiscoveryOperation op({}, lines);
     op.Form() = {c.start, c.end};
     RecordingUi ui;
-    EXPECT_EQ(op.Validate(ui), c.message == nullptr) << tvkutil::ToUtf8(c.start);
+    EXPECT_EQ(op.Validate(ui), c.message.empty()) << tvkutil::ToUtf8(c.start);
     app::DiscoverySettings stored{L"1.1.1.1", L"1.1.1.2"};
     op.StoreTo(stored);
-    if (c.message != nullptr) {
+    if (!c.message.empty()) {
       EXPECT_EQ(ui.shown, (std::vector<RecordingUi::Shown>{{c.message, c.icon, c.field}}));
       EXPECT_EQ(stored.start_ip, L"1.1.1.1");  // nothing stored unless both are valid
     } else {

@@ -1,9 +1,8 @@
-// What every operation shares: the value text test, the port box and the results file frame.
+// The value text test that every operation and the varbind editor share.
 #include "pages/operation_common.h"
 
 #include <gtest/gtest.h>
 
-#include "pages/results_file.h"
 #include "snmp/asn_data_type.h"
 
 namespace {
@@ -61,15 +60,6 @@ TEST(ValueText, NumbersMustBeWholeAndFitTheirType) {
       EXPECT_FALSE(pages::IsValidValueText(tag, bad));
     }
   }
-}
-
-TEST(ResultsFile, FrameOfBannerStartColumnsRowsAndStatus) {
-  const std::string text = pages::ResultsFileText(L"walkMIB started.", L"OID,DataType,Value",
-                                                  {L"row 1", L"row 2"}, L"done");
-  EXPECT_EQ(text.substr(text.find('\n') + 1),
-            "walkMIB started.\n::::::::::::::::::::::::::::::\nOID,DataType,Value\nrow 1\nrow 2"
-            "\n::::::::::::::::::::::::::::::\ndone");
-  EXPECT_EQ(pages::QuotedOnOneLine(L"a\nb\n"), L"\"ab\"");
 }
 
 }  // namespace

@@ -45,6 +45,8 @@ TEST(ToolbarPing, LoopbackWritesSentAndReplyRows) {
   EXPECT_EQ(rows[0], L"Ping command sent to IP 127.0.0.1.");
   EXPECT_EQ(rows[1].rfind(L"Reply from 127.0.0.1: bytes=14 time=", 0), 0U)
       << testing::PrintToString(rows[1]);
+  EXPECT_EQ(logs::SourceColumnText(tlog.log.Shown(0)), L"[Ping]TX:");
+  EXPECT_EQ(logs::SourceColumnText(tlog.log.Shown(1)), L"[Ping]RX:");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,12 @@ struct RecordingSinks : logs::IEventLineSink, logs::ITransactionSink {
 };
 
 constexpr std::uint32_t kNow = 123456;  // 0:20:34.56 since the start
+
+// Sender IP and OID, community, trap type, VarBind# and specific type as the page shows them.
+std::vector<std::wstring> Fields(const SendTrapForm& f) {
+  return {f.sender_ip, f.sender_oid,       f.community,
+          f.trap_type, f.varbind_num_text, f.specific_type_text};
+}
 
 // A real snmptrapd of its own for each test, so each test counts only its own traps.
 class SendTrap : public testing::Test {
@@ -141,49 +148,40 @@ TEST_F(SendTrap, V2cTrapCarriesSysUpTimeAndSnmpTrapOidFirst) {
 TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNothing) {
   using F = SendTrapForm;
   using namespace pages;
+  const std::wstring too_many =
+      L"VarBind# ('3') greater than the no. of varbinds in the VarBind list ('2').";
+  const std::map<int, std::wstring> messages = {
+      {kFieldTrapHost, L"Please enter a valid IP/Host address."},
+      {kFieldTrapVersion, L"Please select an SNMP version."},
+      {kFieldTrapPort, L"Please enter an integer between 0 and 65535."},
+      {kFieldSenderIp, L"Please enter a valid sender IP address."},
+      {kFieldSenderOid, L"Please enter a valid sender OID."},
+      {kFieldTrapCommunity, L"Please enter a community name."},
+      {kFieldVarBindNum, L"Please enter an integer between 0 and 64."},
+      {kFieldTrapType, L"Please select a trap type."},
+      {kFieldSpecificType, L"Please enter an integer between 1 and 65535."}};
+  // Each case also breaks a later field, which shows the order; -1: every check passes.
   const struct {
     std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
     int field;
-    std::wstring message;
+    std::wstring message = {};  // empty: the field's own
   } cases[] = {
-      // Each case also breaks a later field, which shows the order.
-      {{{&F::host, L""}, {&F::version, L""}},
-       kFieldTrapHost,
-       L"Please enter a valid IP/Host address."},
-      {{{&F::version, L""}, {&F::port_text, L"x"}},
-       kFieldTrapVersion,
-       L"Please select an SNMP version."},
-      {{{&F::port_text, L"65536"}, {&F::sender_ip, L""}},
-       kFieldTrapPort,
-       L"Please enter an integer between 0 and 65535."},
-      {{{&F::sender_ip, L"10.0.0"}, {&F::sender_oid, L""}},
-       kFieldSenderIp,
-       L"Please enter a valid sender IP address."},
-      {{{&F::sender_oid, L"1.3."}, {&F::community, L""}},
-       kFieldSenderOid,
-       L"Please enter a valid sender OID."},
-      {{{&F::community, L""}, {&F::varbind_num_text, L"99"}},
-       kFieldTrapCommunity,
-       L"Please enter a community name."},
-      {{{&F::varbind_num_text, L"65"}, {&F::trap_type, L""}},
-       kFieldVarBindNum,
-       L"Please enter an integer between 0 and 64."},
-      {{{&F::varbind_num_text, L"3"}, {&F::trap_type, L""}},
-       kFieldVarBindNum,
-       L"VarBind# ('3') greater than the no. of varbinds in the VarBind list ('2')."},
-      {{{&F::trap_type, L""}, {&F::specific_type_text, L"0"}},
-       kFieldTrapType,
-       L"Please select a trap type."},
-      {{{&F::specific_type_text, L"0"}},
-       kFieldSpecificType,
-       L"Please enter an integer between 1 and 65535."},
+      {{{&F::host, L""}, {&F::version, L""}}, kFieldTrapHost},
+      {{{&F::version, L""}, {&F::port_text, L"x"}}, kFieldTrapVersion},
+      {{{&F::port_text, L"65536"}, {&F::sender_ip, L""}}, kFieldTrapPort},
+      {{{&F::sender_ip, L"10.0.0"}, {&F::sender_oid, L""}}, kFieldSenderIp},
+      {{{&F::sender_oid, L"1.3."}, {&F::community, L""}}, kFieldSenderOid},
+      {{{&F::community, L""}, {&F::varbind_num_text, L"99"}}, kFieldTrapCommunity},
+      {{{&F::varbind_num_text, L"65"}, {&F::trap_type, L""}}, kFieldVarBindNum},
+      {{{&F::varbind_num_text, L"3"}, {&F::trap_type, L""}}, kFieldVarBindNum, too_many},
+      {{{&F::trap_type, L""}, {&F::specific_type_text, L"0"}}, kFieldTrapType},
+      {{{&F::specific_type_text, L"0"}}, kFieldSpecificType},
       // A v2c trap has no sender or trap type to check.
       {{{&F::version, L"2c"}, {&F::sender_ip, L""}, {&F::sender_oid, L""}, {&F::trap_type, L""}},
-       -1,
-       L""},
+       -1},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.message);
+    SCOPED_TRACE(c.field);
     snmp::CVarBindList list;
     list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"1");
     list.Add(L".1.3.6.1.2.1.2.2.1.1.2", snmp::kTagInteger32, L"2");
@@ -200,7 +198,8 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
     // The sender IP box alone has always come without the warning icon.
     const auto icon =
         c.field == kFieldSenderIp ? app::MessageIcon::kNone : app::MessageIcon::kWarning;
-    EXPECT_EQ(o.ui.shown, (decltype(o.ui.shown){{c.message, icon, c.field}}));
+    const std::wstring& message = c.message.empty() ? messages.at(c.field) : c.message;
+    EXPECT_EQ(o.ui.shown, (decltype(o.ui.shown){{message, icon, c.field}}));
     EXPECT_EQ(o.sinks.sent.size(), 0U);
     EXPECT_EQ(list.Count(), 2);
   }
@@ -223,12 +222,9 @@ TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSkipsTheLaterChecks) {
     f.varbind_num_text = L"9";
     f.trap_type.clear();
     ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.ui.shown.size());
-    EXPECT_EQ(f.sender_ip, L"192.0.2.5");
-    EXPECT_EQ(f.sender_oid, L".1.3.6.1.4.1.59871");
-    EXPECT_EQ(f.community, L"getcom");
-    EXPECT_EQ(f.trap_type, L"enterpriseSpecific");
-    EXPECT_EQ(f.varbind_num_text, v2c ? L"2" : L"0");
-    EXPECT_EQ(f.specific_type_text, L"1");
+    EXPECT_EQ(Fields(f),
+              (std::vector<std::wstring>{L"192.0.2.5", L".1.3.6.1.4.1.59871", L"getcom",
+                                         L"enterpriseSpecific", v2c ? L"2" : L"0", L"1"}));
     const auto traps = TrapLines(++sent);
     ASSERT_EQ(traps.size(), sent);
     if (!v2c) {
@@ -294,12 +290,8 @@ TEST_F(SendTrap, ListVarBindNumTrapTypeAndHistoriesSurviveARestart) {
       second.SendTrap(), second.TrapVarBinds(), [] { return 0u; }, sinks, sinks);
   const SendTrapForm& f = o.Form();
   EXPECT_FALSE(f.use_default);
-  EXPECT_EQ(f.varbind_num_text, L"1");
-  EXPECT_EQ(f.trap_type, L"linkUp");
-  EXPECT_EQ(f.specific_type_text, L"12");
-  EXPECT_EQ(f.sender_ip, L"10.20.30.40");
-  EXPECT_EQ(f.sender_oid, L".1.3.6.1.4.1.59871.7");
-  EXPECT_EQ(f.community, L"trapcom");
+  EXPECT_EQ(Fields(f), (std::vector<std::wstring>{L"10.20.30.40", L".1.3.6.1.4.1.59871.7",
+                                                  L"trapcom", L"linkUp", L"1", L"12"}));
   EXPECT_EQ(f.communities, (app::History{L"getcom", L"setcomm", L"trapcom"}));  // shown reversed
   EXPECT_EQ(second.TrapVarBinds().Count(), 2);
 }

@@ -30,17 +30,9 @@ namespace {
 using namespace testing_support;
 using pages::WalkStatus;
 
-using Request = ReadRequest;
-Request Parse(const Bytes& d) {
-  return ReadRequestFields(d);
-}
-
 // sysDescr.0 (1.3.6.1.2.1.1.1.0) and its neighbours 1.3.6.1.2.1.1.n.0.
 Bytes SystemOid(std::uint8_t n) {
   return Cat({Hex("2b 06 01 02 01 01"), Bytes{n, 0x00}});
-}
-std::wstring SystemOidText(int n) {
-  return L".1.3.6.1.2.1.1." + std::to_wstring(n) + L".0";
 }
 const Bytes kNull = Hex("05 00"), kEndOfMibView = Hex("82 00");
 
@@ -56,7 +48,7 @@ Mib SystemMib(int objects) {
 // GetBulk above `too_big_above` repetitions (not 0) gets tooBig; answer `slow` waits 300 ms.
 FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1) {
   return FakeAgent([mib, too_big_above, slow](const FakeAgent::Datagram& d, int n) {
-    const Request r = Parse(d.bytes);
+    const ReadRequest r = ReadRequestFields(d.bytes);
     const auto after = [&](const Bytes& oid) {
       return std::upper_bound(mib.begin(), mib.end(), oid,
                               [](const Bytes& o, const auto& entry) { return o < entry.first; });
@@ -95,11 +87,19 @@ FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1) {
 }
 
 // Answers every request as `answer` says, from the parsed request; never without one.
-FakeAgent ScriptedAgent(std::function<Bytes(const Request&)> answer) {
+FakeAgent ScriptedAgent(std::function<Bytes(const ReadRequest&)> answer) {
   return FakeAgent([answer](const FakeAgent::Datagram& d, int) {
     if (!answer)
       return std::vector<FakeAgent::Reply>{};
-    return std::vector<FakeAgent::Reply>{{answer(Parse(d.bytes))}};
+    return std::vector<FakeAgent::Reply>{{answer(ReadRequestFields(d.bytes))}};
+  });
+}
+
+// Answers every request with `binds` (empty: the name asked for, Null) and `status`.
+FakeAgent Answering(Bytes binds, std::uint32_t status = 0) {
+  return ScriptedAgent([=](const ReadRequest& r) {
+    return Response(r.version, r.community, r.id, status, status != 0 ? 1 : 0,
+                    binds.empty() ? VarBind(r.oid, kNull) : binds);
   });
 }
 
@@ -181,23 +181,12 @@ TEST(WalkMibOperation, EndsByVersionAndAgent) {
   using Lines = std::vector<std::wstring>;
   const std::wstring complete = L"walkMIB complete. No. of OIDs found: '2'.";
   const auto two = [] { return MibAgent(SystemMib(2)); };
-  const auto gen_err = [] {
-    return ScriptedAgent([](const Request& r) {
-      return Response(r.version, r.community, r.id, 5, 1, VarBind(r.oid, kNull));
-    });
-  };
+  const auto gen_err = [] { return Answering({}, 5); };
   // Answers sysDescr.0 to everything: the second answer repeats the first.
-  const auto repeats = [] {
-    return ScriptedAgent([](const Request& r) {
-      return Response(r.version, r.community, r.id, 0, 0, VarBind(SystemOid(1), Int(7)));
-    });
-  };
+  const auto repeats = [] { return Answering(VarBind(SystemOid(1), Int(7))); };
   // A GetBulk answer whose second binding goes back.
   const auto goes_back = [] {
-    return ScriptedAgent([](const Request& r) {
-      return Response(r.version, r.community, r.id, 0, 0,
-                      Cat({VarBind(SystemOid(3), Int(3)), VarBind(SystemOid(1), Int(1))}));
-    });
+    return Answering(Cat({VarBind(SystemOid(3), Int(3)), VarBind(SystemOid(1), Int(1))}));
   };
   const auto silent = [] { return ScriptedAgent(nullptr); };
   const auto not_following = [](const wchar_t* asked) {
@@ -253,12 +242,12 @@ TEST(WalkMibOperation, GetBulkHalvesOnTooBigAndWalksOnFromTheLastBinding) {
   ASSERT_EQ(w.Run(), WalkStatus::kComplete);
   std::vector<std::wstring> expected;
   for (int n = 1; n <= 12; ++n)
-    expected.push_back(SystemOidText(n));
+    expected.push_back(L".1.3.6.1.2.1.1." + std::to_wstring(n) + L".0");
   EXPECT_EQ(w.Oids(), expected);
   std::vector<std::uint32_t> repetitions, ids;
   std::vector<Bytes> names;
   for (const auto& d : agent.Received()) {
-    const Request r = Parse(d.bytes);
+    const ReadRequest r = ReadRequestFields(d.bytes);
     EXPECT_EQ(std::tuple(r.pdu, r.second), std::tuple(std::uint8_t{0xA5}, 0u));  // non-repeaters
     repetitions.push_back(r.third);
     ids.push_back(r.id);
@@ -366,14 +355,12 @@ TEST(WalkMibOperation, CommunityJoinsTheHistoryWhenTheWalkEndsAndIsStoredFirst) 
 }
 
 TEST(WalkMibOperation, SysObjectIdFillsTheStartOidOrLogsWhyNot) {
-  FakeAgent agent = ScriptedAgent([](const Request& r) {
-    return Response(r.version, r.community, r.id, 0, 0,
-                    VarBind(r.oid, Tlv(0x06, Hex("2b 06 01 04 01 83 d3 5f 01"))));
-  });
+  FakeAgent agent = Answering(
+      VarBind(Hex("2b 06 01 02 01 01 02 00"), Tlv(0x06, Hex("2b 06 01 04 01 83 d3 5f 01"))));
   Walk w(agent.Port());
   EXPECT_EQ(w.op.GetSysObjectId(w.options.udp, w.ui), pages::RequestOutcome::kDone);
   EXPECT_EQ(w.op.Form().start_oid, L".1.3.6.1.4.1.59871.1");
-  const Request sent = Parse(agent.Received().at(0).bytes);
+  const ReadRequest sent = ReadRequestFields(agent.Received().at(0).bytes);
   EXPECT_EQ(std::tuple(sent.pdu, sent.oid),
             std::tuple(std::uint8_t{0xA0}, Hex("2b 06 01 02 01 01 02 00")));
 
