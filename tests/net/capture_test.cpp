@@ -19,6 +19,7 @@
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
+#include "support/request_reader.h"
 #include "support/snmpd_process.h"
 #include "support/snmptrapd_process.h"
 #include "util/temp_folder.h"
@@ -86,16 +87,27 @@ TEST(Capture, GetSetWalkAndTrapReadByTsharkAsTheTreeDecodesThem) {
   logs::ITransactionSink& sink = logs::TransactionLogSink();
   const net::UdpSettings settings;
 
-  CSNMPMessage get(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest),
+  const auto get = [&](const wchar_t* oid) {
+    CSNMPMessage request(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest),
+        response(snmp::kPduResponse);
+    request.AddNullVarBind(oid);
+    EXPECT_EQ(
+        net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), settings, L"Get", request, response, sink),
+        0);
+    std::wstring value;
+    std::uint32_t tag = 0;
+    if (response.VarBinds().Count() == 1)
+      response.GetVarBind(1)->ValueText(value, tag);
+    return value;
+  };
+  EXPECT_EQ(get(L".1.3.6.1.2.1.1.1.0"), L"Sondara test agent");
+  CSNMPMessage set(snmp::kSnmpVersion1, L"setcomm", snmp::kPduSetRequest),
       response(snmp::kPduResponse);
-  get.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
-  ASSERT_EQ(net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), settings, L"Get", get, response, sink),
-            0);
-  CSNMPMessage set(snmp::kSnmpVersion1, L"setcomm", snmp::kPduSetRequest);
   set.SetRequestId(1);
   set.AddVarBind(L".1.3.6.1.2.1.1.4.0", snmp::kTagOctetString, L"ops@example.test");
   ASSERT_EQ(net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), settings, L"Set", set, response, sink),
             0);
+  EXPECT_EQ(get(L".1.3.6.1.2.1.1.4.0"), L"ops@example.test");
   {
     net::CSnmpRequester walk(L"127.0.0.1", snmpd.Port(), settings, L"walkMIB", sink);
     std::wstring oid = L".1.3.6.1.2.1.1";
@@ -117,7 +129,7 @@ TEST(Capture, GetSetWalkAndTrapReadByTsharkAsTheTreeDecodesThem) {
   ASSERT_EQ(trapd.Traps(1).size(), 1U);
 
   const auto kept = log.Datagrams().Snapshot();
-  ASSERT_EQ(kept.size(), 2U + 2U + 40U + 1U);
+  ASSERT_EQ(kept.size(), 2U + 2U + 2U + 40U + 1U);
   sondara_test::TempFolder dir;
   const std::string file = dir / "exchange.pcapng", out = dir / "fields.txt";
   ASSERT_TRUE(logs::WritePcapngFile(file, kept));
@@ -168,62 +180,29 @@ TEST(Capture, GetSetWalkAndTrapReadByTsharkAsTheTreeDecodesThem) {
 }
 
 // A scripted agent with 8,000 objects: each GetNext is answered with the next object, under the
-// request's own id, found by reading the request's bytes by hand.
+// request's own id.
 std::vector<testing_support::FakeAgent::Reply> NextObject(
     const testing_support::FakeAgent::Datagram& d, int n) {
   using namespace testing_support;
-  const std::vector<std::uint8_t>& b = d.bytes;
-  std::size_t p = 0;
-  auto header = [&](bool enter) {  // steps over an identifier and its length, and its content
-    ++p;
-    std::size_t len = b.at(p++);
-    if (len & 0x80) {
-      const std::size_t count = len & 0x7F;
-      len = 0;
-      for (std::size_t i = 0; i < count; ++i)
-        len = (len << 8) | b.at(p++);
-    }
-    if (!enter)
-      p += len;
-    return len;
-  };
-  header(true);   // message
-  header(false);  // version
-  header(false);  // community
-  header(true);   // PDU
-  const std::size_t id_len = header(true);
-  std::uint32_t id = 0;
-  for (std::size_t i = 0; i < id_len; ++i)
-    id = (id << 8) | b.at(p++);
   if (n >= 8000)
     return {};
-  const std::uint32_t object = static_cast<std::uint32_t>(n) + 1;
+  const auto object = static_cast<std::uint32_t>(n) + 1;
   Bytes oid = Hex("2b 06 01 04 01 86 8d 1f 01");  // .1.3.6.1.4.1.99999.1
   if (object >= 0x80)
     oid.push_back(static_cast<std::uint8_t>(0x80 | (object >> 7)));
   oid.push_back(static_cast<std::uint8_t>(object & 0x7F));
-  return {{Response(1, "public", id, 0, 0, VarBind(oid, Str("object value of some length"))), 0,
-           false}};
+  return {{Response(1, "public", ReadRequestFields(d.bytes).id, 0, 0,
+                    VarBind(oid, Str("object value of some length")))}};
 }
 
 TEST(Capture, AWalkOf8000ObjectsStaysWithinTheKeptLimits) {
   testing_support::FakeAgent agent(NextObject);
-  // The real limits and tight ones, fed by the same walk.
-  logs::CTransactionLog wide, tight(10000, 1 << 20);
-  struct Tee : logs::ITransactionSink {
-    logs::CTransactionLog* logs[2];
-    void LogDatagram(std::int32_t direction, std::wstring_view source,
-                     std::span<const std::uint8_t> bytes, const logs::DatagramEnds& ends) override {
-      for (auto* log : logs)
-        log->AddDatagram(direction, source, bytes, ends);
-    }
-    void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
-  } tee;
-  tee.logs[0] = &wide;
-  tee.logs[1] = &tight;
+  logs::CTransactionLog log(10000, 1 << 20);  // limits the walk goes far beyond
+  logs::RegisterTransactionLog(&log);
   net::UdpSettings settings;
   settings.retries = 0;
-  net::CSnmpRequester walk(L"127.0.0.1", agent.Port(), settings, L"walkMIB", tee);
+  net::CSnmpRequester walk(L"127.0.0.1", agent.Port(), settings, L"walkMIB",
+                           logs::TransactionLogSink());
   std::wstring oid = L".1.3.6.1.4.1.99999.1";
   for (int i = 0; i < 8000; ++i) {
     CSNMPMessage next(snmp::kSnmpVersion2c, L"public", snmp::kPduGetNextRequest),
@@ -232,21 +211,18 @@ TEST(Capture, AWalkOf8000ObjectsStaysWithinTheKeptLimits) {
     next.AddNullVarBind(oid);
     ASSERT_EQ(walk.Request(next, answer), 0) << i;
     oid = answer.GetVarBind(1)->Name()->Text();
-    if (i % 500 == 0) {  // as the pane's timer would
-      wide.MovePending();
-      tight.MovePending();
-    }
+    if (i % 500 == 0)  // as the pane's timer would
+      log.MovePending();
   }
+  logs::RegisterTransactionLog(nullptr);
   EXPECT_EQ(oid, L".1.3.6.1.4.1.99999.1.8000");
-  EXPECT_EQ(wide.Datagrams().Count(), 16000U);
-  EXPECT_LE(wide.Datagrams().MemoryBytes(), logs::kMaxKeptBytes);
-  EXPECT_LE(tight.Datagrams().Count(), 10000U);
-  EXPECT_LE(tight.Datagrams().MemoryBytes(), 1U << 20);
-  EXPECT_GT(tight.Datagrams().MemoryBytes(), (1U << 20) - 1000);  // full, not emptied
+  EXPECT_LE(log.Datagrams().Count(), 10000U);
+  EXPECT_LE(log.Datagrams().MemoryBytes(), 1U << 20);
+  EXPECT_GT(log.Datagrams().MemoryBytes(), (1U << 20) - 1000);  // full, not emptied
   // The newest are the ones kept, with no gap.
-  const auto kept = tight.Datagrams().Snapshot();
+  const auto kept = log.Datagrams().Snapshot();
   EXPECT_EQ(kept.back()->number, 16000U);
-  EXPECT_EQ(kept.back()->bytes, wide.Datagrams().Find(16000)->bytes);
+  EXPECT_EQ(kept.back()->bytes, NextObject(agent.Received().back(), 7999).front().bytes);
   EXPECT_EQ(kept.front()->number, 16000U - kept.size() + 1);
 }
 
