@@ -1,8 +1,6 @@
 // sondara-cli against a real net-snmp agent, checked against net-snmp's own tools.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <regex>
 #include <set>

@@ -6,9 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "cli/cli_process.h"

@@ -87,27 +87,16 @@ TEST(Capture, GetSetWalkAndTrapReadByTsharkAsTheTreeDecodesThem) {
   logs::ITransactionSink& sink = logs::TransactionLogSink();
   const net::UdpSettings settings;
 
-  const auto get = [&](const wchar_t* oid) {
-    CSNMPMessage request(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest),
-        response(snmp::kPduResponse);
-    request.AddNullVarBind(oid);
-    EXPECT_EQ(
-        net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), settings, L"Get", request, response, sink),
-        0);
-    std::wstring value;
-    std::uint32_t tag = 0;
-    if (response.VarBinds().Count() == 1)
-      response.GetVarBind(1)->ValueText(value, tag);
-    return value;
-  };
-  EXPECT_EQ(get(L".1.3.6.1.2.1.1.1.0"), L"Sondara test agent");
-  CSNMPMessage set(snmp::kSnmpVersion1, L"setcomm", snmp::kPduSetRequest),
+  CSNMPMessage get(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest),
       response(snmp::kPduResponse);
+  get.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+  ASSERT_EQ(net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), settings, L"Get", get, response, sink),
+            0);
+  CSNMPMessage set(snmp::kSnmpVersion1, L"setcomm", snmp::kPduSetRequest);
   set.SetRequestId(1);
   set.AddVarBind(L".1.3.6.1.2.1.1.4.0", snmp::kTagOctetString, L"ops@example.test");
   ASSERT_EQ(net::ExchangeRequest(L"127.0.0.1", snmpd.Port(), settings, L"Set", set, response, sink),
             0);
-  EXPECT_EQ(get(L".1.3.6.1.2.1.1.4.0"), L"ops@example.test");
   {
     net::CSnmpRequester walk(L"127.0.0.1", snmpd.Port(), settings, L"walkMIB", sink);
     std::wstring oid = L".1.3.6.1.2.1.1";
@@ -129,7 +118,7 @@ TEST(Capture, GetSetWalkAndTrapReadByTsharkAsTheTreeDecodesThem) {
   ASSERT_EQ(trapd.Traps(1).size(), 1U);
 
   const auto kept = log.Datagrams().Snapshot();
-  ASSERT_EQ(kept.size(), 2U + 2U + 2U + 40U + 1U);
+  ASSERT_EQ(kept.size(), 2U + 2U + 40U + 1U);
   sondara_test::TempFolder dir;
   const std::string file = dir / "exchange.pcapng", out = dir / "fields.txt";
   ASSERT_TRUE(logs::WritePcapngFile(file, kept));
