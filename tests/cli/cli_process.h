@@ -10,6 +10,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -118,6 +119,15 @@ inline std::vector<std::string> Args(const std::string& text) {
     args.push_back(text.substr(at, bar == std::string::npos ? bar : bar - at));
   }
   return args;
+}
+
+// The lines of a program's output, without their line feeds.
+inline std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
+  return lines;
 }
 
 inline ProcessResult RunProcess(const std::vector<std::string>& argv,

@@ -6,9 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "cli/cli_process.h"
@@ -50,7 +48,6 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
        "'2147483648' does not fit Integer32"},
       {{"set", "127.0.0.1", "-p", port, oid, "IPAddress", "300.1.1.1"},
        "'300.1.1.1' does not fit IPAddress"},
-      {{"set", "127.0.0.1", "-p", port, oid, "Counter32", "0x1FFFFFFFF"}, "does not fit Counter32"},
       {{"set", "127.0.0.1", "-p", port, oid, "Octet String"}, "needs a VALUE"},
       {{"get", "127.0.0.1", "-p", "70000", oid}, "bad port '70000'"},
       {{"get", "127.0.0.1", "-p", "0", oid}, "bad port '0'"},
@@ -69,14 +66,9 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
       {{"sweep", "10.0.0.1", "10.0.0.256"}, "bad END '10.0.0.256'"},
       {{"sweep", "10.0.0.x", "10.0.0.2"}, "bad START '10.0.0.x'"},
       {{"sweep", "10.0.0.1", "10.0.0.2", "-c", "x"}, "sweep: option -c does not apply"},
-      {{"walk", "-p", port}, "walk: missing HOST"},
       {{"walk", "127.0.0.1", "-p", port, ".1.3.x"}, "bad OID '.1.3.x'"},
       {{"walk", "127.0.0.1", "-p", port, ".1.3", ".1.4"}, "unexpected argument '.1.4'"},
       {{"walk", "127.0.0.1", "-p", port, "--bulk", "0"}, "bad --bulk '0'"},
-      {{"walk", "127.0.0.1", "-p", "70000"}, "bad port '70000'"},
-      {{"trap", "127.0.0.1", "-p", port, oid, "Bits", "1"}, "unknown TYPE 'Bits'"},
-      {{"trap", "127.0.0.1", "-p", port, oid, "Timeticks", "-1"}, "'-1' does not fit Timeticks"},
-      {{"trap", "127.0.0.1", "-p", port, oid, "Null"}, "needs a VALUE"},
       {{"trap", "127.0.0.1", "-p", port, "--trap-oid", "1.3."}, "bad --trap-oid '1.3.'"},
       {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--trap-oid", ".1.3"}, "for -v 2c traps"},
       {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--enterprise", "x"}, "bad --enterprise 'x'"},
@@ -122,10 +114,6 @@ TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
   EXPECT_EQ(received[3].bytes, received[0].bytes);
 }
 
-std::uint32_t RequestId(const Bytes& d) {
-  return ReadRequestFields(d).id;
-}
-
 TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
   // Object n is .1.3.6.1.2.1.1.9.1.3.n = "object n", each answered after 50 ms; the view
   // ends after 100 objects, far beyond where the test stops the walk.
@@ -134,7 +122,7 @@ TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
     const Bytes oid = Cat({Hex("2b 06 01 02 01 01 09 01 03"), Bytes{index}});
     const Bytes value = index > 100 ? Hex("82 00") : Str("object " + std::to_string(index));
     return std::vector<FakeAgent::Reply>{
-        {Response(1, "getcom", RequestId(d.bytes), 0, 0, VarBind(oid, value)), 50}};
+        {Response(1, "getcom", ReadRequestFields(d.bytes).id, 0, 0, VarBind(oid, value)), 50}};
   });
   Cli cli;
   const auto walk = cli.Start(
@@ -145,10 +133,7 @@ TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
   EXPECT_EQ(r.status, 130) << r.out;
 
   // Standard error is mixed in: the objects come before the line that ends the walk.
-  std::vector<std::string> lines;
-  std::istringstream in(r.out);
-  for (std::string line; std::getline(in, line);)
-    lines.push_back(line);
+  const std::vector<std::string> lines = sondara_test::Lines(r.out);
   ASSERT_GE(lines.size(), 7U) << r.out;
   const std::size_t found = lines.size() - 2;
   EXPECT_LT(found, 100U);
@@ -182,8 +167,8 @@ TEST(CliUsage, AWalkThatFailsSaysHowByItsStatus) {
       if (c.silent)
         return std::vector<FakeAgent::Reply>{};
       return std::vector<FakeAgent::Reply>{
-          {Response(1, "getcom", RequestId(d.bytes), c.error_status, c.error_status != 0 ? 1 : 0,
-                    VarBind(system, Str("x")))}};
+          {Response(1, "getcom", ReadRequestFields(d.bytes).id, c.error_status,
+                    c.error_status != 0 ? 1 : 0, VarBind(system, Str("x")))}};
     });
     const ProcessResult r = Cli().Run({"walk", "127.0.0.1", "-p", std::to_string(agent.Port()),
                                        "-t", "200", "-r", "0", ".1.3.6.1.2.1.1"});

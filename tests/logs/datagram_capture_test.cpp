@@ -2,12 +2,11 @@
 // analyser reads it.
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <unistd.h>
+#include <netdb.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,24 +21,23 @@ using logs::CDatagramStore;
 using logs::DatagramEnds;
 using testing_support::Hex;
 
+// A numeric address and port as a socket address.
+sockaddr_storage End(const char* address, std::uint16_t port) {
+  addrinfo hints{};
+  hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
+  hints.ai_socktype = SOCK_DGRAM;
+  addrinfo* found = nullptr;
+  sockaddr_storage end{};
+  if (::getaddrinfo(address, std::to_string(port).c_str(), &hints, &found) == 0) {
+    std::memcpy(&end, found->ai_addr, found->ai_addrlen);
+    ::freeaddrinfo(found);
+  }
+  return end;
+}
+
 DatagramEnds Ends(const char* local, std::uint16_t local_port, const char* remote,
                   std::uint16_t remote_port) {
-  DatagramEnds ends;
-  for (auto [text, port, where] : {std::tuple(local, local_port, &ends.local),
-                                   std::tuple(remote, remote_port, &ends.remote)}) {
-    if (std::string(text).find(':') == std::string::npos) {
-      auto& a = reinterpret_cast<sockaddr_in&>(*where);
-      a.sin_family = AF_INET;
-      a.sin_port = htons(port);
-      ::inet_pton(AF_INET, text, &a.sin_addr);
-    } else {
-      auto& a = reinterpret_cast<sockaddr_in6&>(*where);
-      a.sin6_family = AF_INET6;
-      a.sin6_port = htons(port);
-      ::inet_pton(AF_INET6, text, &a.sin6_addr);
-    }
-  }
-  return ends;
+  return {End(local, local_port), End(remote, remote_port)};
 }
 
 TEST(DatagramStore, KeepsTheNewestWithinCountAndMemoryAndForgetsOnReset) {

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <future>
 #include <memory>
 #include <set>
@@ -177,45 +176,24 @@ struct ProbedEntry {
   LockProbe* probe;
 };
 
+// Rows leave by three ways: pushed out by a tick, dropped unshown by a tick, and Reset.
 TEST(LogQueue, RowsAreFreedAfterTheLockIsLetGo) {
-  using Queue = logs::CLogQueue<ProbedEntry>;
-  const auto add = [](Queue& q, int count, LockProbe* first) {
+  logs::CLogQueue<ProbedEntry> queue;
+  LockProbe probe;
+  probe.queue = &queue;
+  const auto add = [&](int count) {  // the first of them probed
     for (int i = 0; i < count; ++i)
-      q.Add(std::make_unique<ProbedEntry>(i == 0 ? first : nullptr));
+      queue.Add(std::make_unique<ProbedEntry>(i == 0 ? &probe : nullptr));
   };
-  const struct {
-    const char* what;
-    std::function<void(Queue&, LockProbe*)> run;
-  } cases[] = {
-      {"pushed out by a tick",
-       [&](Queue& q, LockProbe* p) {
-         add(q, 1024, p);
-         q.MovePending();
-         add(q, 1, nullptr);
-         q.MovePending();
-       }},
-      {"dropped unshown by a tick",
-       [&](Queue& q, LockProbe* p) {
-         add(q, 1025, p);
-         q.MovePending();
-       }},
-      {"reset",
-       [&](Queue& q, LockProbe* p) {
-         add(q, 3, p);
-         q.MovePending();
-         q.ResetShown();
-       }},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    Queue queue;
-    LockProbe probe;
-    probe.queue = &queue;
-    c.run(queue, &probe);
-    EXPECT_EQ(probe.freed, 1);
-    EXPECT_EQ(probe.while_locked, 0);
-    probe.asks.clear();
-  }
+  add(1024);
+  queue.MovePending();
+  add(1025);  // pushes out all the shown ones, its own first is dropped unshown
+  queue.MovePending();
+  add(1);
+  queue.MovePending();
+  queue.ResetShown();
+  EXPECT_EQ(probe.freed, 3);
+  EXPECT_EQ(probe.while_locked, 0);
 }
 
 }  // namespace

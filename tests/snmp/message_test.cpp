@@ -32,7 +32,6 @@ TEST(Message, GetRequestBytesAndTheTrailingByte) {
   EXPECT_EQ(trailing.DecodeFrom(Hex(std::string(kGet) + " 00")), kBerTrailing);
 }
 
-// Under the sanitizer build the cuts and corruptions guard against reading past the input.
 // A walk's GetBulk (RFC 3416): non-repeaters and max-repetitions where error-status and
 // error-index sit. Its answer, whose binding count the check leaves to the agent, turns into the
 // next request: the last name with a Null value.
@@ -63,11 +62,13 @@ TEST(Message, GetBulkRequestBytesAndTheNextRequestFromItsAnswer) {
             "06 08 2b 06 01 02 01 01 03 00 05 00");
 }
 
-TEST(Message, EveryKindRoundTripsAndSurvivesTruncationAndCorruption) {
-  for (const MessageKind& kind : MessageKinds()) {
-    CSNMPMessage& msg = *kind.msg;
-    SCOPED_TRACE(kind.fields);
+// Under the sanitizer build the cuts guard against reading past the input (the fuzz targets
+// replay corrupted messages).
+TEST(Message, EveryKindRoundTripsAndSurvivesTruncation) {
+  for (const auto& kind : MessageKinds()) {
+    CSNMPMessage& msg = *kind;
     const std::string hex = EncodeHex(msg);
+    SCOPED_TRACE(hex);
     ASSERT_NE(hex, "FAIL");
     const std::vector<std::uint8_t> bytes = Hex(hex);
     CSNMPMessage back(msg.PduType());
@@ -80,14 +81,6 @@ TEST(Message, EveryKindRoundTripsAndSurvivesTruncationAndCorruption) {
       std::vector<std::uint8_t> part(bytes.begin(), bytes.begin() + static_cast<long>(cut));
       CSNMPMessage partial(msg.PduType());
       EXPECT_NE(partial.DecodeFrom(part), kBerOk) << "cut at " << cut;
-    }
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      for (std::uint8_t v : {0x00, 0x7f, 0x80, 0x84, 0xff}) {
-        std::vector<std::uint8_t> bad = bytes;
-        bad[i] = v;
-        CSNMPMessage corrupt(msg.PduType());
-        (void)corrupt.DecodeFrom(bad);
-      }
     }
   }
 }

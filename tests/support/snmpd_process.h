@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
@@ -12,10 +11,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/hex_bytes.h"
@@ -84,6 +86,23 @@ class NetSnmpDaemon {
     pid_ = -1;
     return true;
   }
+  // Empty once the daemon's socket is bound to 127.0.0.1 and the port, as the kernel lists
+  // them (datagrams sent from then on wait for it), else why not within 5 s.
+  std::string WaitUntilBound(const std::string& name) {
+    char bound[32];
+    std::snprintf(bound, sizeof bound, "0100007F:%04X", port_);
+    for (int i = 0; i < 100; ++i) {
+      if (Exited())
+        return name + " exited (is /usr/sbin/" + name + " installed?); see " + folder_;
+      std::ifstream udp("/proc/net/udp");
+      for (std::string line; std::getline(udp, line);) {
+        if (line.find(bound) != std::string::npos)
+          return "";
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return name + " did not start within 5 s";
+  }
 
   std::string folder_;
   std::uint16_t port_ = 0;
@@ -102,28 +121,7 @@ class SnmpdProcess : public NetSnmpDaemon {
                         << kSnmpdSysDescr << "\nsyslocation Test bench\n";
     if (!Spawn({"/usr/sbin/snmpd", "-f", "-C", "-c", conf, "-Lf", log, Endpoint()}, {}))
       return "snmpd could not be started";
-    for (int i = 0; i < 50; ++i) {  // up to 5 s
-      if (Answers())
-        return "";
-      if (Exited())
-        return "snmpd exited (is /usr/sbin/snmpd installed?); see " + log;
-    }
-    return "snmpd did not answer within 5 s";
-  }
-
- private:
-  // A hand-written v2c Get of sysDescr.0 with "getcom", and 100 ms for any answer.
-  bool Answers() const {
-    const auto get =
-        Hex("30 26 02 01 01 04 06 67 65 74 63 6f 6d a0 19 02 01 01 02 01 00 02 01 00"
-            "30 0e 30 0c 06 08 2b 06 01 02 01 01 01 00 05 00");
-    const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in a{AF_INET, htons(port_), {htonl(INADDR_LOOPBACK)}, {}};
-    ::sendto(fd, get.data(), get.size(), 0, reinterpret_cast<const sockaddr*>(&a), sizeof a);
-    pollfd p{fd, POLLIN, 0};
-    const bool answered = ::poll(&p, 1, 100) > 0;
-    ::close(fd);
-    return answered;
+    return WaitUntilBound("snmpd");
   }
 };
 

@@ -25,20 +25,7 @@ class SnmptrapdProcess : public NetSnmpDaemon {
                 "%V~%N~%a~%w~%q~%T~%v\n", Endpoint()},
                {"MIBS="}))
       return "snmptrapd could not be started";
-    // Ready once its socket is bound: 127.0.0.1 and the port, as the kernel lists them.
-    char bound[32];
-    std::snprintf(bound, sizeof bound, "0100007F:%04X", port_);
-    for (int i = 0; i < 100; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
-      if (Exited())
-        return "snmptrapd exited (is /usr/sbin/snmptrapd installed?)";
-      std::ifstream udp("/proc/net/udp");
-      for (std::string line; std::getline(udp, line);) {
-        if (line.find(bound) != std::string::npos)
-          return "";
-      }
-    }
-    return "snmptrapd did not start within 5 s";
+    return WaitUntilBound("snmptrapd");
   }
 
   // The trap lines written so far, waiting up to `timeout` for at least `count` of them.
