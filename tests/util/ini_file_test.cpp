@@ -55,11 +55,12 @@ TEST(IniFileTest, WritesInPlaceAndClearsSectionsKeepingWhatItDoesNotOwn) {
   ini.WriteString(L"a", L"X", L"9");  // existing key, other spelling
   ini.WriteString(L"A", L"z", L"3");  // new key goes after the last key, before the blank
   ini.WriteString(L"B", L"lines", L"one\r\ntwo");  // a line break cannot live in a line
+  ini.WriteString(L"B", L"pad", L" v ");           // blanks at the ends need quotes to stay
   ini.ClearSection(L"C");                          // the repeated section goes as well
   ini.WriteInt(L"C", L"n", -4);
   ini.ClearSection(L"Fresh");  // a missing section is created empty
   EXPECT_EQ(ini.Serialize(),
-            "; mine\n[A]\nX=9\nz=3\n\n[B]\ny=2\nlines=one  two\n"
+            "; mine\n[A]\nX=9\nz=3\n\n[B]\ny=2\nlines=one  two\npad=\" v \"\n"
             "[C]\nn=-4\n\n; about D\n[D]\nd=1\n\n[Fresh]\n");
 }
 
