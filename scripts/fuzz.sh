@@ -77,7 +77,7 @@ for name in "${targets[@]}"; do
   log="$work/$name.log"
   read -r rc added <"$work/$name.result"
   runs=$(grep -o 'stat::number_of_executed_units: [0-9]*' "$log" | tail -n 1 | awk '{print $2}')
-  speed=$(grep -o 'stat::average_exec_per_sec: [0-9]*' "$log" | tail -n 1 | awk '{print $2}')
+  speed=$(grep -oE 'stat::average_exec_per_sec: *[0-9]+' "$log" | tail -n 1 | awk '{print $2}')
   result=ok
   if [ "$rc" -ne 0 ]; then
     result="FAILED (see $log; inputs in $work/artifacts)"
