@@ -6,13 +6,13 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "logs/pcapng_file.h"
 #include "logs/transaction_log.h"
 #include "support/hex_bytes.h"
+#include "support/tshark.h"
 #include "util/temp_folder.h"
 
 namespace {
@@ -102,20 +102,13 @@ TEST(PcapngFile, TsharkReadsAddressesPortsTimesDirectionsAndChecksums) {
   const std::string file = dir / "capture.pcapng";
   ASSERT_TRUE(logs::WritePcapngFile(file, store.Snapshot()));
 
-  const std::string out = dir / "fields.txt";
-  const std::string cmd =
-      "tshark -n -r '" + file +
-      "' -o udp.check_checksum:TRUE -o ip.check_checksum:TRUE -d udp.port==161,snmp "
+  const std::vector<std::string> lines = sondara_test::TsharkLines(
+      file,
+      "-o udp.check_checksum:TRUE -o ip.check_checksum:TRUE -d udp.port==161,snmp "
       "-d udp.port==162,snmp -T fields -E separator='|' -e frame.time_epoch -e ip.src -e ip.dst "
       "-e ipv6.src -e ipv6.dst -e udp.srcport -e udp.dstport -e frame.packet_flags_direction "
       "-e ip.checksum.status -e udp.checksum.status -e frame.comment -e snmp.request_id "
-      "-e _ws.malformed >'" +
-      out + "' 2>'" + out + ".err'";
-  ASSERT_EQ(std::system(cmd.c_str()), 0) << sondara_test::ReadFile(out + ".err");
-  std::ifstream in(out);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);)
-    lines.push_back(line);
+      "-e _ws.malformed");
   const std::vector<std::string> expected = {
       "1700000000.123456000|192.0.2.7|198.51.100.9|||40001|161|0x00000002|1|1|Get|7|",
       // Direction 2 is outbound, 1 inbound; checksum status 1 is good. The last byte is missing:
@@ -124,7 +117,7 @@ TEST(PcapngFile, TsharkReadsAddressesPortsTimesDirectionsAndChecksums) {
       "1700000002.123457000|||fe80::1|2001:db8::5|50000|162|0x00000002||1|sendTrap|7|",
       "1700000003.123456000|0.0.0.0|0.0.0.0|||0|0|0x00000002|1|1|Get||",
   };
-  ASSERT_EQ(lines.size(), expected.size()) << sondara_test::ReadFile(out + ".err");
+  ASSERT_EQ(lines.size(), expected.size());
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (i == 1) {  // up to the comment: the SNMP part is malformed on purpose
       const std::string upto = expected[i].substr(0, expected[i].find("walkMIB") + 7);
