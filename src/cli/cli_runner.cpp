@@ -100,7 +100,7 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
 
 void CliContext::Error(const std::wstring& text) const {
   out.flush();  // what was found comes before the line that ends it
-  err << "sondara-cli: " << tvkutil::ToUtf8(text) << "\n";
+  err << "sondara-cli: " << TerminalText(text) << "\n";  // lines may quote what a device sent
 }
 
 void CCliEventLines::AddEventLine(const std::wstring& line) {

@@ -5,6 +5,7 @@
 #include "net/icmp_echo.h"
 #include "pages/ping_operation.h"
 #include "util/string_table.h"
+#include "util/text.h"
 
 namespace cli {
 
@@ -13,15 +14,16 @@ int RunPing(CliContext& context) {
     context.Error(tvkutil::LoadString(tvkutil::ids::kIcmpUnavailable));
     return kExitFailure;
   }
+  // An IPv4 adapter has no IPv6 scope: any interface, as the toolbar does it.
   pages::PingTarget target{context.line.host, context.udp.use_ipv6,
-                           context.udp.adapter.ipv6_scope_id};
+                           context.udp.adapter.is_ipv4 ? 0 : context.udp.adapter.ipv6_scope_id};
   // The toolbar's fixed time-out and retries unless the command line gives others.
   if (context.line.timeout_ms)
     target.timeout_ms = *context.line.timeout_ms;
   if (context.line.retries)
     target.retries = *context.line.retries;
   context.transactions.SetTextEcho([&out = context.out](std::string_view text) {
-    out << text << "\n" << std::flush;
+    out << TerminalText(tvkutil::FromUtf8Lenient(text)) << "\n" << std::flush;
   });
   CCliOperationUi ui(context);
   switch (pages::RunPing(target, ui, context.transactions)) {

@@ -2,6 +2,9 @@
 
 #include <cstdio>
 
+#include "pages/results_file.h"
+#include "snmp/octet_string.h"
+#include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -13,26 +16,24 @@ std::string Utf8(std::wstring_view text) {
   return tvkutil::ToUtf8(text);
 }
 
-// Text output keeps one line per binding, as the results files do: line feeds are dropped.
-std::wstring OnOneLine(std::wstring_view value) {
-  std::wstring out;
-  for (wchar_t ch : value) {
-    if (ch != L'\n')
-      out.push_back(ch);
-  }
-  return out;
+std::string CsvField(std::wstring_view value, bool always_quoted) {
+  return Utf8(pages::CsvField(value, always_quoted));
 }
 
-// A csv field: the results files' quoted text on one line, with quotes inside it doubled so
-// that CSV readers take the value whole (the files have always left them single).
-std::string CsvField(std::wstring_view value) {
-  std::wstring out = L"\"";
-  for (wchar_t ch : OnOneLine(value)) {
-    out.push_back(ch);
-    if (ch == L'"')
-      out.push_back(ch);
+bool NeedsEscape(wchar_t ch) {
+  return ch < 0x20 || (ch >= 0x7F && ch <= 0x9F) || ch == 0x061C || ch == 0x200E || ch == 0x200F ||
+         (ch >= 0x2028 && ch <= 0x202E) || (ch >= 0x2066 && ch <= 0x2069);
+}
+
+// Lower-case hex pairs separated by blanks, as the pages show bytes that are not text.
+std::string HexPairs(std::span<const std::uint8_t> bytes) {
+  std::string out;
+  for (std::uint8_t b : bytes) {
+    char pair[4];
+    std::snprintf(pair, sizeof pair, out.empty() ? "%02x" : " %02x", static_cast<unsigned>(b));
+    out += pair;
   }
-  return Utf8(out + L"\"");
+  return out;
 }
 
 std::string Header(int first, int second, int third) {
@@ -41,6 +42,27 @@ std::string Header(int first, int second, int third) {
 }
 
 }  // namespace
+
+std::string TerminalText(std::wstring_view text) {
+  std::wstring out;
+  for (wchar_t ch : text) {
+    if (ch == L'\\') {
+      out += L"\\\\";
+    } else if (!NeedsEscape(ch)) {
+      out.push_back(ch);
+    } else if (ch == L'\r') {
+      out += L"\\r";
+    } else if (ch == L'\n') {
+      out += L"\\n";
+    } else if (ch == L'\t') {
+      out += L"\\t";
+    } else {
+      out += tvkutil::FormatN(ch <= 0xFF ? L"\\x%02x" : L"\\u%04x", SIZE_MAX,
+                              static_cast<unsigned>(ch));
+    }
+  }
+  return Utf8(out);
+}
 
 std::string JsonString(std::wstring_view text) {
   std::string out = "\"";
@@ -74,22 +96,39 @@ std::string JsonString(std::wstring_view text) {
   return out + "\"";
 }
 
+void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
+  std::wstring text;
+  std::uint32_t tag = 0;
+  (void)bind.ValueText(text, tag);  // Null and the exception values read as empty text
+  std::optional<std::span<const std::uint8_t>> octets;
+  if (const snmp::CASNDataType* value = bind.Value(); value && tag == snmp::kTagOctetString)
+    octets = static_cast<const snmp::COctetString*>(value)->Bytes();
+  PrintBinding(bind.Name() ? bind.Name()->Text() : std::wstring(), snmp::TypeNameOfTag(tag), text,
+               octets);
+}
+
 void CResultPrinter::PrintBinding(std::wstring_view oid, std::wstring_view type_name,
-                                  std::wstring_view value) {
+                                  std::wstring_view value,
+                                  std::optional<std::span<const std::uint8_t>> octets) {
   using namespace tvkutil::ids;
   switch (format_) {
     case OutputFormat::kText:
-      out_ << Utf8(oid) << " = " << Utf8(type_name) << ": " << Utf8(OnOneLine(value)) << "\n";
+      out_ << TerminalText(oid) << " = " << TerminalText(type_name) << ": " << TerminalText(value)
+           << "\n";
       break;
     case OutputFormat::kCsv:
       if (!header_written_)
         out_ << Header(kColumnOid, kColumnDataType, kColumnValue) << "\n";
       header_written_ = true;
-      out_ << Utf8(oid) << "," << Utf8(type_name) << "," << CsvField(value) << ",\n";
+      out_ << CsvField(oid, false) << "," << CsvField(type_name, false) << ","
+           << CsvField(value, true) << ",\n";
       break;
     case OutputFormat::kJson:
       out_ << "{\"oid\":" << JsonString(oid) << ",\"type\":" << JsonString(type_name)
-           << ",\"value\":" << JsonString(value) << "}\n";
+           << ",\"value\":" << JsonString(value);
+      if (octets)
+        out_ << ",\"hex\":\"" << HexPairs(*octets) << "\"";
+      out_ << "}\n";
       break;
   }
 }
@@ -99,13 +138,14 @@ void CResultPrinter::PrintDevice(std::wstring_view address, std::wstring_view na
   ++devices_;
   switch (format_) {
     case OutputFormat::kText:
-      out_ << Utf8(address) << (name.empty() ? "" : " ") << Utf8(OnOneLine(name)) << "\n";
+      out_ << TerminalText(address) << (name.empty() ? "" : " ") << TerminalText(name) << "\n";
       break;
     case OutputFormat::kCsv:
       if (!header_written_)
         out_ << Header(kColumnNumber, kColumnIp, kColumnDescription) << "\n";
       header_written_ = true;
-      out_ << "\"" << devices_ << "\"," << CsvField(address) << "," << CsvField(name) << ",\n";
+      out_ << CsvField(std::to_wstring(devices_), true) << "," << CsvField(address, true) << ","
+           << CsvField(name, true) << ",\n";
       break;
     case OutputFormat::kJson:
       out_ << "{\"address\":" << JsonString(address) << ",\"name\":" << JsonString(name) << "}\n";

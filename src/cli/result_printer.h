@@ -1,15 +1,20 @@
 // Prints what a command found on standard output in the chosen format: text, one
-// "OID = TypeName: value" line per binding; csv, the rows of the walk and discovery files under
-// their header, with quotes inside a value doubled; json, one object per line. Values come as
-// the pages render them.
+// "OID = TypeName: value" line per binding, with control characters and bidirectional
+// controls shown as escapes (TerminalText); csv, the rows of the walk and discovery files under
+// their header (pages::CsvField); json, one object per line, an OCTET STRING's bytes in hex
+// beside its text. Values come as the pages render them.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <ostream>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "cli/command_line.h"
+#include "snmp/var_bind.h"
 
 namespace cli {
 
@@ -18,11 +23,15 @@ class CResultPrinter {
   CResultPrinter(std::ostream& out, OutputFormat format) : out_(out), format_(format) {}
 
   // One binding: its OID text, the type name of its value and the value's text.
-  void PrintBinding(std::wstring_view oid, std::wstring_view type_name, std::wstring_view value);
+  void PrintBinding(const snmp::CVarBind& bind);
   // One device of a sweep: its address and host name (empty when it has none).
   void PrintDevice(std::wstring_view address, std::wstring_view name);
 
  private:
+  // `octets`: the bytes of an OCTET STRING value, for json's "hex".
+  void PrintBinding(std::wstring_view oid, std::wstring_view type_name, std::wstring_view value,
+                    std::optional<std::span<const std::uint8_t>> octets);
+
   std::ostream& out_;
   OutputFormat format_;
   bool header_written_ = false;
@@ -31,5 +40,12 @@ class CResultPrinter {
 
 // `text` as a JSON string, quotes included; UTF-8.
 std::string JsonString(std::wstring_view text);
+
+// `text` for a terminal, UTF-8: nothing a device sends may move the cursor, overwrite a line
+// or turn the text around, and nothing is dropped. A backslash reads "\\"; CR, LF and tab
+// "\r", "\n", "\t"; other C0 and C1 controls and DEL "\xHH"; the bidirectional marks, embeddings,
+// overrides and isolates (U+061C, U+200E, U+200F, U+202A-U+202E, U+2066-U+2069) and the line and
+// paragraph separators (U+2028, U+2029) "\uHHHH".
+std::string TerminalText(std::wstring_view text);
 
 }  // namespace cli

@@ -60,12 +60,8 @@ int RunRequest(CliContext& context, std::uint32_t pdu_type, const wchar_t* sourc
     return result > 0 ? kExitAgentError : kExitFailure;
   }
 
-  for (int i = 1; const snmp::CVarBind* bind = response.GetVarBind(i); ++i) {
-    std::wstring text;
-    std::uint32_t tag = 0;
-    bind->ValueText(text, tag);  // Null and the exception values read as empty text
-    context.printer.PrintBinding(bind->Name()->Text(), snmp::TypeNameOfTag(tag), text);
-  }
+  for (int i = 1; const snmp::CVarBind* bind = response.GetVarBind(i); ++i)
+    context.printer.PrintBinding(*bind);
   return kExitDone;
 }
 

@@ -62,12 +62,8 @@ int RunTrap(CliContext& context) {
     case pages::TrapOutcome::kSent:
       break;
   }
-  for (int i = 1; const snmp::CVarBind* bind = list.Get(i); ++i) {
-    std::wstring text;
-    std::uint32_t tag = 0;
-    (void)bind->ValueText(text, tag);  // Null reads as the empty text
-    context.printer.PrintBinding(bind->Name()->Text(), snmp::TypeNameOfTag(tag), text);
-  }
+  for (int i = 1; const snmp::CVarBind* bind = list.Get(i); ++i)
+    context.printer.PrintBinding(*bind);
   return kExitDone;
 }
 

@@ -1,10 +1,9 @@
-// walk: the walkMIB operation on this thread, each object printed as it is found; Ctrl+C stops
-// it as the page's St&op does.
+// walk: the walkMIB operation on this thread, each object printed as it is found and not kept
+// (memory stays flat however long the walk); Ctrl+C stops it as the page's St&op does.
 #include <string>
 
 #include "cli/commands.h"
 #include "pages/walk_mib_operation.h"
-#include "snmp/type_names.h"
 
 namespace cli {
 
@@ -24,10 +23,10 @@ int RunWalk(CliContext& context) {
   options.bulk_repetitions = line.bulk.value_or(0);
 
   CCliOperationUi ui(context);
-  const bool walked =
-      walk.RunWalk(options, ui, context.stop, [&context](const pages::COidInfo& found) {
-        context.printer.PrintBinding(found.oid, snmp::TypeNameOfTag(found.type), found.value);
-      });
+  const bool walked = walk.RunWalk(options, ui, context.stop,
+                                   [&context](const pages::COidInfo&, const snmp::CVarBind& bind) {
+                                     context.printer.PrintBinding(bind);
+                                   });
   if (!walked)
     return ui.Refused() ? kExitUsage : kExitFailure;
   switch (walk.FinalStatus()) {

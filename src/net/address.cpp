@@ -158,8 +158,13 @@ bool ParseIPv6Address(const std::wstring& text, sockaddr_in6& out) {
 }
 
 std::wstring WithScopeSuffix(const std::wstring& address_text, std::uint32_t scope_id) {
-  if (address_text.find(L'%') != std::wstring::npos)
+  in6_addr a{};
+  if (scope_id == 0 || address_text.find(L'%') != std::wstring::npos ||
+      ::inet_pton(AF_INET6, tvkutil::ToUtf8(address_text).c_str(), &a) != 1 ||
+      !(IN6_IS_ADDR_LINKLOCAL(&a) || IN6_IS_ADDR_MC_NODELOCAL(&a) ||
+        IN6_IS_ADDR_MC_LINKLOCAL(&a))) {
     return address_text;
+  }
   return address_text + tvkutil::FormatN(L"%%%u", SIZE_MAX, scope_id);
 }
 

@@ -47,8 +47,10 @@ bool ResolveIPv6Host(const std::wstring& host, std::uint32_t scope_id, std::wstr
 // is no IPv6 address. Never looks a name up.
 bool ParseIPv6Address(const std::wstring& text, sockaddr_in6& out);
 
-// Appends "%<scope_id>" when the text has no "%" yet, so that a link-local address leaves
-// through the interface chosen in the Options.
+// Appends "%<scope_id>" when the text has no "%" yet and names an address that needs a scope
+// (link-local unicast, interface- or link-local multicast), so that it leaves through the
+// interface chosen in the Options. Other addresses, and scope 0 ("any interface"), get none:
+// the system ignores a scope there, and "::1%0" only puzzles whoever reads it.
 std::wstring WithScopeSuffix(const std::wstring& address_text, std::uint32_t scope_id);
 
 // The name lookup the resolvers use; tests replace it to see whether a lookup happened.

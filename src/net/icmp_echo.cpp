@@ -76,21 +76,28 @@ std::uint16_t InternetChecksum(const std::uint8_t* data, std::size_t len) {
   return static_cast<std::uint16_t>(~sum);
 }
 
+// RFC 792 / RFC 1812 codes of destination unreachable.
 std::int32_t Icmp4ErrorStatus(std::uint8_t type, std::uint8_t code) {
   if (type == kIcmp4TimeExceeded)
     return kEchoTtlExpired;
   switch (code) {
-    case 0:
+    case 0:  // net unreachable
+    case 6:  // destination network unknown
       return kEchoDestNetUnreachable;
     case 2:
       return kEchoDestProtUnreachable;
     case 3:
       return kEchoDestPortUnreachable;
+    case 9:   // network administratively prohibited
+    case 10:  // host administratively prohibited
+    case 13:  // communication administratively prohibited
+      return kEchoDestProhibited;
     default:
       return kEchoDestHostUnreachable;
   }
 }
 
+// RFC 4443 codes of destination unreachable.
 std::int32_t Icmp6ErrorStatus(std::uint8_t type, std::uint8_t code) {
   if (type == ICMP6_TIME_EXCEEDED)
     return kEchoTtlExpired;
@@ -99,10 +106,30 @@ std::int32_t Icmp6ErrorStatus(std::uint8_t type, std::uint8_t code) {
   switch (code) {
     case ICMP6_DST_UNREACH_NOROUTE:
       return kEchoDestNetUnreachable;
+    case ICMP6_DST_UNREACH_ADMIN:
+    case 5:  // source address failed ingress/egress policy
+    case 6:  // reject route to destination
+      return kEchoDestProhibited;
     case ICMP6_DST_UNREACH_NOPORT:
       return kEchoDestPortUnreachable;
     default:
       return kEchoDestHostUnreachable;
+  }
+}
+
+// The system's refusal to send an echo, as the ICMP error a router would have sent: no route
+// (ENETUNREACH), an unreachable route or a failed neighbour lookup (EHOSTUNREACH), a filter
+// (EPERM). Anything else, EACCES of a broadcast address included, is a general failure.
+std::int32_t SendErrorStatus(int error) {
+  switch (error) {
+    case ENETUNREACH:
+      return kEchoDestNetUnreachable;
+    case EHOSTUNREACH:
+      return kEchoDestHostUnreachable;
+    case EPERM:
+      return kEchoDestProhibited;
+    default:
+      return kEchoGeneralFailure;
   }
 }
 
@@ -190,7 +217,7 @@ class CEchoSocket {
                                   reinterpret_cast<const sockaddr*>(&dest), dest_len);
     if (sent == static_cast<ssize_t>(packet.size()))
       return kEchoSuccess;
-    return errno == ENETUNREACH ? kEchoDestNetUnreachable : kEchoGeneralFailure;
+    return SendErrorStatus(errno);
   }
 
   // Waits until something can be read or `until` has passed; true when something can be read.
@@ -380,8 +407,8 @@ EchoResult Echo(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t des
 }
 
 // The attempts loop both families share: up to retries + 1 echoes, stopping at the first
-// that got an answer. Only a good answer counts as received; every attempt timing out, or an
-// error about the echo, both read as "not received".
+// that got an answer. Only a good answer counts as received; an error about the echo ends the
+// attempts and is reported in words.
 EchoResult EchoWithRetries(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
                            int timeout_ms, int retries, const EchoStopTest& stop) {
   EchoResult result;
@@ -403,6 +430,18 @@ std::wstring Line(int id, const auto&... args) {
   return tvkutil::FormatN(tvkutil::LoadString(id), SIZE_MAX, args...);
 }
 
+// The received row of an IPv4 echo: the reply, the error in words, or "not received".
+std::wstring OutcomeLine(const std::wstring& text, std::int32_t status, int data_size,
+                         int round_trip_ms) {
+  namespace ids = tvkutil::ids;
+  if (status == kEchoSuccess)
+    return Line(ids::kPingReplyIPv4, text, data_size, round_trip_ms);
+  const std::wstring words = EchoStatusWords(status);
+  if (words.empty())
+    return Line(ids::kPingNoReply, text);
+  return tvkutil::FormatN(L"Reply from %s: %s.", SIZE_MAX, text, words);
+}
+
 // One ping as both families log it: the sent row, the echoes, the outcome row. The IPv6 reply
 // row carries no data size.
 bool PingAndLog(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
@@ -414,10 +453,8 @@ bool PingAndLog(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t des
   sink.LogText(logs::kDirectionSent, source, tvkutil::ToUtf8(Line(ids::kPingSent, text)));
   const EchoResult r = EchoWithRetries(socket, dest, dest_len, timeout_ms, retries, stop);
   const bool ok = r.status == kEchoSuccess;
-  std::wstring outcome = Line(ids::kPingNoReply, text);
-  if (ok && dest.ss_family == AF_INET)
-    outcome = Line(ids::kPingReplyIPv4, text, r.data_size, r.round_trip_ms);
-  else if (ok)
+  std::wstring outcome = OutcomeLine(text, r.status, r.data_size, r.round_trip_ms);
+  if (ok && dest.ss_family != AF_INET)
     outcome = Line(ids::kPingReplyIPv6, text, r.round_trip_ms);
   sink.LogText(logs::kDirectionReceived, source, tvkutil::ToUtf8(outcome));
   return ok;
@@ -438,6 +475,25 @@ std::wstring DottedText(std::uint32_t address) {
 }
 
 }  // namespace
+
+std::wstring EchoStatusWords(std::int32_t status) {
+  switch (status) {
+    case kEchoDestNetUnreachable:
+      return L"Destination net unreachable";
+    case kEchoDestHostUnreachable:
+      return L"Destination host unreachable";
+    case kEchoDestProtUnreachable:
+      return L"Destination protocol unreachable";
+    case kEchoDestPortUnreachable:
+      return L"Destination port unreachable";
+    case kEchoDestProhibited:
+      return L"Communication administratively prohibited";
+    case kEchoTtlExpired:
+      return L"TTL expired in transit";
+    default:
+      return {};
+  }
+}
 
 bool LoadIcmp() {
   const CEchoSocket probe(AF_INET);
@@ -519,12 +575,9 @@ void LogEchoSent(logs::ITransactionSink& sink, std::wstring_view source, std::ui
 }
 
 void LogEchoOutcome(logs::ITransactionSink& sink, std::wstring_view source, std::uint32_t address,
-                    bool received, int data_size, int round_trip_ms) {
-  const std::wstring text = DottedText(address);
-  sink.LogText(
-      logs::kDirectionReceived, source,
-      tvkutil::ToUtf8(received ? Line(tvkutil::ids::kPingReplyIPv4, text, data_size, round_trip_ms)
-                               : Line(tvkutil::ids::kPingNoReply, text)));
+                    std::int32_t status, int data_size, int round_trip_ms) {
+  sink.LogText(logs::kDirectionReceived, source,
+               tvkutil::ToUtf8(OutcomeLine(DottedText(address), status, data_size, round_trip_ms)));
 }
 
 }  // namespace net

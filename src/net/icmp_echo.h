@@ -30,7 +30,12 @@ enum EchoStatus : std::int32_t {
   kEchoTimedOut = 11010,
   kEchoTtlExpired = 11013,
   kEchoGeneralFailure = 11050,
+  kEchoDestProhibited = 11051,  // ours: a filter on the way refused the echo
 };
+
+// The words of a ping tool for an error status ("Destination host unreachable", "TTL expired
+// in transit"); empty for a reply, a time-out and a general failure, which read "not received".
+std::wstring EchoStatusWords(std::int32_t status);
 
 // Start-up: finds out whether an IPv4 echo socket (datagram or raw) can be opened and records
 // the answer. The application's "ICMP available" flag is set from the result; until this has
@@ -60,10 +65,11 @@ class CIcmpEchoSocket;
 
 // Sends up to retries + 1 echoes to `address` (IPv4, network byte order), each waiting up to
 // timeout_ms, and stops at the first reply. Logs "Ping command sent to IP %s." as sent text
-// and the outcome ("Reply from %s: bytes=%d time=%dms." or "Reply from %s not received.") as
-// received text to `sink` under `source`. True when a good reply came back; an
-// ICMP error about the echo (unreachable, time exceeded) counts as no reply. False without any
-// log row when ICMP is not loaded or no socket can be opened.
+// and the outcome ("Reply from %s: bytes=%d time=%dms.", "Reply from %s not received." or,
+// for an ICMP error about the echo or the system's refusal to send it, "Reply from %s:
+// Destination host unreachable." and the like) as received text to `sink` under `source`.
+// True when a good reply came back; such an error ends the attempts and counts as no reply.
+// False without any log row when ICMP is not loaded or no socket can be opened.
 bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source,
               logs::ITransactionSink& sink);
 
@@ -108,10 +114,10 @@ class CIcmpEchoSocket {
 };
 
 // The two rows of a ping, for callers that send the echoes themselves (the fast sweep):
-// "Ping command sent to IP %s." as sent text, then "Reply from %s: bytes=%d time=%dms." or
-// "Reply from %s not received." as received text. `address` in network byte order.
+// "Ping command sent to IP %s." as sent text, then the outcome row of `status` as PingIPv4
+// writes it as received text. `address` in network byte order.
 void LogEchoSent(logs::ITransactionSink& sink, std::wstring_view source, std::uint32_t address);
 void LogEchoOutcome(logs::ITransactionSink& sink, std::wstring_view source, std::uint32_t address,
-                    bool received, int data_size, int round_trip_ms);
+                    std::int32_t status, int data_size, int round_trip_ms);
 
 }  // namespace net

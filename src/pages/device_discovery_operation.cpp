@@ -330,9 +330,8 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
   CLookupPool lookups(probe_ptr, devices_, settings.found);
   std::size_t found = 0;
 
-  const auto outcome = [&](std::uint32_t host, bool received, int size, int round_trip_ms) {
-    net::LogEchoOutcome(transactions_, kDiscoverySource, htonl(host), received, size,
-                        round_trip_ms);
+  const auto outcome = [&](std::uint32_t host, std::int32_t status, int size, int round_trip_ms) {
+    net::LogEchoOutcome(transactions_, kDiscoverySource, htonl(host), status, size, round_trip_ms);
   };
   // The next echo of `host`. One the system refuses at once uses up its attempt at once, as in
   // a ping.
@@ -344,7 +343,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
       if (status == net::kEchoSuccess) {
         if (const auto old = in_flight.find(sequence); old != in_flight.end()) {
           // The numbers came round while an echo still waited: it can no longer be told apart.
-          outcome(old->second.host, false, 0, 0);
+          outcome(old->second.host, net::kEchoTimedOut, 0, 0);
           in_flight.erase(old);
         }
         in_flight.emplace(sequence, Echo{host, attempts_left - 1, now});
@@ -352,7 +351,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
         return;
       }
       if (status != net::kEchoGeneralFailure || attempts_left <= 1) {
-        outcome(host, false, 0, 0);
+        outcome(host, status, 0, 0);
         return;
       }
       --attempts_left;
@@ -366,7 +365,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
       hosts.push_back(echo.host);
     std::sort(hosts.begin(), hosts.end());
     for (std::uint32_t host : hosts)
-      outcome(host, false, 0, 0);
+      outcome(host, net::kEchoTimedOut, 0, 0);
     in_flight.clear();
   };
   const auto stopped = [&] {
@@ -397,7 +396,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
       if (echo.attempts_left > 0)
         send(echo.host, echo.attempts_left);
       else
-        outcome(echo.host, false, 0, 0);
+        outcome(echo.host, net::kEchoTimedOut, 0, 0);
     }
 
     if (stop.IsSet())
@@ -434,10 +433,10 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
       in_flight.erase(it);
       if (answer.status != net::kEchoSuccess) {
         // An ICMP error about the echo ends the address's attempts, as in a ping.
-        outcome(echo.host, false, 0, 0);
+        outcome(echo.host, answer.status, 0, 0);
         continue;
       }
-      outcome(echo.host, true, answer.data_size,
+      outcome(echo.host, net::kEchoSuccess, answer.data_size,
               static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(
                                    answer.received_at - echo.sent_at)
                                    .count()));
@@ -474,9 +473,8 @@ std::string CDeviceDiscoveryOperation::ResultsText() const {
     std::vector<std::wstring> out;
     out.reserve(devices.size());
     for (std::size_t i = 0; i < devices.size(); ++i) {
-      out.push_back(QuotedOnOneLine(std::to_wstring(i + 1)) + L"," +
-                    QuotedOnOneLine(devices[i].ip) + L"," +
-                    QuotedOnOneLine(devices[i].description) + L",");
+      out.push_back(CsvField(std::to_wstring(i + 1), true) + L"," + CsvField(devices[i].ip, true) +
+                    L"," + CsvField(devices[i].description, true) + L",");
     }
     return out;
   });

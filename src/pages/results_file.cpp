@@ -27,10 +27,36 @@ bool WriteResultsFile(const std::filesystem::path& path, const std::string& text
   return logs::WriteWholeFile(path, text);
 }
 
-std::wstring QuotedOnOneLine(std::wstring_view value) {
+std::wstring SpreadsheetText(std::wstring_view value) {
+  if (value.empty() ||
+      std::wstring_view(L"=+-@\t\r").find(value.front()) == std::wstring_view::npos)
+    return std::wstring(value);
+  // Optional sign, digits, optional decimal part: a number, not a formula.
+  std::size_t i = value.front() == L'+' || value.front() == L'-' ? 1 : 0;
+  const auto digits = [&] {
+    const std::size_t from = i;
+    while (i < value.size() && value[i] >= L'0' && value[i] <= L'9')
+      ++i;
+    return i > from;
+  };
+  bool number = digits();
+  if (number && i < value.size() && value[i] == L'.') {
+    ++i;
+    number = digits();
+  }
+  if (number && i == value.size())
+    return std::wstring(value);
+  return L"'" + std::wstring(value);
+}
+
+std::wstring CsvField(std::wstring_view value, bool always_quoted) {
+  std::wstring text = SpreadsheetText(value);
+  if (!always_quoted && text.find_first_of(L"\",\r\n") == std::wstring::npos)
+    return text;
   std::wstring out = L"\"";
-  for (wchar_t ch : value) {
-    if (ch != L'\n')
+  for (wchar_t ch : text) {
+    out.push_back(ch);
+    if (ch == L'"')
       out.push_back(ch);
   }
   out.push_back(L'"');

@@ -18,7 +18,14 @@ std::string ResultsFileText(std::wstring_view started_line, std::wstring_view he
 // Creates or truncates the file and writes `text`; false when it cannot be written.
 [[nodiscard]] bool WriteResultsFile(const std::filesystem::path& path, const std::string& text);
 
-// A value inside double quotes with every line feed removed, so a value stays on its row.
-std::wstring QuotedOnOneLine(std::wstring_view value);
+// One field of a results file or of sondara-cli's csv, as RFC 4180 has it: inside double
+// quotes, with the quotes in it doubled, when `always_quoted` (the columns the files have always
+// quoted) or when it holds a quote, a comma, a CR or an LF; line breaks stay inside the quotes.
+// A field a spreadsheet would run as a formula is made text first (SpreadsheetText).
+std::wstring CsvField(std::wstring_view value, bool always_quoted);
+
+// `value` with a ' in front when a spreadsheet would run it as a formula: it starts with =, +,
+// -, @, a tab or a CR. A plain number ("-5", "+3", "-12.5") is no formula and stays a number.
+std::wstring SpreadsheetText(std::wstring_view value);
 
 }  // namespace pages

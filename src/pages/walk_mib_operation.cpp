@@ -153,8 +153,9 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
     (void)bind.ValueText(info.value, info.type);  // Null and the exceptions show empty
     current_oid = info.oid;
     if (job.found)
-      job.found(info);
-    results_.Append(std::move(info));
+      job.found(info, bind);  // printed as it comes: keeping it too would grow without end
+    else
+      results_.Append(std::move(info));
     if (++found % 10 == 0 && stop_requested()) {
       status = WalkStatus::kStopped;
       return false;
@@ -252,8 +253,9 @@ std::string CWalkMIBOperation::ResultsFileText() const {
     out.reserve(all.size());
     for (const COidInfo& info : all) {
       // Every row ends in a comma; files have always been written so.
-      out.push_back(info.oid + L"," + snmp::TypeNameOfTag(info.type) + L"," +
-                    QuotedOnOneLine(info.value) + L",");
+      out.push_back(CsvField(info.oid, false) + L"," +
+                    CsvField(snmp::TypeNameOfTag(info.type), false) + L"," +
+                    CsvField(info.value, true) + L",");
     }
     return out;
   });

@@ -20,6 +20,7 @@
 #include "net/udp_socket_ops.h"
 #include "pages/operation_common.h"
 #include "snmp/request_id.h"
+#include "snmp/var_bind.h"
 #include "util/event.h"
 #include "util/result_list.h"
 #include "util/worker.h"
@@ -51,8 +52,8 @@ enum class WalkStatus : int { kNone, kComplete, kStopped, kFailed };
 // else (resolve, bind, transmit, an answer that does not fit, an OID that does not increase).
 enum class WalkFailure : int { kNone, kAgentError, kNoAnswer, kOther };
 
-// Sees each object the walk finds as it goes into the results, on the walk's thread.
-using OidFoundFn = std::function<void(const COidInfo&)>;
+// Sees each object the walk finds, with the binding it came in, on the walk's thread.
+using OidFoundFn = std::function<void(const COidInfo&, const snmp::CVarBind&)>;
 
 // The values of the page as the user typed them.
 struct WalkMibForm {
@@ -112,7 +113,9 @@ class CWalkMIBOperation {
   // The same walk without a worker, for a front end without a window (sondara-cli): the
   // checks, "walkMIB started.", then the walk on the calling thread until it ends or `stop`
   // (raised from another thread; manual or auto reset) asks it to. `found` sees every object
-  // as it comes. False when refused (nothing sent) or while a worker's walk runs.
+  // as it comes, and then the results keep none: a caller that prints them as they come walks
+  // any number of objects in the same memory. False when refused (nothing sent) or while a
+  // worker's walk runs.
   bool RunWalk(const WalkOptions& options, app::IOperationUi& ui, tvkutil::CEvent& stop,
                OidFoundFn found = {});
   // "St&op", leaving the page, closing the window: asks the worker to stop and waits for it
@@ -136,7 +139,7 @@ class CWalkMIBOperation {
   std::wstring FinalStatusLine() const;
 
   // The results file: banner, "walkMIB started.", colons, "OID,DataType,Value", one row per
-  // object ("<oid>,<type>,"<value on one line>","), colons, the final status line.
+  // object ("<oid>,<type>,"<value>"," with pages::CsvField), colons, the final status line.
   std::string ResultsFileText() const;
 
   // "&Get SysObjectID": PrepareSysObjectId, RequestSysObjectId, and the value read becomes the

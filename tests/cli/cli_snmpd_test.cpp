@@ -256,7 +256,7 @@ TEST_F(CliAgainstSnmpd, CsvJsonAndTheSavedTransactionLog) {
   ASSERT_EQ(json.status, 0) << json.err;
   EXPECT_EQ(json.out,
             "{\"oid\":\".1.3.6.1.2.1.1.1.0\",\"type\":\"Octet String\",\"value\":\"Sondara test "
-            "agent\"}\n"
+            "agent\",\"hex\":\"53 6f 6e 64 61 72 61 20 74 65 73 74 20 61 67 65 6e 74\"}\n"
             "{\"oid\":\".1.3.6.1.2.1.1.2.0\",\"type\":\"Object Identifier\",\"value\":\"."
             "1.3.6.1.4.1.8072.3.2.10\"}\n");
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -56,7 +57,7 @@ TEST(AddressTest, OnlyNamesAreLookedUp) {
   EXPECT_TRUE(ResolveIPv4Host(L"printer", addr));
   EXPECT_EQ(addr, ::inet_addr("127.0.0.9"));
   EXPECT_TRUE(ResolveIPv6Host(L"printer", 2, text));
-  EXPECT_EQ(text, L"::1%2");
+  EXPECT_EQ(text, L"::1");  // only addresses that need a scope get one
   EXPECT_EQ(g_lookups, 2);
   SetHostLookupForTesting(nullptr);
 }
@@ -88,8 +89,16 @@ TEST(AddressTest, ConversionsOfDottedAndIPv6Text) {
   EXPECT_FALSE(ParseIPv6Address(L"localhost", a6));  // never a lookup
   EXPECT_FALSE(ParseIPv6Address(L"1.2.3.4", a6));
   std::wstring text;
-  EXPECT_TRUE(ResolveIPv6Host(L"fe80::1%3", 5, text));
-  EXPECT_EQ(text, L"fe80::1%3");
+  // The chosen scope only where the address needs one, and never an empty one.
+  for (const auto& [host, scope, shown] : {std::tuple{L"fe80::1%3", 5u, L"fe80::1%3"},
+                                           {L"fe80::1", 0u, L"fe80::1"},
+                                           {L"ff02::1", 4u, L"ff02::1%4"},
+                                           {L"::1", 0u, L"::1"},
+                                           {L"::1", 2u, L"::1"},
+                                           {L"2001:db8::7", 2u, L"2001:db8::7"}}) {
+    EXPECT_TRUE(ResolveIPv6Host(host, scope, text));
+    EXPECT_EQ(text, shown);
+  }
   EXPECT_FALSE(ResolveIPv6Host(L"fe80::1::2", 5, text));
   EXPECT_EQ(text, L"");
 }

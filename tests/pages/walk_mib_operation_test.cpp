@@ -318,9 +318,17 @@ TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
   }
 }
 
-TEST(WalkMibOperation, ResultsFileOfATwoObjectWalkByteForByte) {
-  FakeAgent agent =
-      MibAgent({{SystemOid(1), Str("line one\ntwo")}, {SystemOid(3), Hex("43 01 2a")}});
+// RFC 4180 quoting, and no cell a spreadsheet would run as a formula; numbers stay numbers.
+// Python's csv module, not ours, reads the file back.
+TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
+  FakeAgent agent = MibAgent({{SystemOid(1), Str("line one\ntwo")},
+                              {SystemOid(2), Hex("43 01 2a")},
+                              {SystemOid(3), Str("a\",=1+1,\"b")},
+                              {SystemOid(4), Str("=HYPERLINK(\"http://x\",\"y\")")},
+                              {SystemOid(5), Hex("02 01 fb")},
+                              {SystemOid(6), Str("-12.5")},
+                              {SystemOid(7), Str("+1+2")},
+                              {SystemOid(8), Str("@SUM(A1)\r")}});
   Walk w(agent.Port());
   ASSERT_EQ(w.Run(), WalkStatus::kComplete);
   sondara_test::TempFolder dir;
@@ -331,10 +339,31 @@ TEST(WalkMibOperation, ResultsFileOfATwoObjectWalkByteForByte) {
                 "walkMIB started.\n"
                 "::::::::::::::::::::::::::::::\n"
                 "OID,DataType,Value\n"
-                ".1.3.6.1.2.1.1.1.0,Octet String,\"line onetwo\",\n"
-                ".1.3.6.1.2.1.1.3.0,Timeticks,\"42\",\n"
+                ".1.3.6.1.2.1.1.1.0,Octet String,\"line one\ntwo\",\n"
+                ".1.3.6.1.2.1.1.2.0,Timeticks,\"42\",\n"
+                ".1.3.6.1.2.1.1.3.0,Octet String,\"a\"\",=1+1,\"\"b\",\n"
+                ".1.3.6.1.2.1.1.4.0,Octet String,\"'=HYPERLINK(\"\"http://x\"\",\"\"y\"\")\",\n"
+                ".1.3.6.1.2.1.1.5.0,Integer32,\"-5\",\n"
+                ".1.3.6.1.2.1.1.6.0,Octet String,\"-12.5\",\n"
+                ".1.3.6.1.2.1.1.7.0,Octet String,\"'+1+2\",\n"
+                ".1.3.6.1.2.1.1.8.0,Octet String,\"'@SUM(A1)\r\",\n"
                 "::::::::::::::::::::::::::::::\n"
-                "walkMIB complete. No. of OIDs found: '2'.");
+                "walkMIB complete. No. of OIDs found: '8'.");
+  const std::string cmd =
+      "python3 -c 'import csv, sys\n"
+      "for row in list(csv.reader(open(sys.argv[1], newline=\"\")))[4:-2]:\n"
+      "    print(len(row), repr(row[2]))' " +
+      (dir / "walk.csv");
+  FILE* out = ::popen(cmd.c_str(), "r");
+  ASSERT_NE(out, nullptr);
+  std::string read;
+  char buf[4096];
+  for (std::size_t n; (n = std::fread(buf, 1, sizeof buf, out)) > 0;)
+    read.append(buf, n);
+  EXPECT_EQ(::pclose(out), 0);
+  EXPECT_EQ(read,
+            "4 'line one\\ntwo'\n4 '42'\n4 'a\",=1+1,\"b'\n4 '\\'=HYPERLINK(\"http://x\",\"y\")'\n"
+            "4 '-5'\n4 '-12.5'\n4 \"'+1+2\"\n4 \"'@SUM(A1)\\r\"\n");
 }
 
 TEST(WalkMibOperation, CommunityJoinsTheHistoryWhenTheWalkEndsAndIsStoredFirst) {
