@@ -67,6 +67,38 @@ TEST(IcmpEcho, LoopbackAnswersAndSilentAddressGetsRetriesPlusOneEchoes) {
   EXPECT_EQ(run.output, each + each);
 }
 
+// Routes that refuse: the system's answer is reported in a ping tool's words at the first
+// attempt, with no retry and no waiting out the time-out.
+TEST(IcmpEcho, UnreachableDestinationsAreReportedInWords) {
+  const auto run = testing_support::RunInPrivateNetns([] {
+    if (std::system("ip route add unreachable 198.51.100.0/24 && ip route add prohibit "
+                    "192.0.2.0/24 && ip -6 route add unreachable 2001:db8:51::/64") != 0)
+      return std::string("cannot add the routes");
+    std::string out;
+    for (const char* range : {"1 0", "0 2147483647"}) {
+      std::ofstream("/proc/sys/net/ipv4/ping_group_range") << range;
+      if (!net::LoadIcmp())
+        return std::string("ICMP not available in the namespace");
+      out += PingCase(false, "198.51.100.7", 2, 1000) + PingCase(false, "203.0.113.9", 2, 1000) +
+             PingCase(false, "192.0.2.5", 1, 150) + PingCase(true, "2001:db8:51::7", 2, 1000);
+    }
+    return out;
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  // EACCES of a prohibit route is also what a broadcast address gets: no words for it.
+  const std::string each =
+      "198.51.100.7 0 0 0: Ping command sent to IP 198.51.100.7. | Reply from 198.51.100.7: "
+      "Destination host unreachable.\n"
+      "203.0.113.9 0 0 0: Ping command sent to IP 203.0.113.9. | Reply from 203.0.113.9: "
+      "Destination net unreachable.\n"
+      "192.0.2.5 0 0 0: Ping command sent to IP 192.0.2.5. | Reply from 192.0.2.5 not received.\n"
+      "2001:db8:51::7 0 0 0: Ping command sent to IP 2001:db8:51::7. | Reply from "
+      "2001:db8:51::7: Destination host unreachable.\n";
+  EXPECT_EQ(run.output, each + each);
+}
+
 // A sweep's socket: echoes go out without waiting and each answer names the echo it belongs to;
 // a ping over the same socket passes over another echo's reply and can be stopped.
 TEST(IcmpEcho, SweepSocketMatchesAnswersBySequenceAndPingsCanBeStopped) {
