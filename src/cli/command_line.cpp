@@ -514,10 +514,12 @@ std::string ProgramHelp() {
     out += "  " + std::string(c.synopsis) + "\n";
   out += "\nOptions:\n" + OptionLines(~0u);
   out +=
-      "\nOutput: text prints \"OID = TypeName: value\" per binding; csv the walk file's rows "
-      "under\n"
-      "a header; json one object per line. The operations' own lines (started, complete,\n"
-      "stopped, failures) go to standard error.\n"
+      "\nOutput: text prints \"OID = TypeName: value\" per binding, control characters and\n"
+      "bidirectional controls as escapes (\\r, \\x00, \\u202e, \\\\); csv the walk file's rows "
+      "under a\n"
+      "header, a field a spreadsheet would run as a formula with a leading '; json one object\n"
+      "per line, an OCTET STRING's bytes in \"hex\". The operations' own lines (started,\n"
+      "complete, stopped, failures) go to standard error.\n"
       "Exit status: 0 done, 1 the agent answered with an error status, 2 a usage error (nothing\n"
       "is sent), 3 no answer, 4 any other failure, 130 stopped by Ctrl+C.\n"
       "\"sondara-cli COMMAND --help\" describes one command; man sondara-cli has examples.\n";

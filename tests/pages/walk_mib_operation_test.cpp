@@ -318,6 +318,22 @@ TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
   }
 }
 
+// sondara-cli's walk prints each object as it comes: the operation then keeps none of them.
+TEST(WalkMibOperation, AWalkThatHandsOutItsObjectsKeepsNone) {
+  FakeAgent agent = MibAgent(SystemMib(25));
+  Walk w(agent.Port());
+  tvkutil::CEvent stop(true);
+  std::vector<std::wstring> seen;
+  ASSERT_TRUE(w.op.RunWalk(w.options, w.ui, stop,
+                           [&seen](const pages::COidInfo& info, const snmp::CVarBind& bind) {
+                             seen.push_back(info.oid + L" " + bind.Name()->Text());
+                           }));
+  ASSERT_EQ(seen.size(), 25U);
+  EXPECT_EQ(seen[24], L".1.3.6.1.2.1.1.25.0 .1.3.6.1.2.1.1.25.0");
+  EXPECT_EQ(w.op.Results().Count(), 0U);
+  EXPECT_EQ(w.sink.Lines().back(), L"walkMIB complete. No. of OIDs found: '25'.");
+}
+
 // RFC 4180 quoting, and no cell a spreadsheet would run as a formula; numbers stay numbers.
 // Python's csv module, not ours, reads the file back.
 TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
