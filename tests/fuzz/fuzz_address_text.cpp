@@ -48,8 +48,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (text.find(L':') != std::wstring::npos) {
     if (net::ResolveIPv6Host(text, 7, out) != v6)
       std::abort();
-    const bool has_scope = text.find(L'%') != std::wstring::npos;
-    if (v6 && out != (has_scope ? text : text + L"%7"))
+    // The chosen scope goes only to addresses that need one and carry none yet.
+    sockaddr_in6 parsed{};
+    const bool needs_scope =
+        text.find(L'%') == std::wstring::npos && net::ParseIPv6Address(text, parsed) &&
+        (IN6_IS_ADDR_LINKLOCAL(&parsed.sin6_addr) || IN6_IS_ADDR_MC_NODELOCAL(&parsed.sin6_addr) ||
+         IN6_IS_ADDR_MC_LINKLOCAL(&parsed.sin6_addr));
+    if (v6 && out != (needs_scope ? text + L"%7" : text))
       std::abort();
   }
   sockaddr_in6 a6{};
