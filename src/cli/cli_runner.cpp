@@ -75,9 +75,11 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
   }
 
   CCliTransactionLog transactions(line.log_path, line.pcapng_path);
-  if (const std::string path = transactions.Open(); !path.empty()) {
-    err << "sondara-cli: unable to write " << path << "\n";
-    return kExitFailure;  // before anything was sent
+  // The output files are made before anything is sent: a walk of an hour must not find out
+  // at its end that its log has nowhere to go.
+  if (const std::string failed = transactions.Open(); !failed.empty()) {
+    err << "sondara-cli: unable to write " << failed << "\n";
+    return kExitFailure;  // as for any other failure before sending
   }
   CResultPrinter printer(out, line.format);
   tvkutil::CEvent stop(true);
@@ -90,8 +92,8 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
     status = command->run(context);
   }
   out.flush();
-  if (const std::string path = transactions.Close(); !path.empty()) {
-    err << "sondara-cli: unable to write " << path << "\n";
+  if (const std::string failed = transactions.Close(); !failed.empty()) {
+    err << "sondara-cli: unable to write " << failed << "\n";
     if (status == kExitDone)
       status = kExitFailure;
   }

@@ -92,7 +92,7 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
   for (const char* option : {"--log", "--pcapng"}) {
     const ProcessResult r = cli.Run({"walk", "127.0.0.1", "-p", port, option, "/nonexistent/f"});
     EXPECT_EQ(r.status, 4);
-    EXPECT_EQ(r.err, "sondara-cli: unable to write /nonexistent/f\n");
+    EXPECT_EQ(r.err, "sondara-cli: unable to write /nonexistent/f: No such file or directory\n");
   }
   EXPECT_TRUE(agent.Received().empty());
 }

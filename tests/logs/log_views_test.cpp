@@ -88,7 +88,8 @@ class LogViewsTest : public QObject {
     QCOMPARE(sondara_test::ReadFile(chosen.toStdString()), p.Log().SavedFileBytes());
     chosen = QString::fromStdString(dir_ / "missing/saved.txt");
     p.SaveWithDialog();
-    QCOMPARE(messages, QStringList{"Unable to save results to file " + chosen + "."});
+    QCOMPARE(messages, QStringList{"Unable to save results to file " + chosen +
+                                   ".\nNo such file or directory"});
     app::SetSaveDialog({});
     app::SetMessageBoxHook({});
 
