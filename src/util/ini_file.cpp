@@ -97,11 +97,16 @@ std::wstring EncodeValue(std::wstring_view value) {
   return needs_quotes ? L"\"" + v + L"\"" : v;
 }
 
-std::wstring DecodeValue(std::wstring_view raw) {
+std::wstring_view DecodeValue(std::wstring_view raw) {
   std::wstring_view v = Trim(raw);
   if (v.size() >= 2 && v.front() == L'"' && v.back() == L'"')
     v = v.substr(1, v.size() - 2);
-  return std::wstring(v);
+  return v;
+}
+
+// Where `part` stands inside `whole` (a view into it).
+std::size_t OffsetIn(std::wstring_view whole, std::wstring_view part) {
+  return static_cast<std::size_t>(part.data() - whole.data());
 }
 
 }  // namespace
@@ -165,23 +170,28 @@ void CIniFile::Parse(std::string_view bytes) {
       sections_.push_back(std::move(s));
       continue;
     } else if (const std::size_t eq = t.find(L'='); eq != std::wstring_view::npos) {
-      line.key = std::wstring(Trim(t.substr(0, eq)));
-      line.value = DecodeValue(t.substr(eq + 1));
-      line.kind = line.key.empty() ? LineKind::kOther : LineKind::kKey;
+      const std::wstring_view key = Trim(t.substr(0, eq));
+      const std::wstring_view value = DecodeValue(t.substr(eq + 1));
+      line.key_at = OffsetIn(raw, key);
+      line.key_len = key.size();
+      line.value_at = OffsetIn(raw, value);
+      line.value_len = value.size();
+      line.kind = key.empty() ? LineKind::kOther : LineKind::kKey;
     }
     sections_.back().lines.push_back(std::move(line));
   }
 }
 
 std::string CIniFile::Serialize() const {
-  std::wstring out;
+  // Line by line: a large file is not held as wide text a second time.
+  std::string out;
   for (const Section& s : sections_) {
     if (s.has_header)
-      out += s.header_text + L"\n";
+      out.append(ToUtf8(s.header_text)).push_back('\n');
     for (const Line& l : s.lines)
-      out += l.text + L"\n";
+      out.append(ToUtf8(l.text)).push_back('\n');
   }
-  return ToUtf8(out);
+  return out;
 }
 
 std::error_code CIniFile::Save() const {
@@ -199,7 +209,7 @@ const CIniFile::Line* CIniFile::FindKey(std::wstring_view section, std::wstring_
     if (!s.has_header || !EqualsNoCase(s.name, section))
       continue;
     for (const Line& l : s.lines) {
-      if (l.kind == LineKind::kKey && EqualsNoCase(l.key, key))
+      if (l.kind == LineKind::kKey && EqualsNoCase(l.Key(), key))
         return &l;
     }
   }
@@ -209,7 +219,7 @@ const CIniFile::Line* CIniFile::FindKey(std::wstring_view section, std::wstring_
 std::wstring CIniFile::GetString(std::wstring_view section, std::wstring_view key,
                                  std::wstring_view def, std::size_t max_len) const {
   const Line* l = FindKey(section, key);
-  std::wstring value = l != nullptr ? l->value : std::wstring(def);
+  std::wstring value(l != nullptr ? l->Value() : def);
   if (value.size() > max_len)
     value.resize(max_len);
   return value;
@@ -218,9 +228,9 @@ std::wstring CIniFile::GetString(std::wstring_view section, std::wstring_view ke
 std::int32_t CIniFile::GetInt(std::wstring_view section, std::wstring_view key,
                               std::int32_t def) const {
   const Line* l = FindKey(section, key);
-  if (l == nullptr || l->value.empty())
+  if (l == nullptr || l->Value().empty())
     return def;
-  return Wtoi(l->value);
+  return Wtoi(l->Value());
 }
 
 bool CIniFile::HasKey(std::wstring_view section, std::wstring_view key) const {
@@ -238,7 +248,9 @@ CIniFile::Section& CIniFile::SectionForWrite(std::wstring_view section) {
   Section& last = sections_.back();
   const bool file_empty = sections_.size() == 1 && last.lines.empty();
   if (!file_empty && (last.lines.empty() || last.lines.back().kind != LineKind::kBlank)) {
-    last.lines.push_back(Line{LineKind::kBlank, L"", L"", L""});
+    Line blank;
+    blank.kind = LineKind::kBlank;
+    last.lines.push_back(std::move(blank));
   }
   Section s;
   s.has_header = true;
@@ -252,14 +264,17 @@ void CIniFile::WriteString(std::wstring_view section, std::wstring_view key,
                            std::wstring_view value) {
   Line line;
   line.kind = LineKind::kKey;
-  line.key = std::wstring(key);
-  line.text = line.key + L"=" + EncodeValue(value);
-  line.value = DecodeValue(line.text.substr(line.key.size() + 1));
+  line.text = std::wstring(key) + L"=" + EncodeValue(value);
+  line.key_len = key.size();
+  const std::wstring_view decoded =
+      DecodeValue(std::wstring_view(line.text).substr(key.size() + 1));
+  line.value_at = OffsetIn(line.text, decoded);
+  line.value_len = decoded.size();
   for (Section& s : sections_) {
     if (!s.has_header || !EqualsNoCase(s.name, section))
       continue;
     for (Line& l : s.lines) {
-      if (l.kind == LineKind::kKey && EqualsNoCase(l.key, key)) {
+      if (l.kind == LineKind::kKey && EqualsNoCase(l.Key(), key)) {
         l = std::move(line);
         return;
       }
@@ -327,7 +342,7 @@ std::vector<std::wstring> CIniFile::KeyNames(std::wstring_view section) const {
       continue;
     for (const Line& l : s.lines) {
       if (l.kind == LineKind::kKey)
-        keys.push_back(l.key);
+        keys.emplace_back(l.Key());
     }
   }
   return keys;

@@ -77,8 +77,14 @@ class CIniFile {
   struct Line {
     LineKind kind = LineKind::kOther;
     std::wstring text;  // the line as it stands in the file
-    std::wstring key;   // kKey only
-    std::wstring value;
+    // kKey only: where the key and the value stand in the text, so that a large file is not
+    // held twice over.
+    std::size_t key_at = 0;
+    std::size_t key_len = 0;
+    std::size_t value_at = 0;
+    std::size_t value_len = 0;
+    std::wstring_view Key() const { return std::wstring_view(text).substr(key_at, key_len); }
+    std::wstring_view Value() const { return std::wstring_view(text).substr(value_at, value_len); }
   };
   struct Section {
     bool has_header = false;  // false only for lines before the first header
