@@ -30,6 +30,10 @@ class CCliTransactionLog : public logs::ITransactionSink {
 
   void SetTextEcho(TextEcho echo) { echo_ = std::move(echo); }
 
+  // The temporary files being written (empty paths for none), after Open().
+  std::string LogTempPath() const { return log_file_.TempPath(); }
+  std::string PcapngTempPath() const { return pcapng_file_.TempPath(); }
+
   // Creates the files (beside their targets) and writes their headers, before anything is
   // sent. Empty when done, else "<path>: <the system's reason>" for the file that could not
   // be created; nothing is then left behind.

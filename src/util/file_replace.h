@@ -26,6 +26,8 @@ class CReplacingFile {
   // written directly: there is nothing to rename over it.
   [[nodiscard]] std::error_code Open(const std::filesystem::path& target);
   bool IsOpen() const { return fd_ >= 0; }
+  // The temporary file's path while there is one (empty when writing the target directly).
+  const std::string& TempPath() const { return temp_; }
 
   // Appends bytes. The first failure is kept (later writes do nothing) and given by Commit().
   void Write(std::string_view bytes);

@@ -130,6 +130,21 @@ TEST(CliUsage, OutputFilesThatCannotBeFinishedKeepTheOldOnes) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(fs / ""), {}), 3);
 }
 
+// Ctrl+C ends a get at once: its old log stays and no temporary file is left.
+TEST(CliUsage, CtrlCDuringAGetKeepsTheOldLog) {
+  sondara_test::TempFolder dir;
+  sondara_test::WriteFile(dir / "get.log", "old log");
+  FakeAgent agent(Silent());
+  Cli cli;
+  const auto get = cli.Start({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "5000",
+                              "--log", dir / "get.log", ".1.3.6.1.2.1.1.4.0"});
+  WaitUntil([&] { return !agent.Received().empty(); }, std::chrono::seconds(10));
+  get->Signal(SIGINT);
+  EXPECT_EQ(get->Wait(10000).status, -1);  // ended by the signal
+  EXPECT_EQ(sondara_test::ReadFile(dir / "get.log"), "old log");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
+}
+
 TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
   FakeAgent agent(Silent());
   Cli cli;
