@@ -132,6 +132,11 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   BuildMenus();
   RestorePlacement();
   UpdateCommandStates();
+  // The settings were read before the event log existed.
+  if (app_.SettingsFileNotText()) {
+    logs::LogEvent(tvkutil::ids::kSettingsFileNotText,
+                   tvkutil::FromUtf8Lenient(app_.SettingsFilePath()));
+  }
 }
 
 CMainWnd::~CMainWnd() {

@@ -156,6 +156,7 @@ void CSondaraUtilityApp::LoadPageSettings() {
   CIniFile ini(settings_file_);
   if (ini.Load())
     LoadPageSettings(ini);  // no file: every default stays
+  settings_file_not_text_ = ini.NotText();
 }
 
 void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
@@ -244,7 +245,7 @@ bool CSondaraUtilityApp::SavePageSettings() {
   ini.Load();
   SavePageSettings(ini);
   // Only Save Snapshot tells; at exit a file that cannot be written is dropped without a word.
-  return ini.Save();
+  return !ini.Save();
 }
 
 void CSondaraUtilityApp::SavePageSettings(CIniFile& ini) const {
@@ -373,7 +374,7 @@ bool CSondaraUtilityApp::WriteProfileString(std::wstring_view section, std::wstr
   CIniFile ini(profile_file_);
   ini.Load();
   ini.WriteString(section, entry, value);
-  return ini.Save();
+  return !ini.Save();
 }
 
 }  // namespace app

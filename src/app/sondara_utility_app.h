@@ -73,6 +73,9 @@ class CSondaraUtilityApp : public tvkutil::IProfileStore {
   // and its folder when they are missing, and answers whether the file was written.
   void LoadPageSettings();
   bool SavePageSettings();
+  // The settings file read by LoadPageSettings() was not text: it is never written by this run
+  // and the pages work on the defaults.
+  bool SettingsFileNotText() const { return settings_file_not_text_; }
   // The same, from and into settings already read (no file is touched).
   void LoadPageSettings(const tvkutil::CIniFile& ini);
   void SavePageSettings(tvkutil::CIniFile& ini) const;
@@ -102,6 +105,7 @@ class CSondaraUtilityApp : public tvkutil::IProfileStore {
   std::string profile_file_;
   StartTime start_time_;
   bool icmp_available_ = true;
+  bool settings_file_not_text_ = false;
 
   PingSettings ping_;
   DiscoverySettings discovery_;

@@ -1,5 +1,8 @@
 #include "cli/cli_runner.h"
 
+#include <unistd.h>
+
+#include <csignal>
 #include <optional>
 #include <string_view>
 
@@ -46,6 +49,42 @@ net::UdpSettings RequestSettings(const CommandLine& line) {
   return udp;
 }
 
+// The output files' temporary twins, for a signal that ends a command which cannot stop early
+// (the handler may only use what is already in memory).
+char g_temp_paths[2][4096] = {};
+
+void RemoveTempFilesAndEnd(int sig) {
+  for (const char* path : g_temp_paths) {
+    if (path[0] != '\0')
+      ::unlink(path);
+  }
+  ::signal(sig, SIG_DFL);
+  ::raise(sig);
+}
+
+// Until the command has ended, Ctrl+C or SIGTERM leave the old files as they were and no
+// temporary ones behind.
+class CTempFilesOnSignal {
+ public:
+  explicit CTempFilesOnSignal(const CCliTransactionLog& files) {
+    const std::string paths[2] = {files.LogTempPath(), files.PcapngTempPath()};
+    for (int i = 0; i < 2; ++i)
+      paths[i].copy(g_temp_paths[i], sizeof g_temp_paths[i] - 1);
+    old_int_ = ::signal(SIGINT, RemoveTempFilesAndEnd);
+    old_term_ = ::signal(SIGTERM, RemoveTempFilesAndEnd);
+  }
+  ~CTempFilesOnSignal() {
+    ::signal(SIGINT, old_int_);
+    ::signal(SIGTERM, old_term_);
+  }
+  CTempFilesOnSignal(const CTempFilesOnSignal&) = delete;
+  CTempFilesOnSignal& operator=(const CTempFilesOnSignal&) = delete;
+
+ private:
+  sighandler_t old_int_;
+  sighandler_t old_term_;
+};
+
 }  // namespace
 
 int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -75,23 +114,28 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
   }
 
   CCliTransactionLog transactions(line.log_path, line.pcapng_path);
-  if (const std::string path = transactions.Open(); !path.empty()) {
-    err << "sondara-cli: unable to write " << path << "\n";
-    return kExitFailure;  // before anything was sent
+  // The output files are made before anything is sent: a walk of an hour must not find out
+  // at its end that its log has nowhere to go.
+  if (const std::string failed = transactions.Open(); !failed.empty()) {
+    err << "sondara-cli: unable to write " << failed << "\n";
+    return kExitFailure;  // as for any other failure before sending
   }
   CResultPrinter printer(out, line.format);
   tvkutil::CEvent stop(true);
   CliContext context{line, RequestSettings(line), transactions, printer, out, err, stop};
   int status = kExitDone;
   {
+    std::optional<CTempFilesOnSignal> on_signal;
     std::optional<CInterruptStop> interrupt;
     if (command->stoppable)
       interrupt.emplace(stop);
+    else
+      on_signal.emplace(transactions);
     status = command->run(context);
   }
   out.flush();
-  if (const std::string path = transactions.Close(); !path.empty()) {
-    err << "sondara-cli: unable to write " << path << "\n";
+  if (const std::string failed = transactions.Close(); !failed.empty()) {
+    err << "sondara-cli: unable to write " << failed << "\n";
     if (status == kExitDone)
       status = kExitFailure;
   }

@@ -8,8 +8,8 @@ namespace cli {
 
 namespace {
 
-void Write(std::ofstream& file, const std::string& bytes) {
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+std::string Failure(const std::string& path, const std::error_code& reason) {
+  return path + ": " + reason.message();
 }
 
 }  // namespace
@@ -20,19 +20,19 @@ CCliTransactionLog::CCliTransactionLog(std::string log_path, std::string pcapng_
 std::string CCliTransactionLog::Open() {
   std::lock_guard lock(mutex_);
   if (!log_path_.empty()) {
-    log_file_.open(log_path_, std::ios::binary | std::ios::trunc);
-    if (!log_file_)
-      return log_path_;
+    if (const std::error_code failed = log_file_.Open(log_path_))
+      return Failure(log_path_, failed);
     logs::AppendSavedHeader(log_text_);  // after the byte-order mark
-    Write(log_file_, log_text_.TakeBytes());
+    log_file_.Write(log_text_.TakeBytes());
   }
   if (!pcapng_path_.empty()) {
-    pcapng_file_.open(pcapng_path_, std::ios::binary | std::ios::trunc);
-    if (!pcapng_file_)
-      return pcapng_path_;
+    if (const std::error_code failed = pcapng_file_.Open(pcapng_path_)) {
+      log_file_.Abandon();
+      return Failure(pcapng_path_, failed);
+    }
     std::string header;
     logs::AppendPcapngHeader(header);
-    Write(pcapng_file_, header);
+    pcapng_file_.Write(header);
   }
   return {};
 }
@@ -41,13 +41,13 @@ void CCliTransactionLog::LogDatagram(std::int32_t direction, std::wstring_view s
                                      std::span<const std::uint8_t> bytes,
                                      const logs::DatagramEnds& ends) {
   std::lock_guard lock(mutex_);
-  if (log_file_.is_open()) {
+  if (log_file_.IsOpen()) {
     for (const logs::CTransactionRow& row :
          logs::SplitTransaction(direction, source, bytes.data(), bytes.size(), 0))
       logs::AppendSavedRow(log_text_, row);
-    Write(log_file_, log_text_.TakeBytes());
+    log_file_.Write(log_text_.TakeBytes());
   }
-  if (pcapng_file_.is_open()) {
+  if (pcapng_file_.IsOpen()) {
     logs::KeptDatagram datagram;
     datagram.number = ++datagrams_;
     datagram.time_us = logs::NowMicroseconds();
@@ -60,7 +60,7 @@ void CCliTransactionLog::LogDatagram(std::int32_t direction, std::wstring_view s
     datagram.bytes.assign(bytes.begin(), bytes.end());
     std::string block;
     logs::AppendPcapngPacket(block, datagram);
-    Write(pcapng_file_, block);
+    pcapng_file_.Write(block);
   }
 }
 
@@ -68,12 +68,12 @@ void CCliTransactionLog::LogText(std::int32_t direction, std::wstring_view sourc
                                  std::string_view text) {
   {
     std::lock_guard lock(mutex_);
-    if (log_file_.is_open()) {
+    if (log_file_.IsOpen()) {
       for (const logs::CTransactionRow& row : logs::SplitTransaction(
                direction, source, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
                1))
         logs::AppendSavedRow(log_text_, row);
-      Write(log_file_, log_text_.TakeBytes());
+      log_file_.Write(log_text_.TakeBytes());
     }
   }
   if (echo_)
@@ -83,12 +83,11 @@ void CCliTransactionLog::LogText(std::int32_t direction, std::wstring_view sourc
 std::string CCliTransactionLog::Close() {
   std::lock_guard lock(mutex_);
   std::string failed;
-  const auto close = [&failed](std::ofstream& file, const std::string& path) {
-    if (!file.is_open())
+  const auto close = [&failed](tvkutil::CReplacingFile& file, const std::string& path) {
+    if (!file.IsOpen())
       return;
-    file.close();
-    if (file.fail() && failed.empty())
-      failed = path;
+    if (const std::error_code reason = file.Commit(); reason && failed.empty())
+      failed = Failure(path, reason);
   };
   close(log_file_, log_path_);
   close(pcapng_file_, pcapng_path_);

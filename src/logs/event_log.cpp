@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "logs/utf16_file.h"
+#include "util/file_replace.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -36,8 +37,8 @@ std::string CEventLog::SavedFileBytes() const {
   return file.Bytes();
 }
 
-bool CEventLog::SaveToFile(const std::filesystem::path& path) const {
-  return WriteWholeFile(path, SavedFileBytes());
+std::error_code CEventLog::SaveToFile(const std::filesystem::path& path) const {
+  return tvkutil::ReplaceFile(path, SavedFileBytes());
 }
 
 }  // namespace logs

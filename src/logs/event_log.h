@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "logs/event_line_sink.h"
@@ -38,8 +39,9 @@ class CEventLog : public IEventLineSink {
   // for every line CR LF, date, tab, time, tab, text, all UTF-16LE and without a final line end.
   // Lines still pending are not saved.
   std::string SavedFileBytes() const;
-  // Writes SavedFileBytes() to path; false when the file cannot be written.
-  [[nodiscard]] bool SaveToFile(const std::filesystem::path& path) const;
+  // Replaces the file at path with SavedFileBytes() in one step; the system's reason when it
+  // cannot be written (the old file is then left as it was).
+  [[nodiscard]] std::error_code SaveToFile(const std::filesystem::path& path) const;
 
  private:
   CLogQueue<CEventEntry> queue_;

@@ -17,6 +17,7 @@
 #include "app/message_box_dialog.h"
 #include "app/save_file_dialog.h"
 #include "logs/utf16_file.h"
+#include "util/file_replace.h"
 #include "util/profile_store.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -123,18 +124,20 @@ void CLogTableView::SaveWithDialog() {
 }
 
 bool CLogTableView::SaveTo(const QString& path) {
-  if (rows_->SaveToFile(std::filesystem::path(path.toStdString())))
+  const std::error_code failed = rows_->SaveToFile(std::filesystem::path(path.toStdString()));
+  if (!failed)
     return true;
-  TellSaveFailed(path);
+  TellSaveFailed(path, failed);
   return false;
 }
 
-void CLogTableView::TellSaveFailed(const QString& path) {
-  app::ShowMessageBox(
-      this,
-      QString::fromStdWString(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
-                                               SIZE_MAX, path.toStdWString())),
-      app::MessageIcon::kWarning);
+void CLogTableView::TellSaveFailed(const QString& path, const std::error_code& reason) {
+  app::ShowMessageBox(this,
+                      QString::fromStdWString(tvkutil::WithReason(
+                          tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
+                                           SIZE_MAX, path.toStdWString()),
+                          reason)),
+                      app::MessageIcon::kWarning);
 }
 
 std::unique_ptr<QMenu> CLogTableView::BuildContextMenu() {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "app/results_table_view.h"
@@ -34,7 +35,7 @@ class ILogRows : public app::ITableRows {
   virtual LogTickResult MovePending() = 0;
   virtual void Reset() = 0;
   virtual std::size_t ShownCount() const = 0;
-  [[nodiscard]] virtual bool SaveToFile(const std::filesystem::path& path) const = 0;
+  [[nodiscard]] virtual std::error_code SaveToFile(const std::filesystem::path& path) const = 0;
 };
 
 // A core log owned by its pane and made the one its entry point writes to for as long as the
@@ -51,7 +52,7 @@ class CRegisteredRows : public ILogRows {
   LogTickResult MovePending() override { return log_.MovePending(); }
   void Reset() override { log_.Reset(); }
   std::size_t ShownCount() const override { return log_.ShownCount(); }
-  bool SaveToFile(const std::filesystem::path& path) const override {
+  std::error_code SaveToFile(const std::filesystem::path& path) const override {
     return log_.SaveToFile(path);
   }
 
@@ -101,8 +102,8 @@ class CLogTableView : public QWidget {
   ILogRows& Rows() const { return *rows_; }
   tvkutil::IProfileStore& Profile() const { return profile_; }
   const LogPaneLayout& Layout() const { return layout_; }
-  // "Unable to save results to file <path>." in a message box.
-  void TellSaveFailed(const QString& path);
+  // "Unable to save results to file <path>." and the system's reason in a message box.
+  void TellSaveFailed(const QString& path, const std::error_code& reason);
   // A pane's own commands after "&Reset" and "&Save".
   virtual void AddMenuCommands(QMenu& /*menu*/) {}
 

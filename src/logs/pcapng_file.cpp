@@ -3,9 +3,9 @@
 #include <netinet/in.h>
 
 #include <algorithm>
-#include <fstream>
 #include <string_view>
 
+#include "util/file_replace.h"
 #include "util/text.h"
 
 namespace logs {
@@ -221,24 +221,23 @@ void AppendPcapngPacket(std::string& out, const KeptDatagram& d) {
   CloseBlock(out, block);
 }
 
-bool WritePcapngFile(const std::filesystem::path& path,
-                     const std::vector<std::shared_ptr<const KeptDatagram>>& datagrams) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  if (!file)
-    return false;
+std::error_code WritePcapngFile(const std::filesystem::path& path,
+                                const std::vector<std::shared_ptr<const KeptDatagram>>& datagrams) {
+  tvkutil::CReplacingFile file;
+  if (const std::error_code failed = file.Open(path))
+    return failed;
   std::string chunk;
   AppendPcapngHeader(chunk);
   for (const auto& d : datagrams) {
     AppendPcapngPacket(chunk, *d);
     // Written in pieces of about a megabyte: 64 MB of datagrams need not be doubled in memory.
     if (chunk.size() >= (1u << 20)) {
-      file.write(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+      file.Write(chunk);
       chunk.clear();
     }
   }
-  file.write(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-  file.close();
-  return !file.fail();
+  file.Write(chunk);
+  return file.Commit();
 }
 
 }  // namespace logs

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "logs/datagram_store.h"
@@ -28,9 +29,9 @@ void AppendPcapngPacket(std::string& out, const KeptDatagram& datagram);
 // is cut where the IP and UDP length fields end (65,507 bytes over IPv4, 65,527 over IPv6).
 std::string IpPacketOf(const KeptDatagram& datagram);
 
-// Writes the header and every datagram in the order given; false when the file cannot be
-// written (it may then be left incomplete).
-[[nodiscard]] bool WritePcapngFile(
+// Replaces the file with the header and every datagram in the order given, in one step (see
+// tvkutil::ReplaceFile); the system's reason when it cannot be written.
+[[nodiscard]] std::error_code WritePcapngFile(
     const std::filesystem::path& path,
     const std::vector<std::shared_ptr<const KeptDatagram>>& datagrams);
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "logs/utf16_file.h"
+#include "util/file_replace.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -149,8 +150,8 @@ std::string CTransactionLog::SavedFileBytes() const {
   return file.Bytes();
 }
 
-bool CTransactionLog::SaveToFile(const std::filesystem::path& path) const {
-  return WriteWholeFile(path, SavedFileBytes());
+std::error_code CTransactionLog::SaveToFile(const std::filesystem::path& path) const {
+  return tvkutil::ReplaceFile(path, SavedFileBytes());
 }
 
 }  // namespace logs

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "logs/datagram_store.h"
@@ -80,7 +81,8 @@ class CTransactionLog {
   // text follows, so continuation rows continue their message's line. UTF-16LE, no final line
   // end.
   std::string SavedFileBytes() const;
-  [[nodiscard]] bool SaveToFile(const std::filesystem::path& path) const;
+  // As CEventLog::SaveToFile.
+  [[nodiscard]] std::error_code SaveToFile(const std::filesystem::path& path) const;
 
   CDatagramStore& Datagrams() { return datagrams_; }
   const CDatagramStore& Datagrams() const { return datagrams_; }

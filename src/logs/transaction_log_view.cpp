@@ -177,15 +177,15 @@ void CTransactionLogView::ExportWithDialog() {
 }
 
 bool CTransactionLogView::ExportTo(const QString& path) {
-  bool written = false;
+  std::error_code failed;
   {
     app::CWaitCursor wait;
-    written =
+    failed =
         WritePcapngFile(std::filesystem::path(path.toStdString()), log_->Datagrams().Snapshot());
   }
-  if (!written)
-    TellSaveFailed(path);
-  return written;
+  if (failed)
+    TellSaveFailed(path, failed);
+  return !failed;
 }
 
 }  // namespace logs

@@ -1,6 +1,5 @@
 #include "logs/utf16_file.h"
 
-#include <fstream>
 #include <system_error>
 
 namespace logs {
@@ -27,15 +26,6 @@ void CUtf16Text::Append(std::wstring_view text) {
       Unit(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
     }
   }
-}
-
-bool WriteWholeFile(const std::filesystem::path& path, const std::string& bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  if (!out)
-    return false;
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  out.close();
-  return !out.fail();
 }
 
 std::filesystem::path InitialSaveFolder(const std::filesystem::path& stored,

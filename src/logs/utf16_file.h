@@ -24,9 +24,6 @@ class CUtf16Text {
   std::string bytes_;
 };
 
-// Creates or truncates the file and writes the bytes; false when it cannot be written.
-[[nodiscard]] bool WriteWholeFile(const std::filesystem::path& path, const std::string& bytes);
-
 // The folder a save dialog starts in: `stored` when it is not empty, else `default_folder`,
 // which is created (one level) when missing. Empty when that creation fails, so the dialog
 // opens at its own default.

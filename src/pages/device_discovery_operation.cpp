@@ -481,7 +481,7 @@ std::string CDeviceDiscoveryOperation::ResultsText() const {
   return ResultsFileText(LoadString(ids::kDiscoveryStarted), header, rows, LastStatusLine());
 }
 
-bool CDeviceDiscoveryOperation::SaveResults(const std::filesystem::path& path) const {
+std::error_code CDeviceDiscoveryOperation::SaveResults(const std::filesystem::path& path) const {
   return WriteResultsFile(path, ResultsText());
 }
 

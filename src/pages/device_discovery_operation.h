@@ -143,7 +143,7 @@ class CDeviceDiscoveryOperation {
   // The results file: banner, the started line, the header "No.,IP,Description", one line per
   // device with each field quoted and followed by a comma, the status line of the last sweep.
   std::string ResultsText() const;
-  [[nodiscard]] bool SaveResults(const std::filesystem::path& path) const;
+  [[nodiscard]] std::error_code SaveResults(const std::filesystem::path& path) const;
 
   // The addresses go into the settings only when both pass the dotted IPv4 test.
   void StoreTo(app::DiscoverySettings& settings) const;

@@ -13,6 +13,7 @@
 #include "pages/form_controls_view.h"
 #include "pages/operation_common.h"
 #include "util/app_folders.h"
+#include "util/file_replace.h"
 #include "util/string_table.h"
 #include "util/text.h"
 #include "util/ui_text_view.h"
@@ -200,11 +201,13 @@ void CDeviceDiscoveryPropertyPage::OnSaveResults() {
                        tvkutil::ids::kCsvFilter, tvkutil::ids::kCsvExtension);
   if (path.isEmpty())
     return;
-  if (!operation_.SaveResults(path.toStdString())) {
-    app::ShowMessageBox(this,
-                        Q(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
-                                           SIZE_MAX, path.toStdWString())),
-                        app::MessageIcon::kWarning);
+  if (const std::error_code failed = operation_.SaveResults(path.toStdString())) {
+    app::ShowMessageBox(
+        this,
+        Q(tvkutil::WithReason(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
+                                               SIZE_MAX, path.toStdWString()),
+                              failed)),
+        app::MessageIcon::kWarning);
   }
 }
 

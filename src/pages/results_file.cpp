@@ -1,7 +1,7 @@
 #include "pages/results_file.h"
 
 #include "app/sondara_utility_app.h"
-#include "logs/utf16_file.h"
+#include "util/file_replace.h"
 #include "util/text.h"
 
 namespace pages {
@@ -23,8 +23,8 @@ std::string ResultsFileText(std::wstring_view started_line, std::wstring_view he
   return tvkutil::ToUtf8(text);
 }
 
-bool WriteResultsFile(const std::filesystem::path& path, const std::string& text) {
-  return logs::WriteWholeFile(path, text);
+std::error_code WriteResultsFile(const std::filesystem::path& path, const std::string& text) {
+  return tvkutil::ReplaceFile(path, text);
 }
 
 std::wstring SpreadsheetText(std::wstring_view value) {

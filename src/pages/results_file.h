@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace pages {
@@ -15,8 +16,10 @@ namespace pages {
 std::string ResultsFileText(std::wstring_view started_line, std::wstring_view header,
                             const std::vector<std::wstring>& rows, std::wstring_view status_line);
 
-// Creates or truncates the file and writes `text`; false when it cannot be written.
-[[nodiscard]] bool WriteResultsFile(const std::filesystem::path& path, const std::string& text);
+// Replaces the file with `text` in one step (see tvkutil::ReplaceFile); the system's reason
+// when it cannot be written, the old file then left as it was.
+[[nodiscard]] std::error_code WriteResultsFile(const std::filesystem::path& path,
+                                               const std::string& text);
 
 // One field of a results file or of sondara-cli's csv, as RFC 4180 has it: inside double
 // quotes, with the quotes in it doubled, when `always_quoted` (the columns the files have always

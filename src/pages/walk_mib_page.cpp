@@ -22,6 +22,7 @@
 #include "pages/results_file.h"
 #include "snmp/type_names.h"
 #include "util/app_folders.h"
+#include "util/file_replace.h"
 #include "util/numeric_edit.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -258,12 +259,16 @@ void CWalkMIBPropertyPage::OnSaveResults() {
                                         ids::kCsvFilter, ids::kCsvExtension);
   if (path.isEmpty())
     return;
-  if (WriteResultsFile(std::filesystem::path(path.toStdString()), operation_.ResultsFileText()))
+  const std::error_code failed =
+      WriteResultsFile(std::filesystem::path(path.toStdString()), operation_.ResultsFileText());
+  if (!failed)
     return;
-  app::ShowMessageBox(this,
-                      QString::fromStdWString(tvkutil::FormatN(
-                          tvkutil::LoadString(ids::kUnableToSave), SIZE_MAX, path.toStdWString())),
-                      app::MessageIcon::kWarning);
+  app::ShowMessageBox(
+      this,
+      QString::fromStdWString(tvkutil::WithReason(
+          tvkutil::FormatN(tvkutil::LoadString(ids::kUnableToSave), SIZE_MAX, path.toStdWString()),
+          failed)),
+      app::MessageIcon::kWarning);
 }
 
 void CWalkMIBPropertyPage::OnCopyOid() {

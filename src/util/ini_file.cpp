@@ -1,26 +1,17 @@
 #include "util/ini_file.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 
+#include "util/file_replace.h"
 #include "util/text.h"
 
 namespace tvkutil {
 
 namespace {
-
-// A settings file is a few kilobytes; anything far beyond that is damage, and reading only
-// its beginning keeps a runaway file from eating the memory.
-constexpr std::size_t kMaxFileBytes = 16u << 20;
 
 bool IsBlank(wchar_t c) {
   return c == L' ' || c == L'\t' || c == L'\v' || c == L'\f';
@@ -56,24 +47,39 @@ std::wstring DecodeUtf16(std::string_view bytes, bool little_endian) {
   return out;
 }
 
-std::wstring DecodeText(std::string_view bytes) {
-  if (bytes.size() >= 3 && bytes.substr(0, 3) == "\xEF\xBB\xBF") {
-    return FromUtf8Lenient(bytes.substr(3));
+// Text without a byte-order mark that an editor saved as UTF-16: in the ASCII-heavy text of a
+// settings file nearly every other byte is zero, and UTF-8 text has no zero bytes at all.
+// Nullopt when the bytes do not look like UTF-16; else whether they are little-endian.
+std::optional<bool> Utf16WithoutMark(std::string_view bytes) {
+  std::size_t zero_even = 0;
+  std::size_t zero_odd = 0;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    zero_even += bytes[i] == '\0' ? 1 : 0;
+    zero_odd += bytes[i + 1] == '\0' ? 1 : 0;
   }
-  if (bytes.size() >= 2 && bytes.substr(0, 2) == "\xFF\xFE") {
-    return DecodeUtf16(bytes.substr(2), true);
-  }
-  if (bytes.size() >= 2 && bytes.substr(0, 2) == "\xFE\xFF") {
-    return DecodeUtf16(bytes.substr(2), false);
-  }
-  return FromUtf8Lenient(bytes);
+  const std::size_t units = bytes.size() / 2;
+  if (units == 0)
+    return std::nullopt;
+  if (zero_odd * 2 > units && zero_even * 8 < units)
+    return true;
+  if (zero_even * 2 > units && zero_odd * 8 < units)
+    return false;
+  return std::nullopt;
 }
 
-// An editor may add its byte-order mark before one that is already there; a mark left in the
-// text would hide the first section's header, and come back as the file's own mark when saved.
-std::wstring DecodeFile(std::string_view bytes) {
-  std::wstring text = DecodeText(bytes);
-  text.erase(0, text.find_first_not_of(L'\uFEFF'));
+// The file's text, or nullopt when it is not text in any encoding we know.
+std::optional<std::wstring> DecodeText(std::string_view bytes) {
+  if (bytes.size() >= 2 && bytes.substr(0, 2) == "\xFF\xFE")
+    return DecodeUtf16(bytes.substr(2), true);
+  if (bytes.size() >= 2 && bytes.substr(0, 2) == "\xFE\xFF")
+    return DecodeUtf16(bytes.substr(2), false);
+  if (bytes.size() >= 3 && bytes.substr(0, 3) == "\xEF\xBB\xBF")
+    bytes.remove_prefix(3);
+  else if (const std::optional<bool> little_endian = Utf16WithoutMark(bytes))
+    return DecodeUtf16(bytes, *little_endian);
+  std::wstring text;
+  if (!FromUtf8(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(), text))
+    return std::nullopt;
   return text;
 }
 
@@ -91,29 +97,33 @@ std::wstring EncodeValue(std::wstring_view value) {
   return needs_quotes ? L"\"" + v + L"\"" : v;
 }
 
-std::wstring DecodeValue(std::wstring_view raw) {
+std::wstring_view DecodeValue(std::wstring_view raw) {
   std::wstring_view v = Trim(raw);
   if (v.size() >= 2 && v.front() == L'"' && v.back() == L'"')
     v = v.substr(1, v.size() - 2);
-  return std::wstring(v);
+  return v;
+}
+
+// Where `part` stands inside `whole` (a view into it).
+std::size_t OffsetIn(std::wstring_view whole, std::wstring_view part) {
+  return static_cast<std::size_t>(part.data() - whole.data());
 }
 
 }  // namespace
 
 bool CIniFile::Load() {
   sections_.clear();
+  not_text_ = false;
   std::ifstream in(path_, std::ios::binary);
   if (!in)
     return false;
-  // Read in steps: a file of a few kilobytes must not cost a buffer of the largest one.
-  constexpr std::size_t kStep = 64u << 10;
+  // The whole file, however large: what is not read would be lost at the next save.
   std::string bytes;
-  while (in && bytes.size() < kMaxFileBytes) {
-    const std::size_t at = bytes.size();
-    bytes.resize(std::min(at + kStep, kMaxFileBytes));
-    in.read(bytes.data() + at, static_cast<std::streamsize>(bytes.size() - at));
-    bytes.resize(at + static_cast<std::size_t>(in.gcount()));
-  }
+  in.seekg(0, std::ios::end);
+  if (const std::streamoff size = in.tellg(); size > 0)
+    bytes.reserve(static_cast<std::size_t>(size));
+  in.seekg(0, std::ios::beg);
+  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   if (in.bad())
     return false;
   Parse(bytes);
@@ -122,8 +132,16 @@ bool CIniFile::Load() {
 
 void CIniFile::Parse(std::string_view bytes) {
   sections_.clear();
+  std::optional<std::wstring> decoded = DecodeText(bytes);
+  not_text_ = !decoded.has_value();
   sections_.push_back(Section{});  // lines before the first header
-  const std::wstring text = DecodeFile(bytes);
+  if (not_text_)
+    return;
+  std::wstring text = std::move(*decoded);
+  decoded.reset();
+  // An editor may add its byte-order mark before one that is already there; a mark left in
+  // the text would hide the first section's header, and come back as the file's own mark.
+  text.erase(0, text.find_first_not_of(L'\uFEFF'));
   std::size_t pos = 0;
   while (pos < text.size()) {
     // CR, LF, CR LF and stray zeros all end a line, so no line ends up glued to the next.
@@ -152,69 +170,37 @@ void CIniFile::Parse(std::string_view bytes) {
       sections_.push_back(std::move(s));
       continue;
     } else if (const std::size_t eq = t.find(L'='); eq != std::wstring_view::npos) {
-      line.key = std::wstring(Trim(t.substr(0, eq)));
-      line.value = DecodeValue(t.substr(eq + 1));
-      line.kind = line.key.empty() ? LineKind::kOther : LineKind::kKey;
+      const std::wstring_view key = Trim(t.substr(0, eq));
+      const std::wstring_view value = DecodeValue(t.substr(eq + 1));
+      line.key_at = OffsetIn(raw, key);
+      line.key_len = key.size();
+      line.value_at = OffsetIn(raw, value);
+      line.value_len = value.size();
+      line.kind = key.empty() ? LineKind::kOther : LineKind::kKey;
     }
     sections_.back().lines.push_back(std::move(line));
   }
 }
 
 std::string CIniFile::Serialize() const {
-  std::wstring out;
+  // Line by line: a large file is not held as wide text a second time.
+  std::string out;
   for (const Section& s : sections_) {
     if (s.has_header)
-      out += s.header_text + L"\n";
+      out.append(ToUtf8(s.header_text)).push_back('\n');
     for (const Line& l : s.lines)
-      out += l.text + L"\n";
+      out.append(ToUtf8(l.text)).push_back('\n');
   }
-  return ToUtf8(out);
+  return out;
 }
 
-bool CIniFile::Save() const {
-  namespace fs = std::filesystem;
+std::error_code CIniFile::Save() const {
   if (path_.empty())
-    return false;
-  std::error_code ec;
-  // Write through a symbolic link rather than replace it with a plain file.
-  fs::path target(path_);
-  if (fs::is_symlink(fs::symlink_status(target, ec))) {
-    const fs::path resolved = fs::weakly_canonical(target, ec);
-    if (!ec)
-      target = resolved;
-  }
-  std::string temp = target.string() + ".XXXXXX";
-  const int fd = ::mkstemp(temp.data());
-  if (fd < 0)
-    return false;
-  struct stat old_stat {};
-  if (::stat(target.c_str(), &old_stat) == 0) {
-    ::fchmod(fd, old_stat.st_mode & 07777);
-  } else {
-    ::fchmod(fd, 0644);
-  }
-  const std::string bytes = Serialize();
-  std::size_t done = 0;
-  bool ok = true;
-  while (done < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n <= 0) {
-      ok = false;
-      break;
-    }
-    done += static_cast<std::size_t>(n);
-  }
-  if (ok && ::fsync(fd) != 0)
-    ok = false;
-  if (::close(fd) != 0)
-    ok = false;
-  if (ok && std::rename(temp.c_str(), target.c_str()) != 0)
-    ok = false;
-  if (!ok)
-    ::unlink(temp.c_str());
-  return ok;
+    return std::make_error_code(std::errc::invalid_argument);
+  // A file we could not read as text is the user's to mend; writing our copy would lose it.
+  if (not_text_)
+    return std::make_error_code(std::errc::illegal_byte_sequence);
+  return ReplaceFile(path_, Serialize());
 }
 
 const CIniFile::Line* CIniFile::FindKey(std::wstring_view section, std::wstring_view key) const {
@@ -223,7 +209,7 @@ const CIniFile::Line* CIniFile::FindKey(std::wstring_view section, std::wstring_
     if (!s.has_header || !EqualsNoCase(s.name, section))
       continue;
     for (const Line& l : s.lines) {
-      if (l.kind == LineKind::kKey && EqualsNoCase(l.key, key))
+      if (l.kind == LineKind::kKey && EqualsNoCase(l.Key(), key))
         return &l;
     }
   }
@@ -233,7 +219,7 @@ const CIniFile::Line* CIniFile::FindKey(std::wstring_view section, std::wstring_
 std::wstring CIniFile::GetString(std::wstring_view section, std::wstring_view key,
                                  std::wstring_view def, std::size_t max_len) const {
   const Line* l = FindKey(section, key);
-  std::wstring value = l != nullptr ? l->value : std::wstring(def);
+  std::wstring value(l != nullptr ? l->Value() : def);
   if (value.size() > max_len)
     value.resize(max_len);
   return value;
@@ -242,9 +228,9 @@ std::wstring CIniFile::GetString(std::wstring_view section, std::wstring_view ke
 std::int32_t CIniFile::GetInt(std::wstring_view section, std::wstring_view key,
                               std::int32_t def) const {
   const Line* l = FindKey(section, key);
-  if (l == nullptr || l->value.empty())
+  if (l == nullptr || l->Value().empty())
     return def;
-  return Wtoi(l->value);
+  return Wtoi(l->Value());
 }
 
 bool CIniFile::HasKey(std::wstring_view section, std::wstring_view key) const {
@@ -262,7 +248,9 @@ CIniFile::Section& CIniFile::SectionForWrite(std::wstring_view section) {
   Section& last = sections_.back();
   const bool file_empty = sections_.size() == 1 && last.lines.empty();
   if (!file_empty && (last.lines.empty() || last.lines.back().kind != LineKind::kBlank)) {
-    last.lines.push_back(Line{LineKind::kBlank, L"", L"", L""});
+    Line blank;
+    blank.kind = LineKind::kBlank;
+    last.lines.push_back(std::move(blank));
   }
   Section s;
   s.has_header = true;
@@ -276,14 +264,17 @@ void CIniFile::WriteString(std::wstring_view section, std::wstring_view key,
                            std::wstring_view value) {
   Line line;
   line.kind = LineKind::kKey;
-  line.key = std::wstring(key);
-  line.text = line.key + L"=" + EncodeValue(value);
-  line.value = DecodeValue(line.text.substr(line.key.size() + 1));
+  line.text = std::wstring(key) + L"=" + EncodeValue(value);
+  line.key_len = key.size();
+  const std::wstring_view decoded =
+      DecodeValue(std::wstring_view(line.text).substr(key.size() + 1));
+  line.value_at = OffsetIn(line.text, decoded);
+  line.value_len = decoded.size();
   for (Section& s : sections_) {
     if (!s.has_header || !EqualsNoCase(s.name, section))
       continue;
     for (Line& l : s.lines) {
-      if (l.kind == LineKind::kKey && EqualsNoCase(l.key, key)) {
+      if (l.kind == LineKind::kKey && EqualsNoCase(l.Key(), key)) {
         l = std::move(line);
         return;
       }
@@ -351,7 +342,7 @@ std::vector<std::wstring> CIniFile::KeyNames(std::wstring_view section) const {
       continue;
     for (const Line& l : s.lines) {
       if (l.kind == LineKind::kKey)
-        keys.push_back(l.key);
+        keys.emplace_back(l.Key());
     }
   }
   return keys;

@@ -5,8 +5,9 @@
 // is cut to the caller's maximum length, an integer reads like atoi, and a section can be
 // emptied before it is written again. A file edited by hand is read the way its author meant
 // it: blanks around names and values, blank lines, ';' and '#' comments, CR LF line ends, a
-// byte-order mark (UTF-8 or UTF-16) and a missing ']' are all fine. Of duplicate keys the first
-// wins. Lines that make no sense are skipped, never fatal, and survive a save untouched.
+// byte-order mark (UTF-8 or UTF-16), UTF-16 without one and a missing ']' are all fine. Of
+// duplicate keys the first wins. Lines that make no sense are skipped, never fatal, and survive a
+// save untouched.
 //
 // The store works on a copy in memory: Load() reads the file, the Write/Clear calls change the
 // copy, Save() replaces the file in one step (a new file renamed over the old), so a crash or a
@@ -17,6 +18,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace tvkutil {
@@ -29,15 +31,19 @@ class CIniFile {
 
   const std::string& Path() const { return path_; }
 
-  // Reads the file into memory, replacing what was held. False (and an empty store) when the
-  // file does not exist or cannot be read.
+  // Reads the whole file into memory, replacing what was held. False (and an empty store) when
+  // the file does not exist or cannot be read.
   bool Load();
-  // Writes the store to the file. False when the file or its temporary twin cannot be
-  // written; the old file is then left as it was. The folder must exist.
-  [[nodiscard]] bool Save() const;
+  // Writes the store to the file (see ReplaceFile). The system's reason when the file or its
+  // temporary twin cannot be written; the old file is then left as it was. The folder must
+  // exist. A file that was loaded but is not text is never written.
+  [[nodiscard]] std::error_code Save() const;
 
-  // Parses file bytes (any of the encodings above) instead of reading the file.
+  // Parses file bytes (any of the encodings above) instead of reading the file. Bytes that are
+  // neither UTF-16 (with or without a byte-order mark) nor valid UTF-8 give an empty store
+  // that NotText() reports.
   void Parse(std::string_view bytes);
+  bool NotText() const { return not_text_; }
   // The file as Save() writes it: UTF-8 without a byte-order mark, "\n" line ends.
   std::string Serialize() const;
 
@@ -71,8 +77,14 @@ class CIniFile {
   struct Line {
     LineKind kind = LineKind::kOther;
     std::wstring text;  // the line as it stands in the file
-    std::wstring key;   // kKey only
-    std::wstring value;
+    // kKey only: where the key and the value stand in the text, so that a large file is not
+    // held twice over.
+    std::size_t key_at = 0;
+    std::size_t key_len = 0;
+    std::size_t value_at = 0;
+    std::size_t value_len = 0;
+    std::wstring_view Key() const { return std::wstring_view(text).substr(key_at, key_len); }
+    std::wstring_view Value() const { return std::wstring_view(text).substr(value_at, value_len); }
   };
   struct Section {
     bool has_header = false;  // false only for lines before the first header
@@ -86,6 +98,7 @@ class CIniFile {
 
   std::string path_;
   std::vector<Section> sections_;
+  bool not_text_ = false;
 };
 
 }  // namespace tvkutil

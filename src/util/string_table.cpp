@@ -117,6 +117,10 @@ constexpr Entry kTable[] = {
     // File > Save Snapshot says where the values went.
     {ids::kSnapshotSaved, L"Snapshot saved to '%s'."},
     {ids::kSnapshotNotSaved, L"Unable to save the snapshot to '%s'."},
+    // Said once at start-up; the file is the user's to mend, we do not overwrite it.
+    {ids::kSettingsFileNotText,
+     L"The settings file '%s' is not text (neither UTF-8 nor UTF-16). It is left as it is and "
+     L"not written by this run; the pages start with their defaults."},
     {ids::kTransactionLogExport, L"Export as &pcapng\u2026"},
     {ids::kPcapngFilter, L"pcapng Files (*.pcapng)|*.pcapng|"},
     {ids::kPcapngExtension, L"pcapng"},

@@ -114,6 +114,7 @@ inline constexpr int kPageNoFunctionality = 1042;
 inline constexpr int kWalkOidNotIncreasing = 1050;
 inline constexpr int kSnapshotSaved = 1051;
 inline constexpr int kSnapshotNotSaved = 1052;
+inline constexpr int kSettingsFileNotText = 1053;
 // The transaction log's decoded view and its capture file.
 inline constexpr int kTransactionLogExport = 1070;
 inline constexpr int kPcapngFilter = 1071;

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "support/hex_bytes.h"
 #include "support/recorders.h"
 #include "support/request_reader.h"
+#include "support/small_filesystem.h"
 
 namespace {
 
@@ -89,13 +91,59 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
     EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << "one line: " << r.err;
   }
-  // A file that cannot be made is found out before anything goes.
-  for (const char* option : {"--log", "--pcapng"}) {
-    const ProcessResult r = cli.Run({"walk", "127.0.0.1", "-p", port, option, "/nonexistent/f"});
-    EXPECT_EQ(r.status, 4);
-    EXPECT_EQ(r.err, "sondara-cli: unable to write /nonexistent/f\n");
+  // A file that cannot be made is found out before anything goes, and the reason is said.
+  testing_support::SmallFileSystem read_only(true);
+  struct FileCase {
+    std::string path;
+    std::string reason;
+  };
+  std::vector<FileCase> files = {{"/nonexistent/f", "No such file or directory"}};
+  if (read_only.Why().empty())
+    files.push_back({read_only / "f", "Read-only file system"});
+  for (const FileCase& f : files) {
+    for (const char* option : {"--log", "--pcapng"}) {
+      const ProcessResult r = cli.Run({"walk", "127.0.0.1", "-p", port, option, f.path});
+      EXPECT_EQ(r.status, 4);
+      EXPECT_EQ(r.err, "sondara-cli: unable to write " + f.path + ": " + f.reason + "\n");
+    }
   }
   EXPECT_TRUE(agent.Received().empty());
+}
+
+// A disk that fills during the run: the old files stay as they were and nothing else is left.
+TEST(CliUsage, OutputFilesThatCannotBeFinishedKeepTheOldOnes) {
+  testing_support::SmallFileSystem fs;
+  if (!fs.Why().empty())
+    GTEST_SKIP() << fs.Why();
+  sondara_test::WriteFile(fs / "old.log", "old log");
+  sondara_test::WriteFile(fs / "old.pcapng", "old capture");
+  fs.Fill();
+  FakeAgent agent(Silent());
+  const ProcessResult r =
+      Cli().Run({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "200", "-r", "0",
+                 "--log", fs / "old.log", "--pcapng", fs / "old.pcapng", ".1.3.6.1.2.1.1.4.0"});
+  EXPECT_EQ(r.status, 3);  // no answer, as without the files
+  EXPECT_NE(r.err.find("unable to write " + fs / "old.log" + ": No space left on device\n"),
+            std::string::npos)
+      << r.err;
+  EXPECT_EQ(sondara_test::ReadFile(fs / "old.log"), "old log");
+  EXPECT_EQ(sondara_test::ReadFile(fs / "old.pcapng"), "old capture");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(fs / ""), {}), 3);
+}
+
+// Ctrl+C ends a get at once: its old log stays and no temporary file is left.
+TEST(CliUsage, CtrlCDuringAGetKeepsTheOldLog) {
+  sondara_test::TempFolder dir;
+  sondara_test::WriteFile(dir / "get.log", "old log");
+  FakeAgent agent(Silent());
+  Cli cli;
+  const auto get = cli.Start({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "5000",
+                              "--log", dir / "get.log", ".1.3.6.1.2.1.1.4.0"});
+  WaitUntil([&] { return !agent.Received().empty(); }, std::chrono::seconds(10));
+  get->Signal(SIGINT);
+  EXPECT_EQ(get->Wait(10000).status, -1);  // ended by the signal
+  EXPECT_EQ(sondara_test::ReadFile(dir / "get.log"), "old log");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
 }
 
 TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
@@ -171,8 +219,9 @@ TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
         {Response(1, "getcom", ReadRequestFields(d.bytes).id, 0, 0, VarBind(oid, value)), 50}};
   });
   Cli cli;
-  const auto walk = cli.Start(
-      {"walk", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "5000", ".1.3.6.1.2.1.1.9"});
+  sondara_test::TempFolder dir;  // the capture is put in place at the stop as well
+  const auto walk = cli.Start({"walk", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t",
+                               "5000", ".1.3.6.1.2.1.1.9", "--pcapng", dir / "walk.pcapng"});
   WaitUntil([&] { return agent.Received().size() >= 5; }, std::chrono::seconds(10));
   walk->Signal(SIGINT);
   const ProcessResult r = walk->Wait(10000);
@@ -191,6 +240,9 @@ TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
   EXPECT_EQ(lines.back(),
             "sondara-cli: walkMIB stopped. No. of OIDs found: '" + std::to_string(found) + "'.");
   EXPECT_EQ(agent.Received().size(), found);  // nothing asked after the stop
+  const std::string capture = sondara_test::ReadFile(dir / "walk.pcapng");
+  EXPECT_NE(capture.find("object " + std::to_string(found)), std::string::npos);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
 }
 
 TEST(CliUsage, AWalkThatFailsSaysHowByItsStatus) {

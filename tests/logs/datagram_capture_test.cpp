@@ -100,7 +100,7 @@ TEST(PcapngFile, TsharkReadsAddressesPortsTimesDirectionsAndChecksums) {
   store.Add(logs::kDirectionSent, L"Get", get, {}, t0 + 3000000);  // ends unknown
   sondara_test::TempFolder dir;
   const std::string file = dir / "capture.pcapng";
-  ASSERT_TRUE(logs::WritePcapngFile(file, store.Snapshot()));
+  ASSERT_EQ(logs::WritePcapngFile(file, store.Snapshot()), std::error_code());
 
   const std::vector<std::string> lines = sondara_test::TsharkLines(
       file,

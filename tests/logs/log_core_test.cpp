@@ -106,7 +106,7 @@ TEST(EventLog, LogEventFormatsFromTheStringTableReachesOnlyARegisteredLogAndIsSa
                            "Ping command sent to IP 10.0.0.2." + LineStart(log.Shown(1)) +
                            "Ping command sent to IP " + std::string(487, 'x'));
   sondara_test::TempFolder dir;
-  ASSERT_TRUE(log.SaveToFile(dir / "events.txt"));
+  ASSERT_EQ(log.SaveToFile(dir / "events.txt"), std::error_code());
   EXPECT_EQ(sondara_test::ReadFile(dir / "events.txt"), expected);
 }
 

@@ -1,12 +1,14 @@
 // The log panes: lines from another thread, the row cap, Reset and Save from the menu, and the
 // decoded view of a selected message.
 #include <QAbstractItemModelTester>
+#include <QDir>
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QTableView>
 #include <QTest>
 #include <QTreeWidget>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -18,7 +20,10 @@
 #include "logs/event_log_view.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_log_view.h"
+#include "pages/device_discovery_page.h"
+#include "pages/walk_mib_page.h"
 #include "support/hex_bytes.h"
+#include "support/small_filesystem.h"
 #include "util/string_table.h"
 #include "util/temp_folder.h"
 
@@ -88,7 +93,8 @@ class LogViewsTest : public QObject {
     QCOMPARE(sondara_test::ReadFile(chosen.toStdString()), p.Log().SavedFileBytes());
     chosen = QString::fromStdString(dir_ / "missing/saved.txt");
     p.SaveWithDialog();
-    QCOMPARE(messages, QStringList{"Unable to save results to file " + chosen + "."});
+    QCOMPARE(messages, QStringList{"Unable to save results to file " + chosen +
+                                   ".\nNo such file or directory"});
     app::SetSaveDialog({});
     app::SetMessageBoxHook({});
 
@@ -166,6 +172,50 @@ class LogViewsTest : public QObject {
     menu->findChild<QAction*>("reset")->trigger();
     QVERIFY(decoded->isHidden());
     QVERIFY(view.BuildContextMenu()->isEmpty());  // nothing shown, nothing kept
+  }
+
+  // Every save of the window into a full disk: the old file stays byte for byte, nothing else
+  // is left beside it, and the message says why.
+  void SavesIntoAFullDiskKeepTheOldFileAndSayWhy() {
+    testing_support::SmallFileSystem fs;
+    if (!fs.Why().empty())
+      QSKIP(fs.Why().c_str());
+    logs::CEventLogView events(*app_);
+    events.AddEvent(L"an event");
+    events.Tick();
+    logs::CTransactionLogView transactions(*app_);
+    logs::LogDatagram(logs::kDirectionSent, L"Get", std::vector<std::uint8_t>(100, 0x30), {});
+    pages::CWalkMIBPropertyPage walk(*app_);
+    pages::CDeviceDiscoveryPropertyPage discovery(*app_);
+    const struct {
+      const char* file;
+      std::function<void()> save;
+    } saves[] = {
+        {"events.txt", [&] { QVERIFY(!events.SaveTo(QString::fromStdString(fs / "events.txt"))); }},
+        {"log.pcapng",
+         [&] { QVERIFY(!transactions.ExportTo(QString::fromStdString(fs / "log.pcapng"))); }},
+        {"walk.csv", [&] { walk.OnSaveResults(); }},
+        {"devices.csv", [&] { discovery.OnSaveResults(); }},
+    };
+    for (const auto& s : saves)
+      sondara_test::WriteFile(fs / s.file, std::string("old ") + s.file);
+    fs.Fill();
+    QStringList messages;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { messages << text; });
+    for (const auto& s : saves) {
+      const QString path = QString::fromStdString(fs / s.file);
+      app::SetSaveDialog(
+          [&](QWidget*, const QString&, const QString&, const QString&) { return path; });
+      messages.clear();
+      s.save();
+      QCOMPARE(messages, QStringList{"Unable to save results to file " + path +
+                                     ".\nNo space left on device"});
+      QCOMPARE(sondara_test::ReadFile(fs / s.file), std::string("old ") + s.file);
+    }
+    app::SetSaveDialog({});
+    app::SetMessageBoxHook({});
+    QCOMPARE(QDir(QString::fromStdString(fs / "")).entryList(QDir::Files).size(),
+             std::size(saves) + 1);  // and the filler
   }
 };
 

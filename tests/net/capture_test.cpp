@@ -121,7 +121,7 @@ TEST(Capture, GetSetWalkAndTrapReadByTsharkAsTheTreeDecodesThem) {
   ASSERT_EQ(kept.size(), 2U + 2U + 40U + 1U);
   sondara_test::TempFolder dir;
   const std::string file = dir / "exchange.pcapng";
-  ASSERT_TRUE(logs::WritePcapngFile(file, kept));
+  ASSERT_EQ(logs::WritePcapngFile(file, kept), std::error_code());
   const std::vector<std::string> lines = sondara_test::TsharkLines(
       file, "-d udp.port==" + std::to_string(snmpd.Port()) +
                 ",snmp -d udp.port==" + std::to_string(trapd.Port()) +

@@ -348,7 +348,7 @@ TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
   Walk w(agent.Port());
   ASSERT_EQ(w.Run(), WalkStatus::kComplete);
   sondara_test::TempFolder dir;
-  ASSERT_TRUE(pages::WriteResultsFile(dir / "walk.csv", w.op.ResultsFileText()));
+  ASSERT_EQ(pages::WriteResultsFile(dir / "walk.csv", w.op.ResultsFileText()), std::error_code());
   EXPECT_EQ(sondara_test::ReadFile(dir / "walk.csv"),
             "Sondara Utility V" + tvkutil::ToUtf8(app::CSondaraUtilityApp::VersionText()) +
                 " - Tarvik Technologies\n"
