@@ -96,7 +96,7 @@ constexpr std::array<OptionSpec, 18> kOptions = {{
     {0, "agent-address", kOptAgentAddress, "IP", "v1 trap: agent address (sender IP)"},
     {0, "generic", kOptGeneric, "NAME|N",
      "v1 trap: generic trap, coldStart ... enterpriseSpecific"},
-    {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 1 to 65535"},
+    {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 0 to 65535"},
     {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
     {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
     {'h', "help", 0, "", "this help"},
@@ -184,8 +184,19 @@ std::string TypeList(std::string_view command) {
 }
 
 std::string BadOid(std::string_view what, std::string_view text) {
-  return "bad " + std::string(what) + " " + Quoted(text) +
-         " (digits and dots, 2 to 128 numbers, no dot at the end)";
+  std::string why;
+  switch (app::CheckOidText(Wide(text))) {
+    case app::OidTextFault::kArcTooLarge:
+      why = "each number at most 4294967295";
+      break;
+    case app::OidTextFault::kFirstArcs:
+      why = "first number 0, 1 or 2; after 0 or 1 the second below 40";
+      break;
+    default:
+      why = "digits and dots, 2 to 128 numbers, no dot at the end";
+      break;
+  }
+  return "bad " + std::string(what) + " " + Quoted(text) + " (" + why + ")";
 }
 
 class CParser {
@@ -350,8 +361,8 @@ class CParser {
                    "authenticationFailure, egpNeighborLoss, enterpriseSpecific or 0 to 6)";
         break;
       case kOptSpecific:
-        if (!ReadNumber(value, 1, kMaxSpecificTrap, n))
-          error_ = "bad --specific " + Quoted(value) + Range(1, kMaxSpecificTrap);
+        if (!ReadNumber(value, 0, kMaxSpecificTrap, n))
+          error_ = "bad --specific " + Quoted(value) + Range(0, kMaxSpecificTrap);
         line_.specific_trap = static_cast<std::uint32_t>(n);
         break;
       case kOptTrapOid:
