@@ -44,7 +44,8 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "Writes the values with one SetRequest (community \"setcomm\" unless -c is given) and\n"
      "prints the bindings of the answer. TYPE is Integer32, Octet String, Object Identifier,\n"
      "IPAddress, Counter32, Gauge32, UInteger32, Timeticks, Opaque or Counter64 (case is\n"
-     "ignored); VALUE is checked against its TYPE before anything is sent."},
+     "ignored); VALUE is checked against its TYPE before anything is sent; \"\" is an empty\n"
+     "Octet String or Opaque."},
     {"walk", Shape::kHostOptionalOid, kCommonOptions | kOptBulk, "walk HOST [OID] [--bulk N]",
      "Walks the agent's MIB as the walkMIB page does, from OID (default .1.3.6.1) to the end of\n"
      "its view, printing each object as it comes: with GetNext requests, or with GetBulk\n"
@@ -59,7 +60,8 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "program's own), --agent-address IP (default the adapter's address), --generic NAME|N\n"
      "(default enterpriseSpecific) and --specific N (default 1); version 2c puts sysUpTime.0\n"
      "(the run's time ticks) and snmpTrapOID.0 (--trap-oid OID, default .1.3.6.1) first.\n"
-     "At most 64 bindings, the two fixed ones included. TYPE is one of set's types or Null."},
+     "At most 64 bindings, the two fixed ones included. TYPE is one of set's types or Null\n"
+     "(no Counter64 in a version 1 trap)."},
     {"ping", Shape::kHost, kOptTimeout | kOptRetries | kOptIPv6 | kOptFormat | kOptLog, "ping HOST",
      "Sends ICMP echoes as the ping toolbar does (1000 ms and 1 retry unless -t/-r are given)\n"
      "and prints the request and the reply. Exit status 0 on a reply, 3 without one."},
