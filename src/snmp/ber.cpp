@@ -213,19 +213,28 @@ int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs) {
       result = kBerBadLength;
       break;
     }
-    std::uint32_t arc = 0;
-    std::uint8_t b = 0;
+    std::uint32_t b = *p++;
+    if (b < 0x80) {  // most arcs are one byte
+      arcs[count++] = b;
+      continue;
+    }
+    // A sub-identifier must end inside the content, and fit in 32 bits: no value before a
+    // shift may reach 2^25.
+    std::uint32_t arc = b & 0x7Fu;
+    std::uint32_t before_shifts = 0;
     do {
-      // A sub-identifier must end inside the content, and fit in 32 bits.
-      if (p == end || arc > 0x01FFFFFFu) {
+      if (p == end) {
         result = kBerBadLength;
         break;
       }
+      before_shifts |= arc;
       b = *p++;
       arc = (arc << 7) | (b & 0x7Fu);
     } while ((b & 0x80) != 0);
-    if (result != kBerOk)
+    if (result != kBerOk || (before_shifts >> 25) != 0) {
+      result = kBerBadLength;
       break;
+    }
     arcs[count++] = arc;
   }
   out_arcs.resize_uninitialized(count);
