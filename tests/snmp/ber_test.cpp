@@ -63,6 +63,7 @@ TEST(ValueCodec, TextEncodesAndDecodesBack) {
       {kTagOid, L"1.3.128", "06 03 2b 81 00", L".1.3.128"},
       {kTagOid, L"2.999.3", "06 03 88 37 03", L".2.999.3"},  // X.690 8.19.4: 2*40+999 = 1079
       {kTagOid, L"1.39", "06 01 4f", L".1.39"},
+      {kTagOid, L"2.0", "06 01 50", L".2.0"},
       {kTagOid, L"2.4294967295", "06 05 90 80 80 80 4f", L".2.4294967295"},  // 2^32+79
       {kTagOid, L"1.3.2147483648.2147483647.0.4294967295",
        "06 11 2b 88 80 80 80 00 87 ff ff ff 7f 00 8f ff ff ff 7f",
@@ -133,8 +134,11 @@ TEST(ValueCodec, LengthFormsAndTheWritersRoom) {
   COctetString s(std::wstring(200, L'x'));
   EXPECT_NE(EncodeHex(s, 203), "FAIL");
   EXPECT_EQ(EncodeHex(s, 202), "FAIL");
-  COid one(L"1");
-  EXPECT_EQ(EncodeHex(one), "FAIL");
+  // One arc, or first arcs X.690 8.19.4 has no encoding for.
+  for (const wchar_t* text : {L"1", L"1.40", L"0.40.1", L"3.1"}) {
+    COid oid(text);
+    EXPECT_EQ(EncodeHex(oid), "FAIL") << oid.Text();
+  }
 }
 
 TEST(TypeNames, UnknownNamesMeanAStringAndUnknownTagsNoValue) {
