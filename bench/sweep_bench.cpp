@@ -17,6 +17,7 @@ struct PrintingUi : app::IOperationUi {
   void ShowMessage(const std::wstring& text, app::MessageIcon, int) override {
     std::fprintf(stderr, "%s\n", tvkutil::ToUtf8(text).c_str());
   }
+  bool AskYesNo(const std::wstring&, int) override { return true; }
 };
 
 struct NoEvents : logs::IEventLineSink {

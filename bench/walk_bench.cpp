@@ -29,6 +29,7 @@ struct PrintingUi : app::IOperationUi {
   void ShowMessage(const std::wstring& text, app::MessageIcon, int) override {
     std::cerr << tvkutil::ToUtf8(text) << '\n';
   }
+  bool AskYesNo(const std::wstring&, int) override { return true; }
 };
 
 // A pane scrolls to its newest row after each tick and paints the rows in view; this many fill

@@ -25,8 +25,15 @@ class CWaitCursor {
 using MessageBoxHook = std::function<void(const QString& text, MessageIcon icon)>;
 void SetMessageBoxHook(MessageBoxHook hook);
 
+// Answers what would have been asked instead of a modal Yes/No box (tests): true for Yes.
+using QuestionHook = std::function<bool(const QString& text)>;
+void SetQuestionHook(QuestionHook hook);
+
 // Shows a message box over `parent` (or the hook's call when one is set).
 void ShowMessageBox(QWidget* parent, const QString& text, MessageIcon icon);
+// A Yes/No box over `parent`, No the default: true for Yes. With no question hook but a message
+// box hook set, the message hook sees the text and the answer is No, so a test never blocks.
+bool AskYesNoBox(QWidget* parent, const QString& text);
 
 // IOperationUi over a page: the fields map to the page's controls.
 class CMessageBoxUi : public IOperationUi {
@@ -34,8 +41,11 @@ class CMessageBoxUi : public IOperationUi {
   explicit CMessageBoxUi(QWidget* parent) : parent_(parent) {}
   void MapField(int field, QWidget* control) { fields_[field] = control; }
   void ShowMessage(const std::wstring& text, MessageIcon icon, int field) override;
+  bool AskYesNo(const std::wstring& text, int field) override;
 
  private:
+  void Focus(int field);
+
   QWidget* parent_;
   std::map<int, QWidget*> fields_;
 };

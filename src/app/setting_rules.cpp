@@ -5,23 +5,39 @@
 
 namespace app {
 
-bool IsValidOidText(std::wstring_view text) {
+OidTextFault CheckOidText(std::wstring_view text) {
   if (text.empty() || text.size() > kMaxOidTextLen || text.back() == L'.')
-    return false;
+    return OidTextFault::kForm;
+  constexpr std::uint64_t kMaxArc = 0xFFFFFFFFu;
   int numbers = 0;
   bool in_number = false;
+  bool too_large = false;
+  std::uint64_t arc = 0;
+  std::uint64_t first_arcs[2] = {};
   for (wchar_t c : text) {
     if (c == L'.') {
       in_number = false;
     } else if (c >= L'0' && c <= L'9') {
-      if (!in_number)
+      if (!in_number) {
         ++numbers;
+        arc = 0;
+      }
       in_number = true;
+      arc = arc > kMaxArc ? arc : arc * 10 + static_cast<std::uint64_t>(c - L'0');
+      too_large = too_large || arc > kMaxArc;
+      if (numbers <= 2)
+        first_arcs[numbers - 1] = arc;
     } else {
-      return false;
+      return OidTextFault::kForm;
     }
   }
-  return numbers >= 2 && numbers <= kMaxOidArcs;
+  if (numbers < 2 || numbers > kMaxOidArcs)
+    return OidTextFault::kForm;
+  if (too_large)
+    return OidTextFault::kArcTooLarge;
+  if (first_arcs[0] > 2 || (first_arcs[0] < 2 && first_arcs[1] >= 40))
+    return OidTextFault::kFirstArcs;
+  return OidTextFault::kNone;
 }
 
 int VersionIndex(std::wstring_view version) {

@@ -22,9 +22,22 @@ inline constexpr int kMaxRetries = 10;
 inline constexpr int kMinWalkBulkRepetitions = 0;
 inline constexpr int kMaxWalkBulkRepetitions = 999;
 
+// What is wrong with an OID text, in the order it is tested.
+enum class OidTextFault {
+  kNone,
+  kForm,         // empty, too long, a final ".", a character other than a digit or dot,
+                 // fewer than 2 or more than 128 numbers
+  kArcTooLarge,  // a number above 4294967295
+  kFirstArcs,    // not 0, 1 or 2 first, or 40 or more after a first 0 or 1 (X.690 8.19.4)
+};
+OidTextFault CheckOidText(std::wstring_view text);
+
 // An OID text: not empty, at most 1408 characters, not ending in ".", only digits and dots,
-// and 2 to 128 numbers between the dots (empty pieces do not count, so ".1.3" and "1..3" pass).
-bool IsValidOidText(std::wstring_view text);
+// 2 to 128 numbers between the dots (empty pieces do not count, so ".1.3" and "1..3" pass),
+// each at most 4294967295, and first arcs that can be encoded.
+inline bool IsValidOidText(std::wstring_view text) {
+  return CheckOidText(text) == OidTextFault::kNone;
+}
 
 // 1 when the version text is "2c" (without regard to case), 0 for "1" and for anything else.
 int VersionIndex(std::wstring_view version);

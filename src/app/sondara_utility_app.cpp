@@ -220,9 +220,8 @@ void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
       if (!snmp::IsGenericTrapName(send_trap_.trap_type)) {
         send_trap_.trap_type = L"enterpriseSpecific";
       }
+      // 0 is a real specific-trap number (the usual one of a generic trap).
       send_trap_.specific_type = Low16(ini.GetInt(kSendTrap, L"SpecificType", 1));
-      if (send_trap_.specific_type == 0)
-        send_trap_.specific_type = 1;
     }
   }
 

@@ -40,6 +40,8 @@ class CCliOperationUi : public app::IOperationUi {
  public:
   explicit CCliOperationUi(const CliContext& context) : context_(context) {}
   void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override;
+  // A value given on the command line is meant as given, an empty one too.
+  bool AskYesNo(const std::wstring&, int) override { return true; }
   bool Refused() const { return refused_; }
 
  private:

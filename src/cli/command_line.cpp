@@ -44,7 +44,8 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "Writes the values with one SetRequest (community \"setcomm\" unless -c is given) and\n"
      "prints the bindings of the answer. TYPE is Integer32, Octet String, Object Identifier,\n"
      "IPAddress, Counter32, Gauge32, UInteger32, Timeticks, Opaque or Counter64 (case is\n"
-     "ignored); VALUE is checked against its TYPE before anything is sent."},
+     "ignored); VALUE is checked against its TYPE before anything is sent; \"\" is an empty\n"
+     "Octet String or Opaque."},
     {"walk", Shape::kHostOptionalOid, kCommonOptions | kOptBulk, "walk HOST [OID] [--bulk N]",
      "Walks the agent's MIB as the walkMIB page does, from OID (default .1.3.6.1) to the end of\n"
      "its view, printing each object as it comes: with GetNext requests, or with GetBulk\n"
@@ -59,7 +60,8 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "program's own), --agent-address IP (default the adapter's address), --generic NAME|N\n"
      "(default enterpriseSpecific) and --specific N (default 1); version 2c puts sysUpTime.0\n"
      "(the run's time ticks) and snmpTrapOID.0 (--trap-oid OID, default .1.3.6.1) first.\n"
-     "At most 64 bindings, the two fixed ones included. TYPE is one of set's types or Null."},
+     "At most 64 bindings, the two fixed ones included. TYPE is one of set's types or Null\n"
+     "(no Counter64 in a version 1 trap)."},
     {"ping", Shape::kHost, kOptTimeout | kOptRetries | kOptIPv6 | kOptFormat | kOptLog, "ping HOST",
      "Sends ICMP echoes as the ping toolbar does (1000 ms and 1 retry unless -t/-r are given)\n"
      "and prints the request and the reply. Exit status 0 on a reply, 3 without one."},
@@ -96,7 +98,7 @@ constexpr std::array<OptionSpec, 18> kOptions = {{
     {0, "agent-address", kOptAgentAddress, "IP", "v1 trap: agent address (sender IP)"},
     {0, "generic", kOptGeneric, "NAME|N",
      "v1 trap: generic trap, coldStart ... enterpriseSpecific"},
-    {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 1 to 65535"},
+    {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 0 to 65535"},
     {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
     {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
     {'h', "help", 0, "", "this help"},
@@ -184,8 +186,19 @@ std::string TypeList(std::string_view command) {
 }
 
 std::string BadOid(std::string_view what, std::string_view text) {
-  return "bad " + std::string(what) + " " + Quoted(text) +
-         " (digits and dots, 2 to 128 numbers, no dot at the end)";
+  std::string why;
+  switch (app::CheckOidText(Wide(text))) {
+    case app::OidTextFault::kArcTooLarge:
+      why = "each number at most 4294967295";
+      break;
+    case app::OidTextFault::kFirstArcs:
+      why = "first number 0, 1 or 2; after 0 or 1 the second below 40";
+      break;
+    default:
+      why = "digits and dots, 2 to 128 numbers, no dot at the end";
+      break;
+  }
+  return "bad " + std::string(what) + " " + Quoted(text) + " (" + why + ")";
 }
 
 class CParser {
@@ -350,8 +363,8 @@ class CParser {
                    "authenticationFailure, egpNeighborLoss, enterpriseSpecific or 0 to 6)";
         break;
       case kOptSpecific:
-        if (!ReadNumber(value, 1, kMaxSpecificTrap, n))
-          error_ = "bad --specific " + Quoted(value) + Range(1, kMaxSpecificTrap);
+        if (!ReadNumber(value, 0, kMaxSpecificTrap, n))
+          error_ = "bad --specific " + Quoted(value) + Range(0, kMaxSpecificTrap);
         line_.specific_trap = static_cast<std::uint32_t>(n);
         break;
       case kOptTrapOid:

@@ -48,21 +48,20 @@ bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
   if (!ReadPort(form_.port_text, port_))
     return RefuseRange(ui, 0, kMaxPort, kFieldPort);
   if (mode == GetSetMode::kGet) {
-    if (!app::IsValidOidText(form_.get_oid))
-      return Refuse(ui, kEnterValidGetOid, kFieldGetOid);
+    if (!CheckOidField(ui, form_.get_oid, kEnterValidGetOid, kFieldGetOid))
+      return false;
     if (form_.get_community.empty())
       return Refuse(ui, kEnterGetCommunity, kFieldGetCommunity);
     return true;
   }
-  if (!app::IsValidOidText(form_.set_oid))
-    return Refuse(ui, kEnterValidSetOid, kFieldSetOid);
+  if (!CheckOidField(ui, form_.set_oid, kEnterValidSetOid, kFieldSetOid))
+    return false;
   if (form_.set_community.empty())
     return Refuse(ui, kEnterSetCommunity, kFieldSetCommunity);
   if (form_.set_data_type.empty())
     return Refuse(ui, kSelectSetDataType, kFieldSetDataType);
-  if (!IsValidValueText(snmp::TagOfTypeName(form_.set_data_type), form_.set_value))
-    return Refuse(ui, kEnterValidSetValue, kFieldSetValue);
-  return true;
+  return CheckValueField(ui, snmp::TagOfTypeName(form_.set_data_type), form_.set_value,
+                         kEnterValidSetValue, kFieldSetValue);
 }
 
 RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, app::IOperationUi& ui,

@@ -1,10 +1,12 @@
 #include "pages/operation_common.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "app/setting_rules.h"
 #include "net/address.h"
 #include "snmp/asn_data_type.h"
+#include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -75,7 +77,7 @@ bool RefuseRange(app::IOperationUi& ui, long long low, long long high, int field
 
 bool IsValidValueText(std::uint32_t tag, std::wstring_view text) {
   if (text.empty())
-    return false;
+    return tag == snmp::kTagOctetString || tag == snmp::kTagOpaque;
   switch (tag) {
     case snmp::kTagInteger32:
       return ReadInteger32(text);
@@ -89,7 +91,10 @@ bool IsValidValueText(std::uint32_t tag, std::wstring_view text) {
     case snmp::kTagOid:
       return app::IsValidOidText(text);
     case snmp::kTagIpAddress:
-      return net::IsValidIPv4Text(std::wstring(text));
+      // The address test lets any character stand between the numbers; a value must be the
+      // four numbers it is sent as (an IpAddress is four bytes).
+      return net::IsValidIPv4Text(std::wstring(text)) &&
+             std::count(text.begin(), text.end(), L'.') == 3;
     case snmp::kTagOctetString:
     case snmp::kTagNull:
     case snmp::kTagOpaque:
@@ -97,6 +102,32 @@ bool IsValidValueText(std::uint32_t tag, std::wstring_view text) {
     default:
       return false;
   }
+}
+
+bool CheckOidField(app::IOperationUi& ui, std::wstring_view text, int string_id, int field) {
+  switch (app::CheckOidText(text)) {
+    case app::OidTextFault::kNone:
+      return true;
+    case app::OidTextFault::kArcTooLarge:
+      return Refuse(ui, tvkutil::ids::kOidArcTooLarge, field);
+    case app::OidTextFault::kFirstArcs:
+      return Refuse(ui, tvkutil::ids::kOidFirstArcs, field);
+    default:
+      return Refuse(ui, string_id, field);
+  }
+}
+
+bool CheckValueField(app::IOperationUi& ui, std::uint32_t tag, std::wstring_view text,
+                     int string_id, int field) {
+  if (text.empty() && (tag == snmp::kTagOctetString || tag == snmp::kTagOpaque)) {
+    // An empty string is a real value (a cleared description), but rarely meant.
+    return ui.AskYesNo(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kConfirmEmptyValue),
+                                        SIZE_MAX, snmp::TypeNameOfTag(tag)),
+                       field);
+  }
+  if (tag == snmp::kTagOid)
+    return CheckOidField(ui, text, string_id, field);
+  return IsValidValueText(tag, text) || Refuse(ui, string_id, field);
 }
 
 net::UdpSettings UdpSettingsFrom(const app::NetworkSettings& network) {

@@ -32,12 +32,22 @@ bool Refuse(app::IOperationUi& ui, int string_id, int field,
 bool RefuseRange(app::IOperationUi& ui, long long low, long long high, int field);
 
 // A value text for a value of type `tag`, as the pages and the varbind editor check it before
-// anything is sent: never empty; a number must be a whole number that fits its type, read to
-// its last character (Integer32 in decimal; Counter32, Gauge32, UInteger32 and Timeticks with
-// "0x" for hexadecimal and a leading 0 for octal; Counter64 in decimal); an Object Identifier
-// must pass the OID text test and an IPAddress the IPv4 text test. Octet String, Opaque and
-// Null take any text; the exception tags and unknown tags none.
+// anything is sent: empty only for Octet String and Opaque; a number must be a whole number that
+// fits its type, read to its last character (Integer32 in decimal; Counter32, Gauge32, UInteger32
+// and Timeticks with "0x" for hexadecimal and a leading 0 for octal; Counter64 in decimal); an
+// Object Identifier must pass the OID text test and an IPAddress the IPv4 text test. Octet String,
+// Opaque and Null take any text; the exception tags and unknown tags none.
 bool IsValidValueText(std::uint32_t tag, std::wstring_view text);
+
+// An OID field: true when the text passes the OID text test, else a refusal that says which
+// rule it broke (a number above 4294967295, first numbers that cannot be sent) or, for any
+// other fault, the text `string_id`.
+bool CheckOidField(app::IOperationUi& ui, std::wstring_view text, int string_id, int field);
+// A value field of type `tag`: an empty Octet String or Opaque asks the user to confirm it
+// (false after No); an OID value as CheckOidField; anything else refused with `string_id`
+// unless it passes IsValidValueText.
+bool CheckValueField(app::IOperationUi& ui, std::uint32_t tag, std::wstring_view text,
+                     int string_id, int field);
 
 // The request settings of the Options (IPv6, time-out, retries, local adapter).
 net::UdpSettings UdpSettingsFrom(const app::NetworkSettings& network);

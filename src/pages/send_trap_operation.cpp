@@ -135,8 +135,8 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
     // This one box has always come without the warning icon.
     if (v1 && !net::IsValidIPv4Text(form_.sender_ip))
       return refuse(kEnterValidSenderIp, kFieldSenderIp, app::MessageIcon::kNone);
-    if (v1 && !app::IsValidOidText(form_.sender_oid))
-      return refuse(kEnterValidSenderOid, kFieldSenderOid, kWarning);
+    if (v1 && !CheckOidField(ui, form_.sender_oid, kEnterValidSenderOid, kFieldSenderOid))
+      return std::nullopt;
     if (form_.community.empty())
       return refuse(kEnterCommunity, kFieldTrapCommunity, kWarning);
     int count = 0;
@@ -145,9 +145,14 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
       return std::nullopt;
     }
     int listed = 0;
+    bool counter64 = false;
     {
       const std::lock_guard hold(list_lock_);
       listed = list_.Count();
+      for (int i = 1; i <= count && i <= listed; ++i) {
+        const snmp::CASNDataType* value = list_.Get(i)->Value();
+        counter64 = counter64 || (value != nullptr && value->Tag() == snmp::kTagCounter64);
+      }
     }
     if (count > listed) {
       ui.ShowMessage(
@@ -158,10 +163,13 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
     int specific = 0;
     if (v1 && form_.trap_type.empty())
       return refuse(kSelectTrapType, kFieldTrapType, kWarning);
-    if (v1 && !ReadNumber(form_.specific_type_text, 1, kMaxSpecificType, specific)) {
-      RefuseRange(ui, 1, kMaxSpecificType, kFieldSpecificType);
+    if (v1 && !ReadNumber(form_.specific_type_text, 0, kMaxSpecificType, specific)) {
+      RefuseRange(ui, 0, kMaxSpecificType, kFieldSpecificType);
       return std::nullopt;
     }
+    // RFC 1157 has no 64-bit type; some receivers drop the whole trap for it.
+    if (v1 && counter64)
+      return refuse(kCounter64InV1Trap, kFieldVarBindNum, kWarning);
   }
 
   request.host = form_.host;

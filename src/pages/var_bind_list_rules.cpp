@@ -24,13 +24,12 @@ bool IsEntry(const snmp::CVarBindList& list, int index, const wchar_t* oid, std:
 
 bool ValidateVarBind(const VarBindText& bind, app::IOperationUi& ui) {
   using namespace tvkutil::ids;
-  if (!app::IsValidOidText(bind.oid))
-    return Refuse(ui, kEnterValidOid, kFieldVarBindOid);
+  if (!CheckOidField(ui, bind.oid, kEnterValidOid, kFieldVarBindOid))
+    return false;
   if (bind.type_name.empty())
     return Refuse(ui, kSelectDataType, kFieldVarBindDataType);
-  if (!IsValidValueText(snmp::TagOfTypeName(bind.type_name), bind.value))
-    return Refuse(ui, kEnterValidValue, kFieldVarBindValue);
-  return true;
+  return CheckValueField(ui, snmp::TagOfTypeName(bind.type_name), bind.value, kEnterValidValue,
+                         kFieldVarBindValue);
 }
 
 void PutFixedTrapEntries(snmp::CVarBindList& list, std::uint32_t time_stamp) {

@@ -83,8 +83,8 @@ bool CWalkMIBOperation::Validate(app::IOperationUi& ui) {
     return Refuse(ui, ids::kSelectVersion, kWalkFieldVersion);
   if (form_.community.empty())
     return Refuse(ui, ids::kEnterCommunity, kWalkFieldCommunity);
-  if (!app::IsValidOidText(form_.start_oid))
-    return Refuse(ui, ids::kEnterValidStartOid, kWalkFieldStartOid);
+  if (!CheckOidField(ui, form_.start_oid, ids::kEnterValidStartOid, kWalkFieldStartOid))
+    return false;
   return true;
 }
 

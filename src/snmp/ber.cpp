@@ -88,61 +88,89 @@ int DecodeSignedContent(CBerReader& in, std::uint32_t len, std::int32_t& out_val
   if (len == 0 || len > 5)
     return kBerBadLength;
   const std::uint8_t* bytes = in.Take(len);
+  // A fifth byte may only repeat the sign of the four after it; anything else is wider than 32
+  // bits and would be cut short.
+  if (len == 5 && bytes[0] != ((bytes[1] & 0x80) != 0 ? 0xFF : 0x00))
+    return kBerBadLength;
   std::uint32_t v = (bytes[0] & 0x80) != 0 ? 0xFFFFFFFFu : 0u;
   for (std::uint32_t i = 0; i < len; ++i)
-    v = (v << 8) | bytes[i];  // a fifth byte shifts the first out of the 32 bits
-  out_value = static_cast<std::int32_t>(v);
-  return kBerOk;
-}
-
-int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t max_len,
-                          std::uint32_t& out_value) {
-  if (ExceedsInput(len, in))
-    return kBerExhausted;
-  if (len == 0 || len > max_len)
-    return kBerBadLength;
-  const std::uint8_t* bytes = in.Take(len);
-  std::uint32_t v = 0;
-  for (std::uint32_t i = 0; i < len; ++i)
     v = (v << 8) | bytes[i];
-  out_value = v;
+  out_value = static_cast<std::int32_t>(v);
   return kBerOk;
 }
 
 namespace {
 
-// Bytes of one arc in base 128.
-std::uint32_t Base128Length(std::uint32_t arc) {
-  return arc < (1u << 7)    ? 1
-         : arc < (1u << 14) ? 2
-         : arc < (1u << 21) ? 3
-         : arc < (1u << 28) ? 4
-                            : 5;
+// Unsigned content of `len` bytes into a value of `width` bytes; one more byte is allowed only
+// as the leading 00 that keeps a top bit from reading as a sign.
+template <typename T>
+int DecodeUnsignedAs(CBerReader& in, std::uint32_t len, T& out_value) {
+  constexpr std::uint32_t kWidth = sizeof(T);
+  if (ExceedsInput(len, in))
+    return kBerExhausted;
+  if (len == 0 || len > kWidth + 1)
+    return kBerBadLength;
+  const std::uint8_t* bytes = in.Take(len);
+  if (len == kWidth + 1 && bytes[0] != 0)
+    return kBerBadLength;
+  T v = 0;
+  for (std::uint32_t i = 0; i < len; ++i)
+    v = static_cast<T>((v << 8) | bytes[i]);  // the leading 00 of a ninth byte shifts out
+  out_value = v;
+  return kBerOk;
 }
 
 }  // namespace
 
+int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t& out_value) {
+  return DecodeUnsignedAs(in, len, out_value);
+}
+
+int DecodeUnsigned64Content(CBerReader& in, std::uint32_t len, std::uint64_t& out_value) {
+  return DecodeUnsignedAs(in, len, out_value);
+}
+
+namespace {
+
+// Bytes of one sub-identifier in base 128.
+std::uint32_t Base128Length(std::uint64_t arc) {
+  std::uint32_t n = 1;
+  while ((arc >>= 7) != 0)
+    ++n;
+  return n;
+}
+
+// Base 128, most significant group first, continuation bit on all but the last.
+std::uint8_t* PutBase128(std::uint8_t* out, std::uint64_t arc) {
+  if (arc >= 0x80) {
+    for (std::uint32_t shift = 7 * (Base128Length(arc) - 1); shift != 0; shift -= 7)
+      *out++ = static_cast<std::uint8_t>(0x80 | ((arc >> shift) & 0x7F));
+  }
+  *out++ = static_cast<std::uint8_t>(arc & 0x7F);
+  return out;
+}
+
+}  // namespace
+
+bool IsEncodableOid(std::span<const std::uint32_t> arcs) {
+  return arcs.size() >= 2 && arcs[0] <= 2 && (arcs[0] == 2 || arcs[1] < 40);
+}
+
 bool EncodeOidContent(CBerWriter& out, std::span<const std::uint32_t> arcs,
                       std::uint32_t& out_len) {
-  if (arcs.size() < 2)
+  if (!IsEncodableOid(arcs))
     return false;
-  std::uint32_t n = 1;
+  // 2.x may exceed 32 bits once 80 is added (X.690 8.19.4).
+  const std::uint64_t first = std::uint64_t{arcs[0]} * 40 + arcs[1];
+  std::uint32_t n = first < 0x80 ? 1 : Base128Length(first);
   for (std::size_t i = 2; i < arcs.size(); ++i)
-    n += Base128Length(arcs[i]);
+    n += arcs[i] < 0x80 ? 1 : Base128Length(arcs[i]);
   std::uint8_t* room = out.Reserve(n);
   if (room == nullptr)
     return false;
-  // The combined first sub-identifier is always exactly one byte; a sum above 255 wraps.
-  *room++ = static_cast<std::uint8_t>(arcs[0] * 40 + arcs[1]);
-  for (std::size_t i = 2; i < arcs.size(); ++i) {
-    // Base 128, most significant group first, continuation bit on all but the last.
-    const std::uint32_t arc = arcs[i];
-    if (arc >= 0x80) {
-      for (std::uint32_t shift = 7 * (Base128Length(arc) - 1); shift != 0; shift -= 7)
-        *room++ = static_cast<std::uint8_t>(0x80 | ((arc >> shift) & 0x7F));
-    }
-    *room++ = static_cast<std::uint8_t>(arc & 0x7F);
-  }
+  room = PutBase128(room, first);
+  for (std::size_t i = 2; i < arcs.size(); ++i)
+    room = PutBase128(room, arcs[i]);
   out_len = n;
   return true;
 }
@@ -153,38 +181,63 @@ int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs) {
   if (len == 0)
     return kBerBadLength;
   const std::uint8_t* const start = in.Cursor();
-  const std::uint8_t* const input_end = start + in.Remaining();
-  const std::uint8_t* const content_end = start + len;
+  const std::uint8_t* const end = start + len;
+  (void)in.Skip(len);
   // Each content byte after the first gives at most one arc.
   out_arcs.resize_uninitialized(len + 1 < kMaxOidArcs ? len + 1 : kMaxOidArcs);
   std::uint32_t* const arcs = out_arcs.data();
-  const auto first = static_cast<std::int8_t>(*start);
-  arcs[0] = static_cast<std::uint32_t>(first / 40);
-  arcs[1] = static_cast<std::uint32_t>(first % 40);
+  const std::uint8_t* p = start;
+  // The first sub-identifier holds two arcs; nearly always it is one byte.
+  std::uint64_t first = *p++;
+  if (first >= 0x80) {
+    first &= 0x7F;
+    for (std::uint8_t b = 0x80; (b & 0x80) != 0;) {
+      if (p == end || first > (0xFFFFFFFFull + 80) >> 7) {
+        out_arcs.clear();
+        return kBerBadLength;
+      }
+      b = *p++;
+      first = (first << 7) | (b & 0x7Fu);
+    }
+    if (first > 0xFFFFFFFFull + 80) {
+      out_arcs.clear();
+      return kBerBadLength;
+    }
+  }
+  arcs[0] = first < 40 ? 0 : first < 80 ? 1 : 2;
+  arcs[1] = static_cast<std::uint32_t>(first - 40 * arcs[0]);
   std::size_t count = 2;
-  const std::uint8_t* p = start + 1;
   int result = kBerOk;
-  while (p < content_end && result == kBerOk) {
+  while (p < end) {
     if (count >= kMaxOidArcs) {
       result = kBerBadLength;
       break;
     }
-    std::uint32_t arc = 0;
-    std::uint8_t b = 0;
+    std::uint32_t b = *p++;
+    if (b < 0x80) {  // most arcs are one byte
+      arcs[count++] = b;
+      continue;
+    }
+    // A sub-identifier must end inside the content, and fit in 32 bits: no value before a
+    // shift may reach 2^25.
+    std::uint32_t arc = b & 0x7Fu;
+    std::uint32_t before_shifts = 0;
     do {
-      // A sub-identifier may run past the content length, but never past the input.
-      if (p == input_end) {
-        result = kBerExhausted;
+      if (p == end) {
+        result = kBerBadLength;
         break;
       }
+      before_shifts |= arc;
       b = *p++;
       arc = (arc << 7) | (b & 0x7Fu);
     } while ((b & 0x80) != 0);
-    if (result == kBerOk)
-      arcs[count++] = arc;
+    if (result != kBerOk || (before_shifts >> 25) != 0) {
+      result = kBerBadLength;
+      break;
+    }
+    arcs[count++] = arc;
   }
   out_arcs.resize_uninitialized(count);
-  (void)in.Skip(static_cast<std::uint32_t>(p - start));
   return result;
 }
 

@@ -168,18 +168,23 @@ using COidArcs = tvkutil::CSmallVector<std::uint32_t, 32>;
 [[nodiscard]] bool EncodeSignedContent(CBerWriter& out, std::int32_t value, std::uint32_t& out_len);
 [[nodiscard]] bool EncodeUnsignedContent(CBerWriter& out, std::uint64_t value,
                                          std::uint32_t& out_len);
-// Signed INTEGER content of `len` bytes: 1 to 5 bytes, else kBerBadLength.
+// Signed INTEGER content of `len` bytes: 1 to 5 bytes and a value that fits in 32 bits (a
+// fifth byte only as the sign of the other four), else kBerBadLength.
 int DecodeSignedContent(CBerReader& in, std::uint32_t len, std::int32_t& out_value);
-// Unsigned content of `len` bytes (1 to max_len). Only the low 32 bits of the running value are
-// kept at every step, so Counter64 (max_len 9) decodes its last four bytes only.
-int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t max_len,
-                          std::uint32_t& out_value);
-// OBJECT IDENTIFIER content. The first sub-identifier is one byte, first arc * 40 + second, in 8
-// bits (not itself base 128); at least two arcs are needed to encode.
+// Unsigned 32-bit content: 1 to 5 bytes, a fifth only as a leading 00 (0xFFFFFFFF is
+// 00 FF FF FF FF); anything wider gives kBerBadLength.
+int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t& out_value);
+// Unsigned 64-bit content (Counter64): 1 to 9 bytes, a ninth only as a leading 00.
+int DecodeUnsigned64Content(CBerReader& in, std::uint32_t len, std::uint64_t& out_value);
+// True when arcs can start an OBJECT IDENTIFIER (X.690 8.19.4): at least two, the first 0, 1 or
+// 2, and the second below 40 under 0 or 1.
+bool IsEncodableOid(std::span<const std::uint32_t> arcs);
+// OBJECT IDENTIFIER content (X.690 8.19): the first sub-identifier is first arc * 40 + second,
+// base 128 like the others, so 2.999 takes two bytes. Fails for arcs IsEncodableOid refuses.
 [[nodiscard]] bool EncodeOidContent(CBerWriter& out, std::span<const std::uint32_t> arcs,
                                     std::uint32_t& out_len);
-// At most kMaxOidArcs arcs; more gives kBerBadLength. A first byte of 0x80 or more is read as a
-// signed number and gives negative arcs, kept as they are.
+// At most kMaxOidArcs arcs; more gives kBerBadLength, and so does an arc above 2^32-1 or a last
+// sub-identifier that runs past the content's length.
 int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs);
 
 }  // namespace snmp

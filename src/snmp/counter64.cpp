@@ -16,11 +16,7 @@ bool CCounter64::EncodeContent(CBerWriter& out) {
 }
 
 int CCounter64::DecodeContent(CBerReader& in) {
-  std::uint32_t low = 0;
-  const int r = DecodeUnsignedContent(in, ContentLength(), 9, low);
-  if (r == kBerOk)
-    value_ = low;
-  return r;
+  return DecodeUnsigned64Content(in, ContentLength(), value_);
 }
 
 }  // namespace snmp

@@ -1,5 +1,4 @@
-// CCounter64 (tag 70): encodes all 64 bits; decoding keeps the value of the last four content
-// bytes only, as peers of this program have always seen it.
+// CCounter64 (tag 70): an unsigned 64-bit counter (RFC 2578), all 64 bits both ways.
 #pragma once
 
 #include <string_view>

@@ -53,6 +53,8 @@ int CIPAddress::DecodeContent(CBerReader& in) {
   const std::uint8_t* bytes = in.Cursor();
   if (const int r = in.Skip(len); r != kBerOk)
     return r;
+  if (len != 4)  // RFC 2578: an IpAddress is exactly four bytes
+    return kBerBadLength;
   octets_.assign(bytes, bytes + len);
   return kBerOk;
 }

@@ -123,8 +123,8 @@ class CTreeDecoder {
     if (!Element(top, L"message", Want::kTag, kTagSequence, m))
       return std::move(nodes_);
     Span msg{m.content, m.content + m.length, m.node, L"message"};
-    if (NamedInteger(msg, L"version", kVersionNames) && Typed(msg, L"community", kTagOctetString) &&
-        Pdu(msg) && End(msg, L"PDU"))
+    if (NamedInteger(msg, L"version", kVersionNames, &version_) &&
+        Typed(msg, L"community", kTagOctetString) && Pdu(msg) && End(msg, L"PDU"))
       End(top, L"message");
     return std::move(nodes_);
   }
@@ -270,21 +270,26 @@ class CTreeDecoder {
     const std::wstring type = BerTypeName(t.tag);
     switch (t.tag) {
       case kTagInteger32:
+        if (t.length < 1 || t.length > 5)
+          return FailContent(t, type + L" of " + Bytes(t.length) + L" (1 to 5 allowed)");
+        // A fifth byte may only repeat the sign of the other four.
+        if (t.length == 5 && data_[t.content] != ((data_[t.content + 1] & 0x80) != 0 ? 0xFF : 0))
+          return FailContent(t, type + L" wider than 32 bits");
+        return true;
       case kTagCounter32:
       case kTagGauge32:
       case kTagTimeTicks:
       case kTagUnsigned32:
-        if (t.length < 1 || t.length > 5)
-          return FailContent(t, type + L" of " + Bytes(t.length) + L" (1 to 5 allowed)");
-        return true;
+        return CheckUnsigned(t, type, 4);
       case kTagCounter64:
-        if (t.length < 1 || t.length > 9)
-          return FailContent(t, type + L" of " + Bytes(t.length) + L" (1 to 9 allowed)");
-        return true;
-      case kTagNull:
+        return CheckUnsigned(t, type, 8);
       case kTagNoSuchObject:
       case kTagNoSuchInstance:
       case kTagEndOfMibView:
+        if (version_ == 0)
+          return FailContent(t, type + L" in a version 1 message (SNMPv2 only)");
+        [[fallthrough]];
+      case kTagNull:
         if (t.length != 0)
           return FailContent(t, type + L" with " + Bytes(t.length) + L" of content (none allowed)");
         return true;
@@ -299,17 +304,29 @@ class CTreeDecoder {
     }
   }
 
+  // Up to `width` bytes, one more only as a leading 00 (a top bit set needs it).
+  bool CheckUnsigned(const Tlv& t, const std::wstring& type, std::size_t width) {
+    if (t.length < 1 || t.length > width + 1)
+      return FailContent(t, type + L" of " + Bytes(t.length) + L" (1 to " +
+                                std::to_wstring(width + 1) + L" allowed)");
+    if (t.length == width + 1 && data_[t.content] != 0)
+      return FailContent(t, type + L" wider than " + std::to_wstring(width * 8) + L" bits");
+    return true;
+  }
+
   bool CheckOid(const Tlv& t) {
     if (t.length == 0)
       return FailContent(t, L"empty OBJECT IDENTIFIER");
-    // The first byte holds the first two arcs.
+    // The first sub-identifier holds the first two arcs (X.690 8.19.4); the second of them may
+    // be as large as any arc once 80 is taken off.
     const std::size_t end = t.content + t.length;
-    std::size_t arcs = 2;
-    for (std::size_t p = t.content + 1; p < end;) {
+    std::size_t arcs = 1;
+    for (std::size_t p = t.content; p < end;) {
       if (arcs >= kMaxOidArcs)
         return FailContent(
             t, L"OBJECT IDENTIFIER of more than " + std::to_wstring(kMaxOidArcs) + L" arcs");
       ++arcs;
+      const std::uint64_t max = p == t.content ? 0xFFFFFFFFull + 80 : 0xFFFFFFFFull;
       std::uint64_t arc = 0;
       for (;;) {
         if (p >= end)
@@ -318,7 +335,7 @@ class CTreeDecoder {
                                     HexByte(data_[p - 1]) + L" asks for one more byte)");
         const std::uint8_t b = data_[p++];
         arc = (arc << 7) | (b & 0x7Fu);
-        if (arc > 0xFFFFFFFFu)
+        if (arc > max)
           return FailContent(t, L"arc " + std::to_wstring(arcs) +
                                     L" of the OBJECT IDENTIFIER does not fit in 32 bits");
         if ((b & 0x80) == 0)
@@ -361,10 +378,12 @@ class CTreeDecoder {
   // An INTEGER whose numbers have names.
   template <std::size_t N>
   bool NamedInteger(Span& in, const std::wstring& field,
-                    const std::array<std::wstring_view, N>& names) {
+                    const std::array<std::wstring_view, N>& names, std::int32_t* out = nullptr) {
     std::int32_t value = 0;
     if (!Integer(in, field, value))
       return false;
+    if (out != nullptr)
+      *out = value;
     const std::wstring_view name = value >= 0 && static_cast<std::size_t>(value) < N
                                        ? names[static_cast<std::size_t>(value)]
                                        : std::wstring_view();
@@ -420,6 +439,7 @@ class CTreeDecoder {
 
   const std::uint8_t* data_;
   std::size_t size_;
+  std::int32_t version_ = -1;  // exception values are SNMPv2 only
   std::vector<MessageNode> nodes_;
 };
 

@@ -6,6 +6,10 @@
 
 namespace snmp {
 
+namespace {
+constexpr std::uint64_t kMaxArc = 0xFFFFFFFFu;
+}  // namespace
+
 void COid::SetFromText(std::wstring_view text) {
   // Every arc takes a character and all but the last a dot, so this is room for all of them.
   arcs_.resize_uninitialized((text.size() + 1) / 2);
@@ -25,19 +29,20 @@ void COid::SetFromText(std::wstring_view text) {
       continue;
     }
     const wchar_t* const start = p;
-    std::uint32_t arc = 0;
+    std::uint64_t arc = 0;
     for (std::uint32_t digit = 0; p != end && (digit = static_cast<std::uint32_t>(*p) - L'0') <= 9;
          ++p) {
-      arc = arc * 10 + digit;
+      // Saturates above 32 bits; the pages refuse such text before it gets here.
+      arc = arc > kMaxArc ? arc : arc * 10 + digit;
     }
-    if ((p != end && *p != L'.') || p - start > 9) {
-      // Blanks, a sign, ten digits or more, other characters: the C library's reading rules.
+    if (p != end && *p != L'.') {
+      // Blanks, a sign, other characters: the C library's reading rules.
       while (p != end && *p != L'.')
         ++p;
       arc = static_cast<std::uint32_t>(
           tvkutil::Wtoi(std::wstring_view(start, static_cast<std::size_t>(p - start))));
     }
-    *out++ = arc;
+    *out++ = static_cast<std::uint32_t>(arc > kMaxArc ? kMaxArc : arc);
   }
   arcs_.resize_uninitialized(static_cast<std::size_t>(out - arcs_.data()));
 }
@@ -47,12 +52,10 @@ bool COid::ToText(std::wstring& out_text) const {
     return false;
   // Digit by digit into room for the longest arcs, cut to size once: std::to_wstring goes
   // through swprintf, which made this text the most expensive step of a walk.
-  constexpr std::size_t kLongestArc = 12;  // ".-2147483648"
+  constexpr std::size_t kLongestArc = 11;  // ".4294967295"
   std::wstring text(arcs_.size() * kLongestArc, L'\0');
   wchar_t* out = text.data();
-  for (std::uint32_t arc : arcs_) {
-    const auto value = static_cast<std::int32_t>(arc);
-    std::uint32_t rest = value < 0 ? 0u - arc : arc;
+  for (std::uint32_t rest : arcs_) {
     wchar_t digits[10];
     wchar_t* first = std::end(digits);
     do {
@@ -60,8 +63,6 @@ bool COid::ToText(std::wstring& out_text) const {
       rest /= 10;
     } while (rest != 0);
     *out++ = L'.';
-    if (value < 0)
-      *out++ = L'-';
     while (first != std::end(digits))
       *out++ = *first++;
   }

@@ -13,16 +13,16 @@ class COid final : public CASNDataType {
  public:
   COid() : CASNDataType(kTagOid) {}
   // Dotted text; empty pieces are skipped, so ".1.3.6", "1.3.6" and "1..3.6" are the same
-  // identifier. Each piece is read as a decimal int (callers validate the text first).
+  // identifier. Each piece is read as an unsigned decimal; one above 4294967295 saturates
+  // (callers validate the text first).
   explicit COid(std::wstring_view text) : COid() { SetFromText(text); }
   explicit COid(std::span<const std::uint32_t> arcs) : COid() {
     arcs_.assign(arcs.begin(), arcs.end());
   }
 
   void SetFromText(std::wstring_view text);
-  // ".1.3.6.1" form, each arc printed as a signed int (arcs of 2^31 and above show negative, as
-  // the logs have always shown them). With fewer than two arcs, out_text is left as it was and
-  // the answer is false.
+  // ".1.3.6.1" form, each arc an unsigned decimal. With fewer than two arcs, out_text is left as
+  // it was and the answer is false.
   bool ToText(std::wstring& out_text) const;
   // ToText into an empty string.
   std::wstring Text() const;
@@ -32,7 +32,8 @@ class COid final : public CASNDataType {
   bool operator==(const COid& other) const { return arcs_ == other.arcs_; }
 
  protected:
-  // Fails with fewer than two arcs, or with more than can be decoded again (128).
+  // Fails for arcs that cannot start an identifier (IsEncodableOid), or with more than can be
+  // decoded again (128).
   bool EncodeContent(CBerWriter& out) override;
   int DecodeContent(CBerReader& in) override;
 

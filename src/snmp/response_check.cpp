@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "snmp/message_tree.h"
 #include "util/text.h"
 
 namespace snmp {
@@ -66,8 +67,46 @@ std::wstring ErrorStatusText(int status) {
   return kStatusTexts[static_cast<std::size_t>(status - 1)];
 }
 
+std::wstring MalformedMessageReason(std::span<const std::uint8_t> bytes) {
+  const MessageTree tree = DecodeMessageTree(bytes);
+  const MessageNode* damage = tree.Damage();
+  if (damage == nullptr)
+    return {};
+  return damage->value + L" at offset " + std::to_wstring(damage->offset);
+}
+
+namespace {
+
+// A version 1 message has no exception values (RFC 3416 / RFC 2576 4.1.2.3).
+bool HasExceptionValue(const CVarBindList& binds) {
+  for (int i = 1; i <= binds.Count(); ++i) {
+    const CASNDataType* value = binds.Get(i)->Value();
+    if (value != nullptr && value->Tag() >= kTagNoSuchObject)
+      return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+// ValidateResponse without the reason; a friend of the message, as ValidateResponse is.
+int CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
+                        const CSNMPMessage& request);
+
 int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
                      const CSNMPMessage& request) {
+  response.malformed_reason_.clear();
+  const int result = CheckResponseFields(bytes, response, request);
+  // Mismatches are about a well-formed message; everything else is told in the decoded view's
+  // words, so the event log and the view agree.
+  if (result < 0 && (result >= kBerBadLength || result == kUnsupportedType) &&
+      result != kBerInternal)
+    response.malformed_reason_ = MalformedMessageReason(bytes);
+  return result;
+}
+
+int CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
+                        const CSNMPMessage& request) {
   if (request.IsTrap())
     return kBerInternal;  // a trap has no response
   CPDU* pdu = response.Pdu();
@@ -118,6 +157,8 @@ int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response
   if (const int r = pdu->VarBinds().Decode(content); r != kBerOk)
     return r;
   const CVarBindList& got = response.VarBinds();
+  if (response.Version() == kSnmpVersion1 && HasExceptionValue(got))
+    return kUnsupportedType;
   const CVarBindList& sent = request.VarBinds();
   // A GetBulk answer holds as many bindings as the agent chose to return (RFC 3416 4.2.3).
   if (request.PduType() != kPduGetBulkRequest && got.Count() != sent.Count())
@@ -163,8 +204,12 @@ std::wstring RequestFailureReasonLine(const CSNMPMessage& request, const std::ws
 
 std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
                                 const CSNMPMessage& request, const CSNMPMessage& response) {
-  if (result < 0)
-    return RequestFailureReasonLine(request, oid_text, InternalErrorText(result));
+  if (result < 0) {
+    return RequestFailureReasonLine(request, oid_text,
+                                    response.MalformedReason().empty()
+                                        ? InternalErrorText(result)
+                                        : response.MalformedReason());
+  }
   const std::wstring prefix = FailurePrefix(request);
   if (result == 0 || prefix.empty())
     return {};

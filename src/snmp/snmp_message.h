@@ -75,12 +75,17 @@ class CSNMPMessage : public CASNDataType {
   // Decodes a whole message from bytes; bytes left after the PDU give kBerTrailing.
   [[nodiscard]] int DecodeFrom(std::span<const std::uint8_t> bytes);
 
+  // What was wrong with the bytes a response was last checked from, and where ("length 64 runs
+  // past the end of the message (12 bytes left) at offset 1"); empty when they decoded.
+  const std::wstring& MalformedReason() const { return malformed_reason_; }
+
  protected:
   bool EncodeContent(CBerWriter& out) override;
   int DecodeContent(CBerReader& in) override;
 
  private:
   friend int ValidateResponse(std::span<const std::uint8_t>, CSNMPMessage&, const CSNMPMessage&);
+  friend int CheckResponseFields(std::span<const std::uint8_t>, CSNMPMessage&, const CSNMPMessage&);
 
   CPDU* Pdu() { return std::get_if<CPDU>(&pdu_); }
   const CPDU* Pdu() const { return std::get_if<CPDU>(&pdu_); }
@@ -98,6 +103,7 @@ class CSNMPMessage : public CASNDataType {
   mutable std::wstring community_text_;
   mutable bool community_text_made_ = false;
   std::variant<CPDU, CTrapPDU> pdu_;  // held in place
+  std::wstring malformed_reason_;
 };
 
 }  // namespace snmp

@@ -16,7 +16,7 @@ bool CUnsigned32::EncodeContent(CBerWriter& out) {
 }
 
 int CUnsigned32::DecodeContent(CBerReader& in) {
-  return DecodeUnsignedContent(in, ContentLength(), 5, value_);
+  return DecodeUnsignedContent(in, ContentLength(), value_);
 }
 
 }  // namespace snmp

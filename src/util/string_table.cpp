@@ -128,6 +128,12 @@ constexpr Entry kTable[] = {
     {ids::kDecodedNotKept,
      L"This message is no longer kept: the log keeps the most recent %d datagrams or %d MB."},
     {ids::kDecodedError, L"Error at offset %d: %s"},
+    {ids::kOidArcTooLarge, L"Each number of an OID must be between 0 and 4294967295."},
+    {ids::kOidFirstArcs,
+     L"An OID must begin with 0, 1 or 2, and after 0 or 1 its second number must be below 40."},
+    {ids::kConfirmEmptyValue, L"The %s value is empty. Send it empty?"},
+    {ids::kCounter64InV1Trap,
+     L"A version 1 trap cannot carry a Counter64 value. Use version 2c, or another type."},
 };
 
 }  // namespace

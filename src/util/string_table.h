@@ -122,6 +122,11 @@ inline constexpr int kPcapngExtension = 1072;
 inline constexpr int kDecodedTextRow = 1073;
 inline constexpr int kDecodedNotKept = 1074;
 inline constexpr int kDecodedError = 1075;
+// Values the codec cannot send as typed, and values that need a second look.
+inline constexpr int kOidArcTooLarge = 1080;
+inline constexpr int kOidFirstArcs = 1081;
+inline constexpr int kConfirmEmptyValue = 1082;
+inline constexpr int kCounter64InV1Trap = 1083;
 
 }  // namespace ids
 

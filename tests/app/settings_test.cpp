@@ -134,7 +134,7 @@ TEST_F(SettingsTest, ReadRulesOfTheTrapSection) {
       {"version 1 fields; sender OIDs are not refilled",
        "[sendTrap]\nVersion=1\nUseDefault=0\nSenderIP=10.0.0.1\nSENDEROID-0=bad\n"
        "TrapType=LINKUP\nSpecificType=65536\nVarBindNum=65\n",
-       L"10.0.0.1|0|getcom|0|LINKUP|1"},
+       L"10.0.0.1|0|getcom|0|LINKUP|0"},  // 65536 keeps its low 16 bits: 0
       {"2c ignores the version 1 keys",
        "[sendTrap]\nUseDefault=0\nSenderIP=10.0.0.1\nTrapType=coldStart\nVarBindNum=65\n",
        L"|1|getcom|2|enterpriseSpecific|1"},

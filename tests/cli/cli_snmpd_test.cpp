@@ -1,6 +1,7 @@
 // sondara-cli against a real net-snmp agent, checked against net-snmp's own tools.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <regex>
 #include <set>
@@ -49,8 +50,10 @@ std::vector<Binding> ParseNetSnmp(const std::string& text) {
       {"Gauge32", "Gauge32"},     {"IpAddress", "IPAddress"}};
   std::vector<Binding> out;
   const std::regex line_re(R"(^(\.[0-9.]+) = ([A-Za-z0-9]+): (.*)$)");
-  for (const std::string& line : Lines(text)) {
+  for (std::string line : Lines(text)) {
     std::smatch m;
+    if (line.size() > 5 && line.ends_with(" = \"\""))
+      line.insert(line.size() - 2, "STRING: ");  // net-snmp names no type for an empty string
     if (!std::regex_match(line, m, line_re)) {
       ADD_FAILURE() << "net-snmp printed: " << line;
       continue;
@@ -139,11 +142,13 @@ std::vector<std::vector<std::string>> TsharkFields(const std::string& capture,
 class CliAgainstSnmpd : public testing::Test {
  protected:
   void SetUp() override {
-    const std::string error = snmpd_.Start();
+    const std::string error = snmpd_.Start(ExtraConf());
     // CI installs snmpd; a missing one there must fail, not skip.
     ASSERT_TRUE(error.empty()) << error;
     port_ = std::to_string(snmpd_.Port());
   }
+
+  virtual std::string ExtraConf() { return ""; }
 
   ProcessResult Ours(const std::string& command, std::vector<std::string> args) {
     args.insert(args.begin(), {command, "127.0.0.1", "-p", port_});
@@ -328,6 +333,76 @@ TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkFindsTheSameObjectsAndLogsEveryMe
   EXPECT_LT(bulk_packets.size(), from_bulk.size() / 5);
   for (std::size_t i = 0; i < bulk_packets.size(); i += 2)
     EXPECT_EQ(bulk_packets[i], (std::vector<std::string>{"5", "25"})) << "packet " << i;
+}
+
+// Objects under .1.3.6.1.4.1.59871.9 served by a pass script from one file each (type line,
+// value line), so they hold what a set wrote: values snmpd's own MIB has none of.
+class CliExactValues : public CliAgainstSnmpd {
+ protected:
+  std::string ExtraConf() override {
+    const std::string script = values_ / "pass.sh";
+    sondara_test::WriteFile(script, "f=\"" + values_.Path() +
+                                        "/$(echo \"$2\" | tr . _)\"\n"
+                                        "case \"$1\" in\n"
+                                        "  -g) [ -f \"$f\" ] && { echo \"$2\"; cat \"$f\"; } ;;\n"
+                                        "  -s) printf '%s\\n%s\\n' \"$3\" \"$4\" > \"$f\" ;;\n"
+                                        "esac\nexit 0\n");
+    Serve(kCounter, "counter64", "37505809994");
+    Serve(kWideArc, "objectid", ".1.3.6.1.4.1.4294967295.7");
+    Serve(kArc2999, "objectid", ".2.999.3");
+    Serve(kEmpty, "string", "x");
+    return "pass .1.3.6.1.4.1.59871.9 /bin/sh " + script + "\n";
+  }
+  void Serve(const std::string& oid, const std::string& type, const std::string& value) {
+    std::string file = oid;
+    std::replace(file.begin(), file.end(), '.', '_');
+    sondara_test::WriteFile(values_ / file, type + "\n" + value + "\n");
+  }
+
+  static constexpr char kCounter[] = ".1.3.6.1.4.1.59871.9.1.0";
+  static constexpr char kWideArc[] = ".1.3.6.1.4.1.59871.9.2.0";
+  static constexpr char kArc2999[] = ".1.3.6.1.4.1.59871.9.3.0";
+  static constexpr char kEmpty[] = ".1.3.6.1.4.1.59871.9.4.0";
+  sondara_test::TempFolder values_;
+};
+
+TEST_F(CliExactValues, WideValuesReadAsSnmpgetAndTsharkReadThemAndSetValuesReadBack) {
+  const std::vector<std::string> oids = {kCounter, kWideArc, kArc2999};
+  const std::string capture = values_ / "get.pcapng";
+  std::vector<std::string> args = oids;
+  args.insert(args.end(), {"--pcapng", capture});
+  const ProcessResult get = Ours("get", args);
+  ASSERT_EQ(get.status, 0) << get.err;
+  EXPECT_EQ(ParseOurs(get.out), ParseNetSnmp(NetSnmp("snmpget", oids)));
+  const auto rows =
+      TsharkFields(capture, port_, {"snmp.name", "snmp.value.counter", "snmp.value.oid"});
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[1], (std::vector<std::string>{
+                         "1.3.6.1.4.1.59871.9.1.0,1.3.6.1.4.1.59871.9.2.0,1.3.6.1.4.1.59871.9.3.0",
+                         "37505809994", "1.3.6.1.4.1.4294967295.7,2.999.3"}));
+
+  // What we set, snmpget reads back; an empty string too. snmpd hands a pass script no text
+  // for a Counter64 that is set, so tshark reads that one, in the request and in the answer.
+  const std::vector<Binding> written = {
+      {kCounter, "Counter64", "18446744073709551615"},
+      {kWideArc, "Object Identifier", ".1.3.4294967295.4294967295"},
+      {kArc2999, "Object Identifier", ".2.999.5"},
+      {kEmpty, "Octet String", ""}};
+  const std::string set_capture = values_ / "set.pcapng";
+  args = {"-c", "setcomm", "--pcapng", set_capture};
+  std::vector<std::string> written_oids;
+  for (const Binding& b : written) {
+    args.insert(args.end(), {b.oid, b.type, b.value});
+    written_oids.push_back(b.oid);
+  }
+  const ProcessResult set = Ours("set", args);
+  ASSERT_EQ(set.status, 0) << set.err;
+  EXPECT_EQ(ParseOurs(set.out), written);
+  written_oids.erase(written_oids.begin());
+  EXPECT_EQ(ParseNetSnmp(NetSnmp("snmpget", written_oids)),
+            std::vector<Binding>(written.begin() + 1, written.end()));
+  EXPECT_EQ(TsharkFields(set_capture, port_, {"snmp.value.counter"}),
+            (std::vector<std::vector<std::string>>(2, {"18446744073709551615"})));
 }
 
 }  // namespace

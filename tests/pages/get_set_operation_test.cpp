@@ -80,6 +80,8 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
     bool get;
     std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
     int field;
+    std::wstring question = {};  // asked instead of a warning, and answered
+    bool yes = false;
   } cases[] = {
       {get, {{&F::host, L""}, {&F::version, L""}}, kFieldHost},
       {set, {{&F::version, L""}, {&F::port_text, L"70000"}}, kFieldVersion},
@@ -92,6 +94,15 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
       {set, {{&F::set_data_type, L"IPAddress"}, {&F::set_value, L"300.1.1.1"}}, kFieldSetValue},
       {set, {{&F::set_data_type, L"Integer32"}, {&F::set_value, L"12x"}}, kFieldSetValue},
       {set, {{&F::set_data_type, L"Gauge32"}, {&F::set_value, L"300.1.1.1"}}, kFieldSetValue},
+      {set,
+       {{&F::set_data_type, L"Octet String"}, {&F::set_value, L""}},
+       kFieldSetValue,
+       L"The Octet String value is empty. Send it empty?"},
+      {set,
+       {{&F::set_oid, L"1.3.6"}, {&F::set_data_type, L"Opaque"}, {&F::set_value, L""}},
+       -1,
+       L"The Opaque value is empty. Send it empty?",
+       true},
       {get, {{&F::get_oid, L"..1.3"}, {&F::set_oid, L""}}, -1},  // the Set half is not looked at
   };
   FakeAgent agent = EchoAgent();
@@ -101,15 +112,19 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
     Operation o(agent.Port());
     for (const auto& [member, value] : c.changes)
       o.op.Form().*member = value;
+    o.ui.answer = c.yes;
     EXPECT_EQ((c.get ? o.Get() : o.Set()) == RequestOutcome::kRefused, c.field >= 0);
-    if (c.field >= 0) {
+    if (!c.question.empty()) {
+      EXPECT_EQ(o.ui.shown, (decltype(o.ui.shown){{c.question, app::MessageIcon::kNone,
+                                                   c.yes ? kFieldSetValue : c.field}}));
+    } else if (c.field >= 0) {
       EXPECT_EQ(
           o.ui.shown,
           (decltype(o.ui.shown){{messages.at(c.field), app::MessageIcon::kWarning, c.field}}));
     }
   }
-  EXPECT_EQ(agent.Received().size(), 1U);   // from the one case that passed
-  EXPECT_EQ(logged.Messages().size(), 2U);  // its request and the answer
+  EXPECT_EQ(agent.Received().size(), 2U);   // from the two cases that passed
+  EXPECT_EQ(logged.Messages().size(), 4U);  // their requests and the answers
 }
 
 // The counter itself (its restart past 255) is the codec's; here, what the Get counts by.

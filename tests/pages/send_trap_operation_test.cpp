@@ -159,12 +159,15 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {kFieldTrapCommunity, L"Please enter a community name."},
       {kFieldVarBindNum, L"Please enter an integer between 0 and 64."},
       {kFieldTrapType, L"Please select a trap type."},
-      {kFieldSpecificType, L"Please enter an integer between 1 and 65535."}};
+      {kFieldSpecificType, L"Please enter an integer between 0 and 65535."}};
+  const std::wstring counter64 =
+      L"A version 1 trap cannot carry a Counter64 value. Use version 2c, or another type.";
   // Each case also breaks a later field, which shows the order; -1: every check passes.
   const struct {
     std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
     int field;
     std::wstring message = {};  // empty: the field's own
+    bool counter64 = false;     // the second binding a Counter64
   } cases[] = {
       {{{&F::host, L""}, {&F::version, L""}}, kFieldTrapHost},
       {{{&F::version, L""}, {&F::port_text, L"x"}}, kFieldTrapVersion},
@@ -174,8 +177,12 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {{{&F::community, L""}, {&F::varbind_num_text, L"99"}}, kFieldTrapCommunity},
       {{{&F::varbind_num_text, L"65"}, {&F::trap_type, L""}}, kFieldVarBindNum},
       {{{&F::varbind_num_text, L"3"}, {&F::trap_type, L""}}, kFieldVarBindNum, too_many},
-      {{{&F::trap_type, L""}, {&F::specific_type_text, L"0"}}, kFieldTrapType},
-      {{{&F::specific_type_text, L"0"}}, kFieldSpecificType},
+      {{{&F::trap_type, L""}, {&F::specific_type_text, L"x"}}, kFieldTrapType},
+      {{{&F::specific_type_text, L"65536"}}, kFieldSpecificType},
+      {{{&F::specific_type_text, L"0"}}, -1},
+      {{{&F::varbind_num_text, L"2"}}, kFieldVarBindNum, counter64, true},
+      {{{&F::varbind_num_text, L"1"}}, -1, {}, true},  // only the bindings sent count
+      {{{&F::version, L"2c"}}, -1, {}, true},
       // A v2c trap has no sender or trap type to check.
       {{{&F::version, L"2c"}, {&F::sender_ip, L""}, {&F::sender_oid, L""}, {&F::trap_type, L""}},
        -1},
@@ -184,7 +191,8 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
     SCOPED_TRACE(c.field);
     snmp::CVarBindList list;
     list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"1");
-    list.Add(L".1.3.6.1.2.1.2.2.1.1.2", snmp::kTagInteger32, L"2");
+    list.Add(L".1.3.6.1.2.1.2.2.1.1.2", c.counter64 ? snmp::kTagCounter64 : snmp::kTagInteger32,
+             L"2");
     Operation o(list, Port());
     for (const auto& [member, value] : c.changes)
       o.op.Form().*member = value;

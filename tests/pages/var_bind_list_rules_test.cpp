@@ -138,20 +138,35 @@ TEST(VarBindListRules, ChangesWaitForTheLockTheTrapReadsUnder) {
 
 TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
   using namespace pages;
+  const std::wstring kFirstArcs =
+      L"An OID must begin with 0, 1 or 2, and after 0 or 1 its second number must be below 40.";
   const struct {
     VarBindText bind;
     std::wstring message;
     int field;
+    bool yes = false;  // the answer to a question; a Yes lets the binding pass
   } cases[] = {
       {{L"1.3.", L"", L""}, L"Please enter a valid OID.", kFieldVarBindOid},
       {{L"1", L"Integer32", L"1"}, L"Please enter a valid OID.", kFieldVarBindOid},
       {{L"1.3.6", L"", L""}, L"Please select a datatype.", kFieldVarBindDataType},
       {{L"1.3.6", L"IPAddress", L"300.1.1.1"}, L"Please enter a valid value.", kFieldVarBindValue},
       {{L"1.3.6", L"Integer32", L"2147483648"}, L"Please enter a valid value.", kFieldVarBindValue},
-      {{L"1.3.6", L"Octet String", L""}, L"Please enter a valid value.", kFieldVarBindValue},
+      {{L"1.3.6", L"Octet String", L""},
+       L"The Octet String value is empty. Send it empty?",
+       kFieldVarBindValue},
+      {{L"1.3.6", L"Opaque", L""},
+       L"The Opaque value is empty. Send it empty?",
+       kFieldVarBindValue,
+       true},
       {{L"1.3.6", L"Object Identifier", L"1.3."},
        L"Please enter a valid value.",
        kFieldVarBindValue},
+      {{L"1.3.4294967296", L"Integer32", L"1"},
+       L"Each number of an OID must be between 0 and 4294967295.",
+       kFieldVarBindOid},
+      {{L"1.3.6", L"Object Identifier", L"1.40.1"}, kFirstArcs, kFieldVarBindValue},
+      {{L"3.1", L"Integer32", L"1"}, kFirstArcs, kFieldVarBindOid},
+      {{L"2.999.4294967295", L"Object Identifier", L"1.3.4294967295"}, L"", -1},
       {{L"..1.3", L"Integer32", L"-2147483648"}, L"", -1},
       {{L"1.3.6", L"Counter64", L"18446744073709551615"}, L"", -1},
   };
@@ -159,7 +174,8 @@ TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
     SCOPED_TRACE(
         testing::PrintToString(c.bind.oid + L" " + c.bind.type_name + L" " + c.bind.value));
     RecordingUi ui;
-    EXPECT_EQ(ValidateVarBind(c.bind, ui), c.field < 0);
+    ui.answer = c.yes;
+    EXPECT_EQ(ValidateVarBind(c.bind, ui), c.field < 0 || c.yes);
     EXPECT_EQ(ui.Said(),
               (c.field < 0 ? decltype(ui.Said()){} : decltype(ui.Said()){{c.message, c.field}}));
   }

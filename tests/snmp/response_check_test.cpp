@@ -30,6 +30,7 @@ struct Exchange {
   std::uint32_t request_type = kPduGetRequest;
   std::vector<const wchar_t*> asked = {L".1.3.6.1.2.1.1.1.0"};
   std::string value = "Linux box";
+  std::string value_tlv = "";  // hex of a whole value element instead of the string `value`
   // Length octets after 0x8n on every constructed element and the value; 0: shortest form.
   std::size_t length_octets = 0;
 
@@ -44,7 +45,9 @@ struct Exchange {
   Bytes Reply() const {
     Bytes binds;
     for (const char* name : names)
-      binds = Cat({binds, Tl(0x30, Cat({Hex(name), Tl(0x04, Bytes(value.begin(), value.end()))}))});
+      binds = Cat({binds, Tl(0x30, Cat({Hex(name), value_tlv.empty()
+                                                       ? Tl(0x04, Bytes(value.begin(), value.end()))
+                                                       : Hex(value_tlv)}))});
     Bytes pdu = Tl(pdu_tag, Cat({Int(request_id), Int(status), Int(1), Tl(0x30, binds)}));
     return Cat({Tl(0x30, Cat({Int(version), Str(community), pdu})), Hex(trailer)});
   }
@@ -101,6 +104,49 @@ TEST(ResponseCheck, OrderOfChecks) {
       EXPECT_LT(ValidateResponse(part, response, *exchange.Request()), 0) << cut;
     }
   }
+}
+
+TEST(ResponseCheck, MalformedRepliesAreRefusedWithOffsetAndCause) {
+  const Bytes full = Exchange{}.Reply();
+  const Bytes cut(full.begin(), full.begin() + 19);
+  const std::pair<const char*, std::wstring> values[] = {
+      {"02 05 01 00 00 00 05", L"INTEGER wider than 32 bits"},
+      {"41 05 01 00 00 00 05", L"Counter32 wider than 32 bits"},
+      {"42 06 00 00 00 00 00 01", L"Gauge32 of 6 bytes (1 to 5 allowed)"},
+      {"46 09 01 00 00 00 00 00 00 00 00", L"Counter64 wider than 64 bits"},
+      {"40 05 7f 00 00 01 01", L"IpAddress of 5 bytes (4 expected)"},
+      {"40 03 7f 00 01", L"IpAddress of 3 bytes (4 expected)"},
+      // The last sub-identifier would run on into the element after it.
+      {"06 02 2b 86 05 00",
+       L"arc 3 of the OBJECT IDENTIFIER runs past its end (0x86 asks for one more byte)"},
+      {"06 06 2b 90 80 80 80 00", L"arc 3 of the OBJECT IDENTIFIER does not fit in 32 bits"},
+      {"82 00", L"endOfMibView in a version 1 message (SNMPv2 only)"},
+      {"80 00", L"noSuchObject in a version 1 message (SNMPv2 only)"},
+  };
+  std::vector<std::pair<Bytes, std::wstring>> cases = {
+      {{}, L"the message is empty at offset 0"},
+      {cut, L"length 47 runs past the end of the message (17 bytes left) at offset 1"},
+  };
+  for (const auto& [tlv, cause] : values) {
+    const Bytes reply = Exchange{.value_tlv = tlv}.Reply();
+    cases.emplace_back(reply,
+                       cause + L" at offset " + std::to_wstring(reply.size() - Hex(tlv).size()));
+  }
+  for (const auto& [reply, reason] : cases) {
+    SCOPED_TRACE(ToHex(reply));
+    CSNMPMessage response(kPduResponse);
+    const auto request = Exchange{}.Request();
+    const int result = ValidateResponse(reply, response, *request);
+    EXPECT_LT(result, 0);
+    EXPECT_EQ(RequestFailureLine(result, L".1.3.6.1.2.1.1.1.0", *request, response),
+              L"Get request failed for OID '.1.3.6.1.2.1.1.1.0'. Reason: '" + reason + L"'.");
+  }
+  // The same exception values are an answer in version 2c.
+  CSNMPMessage response(kPduResponse);
+  const Exchange v2{.version = 1, .value_tlv = "82 00"};
+  auto request = MakeMessage(kSnmpVersion2c, L"getcom", kPduGetNextRequest, 5,
+                             {Bind(L".1.3.6.1.2.1.1.1.0", kTagNull, L"")});
+  EXPECT_EQ(ValidateResponse(v2.Reply(), response, *request), 0);
 }
 
 TEST(ResponseCheck, FailureLines) {

@@ -25,6 +25,12 @@ struct RecordingUi : app::IOperationUi {
   void ShowMessage(const std::wstring& text, app::MessageIcon icon, int field) override {
     shown.push_back({text, icon, field});
   }
+  // Recorded like a message without an icon; answered with `answer`.
+  bool AskYesNo(const std::wstring& text, int field) override {
+    shown.push_back({text, app::MessageIcon::kNone, field});
+    return answer;
+  }
+  bool answer = true;
   // Text and field of each, for tests that leave the icon aside.
   std::vector<std::pair<std::wstring, int>> Said() const {
     std::vector<std::pair<std::wstring, int>> said;

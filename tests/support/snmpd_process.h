@@ -37,6 +37,7 @@ class NetSnmpDaemon {
     std::filesystem::remove_all(folder_, ec);
   }
   std::uint16_t Port() const { return port_; }
+  const std::string& Folder() const { return folder_; }
 
   // A UDP port on 127.0.0.1 that nobody used a moment ago.
   static std::uint16_t FreeUdpPort() {
@@ -111,14 +112,15 @@ class NetSnmpDaemon {
 
 class SnmpdProcess : public NetSnmpDaemon {
  public:
-  // Empty when it started and answers; otherwise why not.
-  std::string Start() {
+  // Empty when it started and answers; otherwise why not. `extra_conf` adds snmpd.conf lines.
+  std::string Start(const std::string& extra_conf = "") {
     if (!Prepare("snmpd"))
       return "no temporary folder";
     const std::string conf = folder_ + "/snmpd.conf", log = folder_ + "/snmpd.log";
     // sysContact stays unset, so it can be written.
     std::ofstream(conf) << "rocommunity getcom 127.0.0.1\nrwcommunity setcomm 127.0.0.1\nsysdescr "
-                        << kSnmpdSysDescr << "\nsyslocation Test bench\n";
+                        << kSnmpdSysDescr << "\nsyslocation Test bench\n"
+                        << extra_conf;
     if (!Spawn({"/usr/sbin/snmpd", "-f", "-C", "-c", conf, "-Lf", log, Endpoint()}, {}))
       return "snmpd could not be started";
     return WaitUntilBound("snmpd");
