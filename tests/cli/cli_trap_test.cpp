@@ -1,4 +1,4 @@
-// sondara-cli trap against a real net-snmp snmptrapd: every field and binding arrives.
+// sondara-cli trap against a real net-snmp snmptrapd: the options and bindings as typed arrive.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -28,36 +28,22 @@ class CliTrap : public testing::Test {
   Cli cli_;
 };
 
-// One binding of each type the command takes, as typed and as snmptrapd prints it.
+// Type names as typed (any case, several spellings), a hex value, Null's "-" and an empty last
+// VALUE, as snmptrapd prints them; every type's encoding is the trap operation's to show.
 const std::vector<std::string> kBindings = sondara_test::Args(
-    ".1.3.6.1.2.1.2.2.1.1.1|Integer32|-42|.1.3.6.1.4.1.59871.1.1|octet string|door 3 open|"
-    ".1.3.6.1.4.1.59871.1.2|IPAddress|192.0.2.17|.1.3.6.1.4.1.59871.1.3|Counter32|4000000000|"
-    ".1.3.6.1.4.1.59871.1.4|Object Identifier|.1.3.6.1.4.1.59871.2|.1.3.6.1.4.1.59871.1.5|"
-    "Gauge32|0x4D|.1.3.6.1.4.1.59871.1.6|Timeticks|999|.1.3.6.1.4.1.59871.1.7|UInteger32|7|"
-    ".1.3.6.1.4.1.59871.1.8|Counter64|18446744073709551615|.1.3.6.1.4.1.59871.1.9|Null|-|"
-    ".1.3.6.1.4.1.59871.1.10|Opaque|ab|.1.3.6.1.4.1.59871.1.11|Octet String|");
+    ".1.3.6.1.4.1.59871.1.1|octet string|door 3 open|.1.3.6.1.4.1.59871.1.4|Object Identifier|"
+    ".1.3.6.1.4.1.59871.2|.1.3.6.1.4.1.59871.1.5|Gauge32|0x4D|.1.3.6.1.4.1.59871.1.9|Null|-|"
+    ".1.3.6.1.4.1.59871.1.11|Octet String|");
 const std::vector<std::string> kArrived = {
-    ".1.3.6.1.2.1.2.2.1.1.1 = INTEGER: -42",
     ".1.3.6.1.4.1.59871.1.1 = STRING: \"door 3 open\"",
-    ".1.3.6.1.4.1.59871.1.2 = IpAddress: 192.0.2.17",
-    ".1.3.6.1.4.1.59871.1.3 = Counter32: 4000000000",
-    ".1.3.6.1.4.1.59871.1.4 = OID: .1.3.6.1.4.1.59871.2",
-    ".1.3.6.1.4.1.59871.1.5 = Gauge32: 77",
-    ".1.3.6.1.4.1.59871.1.6 = Timeticks: (999) 0:00:09.99",
-    ".1.3.6.1.4.1.59871.1.7 = 7",  // net-snmp prints no name for this old type
-    ".1.3.6.1.4.1.59871.1.8 = Counter64: 18446744073709551615",
-    ".1.3.6.1.4.1.59871.1.9 = NULL",
-    ".1.3.6.1.4.1.59871.1.10 = OPAQUE: 61 62 ",
-    ".1.3.6.1.4.1.59871.1.11 = \"\""};
+    ".1.3.6.1.4.1.59871.1.4 = OID: .1.3.6.1.4.1.59871.2", ".1.3.6.1.4.1.59871.1.5 = Gauge32: 77",
+    ".1.3.6.1.4.1.59871.1.9 = NULL", ".1.3.6.1.4.1.59871.1.11 = \"\""};
 
 TEST_F(CliTrap, Version1ArrivesWithEveryFieldAndBinding) {
   std::vector<std::string> args = sondara_test::Args(
       "-v|1|-c|trapcom|--enterprise|.1.3.6.1.4.1.59871.7|--agent-address|10.20.30.40|--generic|"
       "linkUp|--specific|0");
-  // Version 1 has no Counter64 (RFC 1157): every other type.
-  const auto c64 = std::find(kBindings.begin(), kBindings.end(), "Counter64") - 1;
-  args.insert(args.end(), kBindings.begin(), c64);
-  args.insert(args.end(), c64 + 3, kBindings.end());
+  args.insert(args.end(), kBindings.begin(), kBindings.end());
   const ProcessResult r = Trap(args);
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.err, "");
@@ -69,7 +55,6 @@ TEST_F(CliTrap, Version1ArrivesWithEveryFieldAndBinding) {
   fields.erase(fields.begin() + 4);
   std::vector<std::string> expected = {".1.3.6.1.4.1.59871.7", "10.20.30.40", "3", "0"};
   expected.insert(expected.end(), kArrived.begin(), kArrived.end());
-  std::erase_if(expected, [](const std::string& s) { return s.find("Counter64") != s.npos; });
   EXPECT_EQ(fields, expected);
   // What was sent is printed as the get prints what it read.
   for (const char* line :

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "app/sondara_utility_app.h"
@@ -32,6 +33,7 @@ struct RecordingSinks : logs::IEventLineSink, logs::ITransactionSink {
 };
 
 constexpr std::uint32_t kNow = 123456;  // 0:20:34.56 since the start
+const std::string kTrapOid = ".1.3.6.1.6.3.1.1.4.1.0 = OID: ";
 
 // Sender IP and OID, community, trap type, VarBind# and specific type as the page shows them.
 std::vector<std::wstring> Fields(const SendTrapForm& f) {
@@ -76,73 +78,92 @@ struct Operation {
   pages::CSendTrapOperation op;
 };
 
-TEST_F(SendTrap, V1TrapArrivesWithEveryFieldAndTheFirstVarBindNumBindings) {
-  snmp::CVarBindList list;
-  list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42");
-  list.Add(L".1.3.6.1.4.1.59871.1.1", snmp::kTagOctetString, L"door 3 open");
-  list.Add(L".1.3.6.1.4.1.59871.1.2", snmp::kTagIpAddress, L"192.0.2.17");
-  list.Add(L".1.3.6.1.4.1.59871.1.3", snmp::kTagCounter32, L"4000000000");
-  list.Add(L".1.3.6.1.4.1.59871.1.4", snmp::kTagOid, L".1.3.6.1.4.1.59871.2");
-  list.Add(L".1.3.6.1.4.1.59871.1.5", snmp::kTagGauge32, L"77");
-  list.Add(L".1.3.6.1.4.1.59871.1.6", snmp::kTagTimeTicks, L"999");
-  list.Add(L".1.3.6.1.4.1.59871.1.7", snmp::kTagInteger32, L"8");  // beyond VarBind# 7
-  Operation o(list, Port());
-  o.op.Form().varbind_num_text = L"7";
-  ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.sinks.lines);
-  const auto traps = TrapLines(1);
-  ASSERT_EQ(traps.size(), 1U);
-  EXPECT_EQ(traps.back(),
-            (std::vector<std::string>{".1.3.6.1.4.1.59871.7", "10.20.30.40", "6", ".3", "123456",
-                                      ".1.3.6.1.2.1.2.2.1.1.1 = INTEGER: -42",
-                                      ".1.3.6.1.4.1.59871.1.1 = STRING: \"door 3 open\"",
-                                      ".1.3.6.1.4.1.59871.1.2 = IpAddress: 192.0.2.17",
-                                      ".1.3.6.1.4.1.59871.1.3 = Counter32: 4000000000",
-                                      ".1.3.6.1.4.1.59871.1.4 = OID: .1.3.6.1.4.1.59871.2",
-                                      ".1.3.6.1.4.1.59871.1.5 = Gauge32: 77",
-                                      ".1.3.6.1.4.1.59871.1.6 = Timeticks: (999) 0:00:09.99"}));
-  EXPECT_EQ(o.sinks.sent, (decltype(o.sinks.sent){{logs::kDirectionSent, L"sendTrap"}}));
-  EXPECT_EQ(o.op.Form().communities.front(), L"trapcom");
-  EXPECT_EQ(o.op.Form().sender_oids.front(), L".1.3.6.1.4.1.59871.7");
-  EXPECT_EQ(list.Count(), 8);  // a v1 trap leaves the list as it is
-}
+// One binding of every type, as listed and as snmptrapd prints it.
+const std::vector<std::tuple<std::wstring, std::uint32_t, std::wstring, std::string>> kEveryType = {
+    {L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42", "INTEGER: -42"},
+    {L".1.3.6.1.4.1.59871.1.8", snmp::kTagCounter64, L"18446744073709551615",
+     "Counter64: 18446744073709551615"},  // not in a version 1 trap (RFC 1157)
+    {L".1.3.6.1.4.1.59871.1.1", snmp::kTagOctetString, L"door 3 open", "STRING: \"door 3 open\""},
+    {L".1.3.6.1.4.1.59871.1.2", snmp::kTagIpAddress, L"192.0.2.17", "IpAddress: 192.0.2.17"},
+    {L".1.3.6.1.4.1.59871.1.3", snmp::kTagCounter32, L"4000000000", "Counter32: 4000000000"},
+    {L".1.3.6.1.4.1.59871.1.4", snmp::kTagOid, L".1.3.6.1.4.1.59871.2",
+     "OID: .1.3.6.1.4.1.59871.2"},
+    {L".1.3.6.1.4.1.59871.1.5", snmp::kTagGauge32, L"77", "Gauge32: 77"},
+    {L".1.3.6.1.4.1.59871.1.6", snmp::kTagTimeTicks, L"999", "Timeticks: (999) 0:00:09.99"},
+    {L".1.3.6.1.4.1.59871.1.7", snmp::kTagUnsigned32, L"7", "7"},  // printed without a name
+    {L".1.3.6.1.4.1.59871.1.9", snmp::kTagNull, L"", "NULL"},
+    {L".1.3.6.1.4.1.59871.1.10", snmp::kTagOpaque, L"ab", "OPAQUE: 61 62 "},
+    {L".1.3.6.1.4.1.59871.1.11", snmp::kTagOctetString, L"", "\"\""},
+};
 
-TEST_F(SendTrap, V2cTrapCarriesSysUpTimeAndSnmpTrapOidFirst) {
-  const std::string kUpTime = ".1.3.6.1.2.1.1.3.0 = Timeticks: (123456) 0:20:34.56";
+// VarBind# counts a v2c trap's two fixed entries, which go first: the last two of a full list
+// stay behind.
+TEST_F(SendTrap, V1AndV2cTrapsArriveWithEveryFieldAndTheFirstVarBindNumBindings) {
+  const std::string up_time = ".1.3.6.1.2.1.1.3.0 = Timeticks: (123456) 0:20:34.56";
+  const std::vector<std::string> v2c = {
+      ".", "0.0.0.0", "0", "0", "0", up_time, kTrapOid + ".1.3.6.1"};
   const struct {
-    std::vector<std::tuple<std::wstring, std::uint32_t, std::wstring>> list;
-    const wchar_t* varbind_num;
-    std::vector<std::string> arrived;
-  } cases[] = {
-      // An empty list with VarBind# 0 still carries the two fixed entries.
-      {{}, L"0", {kUpTime, ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1"}},
-      // The list's own entries stay; sysUpTime.0 takes the time of sending.
-      {{{L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5"},
-        {L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.3"},
-        {L".1.3.6.1.2.1.2.2.1.1.2", snmp::kTagInteger32, L"2"},
-        {L".1.3.6.1.2.1.2.2.1.1.3", snmp::kTagInteger32, L"3"}},
-       L"3",
-       {kUpTime, ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1.6.3.1.1.5.3",
-        ".1.3.6.1.2.1.2.2.1.1.2 = INTEGER: 2"}},
-  };
+    bool v1;
+    std::size_t listed, varbind_num;
+  } cases[] = {{true, kEveryType.size() - 1, kEveryType.size() - 2},
+               {false, 0, 0},  // an empty list still carries the two fixed entries
+               {false, kEveryType.size(), kEveryType.size()}};
   std::size_t sent = 0;
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.list.size());
+    SCOPED_TRACE(testing::Message() << c.v1 << ", " << c.varbind_num << " bindings");
     snmp::CVarBindList list;
-    for (const auto& [oid, tag, value] : c.list)
+    std::vector<std::string> expected =
+        c.v1 ? std::vector<std::string>{".1.3.6.1.4.1.59871.7", "10.20.30.40", "6", ".3", "123456"}
+             : v2c;
+    for (const auto& [oid, tag, value, arrived] : kEveryType) {
+      if (c.v1 && tag == snmp::kTagCounter64)
+        continue;
+      if (static_cast<std::size_t>(list.Count()) == c.listed)
+        break;
       list.Add(oid, tag, value);
+      if (expected.size() < 5 + c.varbind_num)
+        expected.push_back(std::string(oid.begin(), oid.end()) + " = " + arrived);
+    }
     Operation o(list, Port());
-    o.op.Form().version = L"2c";
-    o.op.Form().sender_oid.clear();  // not looked at for a v2c trap
-    o.op.Form().varbind_num_text = c.varbind_num;
+    o.op.Form().version = c.v1 ? L"1" : L"2c";
+    if (!c.v1)
+      o.op.Form().sender_oid.clear();  // not looked at for a v2c trap
+    o.op.Form().varbind_num_text = std::to_wstring(c.varbind_num);
     ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.sinks.lines);
     const auto traps = TrapLines(++sent);
     ASSERT_EQ(traps.size(), sent);
-    std::vector<std::string> expected{".", "0.0.0.0", "0", "0", "0"};
-    expected.insert(expected.end(), c.arrived.begin(), c.arrived.end());
     EXPECT_EQ(traps.back(), expected);
-    EXPECT_EQ(list.Get(1)->Name()->Text(), L".1.3.6.1.2.1.1.3.0");
-    EXPECT_EQ(o.op.Form().sender_oids, app::History{});  // no OID was typed
+    EXPECT_EQ(o.sinks.sent, (decltype(o.sinks.sent){{logs::kDirectionSent, L"sendTrap"}}));
+    EXPECT_EQ(o.op.Form().communities.front(), L"trapcom");
+    if (c.v1) {
+      EXPECT_EQ(o.op.Form().sender_oids.front(), L".1.3.6.1.4.1.59871.7");
+      EXPECT_EQ(static_cast<std::size_t>(list.Count()), c.listed);  // left as it is
+    } else {
+      EXPECT_EQ(list.Get(1)->Name()->Text(), L".1.3.6.1.2.1.1.3.0");
+      EXPECT_EQ(o.op.Form().sender_oids, app::History{});  // no OID was typed
+    }
   }
+}
+
+// The list's own sysUpTime.0 and snmpTrapOID.0 stay where they stand; sysUpTime.0 takes the
+// time of sending.
+TEST_F(SendTrap, V2cTrapKeepsTheListsOwnFixedEntries) {
+  snmp::CVarBindList list;
+  list.Add(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
+  list.Add(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.3");
+  list.Add(L".1.3.6.1.2.1.2.2.1.1.2", snmp::kTagInteger32, L"2");
+  list.Add(L".1.3.6.1.2.1.2.2.1.1.3", snmp::kTagInteger32, L"3");
+  Operation o(list, Port());
+  o.op.Form().version = L"2c";
+  o.op.Form().varbind_num_text = L"3";
+  ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.sinks.lines);
+  const auto traps = TrapLines(1);
+  ASSERT_EQ(traps.size(), 1U);
+  EXPECT_EQ(
+      traps.back(),
+      (std::vector<std::string>{
+          ".", "0.0.0.0", "0", "0", "0", ".1.3.6.1.2.1.1.3.0 = Timeticks: (123456) 0:20:34.56",
+          kTrapOid + ".1.3.6.1.6.3.1.1.5.3", ".1.3.6.1.2.1.2.2.1.1.2 = INTEGER: 2"}));
 }
 
 TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNothing) {
