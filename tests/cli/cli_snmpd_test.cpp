@@ -1,4 +1,6 @@
-// sondara-cli against a real net-snmp agent, checked against net-snmp's own tools.
+// sondara-cli against a real net-snmp agent, checked against net-snmp's own tools: what each
+// command's arguments ask for, how it prints it and its exit status (whole walks against
+// snmpwalk are the walk operation's test).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,6 +13,7 @@
 
 #include "cli/cli_process.h"
 #include "support/snmpd_process.h"
+#include "support/tshark.h"
 #include "util/temp_folder.h"
 
 namespace {
@@ -72,16 +75,6 @@ std::vector<Binding> ParseNetSnmp(const std::string& text) {
   return out;
 }
 
-// The bindings under `prefix`, with the value of sysUpTime.0 (which moves) left out.
-std::vector<Binding> Subtree(std::vector<Binding> bindings, const std::string& prefix) {
-  std::erase_if(bindings, [&](const Binding& b) { return b.oid.rfind(prefix, 0) != 0; });
-  for (Binding& b : bindings) {
-    if (b.oid == ".1.3.6.1.2.1.1.3.0")
-      b.value.clear();
-  }
-  return bindings;
-}
-
 // RFC 4180 records: quoted fields may hold commas and doubled quotes.
 std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
   std::vector<std::vector<std::string>> rows;
@@ -122,15 +115,11 @@ std::string SavedLogText(const std::string& bytes) {
 std::vector<std::vector<std::string>> TsharkFields(const std::string& capture,
                                                    const std::string& port,
                                                    const std::vector<std::string>& fields) {
-  std::vector<std::string> argv{
-      "/usr/bin/tshark", "-n", "-r",         capture, "-d", "udp.port==" + port + ",snmp", "-T",
-      "fields",          "-E", "separator=|"};
+  std::string options = "-d udp.port==" + port + ",snmp -T fields -E separator='|'";
   for (const std::string& f : fields)
-    argv.insert(argv.end(), {"-e", f});
-  const ProcessResult tshark = sondara_test::RunProcess(argv);
-  EXPECT_EQ(tshark.status, 0) << tshark.err;
+    options += " -e " + f;
   std::vector<std::vector<std::string>> rows;
-  for (const std::string& packet : Lines(tshark.out)) {
+  for (const std::string& packet : sondara_test::TsharkLines(capture, options)) {
     rows.emplace_back();
     std::istringstream in(packet + "|");
     for (std::string field; std::getline(in, field, '|');)
@@ -246,35 +235,7 @@ TEST_F(CliAgainstSnmpd, AgentErrorsAndSilenceHaveTheirOwnStatus) {
   }
 }
 
-TEST_F(CliAgainstSnmpd, CsvJsonAndTheSavedTransactionLog) {
-  const std::string descr = ".1.3.6.1.2.1.1.1.0", object_id = ".1.3.6.1.2.1.1.2.0";
-  const ProcessResult csv = Ours("get", {descr, object_id, "--format", "csv"});
-  ASSERT_EQ(csv.status, 0) << csv.err;
-  EXPECT_EQ(csv.out,
-            "OID,DataType,Value\n"
-            ".1.3.6.1.2.1.1.1.0,Octet String,\"Sondara test agent\",\n"
-            ".1.3.6.1.2.1.1.2.0,Object Identifier,\".1.3.6.1.4.1.8072.3.2.10\",\n");
-
-  sondara_test::TempFolder folder;
-  const std::string log = folder / "get.log";
-  const ProcessResult json = Ours("get", {descr, object_id, "--format=json", "--log", log});
-  ASSERT_EQ(json.status, 0) << json.err;
-  EXPECT_EQ(json.out,
-            "{\"oid\":\".1.3.6.1.2.1.1.1.0\",\"type\":\"Octet String\",\"value\":\"Sondara test "
-            "agent\",\"hex\":\"53 6f 6e 64 61 72 61 20 74 65 73 74 20 61 67 65 6e 74\"}\n"
-            "{\"oid\":\".1.3.6.1.2.1.1.2.0\",\"type\":\"Object Identifier\",\"value\":\"."
-            "1.3.6.1.4.1.8072.3.2.10\"}\n");
-
-  // The window's saved-log format: UTF-16LE after a byte-order mark, one line per message.
-  const std::string text = SavedLogText(sondara_test::ReadFile(log));
-  const std::vector<std::string> lines = Lines(text);
-  ASSERT_EQ(lines.size(), 3U) << text;
-  EXPECT_EQ(lines[0].rfind("Date", 0), 0U);
-  EXPECT_NE(lines[1].find("\t[Get]TX:             \t30 "), std::string::npos) << lines[1];
-  EXPECT_NE(lines[2].find("\t[Get]RX:             \t30 "), std::string::npos) << lines[2];
-}
-
-TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkFindsTheSameObjectsAndLogsEveryMessage) {
+TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkLogsAndCapturesEveryMessage) {
   sondara_test::TempFolder folder;
   const std::string log = folder / "walk.log", capture = folder / "walk.pcapng";
   // A value with a comma and quotes, which a CSV reader must take whole.
@@ -291,21 +252,21 @@ TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkFindsTheSameObjectsAndLogsEveryMe
                 std::to_string(rows.size() - 1) + "'.\n");
   EXPECT_EQ(rows[0], (std::vector<std::string>{"OID", "DataType", "Value"}));
   EXPECT_EQ(rows[4], (std::vector<std::string>{".1.3.6.1.2.1.1.4.0", "Octet String", contact, ""}));
-  std::vector<Binding> from_csv;
   for (std::size_t i = 1; i < rows.size(); ++i) {
     ASSERT_EQ(rows[i].size(), 4U) << i;  // every row ends in a comma
     EXPECT_EQ(rows[i][3], "");
-    from_csv.push_back({rows[i][0], rows[i][1], rows[i][2]});
   }
-  const std::vector<Binding> system =
-      Subtree(ParseNetSnmp(NetSnmp("snmpwalk", {".1.3.6.1.2.1.1"})), "");
-  EXPECT_EQ(Subtree(from_csv, ".1.3.6.1.2.1.1."), system);
 
   // One request more than objects (the last answers endOfMibView), each with its answer; the
   // files keep them all, far beyond the window's 1024 rows. In the capture each request goes
   // out to the agent and its answer comes back to the port the request left from.
   const std::size_t messages = 2 * rows.size();
-  EXPECT_EQ(Lines(SavedLogText(sondara_test::ReadFile(log))).size(), 1 + messages);
+  // The window's saved-log format: UTF-16LE after a byte-order mark, one line per message.
+  const std::vector<std::string> logged = Lines(SavedLogText(sondara_test::ReadFile(log)));
+  ASSERT_EQ(logged.size(), 1 + messages);
+  EXPECT_EQ(logged[0].rfind("Date", 0), 0U);
+  EXPECT_NE(logged[1].find("\t[walkMIB]TX:         \t30 "), std::string::npos) << logged[1];
+  EXPECT_NE(logged[2].find("\t[walkMIB]RX:         \t30 "), std::string::npos) << logged[2];
   const std::vector<std::vector<std::string>> packets = TsharkFields(
       capture, port_,
       {"frame.packet_flags_direction", "udp.srcport", "udp.dstport", "snmp.data", "_ws.malformed"});
@@ -325,9 +286,7 @@ TEST_F(CliAgainstSnmpd, WalkAsCsvAndWithGetBulkFindsTheSameObjectsAndLogsEveryMe
       Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "25", "-t", "5000", "--pcapng", bulk_capture});
   ASSERT_EQ(bulk.status, 0) << bulk.err;
   const std::vector<Binding> from_bulk = ParseOurs(bulk.out);
-  EXPECT_EQ(Subtree(from_bulk, ".1.3.6.1.2.1.1."), system);
-  EXPECT_NEAR(static_cast<double>(from_bulk.size()), static_cast<double>(from_csv.size()),
-              from_csv.size() * 0.03);
+  EXPECT_EQ(from_bulk.at(3), (Binding{".1.3.6.1.2.1.1.4.0", "Octet String", contact}));
   const auto bulk_packets =
       TsharkFields(bulk_capture, port_, {"snmp.data", "snmp.max_repetitions"});
   EXPECT_LT(bulk_packets.size(), from_bulk.size() / 5);

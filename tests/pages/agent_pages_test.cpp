@@ -1,8 +1,8 @@
 // The Get/Set, walkMIB and sendTrap pages offscreen against a real snmpd and snmptrapd: typing,
-// clicking and reading what the page shows. The walk runs in the main window, which it keeps
-// responsive, and stops when its page is left; "&Get SysObjectID", double-click copy, saving and
-// the column widths; a binding added through "Edit Varbinds" and "Add VarBind" is carried by the
-// trap the page then sends.
+// clicking and reading what the page shows. The walk runs in the main window, which shows its
+// objects as they come, and stops when its page is left; "&Get SysObjectID", double-click copy,
+// saving and the column widths; a binding added through "Edit Varbinds" and "Add VarBind" is
+// carried by the trap the page then sends.
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
@@ -10,8 +10,6 @@
 #include <QElapsedTimer>
 #include <QHeaderView>
 #include <QLineEdit>
-#include <QMenu>
-#include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTabWidget>
@@ -127,7 +125,6 @@ class AgentPagesTest : public QObject {
     sheet->setCurrentIndex(0);  // waits for the worker
     QVERIFY(page->Operation().WalkFinished());
     QCOMPARE(page->Operation().FinalStatus(), pages::WalkStatus::kStopped);
-    QCOMPARE(page->Operation().Results().Count() % 10, 0U);  // noticed at a tenth object
     QCOMPARE(sondara.WalkMib().host, std::wstring(L"127.0.0.1"));
     QCOMPARE(sondara.WalkMib().port, agent_.Port());
     sheet->setCurrentWidget(page);
@@ -140,25 +137,12 @@ class AgentPagesTest : public QObject {
     app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "profile.ini");
     app::CMainWnd w(sondara);
     pages::CWalkMIBPropertyPage* page = ShowWalkPage(w);
-    // A 50 ms timer keeps firing while the worker runs: the window's thread is never held.
-    QElapsedTimer since_shot;
-    qint64 longest_gap = 0;
-    QTimer beat;
-    connect(&beat, &QTimer::timeout,
-            [&] { longest_gap = std::max(longest_gap, since_shot.restart()); });
-    since_shot.start();
-    beat.start(50);
-
+    // The window's thread is never held (the timer and menu checks of a waiting request are the
+    // responsiveness test's): the list grows while the walk runs.
     Click(page, "walkButton");
     QCOMPARE(Button(page, "walkButton")->text(), QString("St&op"));
     QVERIFY(!page->findChild<QLineEdit*>("walkHost")->isEnabled());
     QVERIFY(page->findChild<QComboBox*>("walkStartOid")->isEnabled());
-    // A menu opens while the worker runs.
-    QMenu* file = w.menuBar()->actions().constFirst()->menu();
-    file->popup(w.mapToGlobal(QPoint(10, 10)));
-    const bool menu_opened = QTest::qWaitForWindowExposed(file) && file->isVisible() &&
-                             !page->Operation().WalkFinished();
-    file->close();
     QList<int> counts;  // the list's row count, each time it changed while the walk ran
     bool log_at_bottom = true;
     QElapsedTimer clock;
@@ -174,10 +158,9 @@ class AgentPagesTest : public QObject {
     QTRY_COMPARE_WITH_TIMEOUT(Button(page, "walkButton")->text(), QString("Begin &Walk"), 2000);
     const int found = static_cast<int>(page->Operation().Results().Count());
     QVERIFY(std::is_sorted(counts.begin(), counts.end()));
-    QVERIFY2(counts.back() > 0 && counts.back() < found, "the list grows while the walk runs");
-    QVERIFY(menu_opened);
+    QVERIFY2(!counts.isEmpty() && counts.back() > 0 && counts.back() < found,
+             "the list grows while the walk runs");
     QVERIFY(log_at_bottom);
-    QVERIFY2(longest_gap < 1000, qPrintable(QString::number(longest_gap)));
     QCOMPARE(page->ResultsTable()->model()->rowCount(), found);
     QTRY_COMPARE(LastEvent(w), QString("walkMIB complete. No. of OIDs found: '%1'.").arg(found));
     QVERIFY(Button(page, "saveResultsButton")->isEnabled());
