@@ -193,17 +193,6 @@ TEST_F(CliAgainstSnmpd, GetAndGetNextGiveWhatNetSnmpReads) {
   }
 }
 
-TEST_F(CliAgainstSnmpd, SetWritesEveryBindingOfOneRequest) {
-  const ProcessResult set = Ours("set", {".1.3.6.1.2.1.1.4.0", "octet string", "ops@x.test",
-                                         ".1.3.6.1.2.1.1.5.0", "Octet String", "-box 7"});
-  ASSERT_EQ(set.status, 0) << set.err;
-  const std::vector<Binding> written = {{".1.3.6.1.2.1.1.4.0", "Octet String", "ops@x.test"},
-                                        {".1.3.6.1.2.1.1.5.0", "Octet String", "-box 7"}};
-  EXPECT_EQ(ParseOurs(set.out), written);
-  EXPECT_EQ(ParseNetSnmp(NetSnmp("snmpget", {".1.3.6.1.2.1.1.4.0", ".1.3.6.1.2.1.1.5.0"})),
-            written);
-}
-
 TEST_F(CliAgainstSnmpd, AgentErrorsAndSilenceHaveTheirOwnStatus) {
   struct Case {
     std::vector<std::string> args;
@@ -325,7 +314,7 @@ class CliExactValues : public CliAgainstSnmpd {
   sondara_test::TempFolder values_;
 };
 
-TEST_F(CliExactValues, WideValuesReadAsSnmpgetAndTsharkReadThemAndSetValuesReadBack) {
+TEST_F(CliExactValues, WideValuesReadAsSnmpgetAndTsharkReadThemAndSetValuesOfOneRequestReadBack) {
   const std::vector<std::string> oids = {kCounter, kWideArc, kArc2999};
   const std::string capture = values_ / "get.pcapng";
   std::vector<std::string> args = oids;
