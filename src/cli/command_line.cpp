@@ -149,7 +149,9 @@ std::string OptionName(const OptionSpec& o) {
 }
 
 std::string Quoted(std::string_view text) {
-  return "'" + std::string(text) + "'";
+  std::string out(1, '\'');
+  out.append(text).push_back('\'');
+  return out;
 }
 
 std::wstring Wide(std::string_view text) {
@@ -498,10 +500,14 @@ std::string OptionLines(unsigned mask) {
     if (o.bit != 0 && (o.bit & mask) == 0)
       continue;
     std::string left = "  ";
-    left += o.short_name != 0 ? std::string("-") + o.short_name + ", " : "    ";
-    left += "--" + std::string(o.long_name);
+    // Appended piece by piece: g++ 12 at -O3 sees a false overlap in `" " + std::string(...)`.
+    if (o.short_name != 0)
+      left.append(1, '-').append(1, o.short_name).append(", ");
+    else
+      left.append("    ");
+    left.append("--").append(o.long_name);
     if (!o.value_name.empty())
-      left += " " + std::string(o.value_name);
+      left.append(1, ' ').append(o.value_name);
     left.resize(std::max<std::size_t>(left.size() + 2, 32), ' ');
     out += left + std::string(o.help) + "\n";
   }

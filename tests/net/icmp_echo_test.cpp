@@ -4,6 +4,9 @@
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -97,6 +100,30 @@ TEST(IcmpEcho, UnreachableDestinationsAreReportedInWords) {
       "2001:db8:51::7 0 0 0: Ping command sent to IP 2001:db8:51::7. | Reply from "
       "2001:db8:51::7: Destination host unreachable.\n";
   EXPECT_EQ(run.output, each + each);
+}
+
+// No datagram socket (ping_group_range closed) and no raw one (no capability left): ICMP is
+// reported unavailable and pings send and log nothing.
+TEST(IcmpEcho, NoSocketThatOpensMeansNoIcmpAndSilentPings) {
+  const auto run = testing_support::RunInPrivateNetns([] {
+    std::ofstream("/proc/sys/net/ipv4/ping_group_range") << "1 0";
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct none[2]{};
+    if (::syscall(SYS_capset, &header, none) != 0)
+      return std::string("cannot drop the capabilities");
+    std::ostringstream out;
+    const bool loaded = net::LoadIcmp();
+    net::CIcmpEchoSocket sweep;
+    std::uint16_t sequence = 0;
+    out << loaded << net::IcmpLoaded() << sweep.IsOpen()
+        << (sweep.Send(::inet_addr("127.0.0.1"), sequence) == net::kEchoGeneralFailure) << ' '
+        << PingCase(false, "127.0.0.1", 0, 100) << PingCase(true, "::1", 0, 100);
+    return out.str();
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  EXPECT_EQ(run.output, "0001 127.0.0.1 0 0 0:  | \n::1 0 0 0:  | \n");
 }
 
 // A sweep's socket: echoes go out without waiting and each answer names the echo it belongs to;

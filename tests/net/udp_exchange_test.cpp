@@ -164,7 +164,7 @@ TEST(RequestExchange, AFloodNeverStretchesTheWait) {
     EXPECT_EQ(o.thrown, c.thrown);
     EXPECT_EQ(o.result, c.result);
     EXPECT_GE(o.ms, expected_ms - 10);
-    EXPECT_LE(o.ms, expected_ms * 11 / 10);
+    EXPECT_LT(o.ms, expected_ms + 2000);  // a wait restarted by the flood lasts past its 4 s
     // Each try sends the same bytes, from a new socket: the one that timed out was closed.
     const auto got = agent.Received();
     ASSERT_EQ(got.size(), 3U);
@@ -180,11 +180,11 @@ TEST(RequestExchange, EmptyOrTruncatedReplyIsJudgedAtOnceAndNeverCrashes) {
   for (std::size_t cut = 0; cut <= full.size(); ++cut) {
     SCOPED_TRACE(cut);
     const FakeAgent agent = Always({{Bytes(full.begin(), full.begin() + static_cast<long>(cut))}});
-    const Outcome o = RunGet(agent, 2, 5000);
+    const Outcome o = RunGet(agent, 2, 30000);
     EXPECT_EQ(o.thrown, 0);
     EXPECT_EQ(o.result < 0, cut < full.size());
     EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 1U);  // an empty reply is no reason to resend
-    EXPECT_LT(o.ms, 2500);
+    EXPECT_LT(o.ms, 15000);                             // judged, not waited out
   }
 }
 
@@ -311,11 +311,11 @@ TEST(RequestExchange, EachFailureThrowsItsCodeWithItsText) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.thrown);
     FaultyOps ops(c.fault);
-    const Outcome o = RunGet(agent.Port(), Settings(3, 5000), &ops, c.host);
+    const Outcome o = RunGet(agent.Port(), Settings(3, 30000), &ops, c.host);
     EXPECT_EQ(o.thrown, c.thrown);
     EXPECT_EQ(net::SnmpInternalErrorText(o.thrown, L"h", false), c.text);
     EXPECT_EQ(o.sink.entries.size(), c.sent);
-    EXPECT_LT(o.ms, 2500);
+    EXPECT_LT(o.ms, 15000);
     EXPECT_EQ(ops.sockets, c.sent > 0 ? 4 : ops.sockets);
     EXPECT_EQ(ops.closes, c.fault == FaultyOps::kSocket ? 0 : ops.sockets);  // none left open
   }
@@ -367,7 +367,7 @@ TEST(RequestExchange, ASocketThatIsNeverEmptyHoldsNeitherTheSendNorTheWait) {
   const Outcome o = RunGet(agent.Port(), Settings(1, 200), &ops);
   EXPECT_EQ(o.thrown, -6);
   EXPECT_GE(o.ms, 400 - 10);
-  EXPECT_LE(o.ms, 440);
+  EXPECT_LT(o.ms, 2500);  // held by the queue, it would last its 3 s
   ASSERT_EQ(ops.receives_before_send.size(), 2U);
   for (int drained : ops.receives_before_send)
     EXPECT_LE(drained, net::kMaxStaleDrained + 1);
@@ -380,7 +380,8 @@ TEST(SnmpRequester, OneSocketForEveryRequestAndAStopTestAfterEachSilentTry) {
   const FakeAgent agent([](const FakeAgent::Datagram& d, int n) {
     return n < 2 ? Replies{{GoodReply(d.bytes[17])}} : Replies{};
   });
-  net::CSnmpRequester requester(L"127.0.0.1", agent.Port(), Settings(3, 100), L"walkMIB",
+  // A time-out a busy machine does not overshoot: a late answer would mean one more try.
+  net::CSnmpRequester requester(L"127.0.0.1", agent.Port(), Settings(3, 1000), L"walkMIB",
                                 logs::TransactionLogSink());
   snmp::CSNMPMessage request(snmp::kSnmpVersion2c, L"getcom", snmp::kPduGetRequest);
   request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
@@ -394,7 +395,7 @@ TEST(SnmpRequester, OneSocketForEveryRequestAndAStopTestAfterEachSilentTry) {
   snmp::CSNMPMessage response(snmp::kPduResponse);
   EXPECT_EQ(requester.Request(request, response, [&] { return ++tests == 2; }), std::nullopt);
   EXPECT_EQ(tests, 2);
-  EXPECT_GE(Ms(start, Clock::now()), 2 * 100);
+  EXPECT_GE(Ms(start, Clock::now()), 2 * 1000);
   ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= 4; }));
   const auto got = agent.Received();
   ASSERT_EQ(got.size(), 4U);                      // two answered, then two tries before the stop

@@ -125,10 +125,14 @@ TEST(ValueCodec, DecodeTable) {
 TEST(ValueCodec, LengthFormsAndTheWritersRoom) {
   for (const auto& [len, prefix] : {std::pair<std::size_t, std::string>{127, "04 7f"},
                                     {128, "04 81 80"},
+                                    {255, "04 81 ff"},
                                     {256, "04 82 01 00"},
+                                    {65535, "04 82 ff ff"},
                                     {65536, "04 83 01 00 00"}}) {
     COctetString s(std::wstring(len, L'a'));
-    EXPECT_EQ(EncodeHex(s, 70000).substr(0, prefix.size()), prefix) << len;
+    const std::string hex = EncodeHex(s, 70000);
+    EXPECT_EQ(hex.substr(0, prefix.size()), prefix) << len;
+    EXPECT_EQ(Decode(kTagOctetString, hex), std::pair(0, std::wstring(len, L'a'))) << len;
   }
   // Long-form lengths keep one byte of slack: 200 bytes of content need 203 bytes of room.
   COctetString s(std::wstring(200, L'x'));

@@ -1,12 +1,18 @@
-// The worker runner and the results list the walk and the sweep share.
+// The worker runner and the results list the walk and the sweep share, and the small vector
+// the codec's values live in.
 #include "util/worker.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "util/result_list.h"
+#include "util/small_vector.h"
 
 namespace {
 
@@ -16,15 +22,20 @@ TEST(Worker, StopReachesTheBodyAndFinishedFollowsTheBody) {
   tvkutil::CWorker worker(false);
   EXPECT_TRUE(worker.Finished());
   std::atomic<int> laps{0};
+  std::atomic<bool> stopped{false};
+  // The body gives up after a minute, so a stop that never reaches it fails instead of hanging.
   ASSERT_TRUE(worker.Start([&](tvkutil::CEvent& stop) {
-    while (!stop.WaitFor(1ms))
+    const auto deadline = std::chrono::steady_clock::now() + 60s;
+    while (!(stopped = stop.WaitFor(1ms)) && std::chrono::steady_clock::now() < deadline)
       ++laps;
   }));
   EXPECT_FALSE(worker.Start([](tvkutil::CEvent&) {}));  // one thread at a time
   EXPECT_FALSE(worker.Finished());
-  while (laps < 3)
+  for (int i = 0; i < 60000 && laps < 3; ++i)  // up to a minute
     std::this_thread::sleep_for(1ms);
+  EXPECT_GE(laps, 3);
   worker.StopAndWait();
+  EXPECT_TRUE(stopped);
   EXPECT_TRUE(worker.Finished());
   EXPECT_FALSE(worker.HasThread());
 
@@ -49,9 +60,87 @@ TEST(ResultList, InsertsInOrderAndCountsOnlyMovesBeforeTheEnd) {
   int seen = 0;
   EXPECT_TRUE(list.With(1, [&](int v) { seen = v; }));
   EXPECT_EQ(seen, 15);
+  EXPECT_FALSE(list.With(4, [](int) {}));  // one past the end
   list.Clear();
   EXPECT_FALSE(list.With(0, [](int) {}));
   EXPECT_EQ(list.Reorders(), 2U);
+
+  // Reused after a clear; records that compare equal keep their order, with no reorder.
+  tvkutil::CResultList<std::pair<int, char>> pairs;
+  const auto by_key = [](const auto& a, const auto& b) { return a.first < b.first; };
+  for (const auto& p : {std::pair(2, 'a'), std::pair(2, 'b'), std::pair(1, 'c'), std::pair(2, 'd')})
+    pairs.InsertSorted(p, by_key);
+  EXPECT_EQ(pairs.Reorders(), 1U);  // only 'c'
+  EXPECT_EQ(pairs.WithAll([](const auto& v) { return v; }),
+            (std::vector<std::pair<int, char>>{{1, 'c'}, {2, 'a'}, {2, 'b'}, {2, 'd'}}));
+}
+
+// Sizes around the 4 elements kept in place: none, the last in place, the first on the heap,
+// grown twice. Copies, moves, a clear and an insert each keep every element.
+TEST(SmallVector, KeepsEveryElementOnBothSidesOfTheInPlaceEdge) {
+  using Strings = tvkutil::CSmallVector<std::string, 4>;
+  const auto inside = [](const Strings& s) {
+    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+    const auto* o = reinterpret_cast<const unsigned char*>(&s);
+    return p >= o && p < o + sizeof s;
+  };
+  for (std::size_t count : {0U, 3U, 4U, 5U, 9U}) {
+    SCOPED_TRACE(count);
+    std::vector<std::string> want;
+    for (std::size_t i = 0; i < count; ++i)
+      want.push_back(std::string(24, static_cast<char>('a' + i)));  // too long for SSO
+    const auto same = [&](const Strings& s) {
+      return std::vector<std::string>(s.begin(), s.end()) == want;
+    };
+    const auto fill = [&](Strings& s) {
+      for (const std::string& w : want)
+        s.push_back(w);
+    };
+    Strings v;
+    fill(v);
+    EXPECT_TRUE(same(v));
+    EXPECT_EQ(inside(v), count <= 4);
+    EXPECT_EQ(v.capacity() == 4, count <= 4);
+
+    Strings copy(v), moved(std::move(v));
+    EXPECT_TRUE(same(copy));
+    EXPECT_TRUE(same(moved));
+    EXPECT_TRUE(copy == moved);
+    EXPECT_EQ(inside(moved), count <= 4);
+    EXPECT_TRUE(v.empty());
+    fill(v);  // the moved-from one is as good as new
+    EXPECT_TRUE(same(v));
+    EXPECT_EQ(inside(v), count <= 4);
+
+    Strings target;
+    target.assign(want.begin(), want.end());
+    target.push_back("extra");  // on the heap from 4 on
+    target = std::move(copy);
+    EXPECT_TRUE(same(target));
+    EXPECT_TRUE(copy.empty());
+
+    target.emplace_at(count / 2, "mid");
+    EXPECT_EQ(target[count / 2], "mid");
+    EXPECT_EQ(target.size(), count + 1);
+    target.erase_at(count / 2);
+    EXPECT_TRUE(same(target));
+    const std::size_t capacity = target.capacity();
+    target.clear();
+    EXPECT_TRUE(target.empty());
+    EXPECT_EQ(target.capacity(), capacity);  // the block is kept for the next fill
+    fill(target);
+    EXPECT_TRUE(same(target));
+
+    // Plain bytes are copied in one block.
+    const std::vector<std::uint8_t> bytes(count, 0x5A);
+    tvkutil::CSmallVector<std::uint8_t, 4> b;
+    b.assign(bytes.data(), bytes.data() + bytes.size());
+    EXPECT_EQ(std::vector<std::uint8_t>(b.begin(), b.end()), bytes);
+    tvkutil::CSmallVector<std::uint8_t, 4> longer(b);
+    longer.push_back(0);
+    EXPECT_TRUE(b < longer);
+    EXPECT_FALSE(longer < b);
+  }
 }
 
 }  // namespace
