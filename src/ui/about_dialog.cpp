@@ -1,10 +1,10 @@
-#include "app/about_dialog.h"
+#include "ui/about_dialog.h"
 
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include "app/sondara_utility_app.h"
+#include "settings/sondara_utility_app.h"
 
 namespace app {
 

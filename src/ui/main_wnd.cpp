@@ -1,4 +1,4 @@
-#include "app/main_wnd.h"
+#include "ui/main_wnd.h"
 
 #include <QAction>
 #include <QApplication>
@@ -15,19 +15,19 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
-#include "app/about_dialog.h"
-#include "app/options_dialog.h"
-#include "app/property_sheet_view.h"
-#include "app/readme_dialog.h"
-#include "app/sondara_utility_app.h"
-#include "logs/event_log_view.h"
 #include "logs/log_entry_points.h"
-#include "logs/transaction_log_view.h"
-#include "pages/device_discovery_page.h"
-#include "pages/get_set_page.h"
-#include "pages/ping_view.h"
-#include "pages/send_trap_page.h"
-#include "pages/walk_mib_page.h"
+#include "settings/sondara_utility_app.h"
+#include "ui/about_dialog.h"
+#include "ui/logs/event_log_view.h"
+#include "ui/logs/transaction_log_view.h"
+#include "ui/options_dialog.h"
+#include "ui/pages/device_discovery_page.h"
+#include "ui/pages/get_set_page.h"
+#include "ui/pages/ping_view.h"
+#include "ui/pages/send_trap_page.h"
+#include "ui/pages/walk_mib_page.h"
+#include "ui/property_sheet_view.h"
+#include "ui/readme_dialog.h"
 #include "util/string_table.h"
 #include "util/text.h"
 

@@ -6,7 +6,7 @@
 #include <QMainWindow>
 #include <QSplitter>
 
-#include "app/page_set.h"
+#include "settings/page_set.h"
 
 class QAction;
 class QMenu;

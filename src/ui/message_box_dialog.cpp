@@ -1,9 +1,9 @@
-#include "app/message_box_dialog.h"
+#include "ui/message_box_dialog.h"
 
 #include <QGuiApplication>
 #include <QMessageBox>
 
-#include "app/sondara_utility_app.h"
+#include "settings/sondara_utility_app.h"
 
 namespace app {
 

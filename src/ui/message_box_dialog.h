@@ -8,7 +8,7 @@
 #include <functional>
 #include <map>
 
-#include "app/operation_ui.h"
+#include "ops/operation_ui.h"
 
 namespace app {
 

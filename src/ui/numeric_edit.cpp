@@ -1,4 +1,4 @@
-#include "util/numeric_edit.h"
+#include "ui/numeric_edit.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -1,4 +1,4 @@
-#include "app/options_dialog.h"
+#include "ui/options_dialog.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -12,14 +12,14 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "app/message_box_dialog.h"
-#include "app/setting_rules.h"
-#include "app/sondara_utility_app.h"
 #include "net/adapter_table.h"
-#include "util/numeric_edit.h"
+#include "settings/setting_rules.h"
+#include "settings/sondara_utility_app.h"
+#include "ui/message_box_dialog.h"
+#include "ui/numeric_edit.h"
+#include "ui/text_conversion.h"
 #include "util/string_table.h"
 #include "util/text.h"
-#include "util/ui_text_view.h"
 
 namespace app {
 

@@ -1,4 +1,4 @@
-#include "app/property_sheet_view.h"
+#include "ui/property_sheet_view.h"
 
 #include <QAbstractButton>
 #include <QGroupBox>

@@ -6,8 +6,8 @@
 #include <functional>
 #include <map>
 
-#include "app/page_set.h"
-#include "app/property_page.h"
+#include "settings/page_set.h"
+#include "ui/property_page.h"
 
 namespace app {
 

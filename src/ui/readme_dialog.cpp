@@ -1,4 +1,4 @@
-#include "app/readme_dialog.h"
+#include "ui/readme_dialog.h"
 
 #include <QDesktopServices>
 #include <QDialogButtonBox>

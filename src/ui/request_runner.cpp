@@ -1,4 +1,4 @@
-#include "app/request_runner_view.h"
+#include "ui/request_runner.h"
 
 #include <QApplication>
 #include <system_error>

@@ -1,4 +1,4 @@
-#include "app/results_table_view.h"
+#include "ui/results_table_view.h"
 
 #include <QColor>
 #include <QFontDatabase>

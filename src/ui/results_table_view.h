@@ -13,7 +13,7 @@
 #include <functional>
 #include <string_view>
 
-#include "util/profile_store.h"
+#include "settings/profile_store.h"
 #include "util/result_list.h"
 
 namespace app {

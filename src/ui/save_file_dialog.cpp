@@ -1,13 +1,13 @@
-#include "app/save_file_dialog.h"
+#include "ui/save_file_dialog.h"
 
 #include <QFileDialog>
 #include <QStringList>
 #include <filesystem>
 
 #include "logs/utf16_file.h"
+#include "ui/text_conversion.h"
 #include "util/string_table.h"
 #include "util/text.h"
-#include "util/ui_text_view.h"
 
 namespace app {
 

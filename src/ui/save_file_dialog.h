@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "util/profile_store.h"
+#include "settings/profile_store.h"
 
 namespace app {
 

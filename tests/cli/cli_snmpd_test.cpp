@@ -11,7 +11,7 @@
 
 #include "cli/cli_process.h"
 #include "support/snmpd_process.h"
-#include "util/temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

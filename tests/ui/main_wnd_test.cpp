@@ -30,17 +30,17 @@
 #include <map>
 #include <memory>
 
-#include "app/main_wnd.h"
-#include "app/message_box_dialog.h"
-#include "app/options_dialog.h"
-#include "app/property_sheet_view.h"
-#include "app/sondara_utility_app.h"
-#include "logs/event_log_view.h"
-#include "logs/transaction_log_view.h"
 #include "net/adapter_table.h"
-#include "pages/ping_view.h"
-#include "util/numeric_edit.h"
-#include "util/temp_folder.h"
+#include "settings/sondara_utility_app.h"
+#include "support/temp_folder.h"
+#include "ui/logs/event_log_view.h"
+#include "ui/logs/transaction_log_view.h"
+#include "ui/main_wnd.h"
+#include "ui/message_box_dialog.h"
+#include "ui/numeric_edit.h"
+#include "ui/options_dialog.h"
+#include "ui/pages/ping_view.h"
+#include "ui/property_sheet_view.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <QTest>
 #include <memory>
 
-#include "util/numeric_edit.h"
+#include "ui/numeric_edit.h"
 #include "util/numeric_filter.h"
 
 namespace {

@@ -20,20 +20,20 @@
 #include <chrono>
 #include <thread>
 
-#include "app/main_wnd.h"
-#include "app/message_box_dialog.h"
-#include "app/property_sheet_view.h"
-#include "app/save_file_dialog.h"
-#include "app/sondara_utility_app.h"
-#include "logs/event_log_view.h"
-#include "logs/transaction_log_view.h"
 #include "net/address.h"
 #include "net/icmp_echo.h"
-#include "pages/device_discovery_page.h"
-#include "pages/ping_view.h"
+#include "settings/sondara_utility_app.h"
 #include "support/fake_agent.h"
 #include "support/private_netns.h"
-#include "util/temp_folder.h"
+#include "support/temp_folder.h"
+#include "ui/logs/event_log_view.h"
+#include "ui/logs/transaction_log_view.h"
+#include "ui/main_wnd.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/device_discovery_page.h"
+#include "ui/pages/ping_view.h"
+#include "ui/property_sheet_view.h"
+#include "ui/save_file_dialog.h"
 
 namespace {
 

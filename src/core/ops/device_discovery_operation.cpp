@@ -1,4 +1,4 @@
-#include "pages/device_discovery_operation.h"
+#include "ops/device_discovery_operation.h"
 
 #include <arpa/inet.h>
 
@@ -12,8 +12,8 @@
 #include <utility>
 
 #include "net/address.h"
-#include "pages/operation_common.h"
-#include "pages/results_file.h"
+#include "ops/operation_common.h"
+#include "ops/results_file.h"
 #include "util/string_table.h"
 #include "util/text.h"
 

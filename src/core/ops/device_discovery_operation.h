@@ -21,12 +21,12 @@
 #include <thread>
 #include <vector>
 
-#include "app/operation_ui.h"
-#include "app/settings.h"
 #include "logs/event_line_sink.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_sink.h"
 #include "net/icmp_echo.h"
+#include "ops/operation_ui.h"
+#include "settings/settings.h"
 #include "util/event.h"
 #include "util/result_list.h"
 #include "util/worker.h"

@@ -1,13 +1,14 @@
-#include "pages/get_set_operation.h"
+#include "ops/get_set_operation.h"
 
 #include <string_view>
 
-#include "app/setting_rules.h"
 #include "net/address.h"
 #include "net/request_exchange.h"
-#include "pages/history.h"
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
+#include "settings/history.h"
+#include "settings/setting_rules.h"
 #include "snmp/response_check.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -110,7 +111,7 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
                                        const net::UdpSettings& settings,
                                        net::IUdpSocketOps* ops) const {
   const bool get = request.mode == GetSetMode::kGet;
-  snmp::CSNMPMessage message(app::VersionIndex(request.version), request.community,
+  snmp::CSNMPMessage message(snmp::VersionIndex(request.version), request.community,
                              get ? snmp::kPduGetRequest : snmp::kPduSetRequest);
   message.SetRequestId(request.request_id);
   if (get) {

@@ -1,11 +1,11 @@
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "app/setting_rules.h"
 #include "net/address.h"
 #include "snmp/asn_data_type.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -89,7 +89,7 @@ bool IsValidValueText(std::uint32_t tag, std::wstring_view text) {
     case snmp::kTagCounter64:
       return ReadWhole(text, 10, std::numeric_limits<std::uint64_t>::max());
     case snmp::kTagOid:
-      return app::IsValidOidText(text);
+      return snmp::IsValidOidText(text);
     case snmp::kTagIpAddress:
       // The address test lets any character stand between the numbers; a value must be the
       // four numbers it is sent as (an IpAddress is four bytes).
@@ -105,12 +105,12 @@ bool IsValidValueText(std::uint32_t tag, std::wstring_view text) {
 }
 
 bool CheckOidField(app::IOperationUi& ui, std::wstring_view text, int string_id, int field) {
-  switch (app::CheckOidText(text)) {
-    case app::OidTextFault::kNone:
+  switch (snmp::CheckOidText(text)) {
+    case snmp::OidTextFault::kNone:
       return true;
-    case app::OidTextFault::kArcTooLarge:
+    case snmp::OidTextFault::kArcTooLarge:
       return Refuse(ui, tvkutil::ids::kOidArcTooLarge, field);
-    case app::OidTextFault::kFirstArcs:
+    case snmp::OidTextFault::kFirstArcs:
       return Refuse(ui, tvkutil::ids::kOidFirstArcs, field);
     default:
       return Refuse(ui, string_id, field);

@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "app/operation_ui.h"
-#include "app/settings.h"
 #include "net/snmp_internal_error.h"
 #include "net/udp_session.h"
+#include "ops/operation_ui.h"
+#include "settings/settings.h"
 
 namespace pages {
 

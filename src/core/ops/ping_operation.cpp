@@ -1,4 +1,4 @@
-#include "pages/ping_operation.h"
+#include "ops/ping_operation.h"
 
 #include <cstdint>
 

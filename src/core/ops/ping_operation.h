@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "app/operation_ui.h"
 #include "logs/transaction_sink.h"
+#include "ops/operation_ui.h"
 
 namespace pages {
 

@@ -1,6 +1,6 @@
-#include "pages/results_file.h"
+#include "ops/results_file.h"
 
-#include "app/sondara_utility_app.h"
+#include "settings/sondara_utility_app.h"
 #include "util/file_replace.h"
 #include "util/text.h"
 

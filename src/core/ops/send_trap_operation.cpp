@@ -1,15 +1,16 @@
-#include "pages/send_trap_operation.h"
+#include "ops/send_trap_operation.h"
 
 #include <algorithm>
 #include <chrono>
 
-#include "app/setting_rules.h"
 #include "net/address.h"
 #include "net/snmp_requester.h"
-#include "pages/history.h"
-#include "pages/operation_common.h"
-#include "pages/var_bind_list_rules.h"
+#include "ops/operation_common.h"
+#include "ops/var_bind_list_rules.h"
+#include "settings/history.h"
+#include "settings/setting_rules.h"
 #include "snmp/snmp_message.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -88,7 +89,7 @@ CSendTrapOperation::CSendTrapOperation(const app::SendTrapSettings& stored,
 }
 
 bool CSendTrapOperation::Version2c() const {
-  return app::VersionIndex(form_.version) == 1;
+  return snmp::VersionIndex(form_.version) == 1;
 }
 
 void CSendTrapOperation::SetSenderIpChoices(std::vector<std::wstring> choices) {
@@ -109,7 +110,7 @@ void CSendTrapOperation::ApplyDefaults() {
 }
 
 bool CSendTrapOperation::V1FieldsEnabled() const {
-  return !form_.use_default && app::VersionIndex(form_.version) == 0;
+  return !form_.use_default && snmp::VersionIndex(form_.version) == 0;
 }
 
 std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
@@ -228,7 +229,7 @@ TrapOutcome CSendTrapOperation::Send(const TrapRequest& request, const net::UdpS
 
 void CSendTrapOperation::Remember(const TrapRequest& request) {
   // A v2c trap does not check the sender OID box; only an OID goes into its history.
-  if (app::IsValidOidText(request.sender_oid))
+  if (snmp::IsValidOidText(request.sender_oid))
     AddToHistory(form_.sender_oids, request.sender_oid);
   AddToHistory(form_.communities, request.community);
 }

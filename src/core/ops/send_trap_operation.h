@@ -14,13 +14,13 @@
 #include <string>
 #include <vector>
 
-#include "app/operation_ui.h"
-#include "app/settings.h"
 #include "logs/event_line_sink.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_sink.h"
 #include "net/udp_session.h"
 #include "net/udp_socket_ops.h"
+#include "ops/operation_ui.h"
+#include "settings/settings.h"
 #include "snmp/request_id.h"
 #include "snmp/var_bind_list.h"
 

@@ -1,10 +1,10 @@
-#include "pages/var_bind_list_rules.h"
+#include "ops/var_bind_list_rules.h"
 
 #include <algorithm>
 
-#include "app/setting_rules.h"
-#include "app/settings.h"
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
+#include "settings/setting_rules.h"
+#include "settings/settings.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"

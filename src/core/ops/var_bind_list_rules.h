@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "app/operation_ui.h"
+#include "ops/operation_ui.h"
 #include "snmp/var_bind_list.h"
 
 namespace pages {

@@ -1,4 +1,4 @@
-#include "pages/walk_mib_operation.h"
+#include "ops/walk_mib_operation.h"
 
 #include <chrono>
 #include <memory>
@@ -6,13 +6,14 @@
 #include <utility>
 #include <vector>
 
-#include "app/setting_rules.h"
 #include "net/request_exchange.h"
 #include "net/snmp_requester.h"
-#include "pages/history.h"
-#include "pages/results_file.h"
+#include "ops/results_file.h"
+#include "settings/history.h"
+#include "settings/setting_rules.h"
 #include "snmp/response_check.h"
 #include "snmp/snmp_message.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -125,13 +126,13 @@ void CWalkMIBOperation::EndWalk() {
 
 void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
   results_.Clear();
-  const bool bulk = job.options.bulk_repetitions > 0 && app::VersionIndex(job.version) == 1;
-  const bool v2c = app::VersionIndex(job.version) == 1;
+  const bool bulk = job.options.bulk_repetitions > 0 && snmp::VersionIndex(job.version) == 1;
+  const bool v2c = snmp::VersionIndex(job.version) == 1;
   const std::uint32_t request_type = bulk ? snmp::kPduGetBulkRequest : snmp::kPduGetNextRequest;
   // The reply becomes the next request and the request the holder of the next reply, so the
   // name just found is never copied or parsed again.
-  auto request = std::make_unique<snmp::CSNMPMessage>(app::VersionIndex(job.version), job.community,
-                                                      request_type);
+  auto request = std::make_unique<snmp::CSNMPMessage>(snmp::VersionIndex(job.version),
+                                                      job.community, request_type);
   auto reply = std::make_unique<snmp::CSNMPMessage>(snmp::kPduResponse);
   request->AddNullVarBind(job.start_oid);
   std::wstring current_oid = request->GetVarBind(1)->Name()->Text();
@@ -289,7 +290,7 @@ std::optional<SysObjectIdRequest> CWalkMIBOperation::PrepareSysObjectId(app::IOp
 std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjectIdRequest& request,
                                                                   const net::UdpSettings& settings,
                                                                   net::IUdpSocketOps* ops) const {
-  snmp::CSNMPMessage message(app::VersionIndex(request.version), request.community,
+  snmp::CSNMPMessage message(snmp::VersionIndex(request.version), request.community,
                              snmp::kPduGetRequest);
   message.SetRequestId(request.request_id);
   message.AddNullVarBind(kSysObjectIdOid);

@@ -11,14 +11,14 @@
 #include <optional>
 #include <string>
 
-#include "app/operation_ui.h"
-#include "app/settings.h"
 #include "logs/event_line_sink.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_sink.h"
 #include "net/udp_session.h"
 #include "net/udp_socket_ops.h"
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
+#include "ops/operation_ui.h"
+#include "settings/settings.h"
 #include "snmp/request_id.h"
 #include "snmp/var_bind.h"
 #include "util/event.h"

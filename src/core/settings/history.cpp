@@ -1,4 +1,4 @@
-#include "pages/history.h"
+#include "settings/history.h"
 
 #include <algorithm>
 

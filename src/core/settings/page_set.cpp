@@ -1,4 +1,4 @@
-#include "app/page_set.h"
+#include "settings/page_set.h"
 
 #include <algorithm>
 

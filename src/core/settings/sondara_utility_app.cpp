@@ -1,9 +1,10 @@
-#include "app/sondara_utility_app.h"
+#include "settings/sondara_utility_app.h"
 
 #include <filesystem>
 
-#include "app/setting_rules.h"
 #include "net/address.h"
+#include "settings/setting_rules.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/app_folders.h"
 #include "util/ini_file.h"
@@ -61,12 +62,12 @@ std::uint16_t ReadPort(const CIniFile& ini, std::wstring_view section, std::uint
 History ReadHistory(const CIniFile& ini, std::wstring_view section, std::wstring_view format,
                     HistoryKind kind, const History& refill) {
   History list;
-  const std::size_t max_len = kind == HistoryKind::kOid ? kMaxOidTextLen : kMaxCommunityLen;
+  const std::size_t max_len = kind == HistoryKind::kOid ? snmp::kMaxOidTextLen : kMaxCommunityLen;
   for (int i = 0; i < kMaxHistoryEntries; ++i) {
     std::wstring v = ini.GetString(section, Key(format, i), L"", max_len);
     if (v.empty())
       break;
-    if (kind == HistoryKind::kOid && !IsValidOidText(v))
+    if (kind == HistoryKind::kOid && !snmp::IsValidOidText(v))
       continue;
     list.push_back(std::move(v));
   }
@@ -186,7 +187,7 @@ void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
   // "Use default" means the trap is the built-in one: the rest of the section is not ours to
   // read, and the in-memory defaults stay.
   if (send_trap_.use_default == 0) {
-    const bool v1 = VersionIndex(send_trap_.version) == 0;
+    const bool v1 = snmp::VersionIndex(send_trap_.version) == 0;
     if (v1) {
       send_trap_.sender_ip = ReadIPv4(ini, kSendTrap, L"SenderIP", kMaxSenderIpLen);
       send_trap_.sender_oids = ReadHistory(ini, kSendTrap, L"SENDEROID-%d", HistoryKind::kOid, {});
@@ -201,12 +202,13 @@ void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
     // Bounded by the list's own limit, not by VarBindNum: the list is what was saved.
     trap_var_binds_->RemoveAll();
     for (int n = 1; n <= kMaxTrapVarBinds; ++n) {
-      const std::wstring oid = ini.GetString(kSendTrap, Key(L"OID-%d", n), L"", kMaxOidTextLen);
-      if (!IsValidOidText(oid))
+      const std::wstring oid =
+          ini.GetString(kSendTrap, Key(L"OID-%d", n), L"", snmp::kMaxOidTextLen);
+      if (!snmp::IsValidOidText(oid))
         break;
       const std::wstring type =
           ini.GetString(kSendTrap, Key(L"DataType-%d", n), L"", kMaxTypeNameLen);
-      if (!IsDataTypeName(type))
+      if (!snmp::IsDataTypeName(type))
         break;
       const std::wstring value = ini.GetString(kSendTrap, Key(L"Value-%d", n), L"", kMaxValueLen);
       if (value.empty())
@@ -227,7 +229,7 @@ void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
 
   walk_mib_.host = ini.GetString(kWalkMib, L"IPHost", L"", kMaxHostLen);
   walk_mib_.version = ReadVersion(ini, kWalkMib);
-  walk_mib_.start_oid = ini.GetString(kWalkMib, L"StartOid", L".1.3.6.1", kMaxOidTextLen);
+  walk_mib_.start_oid = ini.GetString(kWalkMib, L"StartOid", L".1.3.6.1", snmp::kMaxOidTextLen);
   walk_mib_.port = ReadPort(ini, kWalkMib, 161);
   walk_mib_.communities =
       ReadHistory(ini, kWalkMib, L"WALKMIBCOMMUNITY-%d", HistoryKind::kCommunity, get_refill);
@@ -271,7 +273,7 @@ void CSondaraUtilityApp::SavePageSettings(CIniFile& ini) const {
   ini.WriteInt(kSendTrap, L"Port", send_trap_.port);
   ini.WriteString(kSendTrap, L"UseDefault", send_trap_.use_default != 0 ? L"1" : L"0");
   if (send_trap_.use_default == 0) {
-    const bool v1 = VersionIndex(send_trap_.version) == 0;
+    const bool v1 = snmp::VersionIndex(send_trap_.version) == 0;
     if (v1) {
       ini.WriteString(kSendTrap, L"SenderIP", send_trap_.sender_ip);
       WriteHistory(ini, kSendTrap, L"SENDEROID-%d", send_trap_.sender_oids);

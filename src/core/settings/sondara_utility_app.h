@@ -16,9 +16,9 @@
 #include <string_view>
 #include <vector>
 
-#include "app/settings.h"
+#include "settings/profile_store.h"
+#include "settings/settings.h"
 #include "snmp/var_bind_list.h"
-#include "util/profile_store.h"
 
 namespace tvkutil {
 class CIniFile;

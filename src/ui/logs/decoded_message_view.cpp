@@ -1,4 +1,4 @@
-#include "logs/decoded_message_view.h"
+#include "ui/logs/decoded_message_view.h"
 
 #include <QFontDatabase>
 #include <QHBoxLayout>

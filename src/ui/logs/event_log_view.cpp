@@ -1,4 +1,4 @@
-#include "logs/event_log_view.h"
+#include "ui/logs/event_log_view.h"
 
 #include "logs/log_entry_points.h"
 #include "util/string_table.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "logs/event_log.h"
-#include "logs/log_table_view.h"
+#include "ui/logs/log_table_view.h"
 
 namespace tvkutil {
 class IProfileStore;

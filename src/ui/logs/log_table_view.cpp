@@ -1,4 +1,4 @@
-#include "logs/log_table_view.h"
+#include "ui/logs/log_table_view.h"
 
 #include <QAbstractTableModel>
 #include <QColor>
@@ -14,14 +14,14 @@
 #include <algorithm>
 #include <string>
 
-#include "app/message_box_dialog.h"
-#include "app/save_file_dialog.h"
 #include "logs/utf16_file.h"
+#include "settings/profile_store.h"
+#include "ui/message_box_dialog.h"
+#include "ui/save_file_dialog.h"
+#include "ui/text_conversion.h"
 #include "util/file_replace.h"
-#include "util/profile_store.h"
 #include "util/string_table.h"
 #include "util/text.h"
-#include "util/ui_text_view.h"
 
 namespace logs {
 

@@ -14,8 +14,8 @@
 #include <system_error>
 #include <vector>
 
-#include "app/results_table_view.h"
 #include "logs/log_queue.h"
+#include "ui/results_table_view.h"
 #include "util/app_folders.h"
 
 class QMenu;

@@ -1,4 +1,4 @@
-#include "logs/transaction_log_view.h"
+#include "ui/logs/transaction_log_view.h"
 
 #include <QHeaderView>
 #include <QItemSelectionModel>
@@ -7,13 +7,13 @@
 #include <QSplitter>
 #include <QTableView>
 
-#include "app/message_box_dialog.h"
-#include "app/save_file_dialog.h"
-#include "logs/decoded_message_view.h"
 #include "logs/log_entry_points.h"
 #include "logs/pcapng_file.h"
+#include "ui/logs/decoded_message_view.h"
+#include "ui/message_box_dialog.h"
+#include "ui/save_file_dialog.h"
+#include "ui/text_conversion.h"
 #include "util/string_table.h"
-#include "util/ui_text_view.h"
 
 namespace logs {
 

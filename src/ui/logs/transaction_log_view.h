@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "logs/log_table_view.h"
 #include "logs/transaction_log.h"
+#include "ui/logs/log_table_view.h"
 
 class QSplitter;
 

@@ -1,4 +1,4 @@
-#include "pages/device_discovery_page.h"
+#include "ui/pages/device_discovery_page.h"
 
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -6,17 +6,17 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "app/message_box_dialog.h"
-#include "app/page_set.h"
-#include "app/save_file_dialog.h"
-#include "app/sondara_utility_app.h"
-#include "pages/form_controls_view.h"
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
+#include "settings/page_set.h"
+#include "settings/sondara_utility_app.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/form_controls_view.h"
+#include "ui/save_file_dialog.h"
+#include "ui/text_conversion.h"
 #include "util/app_folders.h"
 #include "util/file_replace.h"
 #include "util/string_table.h"
 #include "util/text.h"
-#include "util/ui_text_view.h"
 
 namespace pages {
 

@@ -9,9 +9,9 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "app/property_page.h"
-#include "app/results_table_view.h"
-#include "pages/device_discovery_operation.h"
+#include "ops/device_discovery_operation.h"
+#include "ui/property_page.h"
+#include "ui/results_table_view.h"
 
 namespace app {
 class CSondaraUtilityApp;

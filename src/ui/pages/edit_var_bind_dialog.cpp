@@ -1,13 +1,13 @@
-#include "pages/edit_var_bind_dialog.h"
+#include "ui/pages/edit_var_bind_dialog.h"
 
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "app/message_box_dialog.h"
-#include "app/setting_rules.h"
-#include "pages/form_controls_view.h"
+#include "snmp/snmp_rules.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/form_controls_view.h"
 #include "util/string_table.h"
 
 namespace pages {
@@ -24,7 +24,7 @@ CEditVarBindDialog::CEditVarBindDialog(Mode mode, const VarBindText& bind, bool 
                                                           : tvkutil::ids::kEditVarBindTitle)));
   oid_ = new QLineEdit(Q(bind.oid), this);
   oid_->setObjectName(QStringLiteral("varBindOid"));
-  oid_->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
+  oid_->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
   oid_->setMinimumWidth(oid_->fontMetrics().horizontalAdvance(QLatin1Char('0')) * kOidContentsLen);
   data_type_ = ListCombo("varBindDataType", DataTypeNames(DataTypeList::kVarBind), this);
   SelectText(data_type_, bind.type_name);

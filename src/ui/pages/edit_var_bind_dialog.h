@@ -6,7 +6,7 @@
 #include <QDialog>
 #include <QLineEdit>
 
-#include "pages/var_bind_list_rules.h"
+#include "ops/var_bind_list_rules.h"
 
 namespace pages {
 

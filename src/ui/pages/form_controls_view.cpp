@@ -1,4 +1,4 @@
-#include "pages/form_controls_view.h"
+#include "ui/pages/form_controls_view.h"
 
 #include <QKeyEvent>
 #include <QLabel>

@@ -11,7 +11,7 @@
 #include <initializer_list>
 #include <string>
 
-#include "app/settings.h"
+#include "settings/settings.h"
 
 class QPushButton;
 

@@ -1,4 +1,4 @@
-#include "pages/get_set_page.h"
+#include "ui/pages/get_set_page.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -7,14 +7,14 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "app/message_box_dialog.h"
-#include "app/page_set.h"
-#include "app/request_runner_view.h"
-#include "app/setting_rules.h"
-#include "app/sondara_utility_app.h"
-#include "pages/form_controls_view.h"
-#include "pages/operation_common.h"
-#include "util/numeric_edit.h"
+#include "ops/operation_common.h"
+#include "settings/page_set.h"
+#include "settings/sondara_utility_app.h"
+#include "snmp/snmp_rules.h"
+#include "ui/message_box_dialog.h"
+#include "ui/numeric_edit.h"
+#include "ui/pages/form_controls_view.h"
+#include "ui/request_runner.h"
 
 namespace pages {
 
@@ -66,7 +66,7 @@ void CGetSetPropertyPage::BuildControls() {
   auto* get_group = new QGroupBox(QStringLiteral("Get"), this);
   auto* get_grid = new QGridLayout(get_group);
   get_oid_ = HistoryCombo("getOid", get_group);
-  get_oid_->lineEdit()->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
+  get_oid_->lineEdit()->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
   get_community_ = HistoryCombo("getCommunity", get_group);
   get_ = new QPushButton(QStringLiteral("&Get"), get_group);
   get_->setObjectName(QStringLiteral("getButton"));
@@ -89,7 +89,7 @@ void CGetSetPropertyPage::BuildControls() {
   auto* set_group = new QGroupBox(QStringLiteral("Set"), this);
   auto* set_grid = new QGridLayout(set_group);
   set_oid_ = HistoryCombo("setOid", set_group);
-  set_oid_->lineEdit()->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
+  set_oid_->lineEdit()->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
   set_community_ = HistoryCombo("setCommunity", set_group);
   set_data_type_ = ListCombo("setDataType", DataTypeNames(DataTypeList::kSettable), set_group);
   set_value_ = new QLineEdit(set_group);

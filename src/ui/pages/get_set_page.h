@@ -7,8 +7,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 
-#include "app/property_page.h"
-#include "pages/get_set_operation.h"
+#include "ops/get_set_operation.h"
+#include "ui/property_page.h"
 
 namespace app {
 class CMessageBoxUi;

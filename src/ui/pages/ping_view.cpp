@@ -1,4 +1,4 @@
-#include "pages/ping_view.h"
+#include "ui/pages/ping_view.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -6,12 +6,12 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "app/message_box_dialog.h"
-#include "app/request_runner_view.h"
-#include "app/sondara_utility_app.h"
 #include "logs/log_entry_points.h"
-#include "pages/form_controls_view.h"
-#include "pages/ping_operation.h"
+#include "ops/ping_operation.h"
+#include "settings/sondara_utility_app.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/form_controls_view.h"
+#include "ui/request_runner.h"
 #include "util/string_table.h"
 
 namespace pages {

@@ -1,4 +1,4 @@
-#include "pages/send_trap_page.h"
+#include "ui/pages/send_trap_page.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -6,17 +6,17 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include "app/message_box_dialog.h"
-#include "app/page_set.h"
-#include "app/request_runner_view.h"
-#include "app/setting_rules.h"
-#include "app/sondara_utility_app.h"
 #include "net/adapter_table.h"
-#include "pages/form_controls_view.h"
-#include "pages/operation_common.h"
-#include "pages/var_bind_dialog.h"
+#include "ops/operation_common.h"
+#include "settings/page_set.h"
+#include "settings/sondara_utility_app.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
-#include "util/numeric_edit.h"
+#include "ui/message_box_dialog.h"
+#include "ui/numeric_edit.h"
+#include "ui/pages/form_controls_view.h"
+#include "ui/pages/var_bind_dialog.h"
+#include "ui/request_runner.h"
 
 namespace pages {
 
@@ -100,7 +100,7 @@ void CSendTrapPropertyPage::BuildControls() {
   sender_ip_ = HistoryCombo("senderIp", trap);
   sender_ip_->lineEdit()->setMaxLength(kSenderIpLen);
   sender_oid_ = HistoryCombo("senderOid", trap);
-  sender_oid_->lineEdit()->setMaxLength(static_cast<int>(app::kMaxOidTextLen));
+  sender_oid_->lineEdit()->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
   community_ = HistoryCombo("trapCommunity", trap);
   varbind_num_ = NumberBox("varBindNum", kVarBindNumTextLimit, 4, trap);
   edit_varbinds_ = new QPushButton(QStringLiteral("E&dit Varbinds"), trap);

@@ -10,8 +10,8 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "app/property_page.h"
-#include "pages/send_trap_operation.h"
+#include "ops/send_trap_operation.h"
+#include "ui/property_page.h"
 
 namespace app {
 class CMessageBoxUi;

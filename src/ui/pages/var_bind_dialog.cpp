@@ -1,4 +1,4 @@
-#include "pages/var_bind_dialog.h"
+#include "ui/pages/var_bind_dialog.h"
 
 #include <QAbstractTableModel>
 #include <QDialogButtonBox>
@@ -7,9 +7,9 @@
 #include <QHeaderView>
 #include <QVBoxLayout>
 
-#include "app/message_box_dialog.h"
-#include "pages/edit_var_bind_dialog.h"
-#include "pages/form_controls_view.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/edit_var_bind_dialog.h"
+#include "ui/pages/form_controls_view.h"
 #include "util/string_table.h"
 
 namespace pages {

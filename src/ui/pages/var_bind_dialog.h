@@ -8,7 +8,7 @@
 #include <QTableView>
 #include <mutex>
 
-#include "pages/var_bind_list_rules.h"
+#include "ops/var_bind_list_rules.h"
 
 namespace pages {
 

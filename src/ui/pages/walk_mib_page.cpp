@@ -1,4 +1,4 @@
-#include "pages/walk_mib_page.h"
+#include "ui/pages/walk_mib_page.h"
 
 #include <QClipboard>
 #include <QGridLayout>
@@ -11,22 +11,22 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "app/message_box_dialog.h"
-#include "app/page_set.h"
-#include "app/request_runner_view.h"
-#include "app/results_table_view.h"
-#include "app/save_file_dialog.h"
-#include "app/sondara_utility_app.h"
-#include "pages/form_controls_view.h"
-#include "pages/operation_common.h"
-#include "pages/results_file.h"
+#include "ops/operation_common.h"
+#include "ops/results_file.h"
+#include "settings/page_set.h"
+#include "settings/sondara_utility_app.h"
 #include "snmp/type_names.h"
+#include "ui/message_box_dialog.h"
+#include "ui/numeric_edit.h"
+#include "ui/pages/form_controls_view.h"
+#include "ui/request_runner.h"
+#include "ui/results_table_view.h"
+#include "ui/save_file_dialog.h"
+#include "ui/text_conversion.h"
 #include "util/app_folders.h"
 #include "util/file_replace.h"
-#include "util/numeric_edit.h"
 #include "util/string_table.h"
 #include "util/text.h"
-#include "util/ui_text_view.h"
 
 namespace pages {
 

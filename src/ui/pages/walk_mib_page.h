@@ -8,8 +8,8 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "app/property_page.h"
-#include "pages/walk_mib_operation.h"
+#include "ops/walk_mib_operation.h"
+#include "ui/property_page.h"
 
 namespace app {
 class CMessageBoxUi;

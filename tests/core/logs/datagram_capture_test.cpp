@@ -12,8 +12,8 @@
 #include "logs/pcapng_file.h"
 #include "logs/transaction_log.h"
 #include "support/hex_bytes.h"
+#include "support/temp_folder.h"
 #include "support/tshark.h"
-#include "util/temp_folder.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include "logs/log_queue.h"
 #include "logs/transaction_log.h"
 #include "support/hex_bytes.h"
+#include "support/temp_folder.h"
 #include "util/string_table.h"
-#include "util/temp_folder.h"
 
 namespace {
 

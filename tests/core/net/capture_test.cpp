@@ -21,8 +21,8 @@
 #include "support/request_reader.h"
 #include "support/snmpd_process.h"
 #include "support/snmptrapd_process.h"
+#include "support/temp_folder.h"
 #include "support/tshark.h"
-#include "util/temp_folder.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Device discovery: real sweeps inside a private network namespace (answering /32 addresses,
 // names from a hosts file mounted over /etc/hosts), the checks, Stop and the results file; the
 // device limit through a stand-in probe.
-#include "pages/device_discovery_operation.h"
+#include "ops/device_discovery_operation.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -14,12 +14,12 @@
 #include <thread>
 #include <vector>
 
-#include "app/sondara_utility_app.h"
 #include "net/icmp_echo.h"
+#include "settings/sondara_utility_app.h"
 #include "support/private_netns.h"
 #include "support/recorders.h"
+#include "support/temp_folder.h"
 #include "util/string_table.h"
-#include "util/temp_folder.h"
 #include "util/text.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // The Get/Set operation: checks, request ids and histories against a scripted agent, and an
 // agent's error status from a real snmpd.
-#include "pages/get_set_operation.h"
+#include "ops/get_set_operation.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "app/settings.h"
+#include "settings/settings.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/recorders.h"

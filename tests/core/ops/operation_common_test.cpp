@@ -1,5 +1,5 @@
 // The value text test that every operation and the varbind editor share.
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
 
 #include <gtest/gtest.h>
 

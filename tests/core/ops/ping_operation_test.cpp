@@ -1,5 +1,5 @@
 // The ping toolbar's operation: a bad address is refused unsent, loopback answers.
-#include "pages/ping_operation.h"
+#include "ops/ping_operation.h"
 
 #include <gtest/gtest.h>
 

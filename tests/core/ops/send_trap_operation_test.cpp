@@ -1,6 +1,6 @@
 // The trap operation: its checks, "Use &default", and v1 and v2c traps as a real snmptrapd
 // reads them (each trap one line: enterprise~agent~generic~.specific~timestamp~varbind...).
-#include "pages/send_trap_operation.h"
+#include "ops/send_trap_operation.h"
 
 #include <gtest/gtest.h>
 
@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "app/sondara_utility_app.h"
+#include "settings/sondara_utility_app.h"
 #include "snmp/asn_data_type.h"
 #include "support/recorders.h"
 #include "support/snmptrapd_process.h"
-#include "util/temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

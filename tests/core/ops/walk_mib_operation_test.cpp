@@ -1,6 +1,6 @@
 // The walk: checks, endings by version and agent, GetBulk with tooBig, stopping, the results
 // file, "&Get SysObjectID", and whole walks against a real snmpd compared with snmpwalk's.
-#include "pages/walk_mib_operation.h"
+#include "ops/walk_mib_operation.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "app/sondara_utility_app.h"
-#include "pages/results_file.h"
+#include "ops/results_file.h"
+#include "settings/sondara_utility_app.h"
 #include "snmp/oid.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
@@ -22,7 +22,7 @@
 #include "support/recorders.h"
 #include "support/request_reader.h"
 #include "support/snmpd_process.h"
-#include "util/temp_folder.h"
+#include "support/temp_folder.h"
 #include "util/text.h"
 
 namespace {

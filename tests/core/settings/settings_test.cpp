@@ -4,12 +4,12 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "app/setting_rules.h"
-#include "app/sondara_utility_app.h"
+#include "settings/sondara_utility_app.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
+#include "support/temp_folder.h"
 #include "util/app_folders.h"
 #include "util/ini_file.h"
-#include "util/temp_folder.h"
 
 namespace {
 
@@ -87,10 +87,10 @@ TEST(SettingRulesTest, OidTextAllowsEmptyPiecesUpTo128ArcsAnd1408Characters) {
     arcs_128 += L".1";
   for (const std::wstring& ok :
        {std::wstring(L"1..3"), arcs_128, L"1." + std::wstring(1405, '0') + L"1"})
-    EXPECT_TRUE(app::IsValidOidText(ok)) << ok.size();
+    EXPECT_TRUE(snmp::IsValidOidText(ok)) << ok.size();
   for (const std::wstring& bad : {arcs_128 + L".1", std::wstring(L"1.3."), std::wstring(L".1"),
                                   std::wstring(L"1.a"), L"1." + std::wstring(1406, '0') + L"1"})
-    EXPECT_FALSE(app::IsValidOidText(bad)) << bad.size();
+    EXPECT_FALSE(snmp::IsValidOidText(bad)) << bad.size();
 }
 
 TEST_F(SettingsTest, ReadRulesOfThePageSections) {

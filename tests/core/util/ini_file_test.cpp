@@ -9,8 +9,8 @@
 #include <functional>
 
 #include "support/small_filesystem.h"
+#include "support/temp_folder.h"
 #include "util/file_replace.h"
-#include "util/temp_folder.h"
 
 namespace {
 

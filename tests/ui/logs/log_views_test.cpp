@@ -13,19 +13,19 @@
 #include <thread>
 #include <vector>
 
-#include "app/message_box_dialog.h"
-#include "app/save_file_dialog.h"
-#include "app/sondara_utility_app.h"
-#include "logs/decoded_message_view.h"
-#include "logs/event_log_view.h"
 #include "logs/log_entry_points.h"
-#include "logs/transaction_log_view.h"
-#include "pages/device_discovery_page.h"
-#include "pages/walk_mib_page.h"
+#include "settings/sondara_utility_app.h"
 #include "support/hex_bytes.h"
 #include "support/small_filesystem.h"
+#include "support/temp_folder.h"
+#include "ui/logs/decoded_message_view.h"
+#include "ui/logs/event_log_view.h"
+#include "ui/logs/transaction_log_view.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/device_discovery_page.h"
+#include "ui/pages/walk_mib_page.h"
+#include "ui/save_file_dialog.h"
 #include "util/string_table.h"
-#include "util/temp_folder.h"
 
 namespace {
 

@@ -1,9 +1,12 @@
-#include "app/setting_rules.h"
+#include "snmp/snmp_rules.h"
 
+#include <cstdint>
+
+#include "snmp/ber.h"
 #include "snmp/type_names.h"
 #include "util/text.h"
 
-namespace app {
+namespace snmp {
 
 OidTextFault CheckOidText(std::wstring_view text) {
   if (text.empty() || text.size() > kMaxOidTextLen || text.back() == L'.')
@@ -31,7 +34,7 @@ OidTextFault CheckOidText(std::wstring_view text) {
       return OidTextFault::kForm;
     }
   }
-  if (numbers < 2 || numbers > kMaxOidArcs)
+  if (numbers < 2 || static_cast<std::size_t>(numbers) > kMaxOidArcs)
     return OidTextFault::kForm;
   if (too_large)
     return OidTextFault::kArcTooLarge;
@@ -46,7 +49,7 @@ int VersionIndex(std::wstring_view version) {
 
 bool IsDataTypeName(std::wstring_view name) {
   // An unknown name maps to Octet String, so the round trip tells a real name from a guess.
-  return tvkutil::EqualsNoCase(snmp::TypeNameOfTag(snmp::TagOfTypeName(name)), name);
+  return tvkutil::EqualsNoCase(TypeNameOfTag(TagOfTypeName(name)), name);
 }
 
-}  // namespace app
+}  // namespace snmp
