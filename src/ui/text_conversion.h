@@ -1,4 +1,4 @@
-// The user texts of the string table as Qt strings, for the window files of every layer.
+// The user texts of the string table as Qt strings, for the windows.
 #pragma once
 
 #include <QString>

@@ -5,6 +5,7 @@
 #   pass because the probe is broken.
 # qt_includes: no file of the engine (core/) or of sondara-cli (cli/) names a Qt header.
 # qt_links (-DPROGRAMS=<programs>): no core library links Qt, and none of the programs loads it.
+cmake_minimum_required(VERSION 3.22)
 if(CHECK STREQUAL "includes")
   # A header of each folder that compiles on its own.
   set(header_util util/text.h)
