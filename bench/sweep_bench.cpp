@@ -8,7 +8,7 @@
 #include <string>
 
 #include "net/icmp_echo.h"
-#include "pages/device_discovery_operation.h"
+#include "ops/device_discovery_operation.h"
 #include "util/text.h"
 
 namespace {

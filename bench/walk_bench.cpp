@@ -17,7 +17,7 @@
 #include "logs/event_log.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_log.h"
-#include "pages/walk_mib_operation.h"
+#include "ops/walk_mib_operation.h"
 #include "util/event.h"
 #include "util/text.h"
 

@@ -12,9 +12,9 @@
 #include <QSocketNotifier>
 #include <csignal>
 
-#include "app/main_wnd.h"
-#include "app/sondara_utility_app.h"
 #include "net/icmp_echo.h"
+#include "settings/sondara_utility_app.h"
+#include "ui/main_wnd.h"
 
 namespace {
 

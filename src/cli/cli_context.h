@@ -7,13 +7,13 @@
 #include <ostream>
 #include <string>
 
-#include "app/operation_ui.h"
 #include "cli/cli_transaction_log.h"
 #include "cli/command_line.h"
 #include "cli/exit_status.h"
 #include "cli/result_printer.h"
 #include "logs/event_line_sink.h"
 #include "net/udp_session.h"
+#include "ops/operation_ui.h"
 #include "util/event.h"
 
 namespace cli {

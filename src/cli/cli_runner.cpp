@@ -6,11 +6,11 @@
 #include <optional>
 #include <string_view>
 
-#include "app/sondara_utility_app.h"
 #include "cli/commands.h"
 #include "cli/interrupt_stop.h"
 #include "net/adapter_table.h"
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
+#include "settings/sondara_utility_app.h"
 #include "util/app_folders.h"
 #include "util/text.h"
 

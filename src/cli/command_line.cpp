@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <array>
 
-#include "app/setting_rules.h"
 #include "net/address.h"
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
+#include "settings/setting_rules.h"
 #include "snmp/asn_data_type.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/text.h"
 
@@ -189,11 +190,11 @@ std::string TypeList(std::string_view command) {
 
 std::string BadOid(std::string_view what, std::string_view text) {
   std::string why;
-  switch (app::CheckOidText(Wide(text))) {
-    case app::OidTextFault::kArcTooLarge:
+  switch (snmp::CheckOidText(Wide(text))) {
+    case snmp::OidTextFault::kArcTooLarge:
       why = "each number at most 4294967295";
       break;
-    case app::OidTextFault::kFirstArcs:
+    case snmp::OidTextFault::kFirstArcs:
       why = "first number 0, 1 or 2; after 0 or 1 the second below 40";
       break;
     default:
@@ -346,7 +347,7 @@ class CParser {
         line_.bulk = static_cast<int>(n);
         break;
       case kOptEnterprise:
-        if (!app::IsValidOidText(Wide(value)))
+        if (!snmp::IsValidOidText(Wide(value)))
           error_ = BadOid("--enterprise", value);
         line_.enterprise = Wide(value);
         break;
@@ -370,7 +371,7 @@ class CParser {
         line_.specific_trap = static_cast<std::uint32_t>(n);
         break;
       case kOptTrapOid:
-        if (!app::IsValidOidText(Wide(value)))
+        if (!snmp::IsValidOidText(Wide(value)))
           error_ = BadOid("--trap-oid", value);
         line_.trap_oid = Wide(value);
         break;
@@ -443,7 +444,7 @@ class CParser {
         else if (rest.size() > 1 && shape == Shape::kHostOptionalOid)
           error_ = "unexpected argument " + Quoted(rest[1]);
         for (const std::string& oid : rest) {
-          if (error_.empty() && !app::IsValidOidText(Wide(oid)))
+          if (error_.empty() && !snmp::IsValidOidText(Wide(oid)))
             error_ = BadOid("OID", oid);
           line_.oids.push_back(Wide(oid));
         }
@@ -464,7 +465,7 @@ class CParser {
 
   void TakeBinding(const std::vector<std::string>& rest, std::size_t i) {
     const std::string& oid = rest[i];
-    if (!app::IsValidOidText(Wide(oid))) {
+    if (!snmp::IsValidOidText(Wide(oid))) {
       error_ = BadOid("OID", oid);
       return;
     }
@@ -475,7 +476,7 @@ class CParser {
     }
     const std::string& type = rest[i + 1];
     const std::uint32_t tag = snmp::TagOfTypeName(Wide(type));
-    if (!app::IsDataTypeName(Wide(type)) || !TakesType(line_.command, tag)) {
+    if (!snmp::IsDataTypeName(Wide(type)) || !TakesType(line_.command, tag)) {
       error_ = "unknown TYPE " + Quoted(type) + " (" + TypeList(line_.command) + ")";
       return;
     }

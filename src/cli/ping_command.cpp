@@ -3,7 +3,7 @@
 
 #include "cli/commands.h"
 #include "net/icmp_echo.h"
-#include "pages/ping_operation.h"
+#include "ops/ping_operation.h"
 #include "util/string_table.h"
 #include "util/text.h"
 

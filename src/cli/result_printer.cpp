@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "pages/results_file.h"
+#include "ops/results_file.h"
 #include "snmp/octet_string.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"

@@ -2,10 +2,10 @@
 // the Get/Set page uses, with the page's failure wording.
 #include <string>
 
-#include "app/setting_rules.h"
 #include "cli/commands.h"
 #include "net/request_exchange.h"
 #include "snmp/response_check.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 
 namespace cli {
@@ -25,7 +25,7 @@ std::wstring FailedOid(const CommandLine& line, const snmp::CSNMPMessage& respon
 
 int RunRequest(CliContext& context, std::uint32_t pdu_type, const wchar_t* source) {
   const CommandLine& line = context.line;
-  snmp::CSNMPMessage request(app::VersionIndex(line.snmp_version), line.community, pdu_type);
+  snmp::CSNMPMessage request(snmp::VersionIndex(line.snmp_version), line.community, pdu_type);
   // One request per run from a socket of its own: the first id a page would use.
   request.SetRequestId(0);
   if (pdu_type == snmp::kPduSetRequest) {

@@ -7,7 +7,7 @@
 
 #include "cli/commands.h"
 #include "net/icmp_echo.h"
-#include "pages/device_discovery_operation.h"
+#include "ops/device_discovery_operation.h"
 #include "util/string_table.h"
 
 namespace cli {

@@ -3,11 +3,11 @@
 #include <chrono>
 #include <string>
 
-#include "app/settings.h"
 #include "cli/commands.h"
 #include "net/adapter_table.h"
-#include "pages/send_trap_operation.h"
-#include "pages/var_bind_list_rules.h"
+#include "ops/send_trap_operation.h"
+#include "ops/var_bind_list_rules.h"
+#include "settings/settings.h"
 #include "snmp/type_names.h"
 
 namespace cli {

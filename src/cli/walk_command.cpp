@@ -3,7 +3,7 @@
 #include <string>
 
 #include "cli/commands.h"
-#include "pages/walk_mib_operation.h"
+#include "ops/walk_mib_operation.h"
 
 namespace cli {
 

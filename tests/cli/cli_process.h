@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "util/temp_folder.h"
+#include "support/temp_folder.h"
 
 extern char** environ;
 

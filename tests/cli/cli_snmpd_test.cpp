@@ -13,8 +13,8 @@
 
 #include "cli/cli_process.h"
 #include "support/snmpd_process.h"
+#include "support/temp_folder.h"
 #include "support/tshark.h"
-#include "util/temp_folder.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "app/sondara_utility_app.h"
+#include "settings/sondara_utility_app.h"
 #include "util/ini_file.h"
 
 namespace {

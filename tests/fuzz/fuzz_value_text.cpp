@@ -9,10 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "app/setting_rules.h"
-#include "pages/operation_common.h"
+#include "ops/operation_common.h"
 #include "snmp/oid.h"
 #include "snmp/snmp_message.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/text.h"
 
@@ -35,10 +35,10 @@ std::vector<std::uint8_t> Encoded(CASNDataType& value) {
   return std::vector<std::uint8_t>(out.Begin(), end);
 }
 
-void CheckOidText(std::wstring_view text) {
+void FuzzOidText(std::wstring_view text) {
   COid oid(text);
   (void)oid.Text();
-  if (!app::IsValidOidText(text))
+  if (!snmp::IsValidOidText(text))
     return;
   // One arc per non-empty piece, and the arcs survive the trip through their own text.
   std::size_t pieces = 0;
@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::uint32_t tag = kTags[data[0] % std::size(kTags)];
   const std::wstring text =
       tvkutil::FromUtf8Lenient(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
-  CheckOidText(text);
+  FuzzOidText(text);
 
   const auto value = CreateValue(tag, text);
   if (value == nullptr)

@@ -1,30 +1,83 @@
-# Proves the layer boundaries hold: an include that runs the wrong way does not compile, the
-# same include from a layer that may use it does, and no file outside the window files names a
-# Qt header.
-#   cmake -DCXX=<compiler> -DLAYERS=<layer include roots> -DSOURCE=<src folder> -DPROBE=<file> -P
-foreach(layer snmp logs net)
-  execute_process(
-    COMMAND ${CXX} -std=c++20 -fsyntax-only -I${LAYERS}/${layer} ${PROBE}
-    RESULT_VARIABLE refused ERROR_VARIABLE why OUTPUT_QUIET)
-  if(refused EQUAL 0 OR NOT why MATCHES "app/settings.h: No such file")
-    message(FATAL_ERROR "the ${layer} layer can include app/settings.h:\n${why}")
-  endif()
-endforeach()
+# Proves the layer boundaries hold.
+#   cmake -DLAYERS=<layer include roots> -DSOURCE=<src folder> -DCHECK=<what> [...] -P
+# includes (-DCXX=<compiler>): from each layer's include root, a header of every folder the layer
+#   may not use is not found, and one of every folder it may use compiles, so the check cannot
+#   pass because the probe is broken.
+# qt_includes: no file of the engine (core/) or of sondara-cli (cli/) names a Qt header.
+# qt_links (-DPROGRAMS=<programs>): no core library links Qt, and none of the programs loads it.
+cmake_minimum_required(VERSION 3.22)
+if(CHECK STREQUAL "includes")
+  # A header of each folder that compiles on its own.
+  set(header_util util/text.h)
+  set(header_snmp snmp/oid.h)
+  set(header_logs logs/transaction_sink.h)
+  set(header_net net/address.h)
+  set(header_settings settings/settings.h)
+  set(header_ops ops/operation_ui.h)
+  set(header_cli cli/exit_status.h)
+  set(header_ui ui/text_conversion.h)
+  # What each layer may include (itself too).
+  set(uses_util util)
+  set(uses_snmp util snmp)
+  set(uses_logs util logs)
+  set(uses_net util snmp logs net)
+  set(uses_settings ${uses_net} settings)
+  set(uses_ops ${uses_settings} ops)
+  set(uses_cli ${uses_ops} cli)
+  set(folders util snmp logs net settings ops cli ui)
 
-execute_process(
-  COMMAND ${CXX} -std=c++20 -fsyntax-only -I${LAYERS}/pages ${PROBE}
-  RESULT_VARIABLE allowed ERROR_VARIABLE why OUTPUT_QUIET)
-if(NOT allowed EQUAL 0)
-  message(FATAL_ERROR "the pages layer cannot include app/settings.h:\n${why}")
+  set(probe_dir ${CMAKE_CURRENT_BINARY_DIR}/layer_probes)
+  file(MAKE_DIRECTORY ${probe_dir})
+  set(failures "")
+  foreach(layer util snmp logs net settings ops cli)
+    if(NOT IS_DIRECTORY ${LAYERS}/${layer})
+      message(FATAL_ERROR "no include root for the ${layer} layer in ${LAYERS}")
+    endif()
+    foreach(folder ${folders})
+      set(header ${header_${folder}})
+      set(probe ${probe_dir}/${layer}_includes_${folder}.cpp)
+      file(WRITE ${probe} "#include \"${header}\"\nint main() { return 0; }\n")
+      execute_process(
+        COMMAND ${CXX} -std=c++20 -fsyntax-only -I${LAYERS}/${layer} ${probe}
+        RESULT_VARIABLE result ERROR_VARIABLE why OUTPUT_QUIET)
+      if(folder IN_LIST uses_${layer})
+        if(NOT result EQUAL 0)
+          string(APPEND failures "${layer} cannot include ${header}:\n${why}\n")
+        endif()
+      elseif(result EQUAL 0 OR NOT why MATCHES "${header}: No such file")
+        string(APPEND failures "${layer} can include ${header}:\n${why}\n")
+      endif()
+    endforeach()
+  endforeach()
+  if(failures)
+    message(FATAL_ERROR "${failures}")
+  endif()
+
+elseif(CHECK STREQUAL "qt_includes")
+  file(GLOB_RECURSE files ${SOURCE}/core/* ${SOURCE}/cli/*)
+  set(found "")
+  foreach(file ${files})
+    file(STRINGS ${file} qt REGEX "^[ \t]*#[ \t]*include[ \t]*[<\"]Q")
+    if(qt)
+      string(APPEND found "${file}: ${qt}\n")
+    endif()
+  endforeach()
+  if(NOT files OR found)
+    message(FATAL_ERROR "files of the engine or sondara-cli include Qt:\n${found}")
+  endif()
+
+elseif(CHECK STREQUAL "qt_links")
+  file(READ ${LAYERS}/core_link_libraries.txt links)
+  if(NOT links MATCHES "sondara_ops" OR links MATCHES "Qt")
+    message(FATAL_ERROR "a core library links Qt:\n${links}")
+  endif()
+  foreach(program ${PROGRAMS})
+    execute_process(COMMAND ldd ${program} RESULT_VARIABLE result OUTPUT_VARIABLE loads)
+    if(NOT result EQUAL 0 OR loads MATCHES "libQt")
+      message(FATAL_ERROR "${program} loads Qt (or ldd failed):\n${loads}")
+    endif()
+  endforeach()
+
+else()
+  message(FATAL_ERROR "unknown CHECK '${CHECK}'")
 endif()
-
-file(GLOB_RECURSE files RELATIVE ${SOURCE} ${SOURCE}/*.h ${SOURCE}/*.cpp)
-foreach(file ${files})
-  if(file MATCHES "(_view|_page|_dialog|_wnd|_edit)\\.(h|cpp)$" OR file STREQUAL "main.cpp")
-    continue()
-  endif()
-  file(STRINGS ${SOURCE}/${file} qt REGEX "^#include <Q")
-  if(qt)
-    message(FATAL_ERROR "${file} is not a window file but includes Qt: ${qt}")
-  endif()
-endforeach()

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/operation_ui.h"
 #include "logs/event_line_sink.h"
+#include "ops/operation_ui.h"
 
 namespace testing_support {
 

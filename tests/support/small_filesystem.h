@@ -10,7 +10,7 @@
 #include <fstream>
 #include <string>
 
-#include "util/temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace testing_support {
 

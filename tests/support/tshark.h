@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "util/temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace sondara_test {
 

@@ -1,0 +1,179 @@
+#include "ops/get_set_operation.h"
+
+#include <string_view>
+
+#include "net/address.h"
+#include "net/request_exchange.h"
+#include "ops/operation_common.h"
+#include "settings/history.h"
+#include "settings/setting_rules.h"
+#include "snmp/response_check.h"
+#include "snmp/snmp_rules.h"
+#include "snmp/type_names.h"
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace pages {
+
+std::wstring FailedResultText() {
+  return tvkutil::LoadString(tvkutil::ids::kFailedSeeEventLog);
+}
+
+CGetSetOperation::CGetSetOperation(const app::GetSetSettings& stored, logs::IEventLineSink& events,
+                                   logs::ITransactionSink& transactions)
+    : events_(events), transactions_(transactions) {
+  form_.host = stored.host;
+  form_.version = stored.version;
+  form_.port_text = std::to_wstring(stored.port);
+  // The current texts are the first stored entries, which the reversed fill puts last.
+  const auto first = [](const app::History& h) { return h.empty() ? std::wstring() : h.front(); };
+  form_.get_oid = first(stored.get_oids);
+  form_.get_community = first(stored.get_communities);
+  form_.set_oid = first(stored.set_oids);
+  form_.set_community = first(stored.set_communities);
+  form_.get_oids = HistoryFromStored(stored.get_oids);
+  form_.get_communities = HistoryFromStored(stored.get_communities);
+  form_.set_oids = HistoryFromStored(stored.set_oids);
+  form_.set_communities = HistoryFromStored(stored.set_communities);
+  form_.set_data_type = stored.set_data_type;
+  form_.set_value = stored.set_value;
+}
+
+bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
+  using namespace tvkutil::ids;
+  mode_ = mode;
+  if (form_.host.empty())
+    return Refuse(ui, kEnterValidHost, kFieldHost);
+  if (form_.version.empty())
+    return Refuse(ui, kSelectVersion, kFieldVersion);
+  if (!ReadPort(form_.port_text, port_))
+    return RefuseRange(ui, 0, kMaxPort, kFieldPort);
+  if (mode == GetSetMode::kGet) {
+    if (!CheckOidField(ui, form_.get_oid, kEnterValidGetOid, kFieldGetOid))
+      return false;
+    if (form_.get_community.empty())
+      return Refuse(ui, kEnterGetCommunity, kFieldGetCommunity);
+    return true;
+  }
+  if (!CheckOidField(ui, form_.set_oid, kEnterValidSetOid, kFieldSetOid))
+    return false;
+  if (form_.set_community.empty())
+    return Refuse(ui, kEnterSetCommunity, kFieldSetCommunity);
+  if (form_.set_data_type.empty())
+    return Refuse(ui, kSelectSetDataType, kFieldSetDataType);
+  return CheckValueField(ui, snmp::TagOfTypeName(form_.set_data_type), form_.set_value,
+                         kEnterValidSetValue, kFieldSetValue);
+}
+
+RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, app::IOperationUi& ui,
+                                     net::IUdpSocketOps* ops) {
+  return Run(GetSetMode::kGet, settings, ui, ops);
+}
+
+RequestOutcome CGetSetOperation::Set(const net::UdpSettings& settings, app::IOperationUi& ui,
+                                     net::IUdpSocketOps* ops) {
+  return Run(GetSetMode::kSet, settings, ui, ops);
+}
+
+RequestOutcome CGetSetOperation::Run(GetSetMode mode, const net::UdpSettings& settings,
+                                     app::IOperationUi& ui, net::IUdpSocketOps* ops) {
+  const std::optional<GetSetRequest> request = Prepare(mode, ui);
+  if (!request)
+    return RequestOutcome::kRefused;
+  const GetSetReply reply = Exchange(*request, settings, ops);
+  Apply(*request, reply);
+  return reply.outcome;
+}
+
+std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOperationUi& ui) {
+  if (!Validate(mode, ui))
+    return std::nullopt;
+  const bool get = mode == GetSetMode::kGet;
+  GetSetRequest request;
+  request.mode = mode;
+  request.host = form_.host;
+  request.version = form_.version;
+  request.port = port_;
+  request.oid = get ? form_.get_oid : form_.set_oid;
+  request.community = get ? form_.get_community : form_.set_community;
+  if (!get) {
+    request.data_type = form_.set_data_type;
+    request.value = form_.set_value;
+  }
+  request.request_id = request_ids_.Next(form_.host, form_.version, port_, static_cast<int>(mode),
+                                         request.community);
+  if (get)
+    form_.get_value.clear();
+  return request;
+}
+
+GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
+                                       const net::UdpSettings& settings,
+                                       net::IUdpSocketOps* ops) const {
+  const bool get = request.mode == GetSetMode::kGet;
+  snmp::CSNMPMessage message(snmp::VersionIndex(request.version), request.community,
+                             get ? snmp::kPduGetRequest : snmp::kPduSetRequest);
+  message.SetRequestId(request.request_id);
+  if (get) {
+    message.AddNullVarBind(request.oid);
+  } else {
+    message.AddVarBind(request.oid, snmp::TagOfTypeName(request.data_type), request.value);
+  }
+  snmp::CSNMPMessage response(snmp::kPduResponse);
+
+  int result = 0;
+  // The exchange's own failures have a reason text; the checks of the answer a result code.
+  const std::wstring reason = ExchangeFailureReason(
+      [&] {
+        result = net::ExchangeRequest(request.host, request.port, settings, get ? L"Get" : L"Set",
+                                      message, response, transactions_, ops);
+      },
+      request.host, settings.use_ipv6);
+  GetSetReply reply;
+  if (!reason.empty() || result != 0) {
+    events_.AddEventLine(reason.empty()
+                             ? snmp::RequestFailureLine(result, request.oid, message, response)
+                             : snmp::RequestFailureReasonLine(message, request.oid, reason));
+    reply.outcome = RequestOutcome::kFailed;
+    reply.value = FailedResultText();
+    return reply;
+  }
+  reply.outcome = RequestOutcome::kDone;
+  if (get) {
+    std::uint32_t tag = 0;
+    if (const snmp::CVarBind* bind = response.GetVarBind(1))
+      bind->ValueText(reply.value, tag);  // Null and the exception values read as empty text
+    reply.data_type = snmp::TypeNameOfTag(tag);
+  }
+  return reply;
+}
+
+void CGetSetOperation::Apply(const GetSetRequest& request, const GetSetReply& reply) {
+  const bool get = request.mode == GetSetMode::kGet;
+  if (get) {
+    form_.get_value = reply.value;
+    form_.get_data_type = reply.data_type;
+  }
+  if (reply.outcome != RequestOutcome::kDone)
+    return;
+  AddToHistory(get ? form_.get_oids : form_.set_oids, request.oid);
+  AddToHistory(get ? form_.get_communities : form_.set_communities, request.community);
+}
+
+void CGetSetOperation::StoreTo(app::GetSetSettings& settings) {
+  MoveToFront(form_.get_oids, form_.get_oid);
+  MoveToFront(form_.get_communities, form_.get_community);
+  MoveToFront(form_.set_oids, form_.set_oid);
+  MoveToFront(form_.set_communities, form_.set_community);
+  settings.host = form_.host;
+  settings.version = form_.version;
+  settings.port = app::Low16(tvkutil::Wtoi(form_.port_text));
+  settings.get_oids = form_.get_oids;
+  settings.get_communities = form_.get_communities;
+  settings.set_oids = form_.set_oids;
+  settings.set_communities = form_.set_communities;
+  settings.set_data_type = form_.set_data_type;
+  settings.set_value = form_.set_value;
+}
+
+}  // namespace pages

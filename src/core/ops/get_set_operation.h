@@ -1,0 +1,138 @@
+// The Get/Set page without its window: the page's values, the checks of both buttons in their
+// fixed order, the request identifiers, one Get or Set over the request exchange, the result
+// and type texts, the failure lines and the histories. The page only copies its controls into
+// GetSetForm, calls Get or Set, and shows what comes back.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "logs/event_line_sink.h"
+#include "logs/log_entry_points.h"
+#include "logs/transaction_sink.h"
+#include "net/udp_session.h"
+#include "net/udp_socket_ops.h"
+#include "ops/operation_common.h"
+#include "ops/operation_ui.h"
+#include "settings/settings.h"
+#include "snmp/request_id.h"
+
+namespace pages {
+
+// The page's fields as the checks name them for app::IOperationUi (the page maps them to controls).
+enum GetSetField : int {
+  kFieldHost = 0,
+  kFieldVersion,
+  kFieldPort,
+  kFieldGetOid,
+  kFieldGetCommunity,
+  kFieldSetOid,
+  kFieldSetCommunity,
+  kFieldSetDataType,
+  kFieldSetValue,
+};
+
+// Which button ran last; the checks of the other half are skipped.
+enum class GetSetMode : std::int32_t { kGet = 0, kSet = 1 };
+
+// The values of the page, all as the user typed or sees them.
+struct GetSetForm {
+  std::wstring host;
+  std::wstring version;    // "1" or "2c"; empty when nothing is selected
+  std::wstring port_text;  // the port box as typed, checked when a button runs
+
+  std::wstring get_oid;
+  app::History get_oids;  // the drop-down's entries, top first
+  std::wstring get_community;
+  app::History get_communities;
+  std::wstring get_data_type;  // output: the type name of the value read, or empty
+  std::wstring get_value;      // output: the value read, or the failure text
+
+  std::wstring set_oid;
+  app::History set_oids;
+  std::wstring set_community;
+  app::History set_communities;
+  std::wstring set_data_type;
+  std::wstring set_value;
+};
+
+// One Get or Set that passed the checks, with everything its exchange needs: it is copied from
+// the form when the button runs, so the exchange can run on another thread while the user goes
+// on typing.
+struct GetSetRequest {
+  GetSetMode mode = GetSetMode::kGet;
+  std::wstring host;
+  std::wstring version;
+  std::uint16_t port = 0;
+  std::wstring oid;
+  std::wstring community;
+  std::wstring data_type;  // Set: the type and text of the value to write
+  std::wstring value;
+  std::int32_t request_id = 0;
+};
+
+// What came back: the outcome and, for a Get, the value and its type name (the failure text and
+// no type after a failure).
+struct GetSetReply {
+  RequestOutcome outcome = RequestOutcome::kFailed;
+  std::wstring value;
+  std::wstring data_type;
+};
+
+// The text the Get result box shows after a failure.
+std::wstring FailedResultText();
+
+class CGetSetOperation {
+ public:
+  // Starts from the stored settings; failure lines go to `events`, datagrams to `transactions`
+  // (the window's logs by default).
+  explicit CGetSetOperation(const app::GetSetSettings& stored,
+                            logs::IEventLineSink& events = logs::EventLogSink(),
+                            logs::ITransactionSink& transactions = logs::TransactionLogSink());
+
+  GetSetForm& Form() { return form_; }
+  const GetSetForm& Form() const { return form_; }
+  GetSetMode Mode() const { return mode_; }
+
+  // The checks of one button, in their fixed order; the first failure is shown through `ui`
+  // with the warning icon and the field to focus. Sets the mode first.
+  bool Validate(GetSetMode mode, app::IOperationUi& ui);
+
+  // A button's three steps, so that the middle one can leave the window's thread. Prepare: the
+  // checks of `mode`, then the request with its id (a Get also empties the result). Exchange:
+  // sends it and waits; touches no form, writes a failure line. Apply: the result into the form
+  // and, after success, the request's OID and community into their histories.
+  std::optional<GetSetRequest> Prepare(GetSetMode mode, app::IOperationUi& ui);
+  GetSetReply Exchange(const GetSetRequest& request, const net::UdpSettings& settings,
+                       net::IUdpSocketOps* ops = nullptr) const;
+  void Apply(const GetSetRequest& request, const GetSetReply& reply);
+
+  // The "&Get" button: checks, then one GetRequest of the get OID with a Null value. On
+  // success the value and its type name are in the form and OID and community join their
+  // histories; on failure the result shows FailedResultText() and the type is empty.
+  RequestOutcome Get(const net::UdpSettings& settings, app::IOperationUi& ui,
+                     net::IUdpSocketOps* ops = nullptr);
+  // The "&Set" button: checks, then one SetRequest of the set OID with the value read from the
+  // set value text as the set data type. On success OID and community join their histories.
+  RequestOutcome Set(const net::UdpSettings& settings, app::IOperationUi& ui,
+                     net::IUdpSocketOps* ops = nullptr);
+
+  // Writes the page back into the settings: each history with its current entry first, the
+  // port read from its text as a plain decimal number. The get data type is not kept.
+  void StoreTo(app::GetSetSettings& settings);
+
+ private:
+  // The three steps in a row.
+  RequestOutcome Run(GetSetMode mode, const net::UdpSettings& settings, app::IOperationUi& ui,
+                     net::IUdpSocketOps* ops);
+
+  GetSetForm form_;
+  GetSetMode mode_ = GetSetMode::kGet;
+  snmp::CRequestIdCounter request_ids_;
+  logs::IEventLineSink& events_;
+  logs::ITransactionSink& transactions_;
+  std::uint16_t port_ = 0;  // the port of the last check that passed
+};
+
+}  // namespace pages

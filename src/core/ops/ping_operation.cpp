@@ -1,0 +1,65 @@
+#include "ops/ping_operation.h"
+
+#include <cstdint>
+
+#include "net/address.h"
+#include "net/icmp_echo.h"
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace pages {
+
+namespace {
+void Refuse(app::IOperationUi& ui, int string_id, const std::wstring& host) {
+  ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(string_id), SIZE_MAX, host),
+                 app::MessageIcon::kWarning, app::kNoField);
+}
+}  // namespace
+
+bool CheckPingHost(const PingTarget& target, app::IOperationUi& ui) {
+  const std::wstring& host = target.host;
+  if (!target.use_ipv6 && host.find(L'.') != std::wstring::npos && !net::IsValidIPv4Text(host)) {
+    Refuse(ui, tvkutil::ids::kInvalidIPv4Address, host);
+    return false;
+  }
+  return true;
+}
+
+PingOutcome ResolveAndPing(const PingTarget& target, logs::ITransactionSink& sink) {
+  const auto outcome = [](bool replied) {
+    return replied ? PingOutcome::kReply : PingOutcome::kNoReply;
+  };
+  if (!target.use_ipv6) {
+    std::uint32_t address = 0;
+    if (!net::ResolveIPv4Host(target.host, address))
+      return PingOutcome::kUnresolved;
+    return outcome(net::PingIPv4(address, target.timeout_ms, target.retries, L"Ping", sink));
+  }
+  std::wstring address_text;
+  if (!net::ResolveIPv6Host(target.host, target.ipv6_scope_id, address_text))
+    return PingOutcome::kUnresolved;
+  return outcome(net::PingIPv6(address_text, target.timeout_ms, target.retries, L"Ping", sink));
+}
+
+void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui) {
+  if (outcome != PingOutcome::kUnresolved)
+    return;
+  Refuse(ui,
+         target.use_ipv6 ? tvkutil::ids::kUnableToResolveIPv6 : tvkutil::ids::kUnableToResolveIPv4,
+         target.host);
+}
+
+PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
+  if (!CheckPingHost(target, ui))
+    return PingOutcome::kRefused;
+  const PingOutcome outcome = ResolveAndPing(target, sink);
+  ReportPingOutcome(target, outcome, ui);
+  return outcome;
+}
+
+bool RunToolbarPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
+  const PingOutcome outcome = RunPing(target, ui, sink);
+  return outcome == PingOutcome::kReply || outcome == PingOutcome::kNoReply;
+}
+
+}  // namespace pages

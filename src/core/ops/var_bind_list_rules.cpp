@@ -1,0 +1,125 @@
+#include "ops/var_bind_list_rules.h"
+
+#include <algorithm>
+
+#include "ops/operation_common.h"
+#include "settings/setting_rules.h"
+#include "settings/settings.h"
+#include "snmp/type_names.h"
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace pages {
+
+namespace {
+
+// True when the binding at the 1-based index has exactly this name text and value tag.
+bool IsEntry(const snmp::CVarBindList& list, int index, const wchar_t* oid, std::uint32_t tag) {
+  const snmp::CVarBind* bind = list.Get(index);
+  return bind != nullptr && bind->Name() != nullptr && bind->Name()->Text() == oid &&
+         bind->Value() != nullptr && bind->Value()->Tag() == tag;
+}
+
+}  // namespace
+
+bool ValidateVarBind(const VarBindText& bind, app::IOperationUi& ui) {
+  using namespace tvkutil::ids;
+  if (!CheckOidField(ui, bind.oid, kEnterValidOid, kFieldVarBindOid))
+    return false;
+  if (bind.type_name.empty())
+    return Refuse(ui, kSelectDataType, kFieldVarBindDataType);
+  return CheckValueField(ui, snmp::TagOfTypeName(bind.type_name), bind.value, kEnterValidValue,
+                         kFieldVarBindValue);
+}
+
+void PutFixedTrapEntries(snmp::CVarBindList& list, std::uint32_t time_stamp) {
+  if (!IsEntry(list, 1, kSysUpTimeOid, snmp::kTagTimeTicks))
+    list.Insert(1, kSysUpTimeOid, snmp::kTagTimeTicks, std::to_wstring(time_stamp));
+  if (!IsEntry(list, 2, kSnmpTrapOid, snmp::kTagOid))
+    list.Insert(2, kSnmpTrapOid, snmp::kTagOid, kDefaultTrapOid);
+}
+
+CVarBindListRules::CVarBindListRules(snmp::CVarBindList& list, bool version_2c, std::mutex& lock)
+    : list_(list), version_2c_(version_2c), lock_(lock) {}
+
+int CVarBindListRules::Count() const {
+  return list_.Count();
+}
+
+VarBindText CVarBindListRules::Item(int item) const {
+  VarBindText row;
+  const snmp::CVarBind* bind = list_.Get(item + 1);
+  if (bind == nullptr)
+    return row;
+  if (bind->Name() != nullptr)
+    row.oid = bind->Name()->Text();
+  std::uint32_t tag = 0;
+  (void)bind->ValueText(row.value, tag);  // Null reads as the empty text
+  row.type_name = snmp::TypeNameOfTag(tag);
+  return row;
+}
+
+bool CVarBindListRules::MayAdd(app::IOperationUi& ui) const {
+  if (Count() < app::kMaxTrapVarBinds)
+    return true;
+  ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kMaxVarBindsReached), SIZE_MAX,
+                                  app::kMaxTrapVarBinds),
+                 app::MessageIcon::kWarning, app::kNoField);
+  return false;
+}
+
+void CVarBindListRules::Add(const VarBindText& bind) {
+  const std::lock_guard hold(lock_);
+  list_.Add(bind.oid, snmp::TagOfTypeName(bind.type_name), bind.value);
+}
+
+bool CVarBindListRules::MayEdit(int item, app::IOperationUi& ui) const {
+  if (version_2c_ && item == 0)
+    return Refuse(ui, tvkutil::ids::kCannotEditSysUpTime, app::kNoField);
+  return item >= 0 && item < Count();
+}
+
+bool CVarBindListRules::LocksNameAndType(int item) const {
+  return version_2c_ && item == 1;
+}
+
+void CVarBindListRules::Replace(int item, const VarBindText& bind) {
+  const std::lock_guard hold(lock_);
+  list_.Replace(item + 1, bind.oid, snmp::TagOfTypeName(bind.type_name), bind.value);
+}
+
+std::optional<int> CVarBindListRules::Delete(std::vector<int> selected, app::IOperationUi& ui) {
+  if (selected.empty())
+    return std::nullopt;
+  const std::lock_guard hold(lock_);
+  std::sort(selected.begin(), selected.end());
+  selected.erase(std::unique(selected.begin(), selected.end()), selected.end());
+  if (Protected(0) && selected.front() == 0) {
+    Refuse(ui, tvkutil::ids::kCannotDeleteSysUpTime, app::kNoField);
+    return std::nullopt;
+  }
+  if (Protected(1) && std::find(selected.begin(), selected.end(), 1) != selected.end()) {
+    Refuse(ui, tvkutil::ids::kCannotDeleteSnmpTrapOid, app::kNoField);
+    return std::nullopt;
+  }
+  int deleted = 0;
+  // From the highest down, so the items still to go keep their numbers.
+  for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
+    if (list_.Remove(*it + 1))
+      ++deleted;
+  }
+  modified_ = true;
+  if (Count() == 0)
+    return std::nullopt;
+  return std::min(selected.back() - deleted + 1, Count() - 1);
+}
+
+void CVarBindListRules::DeleteAll() {
+  const std::lock_guard hold(lock_);
+  const int keep = version_2c_ ? 2 : 0;
+  while (Count() > keep)
+    list_.Remove(Count());
+  modified_ = true;
+}
+
+}  // namespace pages

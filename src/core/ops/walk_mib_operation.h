@@ -1,0 +1,192 @@
+// The walkMIB page without its window: the page's values and their checks, the walk on its own
+// worker thread (GetNext, or GetBulk for v2c when the Options ask for it), the objects found
+// under their lock, the closing status lines, the results file, "&Get SysObjectID" and the
+// community history. The page copies its controls into WalkMibForm, starts and stops the walk,
+// and polls the results and the finished flag on its timer.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "logs/event_line_sink.h"
+#include "logs/log_entry_points.h"
+#include "logs/transaction_sink.h"
+#include "net/udp_session.h"
+#include "net/udp_socket_ops.h"
+#include "ops/operation_common.h"
+#include "ops/operation_ui.h"
+#include "settings/settings.h"
+#include "snmp/request_id.h"
+#include "snmp/var_bind.h"
+#include "util/event.h"
+#include "util/result_list.h"
+#include "util/worker.h"
+
+namespace pages {
+
+// One object the walk found.
+struct COidInfo {
+  std::wstring oid;        // dotted, ".1.3.6.1.2.1.1.1.0"
+  std::uint32_t type = 0;  // the value's tag
+  std::wstring value;      // the value as the pages show it
+  std::wstring name;       // always empty: the program knows no MIB names
+};
+
+// The page's fields as the checks name them for app::IOperationUi.
+enum WalkMibField : int {
+  kWalkFieldHost = 0,
+  kWalkFieldVersion,
+  kWalkFieldPort,
+  kWalkFieldCommunity,
+  kWalkFieldStartOid,
+};
+
+// Which line closed the last walk.
+enum class WalkStatus : int { kNone, kComplete, kStopped, kFailed };
+
+// Why the last walk failed, for callers that answer each kind differently (sondara-cli's exit
+// status): the agent's error status, no answer within the time-out and retries, or anything
+// else (resolve, bind, transmit, an answer that does not fit, an OID that does not increase).
+enum class WalkFailure : int { kNone, kAgentError, kNoAnswer, kOther };
+
+// Sees each object the walk finds, with the binding it came in, on the walk's thread.
+using OidFoundFn = std::function<void(const COidInfo&, const snmp::CVarBind&)>;
+
+// The values of the page as the user typed them.
+struct WalkMibForm {
+  std::wstring host;
+  std::wstring version;  // "1" or "2c"; empty when nothing is selected
+  std::wstring port_text;
+  std::wstring community;
+  app::History communities;  // the drop-down's entries, top first
+  std::wstring start_oid;
+};
+
+// How the walk reaches the agent.
+struct WalkOptions {
+  net::UdpSettings udp;
+  // max-repetitions of each GetBulkRequest when the version is "2c"; 0 walks with GetNext.
+  int bulk_repetitions = 0;
+  net::IUdpSocketOps* ops = nullptr;  // tests make datagrams fail or vanish through it
+};
+
+// sysObjectID.0, read by "&Get SysObjectID".
+inline constexpr wchar_t kSysObjectIdOid[] = L".1.3.6.1.2.1.1.2.0";
+
+// A "&Get SysObjectID" that passed the checks: the target and community copied from the form
+// with the request id, so the request can run on another thread while the user goes on typing.
+struct SysObjectIdRequest {
+  std::wstring host;
+  std::wstring version;
+  std::uint16_t port = 0;
+  std::wstring community;
+  std::int32_t request_id = 0;
+};
+
+class CWalkMIBOperation {
+ public:
+  // Starts from the stored settings with an empty community; lines go to `events`, datagrams
+  // to `transactions` (the window's logs by default).
+  explicit CWalkMIBOperation(const app::WalkMibSettings& stored,
+                             logs::IEventLineSink& events = logs::EventLogSink(),
+                             logs::ITransactionSink& transactions = logs::TransactionLogSink());
+  // Stops a running walk and waits for it.
+  ~CWalkMIBOperation();
+  CWalkMIBOperation(const CWalkMIBOperation&) = delete;
+  CWalkMIBOperation& operator=(const CWalkMIBOperation&) = delete;
+
+  WalkMibForm& Form() { return form_; }
+  const WalkMibForm& Form() const { return form_; }
+
+  // The checks of "Begin &Walk" and "&Get SysObjectID", in their fixed order: port, host,
+  // version, community, start OID. The first failure is shown through `ui` with the field to
+  // focus.
+  bool Validate(app::IOperationUi& ui);
+
+  // "Begin &Walk" while no walk runs: the checks, then "walkMIB started." and the worker,
+  // which clears the results and walks from the start OID until the end of the agent's view,
+  // an error, or a stop request. False when refused (nothing started).
+  bool BeginWalk(const WalkOptions& options, app::IOperationUi& ui);
+  // The same walk without a worker, for a front end without a window (sondara-cli): the
+  // checks, "walkMIB started.", then the walk on the calling thread until it ends or `stop`
+  // (raised from another thread; manual or auto reset) asks it to. `found` sees every object
+  // as it comes, and then the results keep none: a caller that prints them as they come walks
+  // any number of objects in the same memory. False when refused (nothing sent) or while a
+  // worker's walk runs.
+  bool RunWalk(const WalkOptions& options, app::IOperationUi& ui, tvkutil::CEvent& stop,
+               OidFoundFn found = {});
+  // "St&op", leaving the page, closing the window: asks the worker to stop and waits for it
+  // without a time limit. The worker notices the request at every tenth object and while it
+  // waits for an answer that does not come.
+  void StopWalk();
+  // The worker has ended (also before the first walk).
+  bool WalkFinished() const { return worker_.Finished(); }
+  // The page's timer once the worker has ended: forgets the thread and puts the walk's
+  // community into the history.
+  void EndWalk();
+  // The page became active: a stop request nobody saw any more is dropped.
+  void ResetStopRequest() { worker_.StopEvent().Reset(); }
+
+  // The objects found, appended by the worker while the window reads them.
+  const tvkutil::CResultList<COidInfo>& Results() const { return results_; }
+  WalkStatus FinalStatus() const { return final_status_.load(std::memory_order_acquire); }
+  // kNone unless the last walk failed.
+  WalkFailure LastFailure() const { return failure_.load(std::memory_order_acquire); }
+  // "walkMIB complete. No. of OIDs found: 'N'." (or stopped, failed) with the results now held.
+  std::wstring FinalStatusLine() const;
+
+  // The results file: banner, "walkMIB started.", colons, "OID,DataType,Value", one row per
+  // object ("<oid>,<type>,"<value>"," with pages::CsvField), colons, the final status line.
+  std::string ResultsFileText() const;
+
+  // "&Get SysObjectID": PrepareSysObjectId, RequestSysObjectId, and the value read becomes the
+  // start OID.
+  RequestOutcome GetSysObjectId(const net::UdpSettings& settings, app::IOperationUi& ui,
+                                net::IUdpSocketOps* ops = nullptr);
+  // The checks, then the request with its id (shared with the walk: never while one runs).
+  std::optional<SysObjectIdRequest> PrepareSysObjectId(app::IOperationUi& ui);
+  // The request alone: needs no window, reads no form, may run on any thread. A Get of
+  // sysObjectID.0 (source "Get" in the transaction log) whose value is returned; after a
+  // failure one event-log line is written and nothing returned.
+  std::optional<std::wstring> RequestSysObjectId(const SysObjectIdRequest& request,
+                                                 const net::UdpSettings& settings,
+                                                 net::IUdpSocketOps* ops = nullptr) const;
+
+  // Writes the page back into the settings: the history with the current community first, the
+  // port read from its text as a plain decimal number.
+  void StoreTo(app::WalkMibSettings& settings);
+
+ private:
+  // What one walk works with, copied when it starts: the form may change while it runs (the
+  // start OID box stays enabled, and a snapshot reads every control).
+  struct WalkJob {
+    std::wstring host;
+    std::wstring version;
+    std::uint16_t port = 0;
+    std::wstring community;
+    std::wstring start_oid;
+    WalkOptions options;
+    OidFoundFn found{};  // empty for the page, which polls the results instead
+  };
+
+  void Walk(const WalkJob& job, tvkutil::CEvent& stop);
+  // Writes a formatted string-table line to the event log.
+  template <typename... Args>
+  void Log(int string_id, const Args&... args) const;
+
+  WalkMibForm form_;
+  snmp::CRequestIdCounter request_ids_;  // the walk's and the Get's, never used at once
+  logs::IEventLineSink& events_;
+  logs::ITransactionSink& transactions_;
+  std::uint16_t port_ = 0;  // the port of the last check that passed
+  WalkJob job_;
+  tvkutil::CResultList<COidInfo> results_;
+  std::atomic<WalkStatus> final_status_{WalkStatus::kNone};
+  std::atomic<WalkFailure> failure_{WalkFailure::kNone};
+  tvkutil::CWorker worker_{false};  // auto-reset stop event: the first test that sees it takes it
+};
+
+}  // namespace pages

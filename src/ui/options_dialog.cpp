@@ -1,0 +1,183 @@
+#include "ui/options_dialog.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <cstdint>
+
+#include "net/adapter_table.h"
+#include "settings/setting_rules.h"
+#include "settings/sondara_utility_app.h"
+#include "ui/message_box_dialog.h"
+#include "ui/numeric_edit.h"
+#include "ui/text_conversion.h"
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace app {
+
+namespace {
+
+constexpr int kRequestTimeoutStep = 100;
+
+// Characters a user may type into each field. Retries takes one although 10 is allowed: 10 is
+// reached with the spin only. That has always been so and is kept on purpose.
+constexpr int kConnectTimeoutTextLimit = 2;
+constexpr int kRequestTimeoutTextLimit = 5;
+constexpr int kRetriesTextLimit = 1;
+constexpr int kWalkBulkRepetitionsTextLimit = 3;
+
+}  // namespace
+
+COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, QWidget* parent)
+    : COptionsDialog(app, net::CAdapterTable::Instance(), parent) {}
+
+COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adapters,
+                               QWidget* parent)
+    : QDialog(parent), app_(app), adapters_(adapters) {
+  setWindowTitle(tvkutil::UiText(tvkutil::ids::kOptionsTitle));
+  const NetworkSettings& net = app_.Network();
+
+  use_ipv6_ = new QCheckBox(QStringLiteral("&Use IPv6"), this);
+  use_ipv6_->setChecked(net.use_ipv6 != 0);
+
+  auto* interface_group = new QGroupBox(QStringLiteral("&Network Interface"), this);
+  adapter_list_ = new QComboBox(interface_group);
+  adapter_list_->setAccessibleName(QStringLiteral("Network Interface"));
+  adapter_list_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+  auto* interface_layout = new QVBoxLayout(interface_group);
+  interface_layout->addWidget(adapter_list_);
+
+  auto* parameters_group = new QGroupBox(QStringLiteral("Communication &Parameters"), this);
+  auto* grid = new QGridLayout(parameters_group);
+  connect_timeout_ = AddNumberField(grid, 0, QStringLiteral("&Connect Timeout (seconds):"),
+                                    kConnectTimeoutTextLimit, kMinConnectTimeoutS,
+                                    kMaxConnectTimeoutS, 1, net.connect_timeout_s);
+  request_timeout_ = AddNumberField(
+      grid, 1, QStringLiteral("&Request Timeout (milliseconds):"), kRequestTimeoutTextLimit,
+      kMinRequestTimeoutMs, kMaxRequestTimeoutMs, kRequestTimeoutStep, net.request_timeout_ms);
+  retries_ = AddNumberField(grid, 2, QStringLiteral("R&etries:"), kRetriesTextLimit, kMinRetries,
+                            kMaxRetries, 1, net.retries);
+  walk_bulk_repetitions_ = AddNumberField(
+      grid, 3, QStringLiteral("&GetBulk repetitions for walkMIB:"), kWalkBulkRepetitionsTextLimit,
+      kMinWalkBulkRepetitions, kMaxWalkBulkRepetitions, 1, net.walk_bulk_repetitions);
+
+  auto* buttons = new QDialogButtonBox(this);
+  QPushButton* ok = buttons->addButton(QStringLiteral("&OK"), QDialogButtonBox::AcceptRole);
+  buttons->addButton(QStringLiteral("Cance&l"), QDialogButtonBox::RejectRole);
+  ok->setDefault(true);
+  connect(buttons, &QDialogButtonBox::accepted, this, &COptionsDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &COptionsDialog::reject);
+
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(use_ipv6_);
+  layout->addWidget(interface_group);
+  layout->addWidget(parameters_group);
+  layout->addWidget(buttons);
+  layout->setSizeConstraint(QLayout::SetFixedSize);
+
+  FillAdapterList(use_ipv6_->isChecked());
+  const QString current = QString::fromStdWString(net.adapter.display_name);
+  const int index = current.isEmpty() ? -1 : adapter_list_->findText(current, Qt::MatchExactly);
+  adapter_list_->setCurrentIndex(std::max(index, 0));
+
+  // Another family has other adapters; the previous choice means nothing there.
+  connect(use_ipv6_, &QCheckBox::toggled, this, [this](bool on) {
+    FillAdapterList(on);
+    adapter_list_->setCurrentIndex(0);
+  });
+}
+
+COptionsDialog::NumberField COptionsDialog::AddNumberField(QGridLayout* grid, int row,
+                                                           const QString& caption, int text_limit,
+                                                           int minimum, int maximum, int step,
+                                                           int value) {
+  NumberField field;
+  field.minimum = minimum;
+  field.maximum = maximum;
+  field.edit = new tvkutil::CNumericEdit;
+  field.edit->SetTextLimit(text_limit);
+  field.edit->SetValue(static_cast<std::uint32_t>(value));
+  field.edit->setFixedWidth(field.edit->fontMetrics().horizontalAdvance(QStringLiteral("000000")) +
+                            12);
+  field.spin = new tvkutil::SpinButtons(field.edit);
+  field.spin->SetRange(minimum, maximum);
+  field.spin->SetStep(step);
+
+  auto* label = new QLabel(caption);
+  label->setBuddy(field.edit);
+  auto* number = new QHBoxLayout;
+  number->setSpacing(0);
+  number->addWidget(field.edit);
+  number->addWidget(field.spin);
+  number->addStretch();
+  grid->addWidget(label, row, 0);
+  grid->addLayout(number, row, 1);
+  return field;
+}
+
+void COptionsDialog::FillAdapterList(bool use_ipv6) {
+  adapter_list_->clear();
+  const std::vector<net::_adapterinfo>& records =
+      use_ipv6 ? adapters_.IPv6Adapters() : adapters_.IPv4Adapters();
+  // Without adapters there is nothing to choose, not even "Default"; OK then takes "Default".
+  if (records.empty())
+    return;
+  QStringList names;
+  for (const net::_adapterinfo& record : records)
+    names << QString::fromStdWString(record.display_name);
+  // A sorted drop-down list orders without regard to case.
+  std::stable_sort(names.begin(), names.end(), [](const QString& a, const QString& b) {
+    return QString::compare(a, b, Qt::CaseInsensitive) < 0;
+  });
+  adapter_list_->addItems(names);
+  adapter_list_->insertItem(0, tvkutil::UiText(tvkutil::ids::kDefaultAdapter));
+}
+
+bool COptionsDialog::TakeNumber(const NumberField& field, int& out_value) {
+  // Read as a value, not as text: an empty field is 0 and gets the range message, like any
+  // other number outside the range.
+  const std::int64_t value = field.edit->GetValue();
+  if (value < field.minimum || value > field.maximum) {
+    app::ShowMessageBox(
+        this,
+        QString::fromStdWString(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kRangeMessage),
+                                                 SIZE_MAX, field.minimum, field.maximum)),
+        app::MessageIcon::kWarning);
+    field.edit->setFocus(Qt::OtherFocusReason);
+    field.edit->selectAll();
+    return false;
+  }
+  out_value = static_cast<int>(value);
+  return true;
+}
+
+void COptionsDialog::accept() {
+  int connect_timeout_s = 0;
+  int request_timeout_ms = 0;
+  int retries = 0;
+  int walk_bulk_repetitions = 0;
+  if (!TakeNumber(connect_timeout_, connect_timeout_s) ||
+      !TakeNumber(request_timeout_, request_timeout_ms) || !TakeNumber(retries_, retries) ||
+      !TakeNumber(walk_bulk_repetitions_, walk_bulk_repetitions)) {
+    return;
+  }
+  const bool use_ipv6 = use_ipv6_->isChecked();
+  NetworkSettings& net = app_.Network();
+  net.use_ipv6 = use_ipv6 ? 1 : 0;
+  app_.SetAdapter(adapters_.Lookup(adapter_list_->currentText().toStdWString(), use_ipv6));
+  net.connect_timeout_s = connect_timeout_s;
+  net.request_timeout_ms = request_timeout_ms;
+  net.retries = retries;
+  net.walk_bulk_repetitions = walk_bulk_repetitions;
+  QDialog::accept();
+}
+
+}  // namespace app

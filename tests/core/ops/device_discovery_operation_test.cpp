@@ -1,0 +1,286 @@
+// Device discovery: real sweeps inside a private network namespace (answering /32 addresses,
+// names from a hosts file mounted over /etc/hosts), the checks, Stop and the results file; the
+// device limit through a stand-in probe.
+#include "ops/device_discovery_operation.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "net/icmp_echo.h"
+#include "settings/sondara_utility_app.h"
+#include "support/private_netns.h"
+#include "support/recorders.h"
+#include "support/temp_folder.h"
+#include "util/string_table.h"
+#include "util/text.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using pages::CDeviceDiscoveryOperation;
+using pages::SweepStatus;
+
+using testing_support::EventLines;
+using testing_support::RecordingUi;
+using testing_support::WaitUntil;
+
+struct Rows : logs::ITransactionSink {
+  void LogDatagram(std::int32_t, std::wstring_view, std::span<const std::uint8_t>,
+                   const logs::DatagramEnds&) override {}
+  void LogText(std::int32_t direction, std::wstring_view source, std::string_view text) override {
+    std::lock_guard lock(mutex);
+    EXPECT_EQ(source, L"Device Discovery");
+    (direction == logs::kDirectionSent ? sent : received).emplace_back(text);
+  }
+  std::mutex mutex;
+  std::vector<std::string> sent, received;
+};
+
+std::string DeviceLines(const CDeviceDiscoveryOperation& op) {
+  return op.Devices().WithAll([](const std::vector<pages::CDeviceInfo>& devices) {
+    std::string out;
+    for (const auto& d : devices)
+      out += tvkutil::ToUtf8(d.ip) + ' ' + tvkutil::ToUtf8(d.description) + '\n';
+    return out;
+  });
+}
+
+// Inside the namespace: the answering addresses with their names (198.18.0.1 is the
+// namespace's own; 198.18.0.41 has no name), and ICMP.
+std::string PrepareNamespace() {
+  const std::string hosts =
+      "198.18.0.1 alpha.test alpha\n198.18.0.7 bravo.test\n198.18.0.12 charlie.test\n"
+      "198.18.0.25 delta.test\n198.18.0.40 echo.test\n";
+  const std::string error = testing_support::UseHostsFile(hosts);
+  if (!error.empty())
+    return error;
+  if (!testing_support::AddAnsweringAddresses(
+          {"198.18.0.7", "198.18.0.12", "198.18.0.25", "198.18.0.40", "198.18.0.41"})) {
+    return "cannot add the answering addresses";
+  }
+  return net::LoadIcmp() ? "" : "ICMP not available in the namespace";
+}
+
+testing_support::NetnsRun RunInPreparedNamespace(const std::function<std::string()>& body) {
+  return testing_support::RunInPrivateNetns([&] {
+    const std::string error = PrepareNamespace();
+    return error.empty() ? body() : "set-up: " + error;
+  });
+}
+
+TEST(DeviceDiscovery, SweepListsTheAnsweringHostsInOrderWithTheirNames) {
+  const auto run = RunInPreparedNamespace([] {
+    std::ostringstream out;
+    for (const bool fast : {false, true}) {
+      for (const auto& [start, end] :
+           {std::pair{L"198.18.0.1", L"198.18.0.40"}, std::pair{L"198.18.0.41", L"198.18.0.41"}}) {
+        EventLines lines;
+        Rows rows;
+        CDeviceDiscoveryOperation op({}, lines, rows);
+        op.Form() = {start, end};
+        RecordingUi ui;
+        const long before = testing_support::EchoesSent(false);
+        // The fast sweep gives each silent address all its attempts: 3 echoes each.
+        if (!op.Begin({.timeout_ms = 100, .retries = fast ? 2 : 0, .fast = fast}, ui) ||
+            !WaitUntil([&] { return op.Finished(); })) {
+          return std::string("no sweep");
+        }
+        std::size_t replies = 0;
+        for (const std::string& r : rows.received)
+          replies += r.find(": bytes=14 time=") != std::string::npos ? 1 : 0;
+        out << "fast " << fast << ": echoes " << testing_support::EchoesSent(false) - before
+            << ", sent rows " << rows.sent.size() << ", outcome rows " << rows.received.size()
+            << ", replies " << replies << "\n"
+            << DeviceLines(op) << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
+      }
+    }
+    return out.str();
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  const std::string listed =
+      "198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n198.18.0.12 charlie.test\n"
+      "198.18.0.25 delta.test\n198.18.0.40 echo.test\n"
+      "Device discovery complete. No. of devices discovered '5'.\n";
+  const std::string one =
+      "198.18.0.41 \nDevice discovery complete. No. of devices discovered '1'.\n";
+  EXPECT_EQ(run.output, "fast 0: echoes 40, sent rows 40, outcome rows 40, replies 5\n" + listed +
+                            "fast 0: echoes 1, sent rows 1, outcome rows 1, replies 1\n" + one +
+                            "fast 1: echoes 110, sent rows 40, outcome rows 40, replies 5\n" +
+                            listed + "fast 1: echoes 1, sent rows 1, outcome rows 1, replies 1\n" +
+                            one);
+}
+
+TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
+  const auto run = RunInPreparedNamespace([] {
+    std::ostringstream out;
+    for (const bool fast : {false, true}) {
+      EventLines lines;
+      Rows rows;
+      CDeviceDiscoveryOperation op({}, lines, rows);
+      op.Form() = {L"198.18.0.40", L"198.18.0.60"};
+      RecordingUi ui;
+      // Unstopped, the first silent address alone would take 4 x 3 s.
+      constexpr int kTimeoutMs = 3000;
+      op.Begin({.timeout_ms = kTimeoutMs, .retries = 3, .fast = fast}, ui);
+      // Stop once both hosts are listed and the first silent address's echo is waiting.
+      const auto waiting = [&] {
+        std::lock_guard lock(rows.mutex);
+        return op.Devices().Count() == 2 &&
+               std::find(rows.sent.begin(), rows.sent.end(),
+                         "Ping command sent to IP 198.18.0.42.") != rows.sent.end();
+      };
+      if (!WaitUntil(waiting))
+        return std::string("the two answering hosts were not found");
+      const auto asked = std::chrono::steady_clock::now();
+      op.Stop();
+      const bool prompt = std::chrono::steady_clock::now() - asked < 1ms * kTimeoutMs;
+      sondara_test::TempFolder dir;
+      const bool saved = !op.SaveResults(dir / "devices.csv");
+      out << "fast " << fast << ": prompt " << prompt << ", saved " << saved << ", status "
+          << static_cast<int>(op.LastStatus()) << "\n"
+          << sondara_test::ReadFile(dir / "devices.csv") << "\n"
+          << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
+    }
+    return out.str();
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  const std::string each =
+      ": prompt 1, saved 1, status 2\n" +
+      tvkutil::ToUtf8(L"Sondara Utility V" + app::CSondaraUtilityApp::VersionText()) +
+      " - Tarvik Technologies\n"
+      "Device discovery started.\n"
+      "::::::::::::::::::::::::::::::\n"
+      "No.,IP,Description\n"
+      "\"1\",\"198.18.0.40\",\"echo.test\",\n"
+      "\"2\",\"198.18.0.41\",\"\",\n"
+      "::::::::::::::::::::::::::::::\n"
+      "Device discovery stopped. No. of devices discovered '2'.\n"
+      "Device discovery stopped. No. of devices discovered '2'.\n";
+  EXPECT_EQ(run.output, "fast 0" + each + "fast 1" + each);
+}
+
+TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
+  const std::wstring bad_start = L"Please enter a valid start IP address.",
+                     bad_end = L"Please enter a valid end IP address.";
+  const auto warning = app::MessageIcon::kWarning, none = app::MessageIcon::kNone;
+  const struct {
+    const wchar_t* start;
+    const wchar_t* end;
+    std::wstring message;  // empty: accepted
+    app::MessageIcon icon;
+    int field;
+  } cases[] = {
+      {L"10.0.0.300", L"10.0.0.9", bad_start, warning, pages::kFieldStartIp},
+      {L"0.0.0.0", L"", bad_start, warning, pages::kFieldStartIp},
+      {L"10.0.0.1", L"255.255.255.255", bad_end, none, pages::kFieldEndIp},
+      {L"10.0.0.1", L"", bad_end, none, pages::kFieldEndIp},
+      {L"10.0.0.9", L"10.0.0.1", L"", none, 0},
+  };
+  for (const auto& c : cases) {
+    EventLines lines;
+    CDeviceDiscoveryOperation op({}, lines);
+    op.Form() = {c.start, c.end};
+    RecordingUi ui;
+    EXPECT_EQ(op.Validate(ui), c.message.empty()) << tvkutil::ToUtf8(c.start);
+    app::DiscoverySettings stored{L"1.1.1.1", L"1.1.1.2"};
+    op.StoreTo(stored);
+    if (!c.message.empty()) {
+      EXPECT_EQ(ui.shown, (std::vector<RecordingUi::Shown>{{c.message, c.icon, c.field}}));
+      EXPECT_EQ(stored.start_ip, L"1.1.1.1");  // nothing stored unless both are valid
+    } else {
+      EXPECT_EQ(stored.start_ip, c.start);
+      EXPECT_EQ(stored.end_ip, c.end);
+    }
+  }
+}
+
+// Answers every echo at once. Names are empty, or "slow-<last number>" of 10.0.0.1-4, found the
+// slower the lower the address: the fast sweep's names then come in backwards.
+class AnsweringProbe : public pages::IDiscoveryProbe {
+ public:
+  explicit AnsweringProbe(bool slow_names = false) : slow_names_(slow_names) {}
+  bool Ping(std::uint32_t, int, int, const net::EchoStopTest&) override { return true; }
+  bool CanSend() const override { return true; }
+  std::int32_t Send(std::uint32_t address, std::uint16_t& sequence) override {
+    sequence = next_++;
+    answers_.push_back({address, sequence, net::kEchoSuccess, 14, net::EchoClock::now()});
+    return net::kEchoSuccess;
+  }
+  std::vector<net::EchoAnswer> Receive(net::EchoClock::time_point until) override {
+    if (answers_.empty())
+      std::this_thread::sleep_until(until);
+    return std::exchange(answers_, {});
+  }
+  std::wstring ReverseName(std::uint32_t address) override {
+    if (!slow_names_)
+      return L"";
+    const int last = static_cast<int>(ntohl(address) & 0xFF);
+    std::this_thread::sleep_for(std::chrono::milliseconds(40 * (5 - last)));
+    return L"slow-" + std::to_wstring(last);
+  }
+
+ private:
+  bool slow_names_;
+  std::uint16_t next_ = 1;
+  std::vector<net::EchoAnswer> answers_;
+};
+
+TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingAndTheLimitEndsAsComplete) {
+  for (const bool fast : {false, true}) {
+    int probes_made = 0;
+    EventLines lines;
+    Rows rows;
+    CDeviceDiscoveryOperation op({}, lines, rows, [&](logs::ITransactionSink&) {
+      ++probes_made;
+      return std::make_shared<AnsweringProbe>();
+    });
+    RecordingUi ui;
+    op.Form() = {L"10.0.0.9", L"10.0.0.1"};
+    ASSERT_TRUE(op.Begin({.fast = fast}, ui));
+    ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }));
+    EXPECT_EQ(probes_made, 0);
+    EXPECT_EQ(lines.Lines().back(), L"Device discovery complete. No. of devices discovered '0'.");
+    op.Join();
+
+    // 65537 answering addresses: the 65536th finds the list full.
+    op.Form() = {L"10.0.0.1", L"10.1.0.1"};
+    ASSERT_TRUE(op.Begin({.fast = fast, .pacing = 0ms}, ui));
+    ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }, 300s));
+    const auto all = lines.Lines();
+    ASSERT_EQ(all.size(), 5U);
+    EXPECT_EQ(all[3],
+              L"Stopping device discovery. A maximum of '65535' devices can only be discovered.");
+    EXPECT_EQ(all[4], L"Device discovery complete. No. of devices discovered '65535'.");
+    EXPECT_EQ(op.LastStatus(), SweepStatus::kComplete);
+    std::wstring last;
+    op.Devices().With(pages::kMaxDevices - 1, [&](const pages::CDeviceInfo& d) { last = d.ip; });
+    EXPECT_EQ(last, L"10.0.255.255") << "fast " << fast;
+  }
+}
+
+TEST(DeviceDiscovery, FastSweepListsInAddressOrderWhateverOrderTheNamesComeIn) {
+  EventLines lines;
+  CDeviceDiscoveryOperation op({}, lines, logs::TransactionLogSink(), [](logs::ITransactionSink&) {
+    return std::make_shared<AnsweringProbe>(true);
+  });
+  RecordingUi ui;
+  op.Form() = {L"10.0.0.1", L"10.0.0.4"};
+  ASSERT_TRUE(op.Begin({.fast = true}, ui));
+  ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }));
+  EXPECT_EQ(DeviceLines(op),
+            "10.0.0.1 slow-1\n10.0.0.2 slow-2\n10.0.0.3 slow-3\n10.0.0.4 slow-4\n");
+}
+
+}  // namespace

@@ -1,0 +1,166 @@
+// The Get/Set operation: checks, request ids and histories against a scripted agent (an error
+// status from a real snmpd is the CLI's test, through the same response check).
+#include "ops/get_set_operation.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "settings/settings.h"
+#include "support/ber_builder.h"
+#include "support/fake_agent.h"
+#include "support/hex_bytes.h"
+#include "support/recorders.h"
+#include "support/registered_transaction_log.h"
+#include "support/request_reader.h"
+
+namespace {
+
+using pages::GetSetForm;
+using pages::RequestOutcome;
+using testing_support::FakeAgent;
+
+using testing_support::RecordingUi;
+using RecordingSink = testing_support::EventLines;
+
+const std::wstring kSysDescr = L".1.3.6.1.2.1.1.1.0";
+
+// An operation aimed at 127.0.0.1:port with a Get and a Set that pass every check.
+struct Operation {
+  explicit Operation(std::uint16_t port, app::GetSetSettings stored = {}) : op(stored, sink) {
+    GetSetForm& f = op.Form();
+    f.host = L"127.0.0.1";
+    f.version = L"2c";
+    f.port_text = std::to_wstring(port);
+    f.get_oid = kSysDescr;
+    f.get_community = L"getcom";
+    f.set_oid = L".1.3.6.1.2.1.1.4.0";
+    f.set_community = L"setcomm";
+    f.set_data_type = L"Octet String";
+    f.set_value = L"bench";
+  }
+  RequestOutcome Get() { return op.Get(fast, ui); }
+  RequestOutcome Set() { return op.Set(fast, ui); }
+  net::UdpSettings fast{.request_timeout_ms = 300, .retries = 1, .adapter = {}};
+  RecordingSink sink;
+  RecordingUi ui;
+  pages::CGetSetOperation op;
+};
+
+// Answers every Get with sysDescr.0 = Integer32 7 and the request's id, community and version,
+// read from the bytes by the agent's own reader.
+FakeAgent EchoAgent() {
+  return FakeAgent([](const FakeAgent::Datagram& d, int) {
+    using namespace testing_support;
+    const ReadRequest request = ReadRequestFields(d.bytes);
+    return std::vector<FakeAgent::Reply>{
+        {Response(request.version, request.community, request.id, 0, 0,
+                  VarBind(Hex("2b 06 01 02 01 01 01 00"), Int(7)))}};
+  });
+}
+
+TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothing) {
+  using F = GetSetForm;
+  using namespace pages;
+  const std::map<int, std::wstring> messages = {
+      {kFieldHost, L"Please enter a valid IP/Host address."},
+      {kFieldVersion, L"Please select an SNMP version."},
+      {kFieldPort, L"Please enter an integer between 0 and 65535."},
+      {kFieldGetOid, L"Please enter a valid OID for the 'Get' request."},
+      {kFieldGetCommunity, L"Please enter a community name for the 'Get' request."},
+      {kFieldSetOid, L"Please enter a valid OID for the 'Set' request."},
+      {kFieldSetCommunity, L"Please enter a community name for the 'Set' request."},
+      {kFieldSetDataType, L"Please select datatype for the 'Set' request."},
+      {kFieldSetValue, L"Please enter a valid value to write for the 'Set' request."}};
+  const bool get = true, set = false;
+  // Each case also breaks a later field, which shows the order; -1: every check passes.
+  const struct {
+    bool get;
+    std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
+    int field;
+    std::wstring question = {};  // asked instead of a warning, and answered
+    bool yes = false;
+  } cases[] = {
+      {get, {{&F::host, L""}, {&F::version, L""}}, kFieldHost},
+      {set, {{&F::version, L""}, {&F::port_text, L"70000"}}, kFieldVersion},
+      {get, {{&F::port_text, L"65536"}, {&F::get_oid, L""}}, kFieldPort},
+      {get, {{&F::get_oid, L"1.3."}, {&F::get_community, L""}}, kFieldGetOid},
+      {get, {{&F::get_community, L""}, {&F::set_oid, L""}}, kFieldGetCommunity},
+      {set, {{&F::set_oid, L"x"}, {&F::set_community, L""}}, kFieldSetOid},
+      {set, {{&F::set_community, L""}, {&F::set_data_type, L""}}, kFieldSetCommunity},
+      {set, {{&F::set_data_type, L""}, {&F::set_value, L""}}, kFieldSetDataType},
+      {set, {{&F::set_data_type, L"IPAddress"}, {&F::set_value, L"300.1.1.1"}}, kFieldSetValue},
+      {set, {{&F::set_data_type, L"Integer32"}, {&F::set_value, L"12x"}}, kFieldSetValue},
+      {set, {{&F::set_data_type, L"Gauge32"}, {&F::set_value, L"300.1.1.1"}}, kFieldSetValue},
+      {set,
+       {{&F::set_data_type, L"Octet String"}, {&F::set_value, L""}},
+       kFieldSetValue,
+       L"The Octet String value is empty. Send it empty?"},
+      {set,
+       {{&F::set_oid, L"1.3.6"}, {&F::set_data_type, L"Opaque"}, {&F::set_value, L""}},
+       -1,
+       L"The Opaque value is empty. Send it empty?",
+       true},
+      {get, {{&F::get_oid, L"..1.3"}, {&F::set_oid, L""}}, -1},  // the Set half is not looked at
+  };
+  FakeAgent agent = EchoAgent();
+  sondara_test::RegisteredTransactionLog logged;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "field " << c.field);
+    Operation o(agent.Port());
+    for (const auto& [member, value] : c.changes)
+      o.op.Form().*member = value;
+    o.ui.answer = c.yes;
+    EXPECT_EQ((c.get ? o.Get() : o.Set()) == RequestOutcome::kRefused, c.field >= 0);
+    if (!c.question.empty()) {
+      EXPECT_EQ(o.ui.shown, (decltype(o.ui.shown){{c.question, app::MessageIcon::kNone,
+                                                   c.yes ? kFieldSetValue : c.field}}));
+    } else if (c.field >= 0) {
+      EXPECT_EQ(
+          o.ui.shown,
+          (decltype(o.ui.shown){{messages.at(c.field), app::MessageIcon::kWarning, c.field}}));
+    }
+  }
+  EXPECT_EQ(agent.Received().size(), 2U);   // from the two cases that passed
+  EXPECT_EQ(logged.Messages().size(), 4U);  // their requests and the answers
+}
+
+// The counter itself (its restart past 255) is the codec's; here, what the Get counts by.
+TEST(GetSetOperation, RequestIdsCountPerTargetAndCommunity) {
+  FakeAgent agent = EchoAgent();
+  Operation o(agent.Port());
+  for (int i = 0; i < 3; ++i)
+    ASSERT_EQ(o.Get(), RequestOutcome::kDone);
+  o.op.Form().get_community = L"GETCOM";  // letter case alone is the same community
+  o.Get();
+  o.op.Form().get_community = L"setcomm";
+  o.Get();
+  o.op.Form().version = L"1";  // another target
+  o.Get();
+  o.Get();
+  std::vector<std::uint32_t> ids;
+  for (const auto& d : agent.Received())
+    ids.push_back(testing_support::ReadRequestFields(d.bytes).id);
+  EXPECT_EQ(ids, (std::vector<std::uint32_t>{0, 1, 2, 3, 0, 0, 1}));
+}
+
+TEST(GetSetOperation, AGetShowsTypeAndValueAndFillsTheHistoriesReversedWithoutCaseDuplicates) {
+  FakeAgent agent = EchoAgent();
+  app::GetSetSettings stored;
+  stored.get_oids = {kSysDescr, L".1.3.6.1.2.1.1.5.0", L".1.3.6.1.2.1.1.6.0"};
+  Operation o(agent.Port(), stored);
+  EXPECT_EQ(o.op.Form().get_oids,
+            (app::History{L".1.3.6.1.2.1.1.6.0", L".1.3.6.1.2.1.1.5.0", kSysDescr}));
+  o.op.Form().get_community = L"GetCom";
+  ASSERT_EQ(o.Get(), RequestOutcome::kDone);
+  EXPECT_EQ(std::tuple(o.op.Form().get_data_type, o.op.Form().get_value),
+            std::tuple(std::wstring(L"Integer32"), std::wstring(L"7")));
+  EXPECT_EQ(o.op.Form().get_oids.size(), 3U);
+  EXPECT_EQ(o.op.Form().get_communities, (app::History{L"setcomm", L"getcom"}));
+  o.op.StoreTo(stored);
+  EXPECT_EQ(stored.get_oids.front(), kSysDescr);  // the current entry goes first
+}
+
+}  // namespace

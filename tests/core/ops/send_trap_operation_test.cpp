@@ -1,0 +1,328 @@
+// The trap operation: its checks, "Use &default", and v1 and v2c traps as a real snmptrapd
+// reads them (each trap one line: enterprise~agent~generic~.specific~timestamp~varbind...).
+#include "ops/send_trap_operation.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "settings/sondara_utility_app.h"
+#include "snmp/asn_data_type.h"
+#include "support/recorders.h"
+#include "support/snmptrapd_process.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using pages::SendTrapForm;
+using pages::TrapOutcome;
+
+using testing_support::RecordingUi;
+struct RecordingSinks : logs::IEventLineSink, logs::ITransactionSink {
+  void AddEventLine(const std::wstring& line) override { lines.push_back(line); }
+  void LogDatagram(std::int32_t direction, std::wstring_view source, std::span<const std::uint8_t>,
+                   const logs::DatagramEnds&) override {
+    sent.emplace_back(direction, source);
+  }
+  void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
+  std::vector<std::wstring> lines;
+  std::vector<std::pair<std::int32_t, std::wstring>> sent;
+};
+
+constexpr std::uint32_t kNow = 123456;  // 0:20:34.56 since the start
+const std::string kTrapOid = ".1.3.6.1.6.3.1.1.4.1.0 = OID: ";
+
+// Sender IP and OID, community, trap type, VarBind# and specific type as the page shows them.
+std::vector<std::wstring> Fields(const SendTrapForm& f) {
+  return {f.sender_ip, f.sender_oid,       f.community,
+          f.trap_type, f.varbind_num_text, f.specific_type_text};
+}
+
+// A real snmptrapd of its own for each test, so each test counts only its own traps.
+class SendTrap : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(manager_.Start(), ""); }
+  std::uint16_t Port() const { return manager_.Port(); }
+  std::vector<std::vector<std::string>> TrapLines(std::size_t count) const {
+    return manager_.TrapFields(count);
+  }
+
+  testing_support::SnmptrapdProcess manager_;
+};
+
+// A v1 trap to the manager at `port` that passes every check, over `list`.
+struct Operation {
+  Operation(snmp::CVarBindList& list, std::uint16_t port, app::SendTrapSettings stored = {})
+      : op(
+            stored, list, [] { return kNow; }, sinks, sinks) {
+    SendTrapForm& f = op.Form();
+    f.host = L"127.0.0.1";
+    f.version = L"1";
+    f.port_text = std::to_wstring(port);
+    f.use_default = false;
+    f.sender_ip = L"10.20.30.40";
+    f.sender_oid = L".1.3.6.1.4.1.59871.7";
+    f.community = L"trapcom";
+    f.varbind_num_text = std::to_wstring(list.Count());
+    f.trap_type = L"enterpriseSpecific";
+    f.specific_type_text = L"3";
+  }
+  TrapOutcome Send() {
+    return op.SendTrap({.request_timeout_ms = 300, .retries = 0, .adapter = {}}, ui);
+  }
+  RecordingSinks sinks;
+  RecordingUi ui;
+  pages::CSendTrapOperation op;
+};
+
+// One binding of every type, as listed and as snmptrapd prints it.
+const std::vector<std::tuple<std::wstring, std::uint32_t, std::wstring, std::string>> kEveryType = {
+    {L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42", "INTEGER: -42"},
+    {L".1.3.6.1.4.1.59871.1.8", snmp::kTagCounter64, L"18446744073709551615",
+     "Counter64: 18446744073709551615"},  // not in a version 1 trap (RFC 1157)
+    {L".1.3.6.1.4.1.59871.1.1", snmp::kTagOctetString, L"door 3 open", "STRING: \"door 3 open\""},
+    {L".1.3.6.1.4.1.59871.1.2", snmp::kTagIpAddress, L"192.0.2.17", "IpAddress: 192.0.2.17"},
+    {L".1.3.6.1.4.1.59871.1.3", snmp::kTagCounter32, L"4000000000", "Counter32: 4000000000"},
+    {L".1.3.6.1.4.1.59871.1.4", snmp::kTagOid, L".1.3.6.1.4.1.59871.2",
+     "OID: .1.3.6.1.4.1.59871.2"},
+    {L".1.3.6.1.4.1.59871.1.5", snmp::kTagGauge32, L"77", "Gauge32: 77"},
+    {L".1.3.6.1.4.1.59871.1.6", snmp::kTagTimeTicks, L"999", "Timeticks: (999) 0:00:09.99"},
+    {L".1.3.6.1.4.1.59871.1.7", snmp::kTagUnsigned32, L"7", "7"},  // printed without a name
+    {L".1.3.6.1.4.1.59871.1.9", snmp::kTagNull, L"", "NULL"},
+    {L".1.3.6.1.4.1.59871.1.10", snmp::kTagOpaque, L"ab", "OPAQUE: 61 62 "},
+    {L".1.3.6.1.4.1.59871.1.11", snmp::kTagOctetString, L"", "\"\""},
+};
+
+// VarBind# counts a v2c trap's two fixed entries, which go first: the last two of a full list
+// stay behind.
+TEST_F(SendTrap, V1AndV2cTrapsArriveWithEveryFieldAndTheFirstVarBindNumBindings) {
+  const std::string up_time = ".1.3.6.1.2.1.1.3.0 = Timeticks: (123456) 0:20:34.56";
+  const std::vector<std::string> v2c = {
+      ".", "0.0.0.0", "0", "0", "0", up_time, kTrapOid + ".1.3.6.1"};
+  const struct {
+    bool v1;
+    std::size_t listed, varbind_num;
+  } cases[] = {{true, kEveryType.size() - 1, kEveryType.size() - 2},
+               {false, 0, 0},  // an empty list still carries the two fixed entries
+               {false, kEveryType.size(), kEveryType.size()}};
+  std::size_t sent = 0;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.v1 << ", " << c.varbind_num << " bindings");
+    snmp::CVarBindList list;
+    std::vector<std::string> expected =
+        c.v1 ? std::vector<std::string>{".1.3.6.1.4.1.59871.7", "10.20.30.40", "6", ".3", "123456"}
+             : v2c;
+    for (const auto& [oid, tag, value, arrived] : kEveryType) {
+      if (c.v1 && tag == snmp::kTagCounter64)
+        continue;
+      if (static_cast<std::size_t>(list.Count()) == c.listed)
+        break;
+      list.Add(oid, tag, value);
+      if (expected.size() < 5 + c.varbind_num)
+        expected.push_back(std::string(oid.begin(), oid.end()) + " = " + arrived);
+    }
+    Operation o(list, Port());
+    o.op.Form().version = c.v1 ? L"1" : L"2c";
+    if (!c.v1)
+      o.op.Form().sender_oid.clear();  // not looked at for a v2c trap
+    o.op.Form().varbind_num_text = std::to_wstring(c.varbind_num);
+    ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.sinks.lines);
+    const auto traps = TrapLines(++sent);
+    ASSERT_EQ(traps.size(), sent);
+    EXPECT_EQ(traps.back(), expected);
+    EXPECT_EQ(o.sinks.sent, (decltype(o.sinks.sent){{logs::kDirectionSent, L"sendTrap"}}));
+    EXPECT_EQ(o.op.Form().communities.front(), L"trapcom");
+    if (c.v1) {
+      EXPECT_EQ(o.op.Form().sender_oids.front(), L".1.3.6.1.4.1.59871.7");
+      EXPECT_EQ(static_cast<std::size_t>(list.Count()), c.listed);  // left as it is
+    } else {
+      EXPECT_EQ(list.Get(1)->Name()->Text(), L".1.3.6.1.2.1.1.3.0");
+      EXPECT_EQ(o.op.Form().sender_oids, app::History{});  // no OID was typed
+    }
+  }
+}
+
+// The list's own sysUpTime.0 and snmpTrapOID.0 stay where they stand; sysUpTime.0 takes the
+// time of sending.
+TEST_F(SendTrap, V2cTrapKeepsTheListsOwnFixedEntries) {
+  snmp::CVarBindList list;
+  list.Add(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
+  list.Add(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.3");
+  list.Add(L".1.3.6.1.2.1.2.2.1.1.2", snmp::kTagInteger32, L"2");
+  list.Add(L".1.3.6.1.2.1.2.2.1.1.3", snmp::kTagInteger32, L"3");
+  Operation o(list, Port());
+  o.op.Form().version = L"2c";
+  o.op.Form().varbind_num_text = L"3";
+  ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.sinks.lines);
+  const auto traps = TrapLines(1);
+  ASSERT_EQ(traps.size(), 1U);
+  EXPECT_EQ(
+      traps.back(),
+      (std::vector<std::string>{
+          ".", "0.0.0.0", "0", "0", "0", ".1.3.6.1.2.1.1.3.0 = Timeticks: (123456) 0:20:34.56",
+          kTrapOid + ".1.3.6.1.6.3.1.1.5.3", ".1.3.6.1.2.1.2.2.1.1.2 = INTEGER: 2"}));
+}
+
+TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNothing) {
+  using F = SendTrapForm;
+  using namespace pages;
+  const std::wstring too_many =
+      L"VarBind# ('3') greater than the no. of varbinds in the VarBind list ('2').";
+  const std::map<int, std::wstring> messages = {
+      {kFieldTrapHost, L"Please enter a valid IP/Host address."},
+      {kFieldTrapVersion, L"Please select an SNMP version."},
+      {kFieldTrapPort, L"Please enter an integer between 0 and 65535."},
+      {kFieldSenderIp, L"Please enter a valid sender IP address."},
+      {kFieldSenderOid, L"Please enter a valid sender OID."},
+      {kFieldTrapCommunity, L"Please enter a community name."},
+      {kFieldVarBindNum, L"Please enter an integer between 0 and 64."},
+      {kFieldTrapType, L"Please select a trap type."},
+      {kFieldSpecificType, L"Please enter an integer between 0 and 65535."}};
+  const std::wstring counter64 =
+      L"A version 1 trap cannot carry a Counter64 value. Use version 2c, or another type.";
+  // Each case also breaks a later field, which shows the order; -1: every check passes.
+  const struct {
+    std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
+    int field;
+    std::wstring message = {};  // empty: the field's own
+    bool counter64 = false;     // the second binding a Counter64
+  } cases[] = {
+      {{{&F::host, L""}, {&F::version, L""}}, kFieldTrapHost},
+      {{{&F::version, L""}, {&F::port_text, L"x"}}, kFieldTrapVersion},
+      {{{&F::port_text, L"65536"}, {&F::sender_ip, L""}}, kFieldTrapPort},
+      {{{&F::sender_ip, L"10.0.0"}, {&F::sender_oid, L""}}, kFieldSenderIp},
+      {{{&F::sender_oid, L"1.3."}, {&F::community, L""}}, kFieldSenderOid},
+      {{{&F::community, L""}, {&F::varbind_num_text, L"99"}}, kFieldTrapCommunity},
+      {{{&F::varbind_num_text, L"65"}, {&F::trap_type, L""}}, kFieldVarBindNum},
+      {{{&F::varbind_num_text, L"3"}, {&F::trap_type, L""}}, kFieldVarBindNum, too_many},
+      {{{&F::trap_type, L""}, {&F::specific_type_text, L"x"}}, kFieldTrapType},
+      {{{&F::specific_type_text, L"65536"}}, kFieldSpecificType},
+      {{{&F::specific_type_text, L"0"}}, -1},
+      {{{&F::varbind_num_text, L"2"}}, kFieldVarBindNum, counter64, true},
+      {{{&F::varbind_num_text, L"1"}}, -1, {}, true},  // only the bindings sent count
+      {{{&F::version, L"2c"}}, -1, {}, true},
+      // A v2c trap has no sender or trap type to check.
+      {{{&F::version, L"2c"}, {&F::sender_ip, L""}, {&F::sender_oid, L""}, {&F::trap_type, L""}},
+       -1},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.field);
+    snmp::CVarBindList list;
+    list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"1");
+    list.Add(L".1.3.6.1.2.1.2.2.1.1.2", c.counter64 ? snmp::kTagCounter64 : snmp::kTagInteger32,
+             L"2");
+    Operation o(list, Port());
+    for (const auto& [member, value] : c.changes)
+      o.op.Form().*member = value;
+    const TrapOutcome outcome = o.Send();
+    if (c.field < 0) {
+      EXPECT_EQ(outcome, TrapOutcome::kSent);
+      EXPECT_EQ(o.ui.shown, decltype(o.ui.shown){});
+      continue;
+    }
+    EXPECT_EQ(outcome, TrapOutcome::kRefused);
+    // The sender IP box alone has always come without the warning icon.
+    const auto icon =
+        c.field == kFieldSenderIp ? app::MessageIcon::kNone : app::MessageIcon::kWarning;
+    const std::wstring& message = c.message.empty() ? messages.at(c.field) : c.message;
+    EXPECT_EQ(o.ui.shown, (decltype(o.ui.shown){{message, icon, c.field}}));
+    EXPECT_EQ(o.sinks.sent.size(), 0U);
+    EXPECT_EQ(list.Count(), 2);
+  }
+}
+
+TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSkipsTheLaterChecks) {
+  std::size_t sent = 0;
+  for (const bool v2c : {false, true}) {
+    SCOPED_TRACE(v2c ? "2c" : "1");
+    snmp::CVarBindList list;
+    Operation o(list, Port());
+    SendTrapForm& f = o.op.Form();
+    f.version = v2c ? L"2c" : L"1";
+    EXPECT_TRUE(o.op.V1FieldsEnabled() != v2c);
+    f.use_default = true;
+    EXPECT_FALSE(o.op.V1FieldsEnabled());
+    o.op.SetSenderIpChoices({L"192.0.2.5", L"198.51.100.7"});
+    f.sender_oid.clear();  // never reported with "Use &default"
+    f.community.clear();
+    f.varbind_num_text = L"9";
+    f.trap_type.clear();
+    ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.ui.shown.size());
+    EXPECT_EQ(Fields(f),
+              (std::vector<std::wstring>{L"192.0.2.5", L".1.3.6.1.4.1.59871", L"getcom",
+                                         L"enterpriseSpecific", v2c ? L"2" : L"0", L"1"}));
+    const auto traps = TrapLines(++sent);
+    ASSERT_EQ(traps.size(), sent);
+    if (!v2c) {
+      EXPECT_EQ(std::vector<std::string>(traps.back().begin(), traps.back().begin() + 5),
+                (std::vector<std::string>{".1.3.6.1.4.1.59871", "192.0.2.5", "6", ".1", "123456"}));
+    }
+  }
+}
+
+TEST_F(SendTrap, DefaultSenderIpIsTheChosenAdapterElseTheFirstElseLoopback) {
+  const auto v4 = [](const wchar_t* name, const wchar_t* address) {
+    return net::MakeAdapterInfo(name, address, true, 0);
+  };
+  const std::vector<net::_adapterinfo> table{v4(L"eth0", L"192.0.2.5"),
+                                             v4(L"wlan0", L"198.51.100.7")};
+  EXPECT_EQ(pages::SenderIpChoices(table, {}),
+            (std::vector<std::wstring>{L"192.0.2.5", L"198.51.100.7"}));
+  EXPECT_EQ(pages::SenderIpChoices(table, table[1]),
+            (std::vector<std::wstring>{L"198.51.100.7", L"192.0.2.5"}));
+  EXPECT_EQ(pages::SenderIpChoices({}, {}), std::vector<std::wstring>{L"127.0.0.1"});
+
+  app::StartTime start;
+  start.utc = std::chrono::system_clock::now() - std::chrono::seconds(5);
+  const std::uint32_t now = pages::HundredthsSince(start);
+  EXPECT_GE(now, 500U);
+  EXPECT_LT(now, 1500U);
+}
+
+TEST_F(SendTrap, AFailedSendWritesItsReasonAndChangesNoHistoryNorTheList) {
+  snmp::CVarBindList list;
+  Operation o(list, Port());
+  o.op.Form().host = L"no.such.host";  // a dot: taken as an address, never looked up
+  o.op.Form().version = L"2c";
+  o.op.Form().varbind_num_text = L"0";
+  const app::History communities = o.op.Form().communities;
+  EXPECT_EQ(o.Send(), TrapOutcome::kFailed);
+  EXPECT_EQ(o.sinks.lines,
+            std::vector<std::wstring>{
+                L"Trap request failed. Reason: 'Unable to resolve IPv4 host 'no.such.host''."});
+  EXPECT_EQ(o.op.Form().communities, communities);
+  EXPECT_EQ(list.Count(), 0);
+}
+
+TEST_F(SendTrap, ListVarBindNumTrapTypeAndHistoriesSurviveARestart) {
+  sondara_test::TempFolder dir;
+  {
+    app::CSondaraUtilityApp first(dir / "sondara.ini", dir / "profile.ini");
+    Operation o(first.TrapVarBinds(), Port(), first.SendTrap());
+    o.op.Form().version = L"1";
+    first.TrapVarBinds().Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42");
+    first.TrapVarBinds().Add(L".1.3.6.1.2.1.1.5.0", snmp::kTagOctetString, L"panel 7");
+    o.op.Form().varbind_num_text = L"1";
+    o.op.Form().trap_type = L"linkUp";
+    o.op.Form().specific_type_text = L"12";
+    ASSERT_EQ(o.Send(), TrapOutcome::kSent);
+    o.op.StoreTo(first.SendTrap());
+    first.SavePageSettings();
+  }
+  app::CSondaraUtilityApp second(dir / "sondara.ini", dir / "profile.ini");
+  second.LoadPageSettings();
+  RecordingSinks sinks;
+  pages::CSendTrapOperation o(
+      second.SendTrap(), second.TrapVarBinds(), [] { return 0u; }, sinks, sinks);
+  const SendTrapForm& f = o.Form();
+  EXPECT_FALSE(f.use_default);
+  EXPECT_EQ(Fields(f), (std::vector<std::wstring>{L"10.20.30.40", L".1.3.6.1.4.1.59871.7",
+                                                  L"trapcom", L"linkUp", L"1", L"12"}));
+  EXPECT_EQ(f.communities, (app::History{L"getcom", L"setcomm", L"trapcom"}));  // shown reversed
+  EXPECT_EQ(second.TrapVarBinds().Count(), 2);
+}
+
+}  // namespace

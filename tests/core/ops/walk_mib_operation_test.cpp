@@ -1,0 +1,487 @@
+// The walk: checks, endings by version and agent, GetBulk with tooBig, stopping, the results
+// file, "&Get SysObjectID", and whole walks against a real snmpd compared with snmpwalk's.
+#include "ops/walk_mib_operation.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ops/results_file.h"
+#include "settings/sondara_utility_app.h"
+#include "snmp/oid.h"
+#include "support/ber_builder.h"
+#include "support/fake_agent.h"
+#include "support/hex_bytes.h"
+#include "support/recorders.h"
+#include "support/request_reader.h"
+#include "support/snmpd_process.h"
+#include "support/temp_folder.h"
+#include "util/text.h"
+
+namespace {
+
+using namespace testing_support;
+using pages::WalkStatus;
+
+// sysDescr.0 (1.3.6.1.2.1.1.1.0) and its neighbours 1.3.6.1.2.1.1.n.0.
+Bytes SystemOid(std::uint8_t n) {
+  return Cat({Hex("2b 06 01 02 01 01"), Bytes{n, 0x00}});
+}
+const Bytes kNull = Hex("05 00"), kEndOfMibView = Hex("82 00");
+
+using Mib = std::vector<std::pair<Bytes, Bytes>>;  // sorted names (OID content) and value TLVs
+Mib SystemMib(int objects) {
+  Mib mib;
+  for (int n = 1; n <= objects; ++n)
+    mib.emplace_back(SystemOid(static_cast<std::uint8_t>(n)), Int(static_cast<std::uint32_t>(n)));
+  return mib;
+}
+
+// Answers GetNext and GetBulk from `mib` as a v1 (noSuchName) or v2c (endOfMibView) agent; a
+// GetBulk above `too_big_above` repetitions (not 0) gets tooBig; answer `slow` waits 300 ms.
+FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1) {
+  return FakeAgent([mib, too_big_above, slow](const FakeAgent::Datagram& d, int n) {
+    const ReadRequest r = ReadRequestFields(d.bytes);
+    // std::ranges: g++ 12 at -O3 falsely warns about the memcmp that `<` on vectors becomes.
+    const auto after = [&](const Bytes& oid) {
+      return std::upper_bound(mib.begin(), mib.end(), oid, [](const Bytes& o, const auto& entry) {
+        return std::ranges::lexicographical_compare(o, entry.first);
+      });
+    };
+    std::uint32_t status = 0, index = 0;
+    Bytes binds;
+    if (r.pdu == 0xA1) {
+      const auto it = after(r.oid);
+      if (it != mib.end()) {
+        binds = VarBind(it->first, it->second);
+      } else if (r.version == 0) {
+        status = 2;
+        index = 1;
+        binds = VarBind(r.oid, kNull);
+      } else {
+        binds = VarBind(r.oid, kEndOfMibView);
+      }
+    } else if (too_big_above != 0 && r.third > too_big_above) {
+      status = 1;
+      binds = VarBind(r.oid, kNull);
+    } else {
+      Bytes last = r.oid;
+      for (std::uint32_t k = 0; k < r.third; ++k) {
+        const auto it = after(last);
+        if (it == mib.end()) {
+          binds = Cat({binds, VarBind(last, kEndOfMibView)});
+        } else {
+          binds = Cat({binds, VarBind(it->first, it->second)});
+          last = it->first;
+        }
+      }
+    }
+    return std::vector<FakeAgent::Reply>{
+        {Response(r.version, r.community, r.id, status, index, binds), n == slow ? 300 : 0}};
+  });
+}
+
+// Answers every request as `answer` says, from the parsed request; never without one.
+FakeAgent ScriptedAgent(std::function<Bytes(const ReadRequest&)> answer) {
+  return FakeAgent([answer](const FakeAgent::Datagram& d, int) {
+    if (!answer)
+      return std::vector<FakeAgent::Reply>{};
+    return std::vector<FakeAgent::Reply>{{answer(ReadRequestFields(d.bytes))}};
+  });
+}
+
+// Answers every request with `binds` (empty: the name asked for, Null) and `status`.
+FakeAgent Answering(Bytes binds, std::uint32_t status = 0) {
+  return ScriptedAgent([=](const ReadRequest& r) {
+    return Response(r.version, r.community, r.id, status, status != 0 ? 1 : 0,
+                    binds.empty() ? VarBind(r.oid, kNull) : binds);
+  });
+}
+
+struct Walk {
+  explicit Walk(std::uint16_t port, const std::wstring& version = L"2c")
+      : op(app::WalkMibSettings{}, sink) {
+    pages::WalkMibForm& f = op.Form();
+    f.host = L"127.0.0.1";
+    f.version = version;
+    f.port_text = std::to_wstring(port);
+    f.community = L"getcom";
+    f.start_oid = L".1.3.6.1";
+    options.udp.request_timeout_ms = 1000;
+    options.udp.retries = 1;
+  }
+  // Starts the walk and waits (bounded) until it has ended.
+  WalkStatus Run() {
+    if (!op.BeginWalk(options, ui))
+      return WalkStatus::kNone;
+    WaitEnded();
+    return op.FinalStatus();
+  }
+  void WaitEnded() {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
+    while (!op.WalkFinished() && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    op.EndWalk();
+  }
+  std::vector<std::wstring> Oids() const {
+    return op.Results().WithAll([](const std::vector<pages::COidInfo>& all) {
+      std::vector<std::wstring> oids;
+      for (const auto& info : all)
+        oids.push_back(info.oid);
+      return oids;
+    });
+  }
+  EventLines sink;
+  RecordingUi ui;
+  pages::WalkOptions options;
+  pages::CWalkMIBOperation op;
+};
+
+TEST(WalkMibOperation, ChecksRunInOrderAndRefuseBeforeAnythingIsSent) {
+  using F = pages::WalkMibForm;
+  const std::map<int, std::wstring> messages = {
+      {pages::kWalkFieldPort, L"Please enter an integer between 0 and 65535."},
+      {pages::kWalkFieldHost, L"Please enter a valid IP/Host address."},
+      {pages::kWalkFieldVersion, L"Please select an SNMP version."},
+      {pages::kWalkFieldCommunity, L"Please enter a community name."},
+      {pages::kWalkFieldStartOid, L"Please enter a valid Start OID."}};
+  // Each case also breaks a later field, which shows the order.
+  const struct {
+    std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
+    int field;
+  } cases[] = {
+      {{{&F::port_text, L"65536"}, {&F::host, L""}}, pages::kWalkFieldPort},
+      {{{&F::host, L""}, {&F::version, L""}}, pages::kWalkFieldHost},
+      {{{&F::version, L""}, {&F::community, L""}}, pages::kWalkFieldVersion},
+      {{{&F::community, L""}, {&F::start_oid, L""}}, pages::kWalkFieldCommunity},
+      {{{&F::start_oid, L"1.3."}}, pages::kWalkFieldStartOid},
+      {{{&F::start_oid, L"1"}}, pages::kWalkFieldStartOid},
+  };
+  FakeAgent agent = MibAgent(SystemMib(1));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "field " << c.field);
+    Walk w(agent.Port());
+    for (const auto& [member, value] : c.changes)
+      w.op.Form().*member = value;
+    EXPECT_FALSE(w.op.BeginWalk(w.options, w.ui));
+    EXPECT_EQ(w.ui.Said(), (decltype(w.ui.Said()){{messages.at(c.field), c.field}}));
+    // "&Get SysObjectID" is held to the same checks.
+    EXPECT_EQ(w.op.GetSysObjectId(w.options.udp, w.ui), pages::RequestOutcome::kRefused);
+    EXPECT_TRUE(w.sink.Lines().empty());
+  }
+  EXPECT_TRUE(agent.Received().empty());
+}
+
+TEST(WalkMibOperation, EndsByVersionAndAgent) {
+  using Lines = std::vector<std::wstring>;
+  const std::wstring complete = L"walkMIB complete. No. of OIDs found: '2'.";
+  const auto two = [] { return MibAgent(SystemMib(2)); };
+  const auto gen_err = [] { return Answering({}, 5); };
+  // Answers sysDescr.0 to everything: the second answer repeats the first.
+  const auto repeats = [] { return Answering(VarBind(SystemOid(1), Int(7))); };
+  // A GetBulk answer whose second binding goes back.
+  const auto goes_back = [] {
+    return Answering(Cat({VarBind(SystemOid(3), Int(3)), VarBind(SystemOid(1), Int(1))}));
+  };
+  const auto silent = [] { return ScriptedAgent(nullptr); };
+  const auto not_following = [](const wchar_t* asked) {
+    return L"GetNext request failed for OID '" + std::wstring(asked) +
+           L"'. Reason: 'The agent answered with OID '.1.3.6.1.2.1.1.1.0', which does not "
+           L"follow the OID asked for'.";
+  };
+  const std::wstring failed0 = L"walkMIB failed. No. of OIDs found: '0'.",
+                     failed1 = L"walkMIB failed. No. of OIDs found: '1'.";
+  const std::wstring gen_err_line =
+      L"GetNext request failed for OID '.1.3.6.1'. Error Code:5, Error Index:1. ('General "
+      L"error').";
+  const std::wstring timeout_line =
+      L"GetNext request failed for OID '.1.3.6.1'. Reason: 'Timed out while waiting for "
+      L"response from remote host'.";
+  const std::wstring repeated_line = not_following(L".1.3.6.1.2.1.1.1.0"),
+                     back_line = not_following(L".1.3.6.1.2.1.1.3.0");
+  using S = WalkStatus;
+  const struct {
+    const char* what;
+    std::function<FakeAgent()> agent;
+    std::wstring version;
+    int bulk;
+    WalkStatus status;
+    Lines lines;  // after "walkMIB started."
+  } cases[] = {
+      {"v2c to endOfMibView", two, L"2c", 0, S::kComplete, {complete}},
+      {"v1 to noSuchName", two, L"1", 0, S::kComplete, {complete}},
+      {"GetBulk is v2c only", two, L"1", 50, S::kComplete, {complete}},
+      {"v1 genErr", gen_err, L"1", 0, S::kFailed, {gen_err_line, failed0}},
+      {"an OID repeated", repeats, L"2c", 0, S::kFailed, {repeated_line, failed1}},
+      {"a GetBulk answer going back", goes_back, L"2c", 10, S::kFailed, {back_line, failed1}},
+      {"silence", silent, L"2c", 0, S::kFailed, {timeout_line, failed0}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    FakeAgent agent = c.agent();
+    Walk w(agent.Port(), c.version);
+    w.options.bulk_repetitions = c.bulk;
+    w.options.udp.request_timeout_ms = 150;
+    EXPECT_EQ(w.Run(), c.status);
+    Lines lines = {L"walkMIB started."};
+    lines.insert(lines.end(), c.lines.begin(), c.lines.end());
+    EXPECT_EQ(w.sink.Lines(), lines);
+    EXPECT_EQ(w.op.FinalStatusLine(), c.lines.back());  // it counts what the list holds
+  }
+}
+
+TEST(WalkMibOperation, GetBulkHalvesOnTooBigAndWalksOnFromTheLastBinding) {
+  FakeAgent agent = MibAgent(SystemMib(12), 4);
+  Walk w(agent.Port());
+  w.options.bulk_repetitions = 50;
+  ASSERT_EQ(w.Run(), WalkStatus::kComplete);
+  std::vector<std::wstring> expected;
+  for (int n = 1; n <= 12; ++n)
+    expected.push_back(L".1.3.6.1.2.1.1." + std::to_wstring(n) + L".0");
+  EXPECT_EQ(w.Oids(), expected);
+  std::vector<std::uint32_t> repetitions, ids;
+  std::vector<Bytes> names;
+  for (const auto& d : agent.Received()) {
+    const ReadRequest r = ReadRequestFields(d.bytes);
+    EXPECT_EQ(std::tuple(r.pdu, r.second), std::tuple(std::uint8_t{0xA5}, 0u));  // non-repeaters
+    repetitions.push_back(r.third);
+    ids.push_back(r.id);
+    names.push_back(r.oid);
+  }
+  EXPECT_EQ(repetitions, (std::vector<std::uint32_t>{50, 25, 12, 6, 3, 3, 3, 3, 3}));
+  for (const auto& d : agent.Received())  // one socket for the whole walk
+    EXPECT_EQ(std::memcmp(&d.from, &agent.Received().front().from, sizeof(sockaddr_in)), 0);
+  EXPECT_EQ(ids, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(names.back(), SystemOid(12));  // asks on from the last name it got
+}
+
+TEST(WalkMibOperation, StopIsNoticedAtTheTenthObjectOrDuringARetry) {
+  {
+    // The fourth answer waits, long enough for "St&op" to be pressed after 3 objects.
+    FakeAgent agent = MibAgent(SystemMib(25), 0, 3);
+    Walk w(agent.Port());
+    ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
+    ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= 4; }));
+    ASSERT_EQ(agent.Received().size(), 4U);
+    w.op.StopWalk();
+    w.WaitEnded();
+    EXPECT_EQ(w.op.FinalStatus(), WalkStatus::kStopped);
+    EXPECT_EQ(w.op.Results().Count(), 10U);
+    EXPECT_EQ(agent.Received().size(), 10U);
+    EXPECT_EQ(w.sink.Lines().back(), L"walkMIB stopped. No. of OIDs found: '10'.");
+  }
+  {
+    FakeAgent silent = ScriptedAgent(nullptr);
+    Walk w(silent.Port());
+    w.options.udp.request_timeout_ms = 2000;  // the stop comes well within the first try
+    w.options.udp.retries = 5;
+    ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
+    WaitUntil([&] { return !silent.Received().empty(); });
+    w.op.StopWalk();
+    w.WaitEnded();
+    EXPECT_EQ(w.op.FinalStatus(), WalkStatus::kStopped);
+    EXPECT_EQ(w.sink.Lines(),
+              (std::vector<std::wstring>{L"walkMIB started.",
+                                         L"walkMIB stopped. No. of OIDs found: '0'."}));
+    EXPECT_LT(silent.Received().size(), 3U);  // not all six tries
+  }
+}
+
+// Stop at every step, up to the last answer where it races completion; no stop leaks onward.
+TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
+  FakeAgent agent = MibAgent(SystemMib(25));
+  Walk w(agent.Port());
+  std::size_t asked = 0;  // requests of the walks before
+  for (std::size_t step = 1; step <= 26; ++step) {
+    SCOPED_TRACE(step);
+    ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
+    for (int i = 0; i < 5000 && agent.Received().size() < asked + step; ++i)  // 26: the last
+      std::this_thread::sleep_for(std::chrono::microseconds(100));
+    w.op.StopWalk();
+    ASSERT_TRUE(w.op.WalkFinished());
+    w.op.EndWalk();
+    const std::size_t found = w.op.Results().Count();
+    if (w.op.FinalStatus() == WalkStatus::kStopped) {
+      EXPECT_TRUE(found == 10 || found == 20) << found;  // noticed at every tenth object
+      EXPECT_GE(found + 1, step);
+    } else {
+      EXPECT_EQ(w.op.FinalStatus(), WalkStatus::kComplete);
+      EXPECT_EQ(found, 25U);
+    }
+    EXPECT_EQ(w.sink.Lines().back(), w.op.FinalStatusLine());
+    asked = agent.Received().size();
+  }
+}
+
+// sondara-cli's walk prints each object as it comes: the operation then keeps none of them.
+TEST(WalkMibOperation, AWalkThatHandsOutItsObjectsKeepsNone) {
+  FakeAgent agent = MibAgent(SystemMib(25));
+  Walk w(agent.Port());
+  tvkutil::CEvent stop(true);
+  std::vector<std::wstring> seen;
+  ASSERT_TRUE(w.op.RunWalk(w.options, w.ui, stop,
+                           [&seen](const pages::COidInfo& info, const snmp::CVarBind& bind) {
+                             seen.push_back(info.oid + L" " + bind.Name()->Text());
+                           }));
+  ASSERT_EQ(seen.size(), 25U);
+  EXPECT_EQ(seen[24], L".1.3.6.1.2.1.1.25.0 .1.3.6.1.2.1.1.25.0");
+  EXPECT_EQ(w.op.Results().Count(), 0U);
+  EXPECT_EQ(w.sink.Lines().back(), L"walkMIB complete. No. of OIDs found: '25'.");
+}
+
+// RFC 4180 quoting, and no cell a spreadsheet would run as a formula; numbers stay numbers.
+// Python's csv module, not ours, reads the file back.
+TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
+  FakeAgent agent = MibAgent({{SystemOid(1), Str("line one\ntwo")},
+                              {SystemOid(2), Hex("43 01 2a")},
+                              {SystemOid(3), Str("a\",=1+1,\"b")},
+                              {SystemOid(4), Str("=HYPERLINK(\"http://x\",\"y\")")},
+                              {SystemOid(5), Hex("02 01 fb")},
+                              {SystemOid(6), Str("-12.5")},
+                              {SystemOid(7), Str("+1+2")},
+                              {SystemOid(8), Str("@SUM(A1)\r")}});
+  Walk w(agent.Port());
+  ASSERT_EQ(w.Run(), WalkStatus::kComplete);
+  sondara_test::TempFolder dir;
+  ASSERT_EQ(pages::WriteResultsFile(dir / "walk.csv", w.op.ResultsFileText()), std::error_code());
+  EXPECT_EQ(sondara_test::ReadFile(dir / "walk.csv"),
+            "Sondara Utility V" + tvkutil::ToUtf8(app::CSondaraUtilityApp::VersionText()) +
+                " - Tarvik Technologies\n"
+                "walkMIB started.\n"
+                "::::::::::::::::::::::::::::::\n"
+                "OID,DataType,Value\n"
+                ".1.3.6.1.2.1.1.1.0,Octet String,\"line one\ntwo\",\n"
+                ".1.3.6.1.2.1.1.2.0,Timeticks,\"42\",\n"
+                ".1.3.6.1.2.1.1.3.0,Octet String,\"a\"\",=1+1,\"\"b\",\n"
+                ".1.3.6.1.2.1.1.4.0,Octet String,\"'=HYPERLINK(\"\"http://x\"\",\"\"y\"\")\",\n"
+                ".1.3.6.1.2.1.1.5.0,Integer32,\"-5\",\n"
+                ".1.3.6.1.2.1.1.6.0,Octet String,\"-12.5\",\n"
+                ".1.3.6.1.2.1.1.7.0,Octet String,\"'+1+2\",\n"
+                ".1.3.6.1.2.1.1.8.0,Octet String,\"'@SUM(A1)\r\",\n"
+                "::::::::::::::::::::::::::::::\n"
+                "walkMIB complete. No. of OIDs found: '8'.");
+  const std::string cmd =
+      "python3 -c 'import csv, sys\n"
+      "for row in list(csv.reader(open(sys.argv[1], newline=\"\")))[4:-2]:\n"
+      "    print(len(row), repr(row[2]))' " +
+      (dir / "walk.csv");
+  FILE* out = ::popen(cmd.c_str(), "r");
+  ASSERT_NE(out, nullptr);
+  std::string read;
+  char buf[4096];
+  for (std::size_t n; (n = std::fread(buf, 1, sizeof buf, out)) > 0;)
+    read.append(buf, n);
+  EXPECT_EQ(::pclose(out), 0);
+  EXPECT_EQ(read,
+            "4 'line one\\ntwo'\n4 '42'\n4 'a\",=1+1,\"b'\n4 '\\'=HYPERLINK(\"http://x\",\"y\")'\n"
+            "4 '-5'\n4 '-12.5'\n4 \"'+1+2\"\n4 \"'@SUM(A1)\\r\"\n");
+}
+
+TEST(WalkMibOperation, CommunityJoinsTheHistoryWhenTheWalkEndsAndIsStoredFirst) {
+  FakeAgent agent = MibAgent(SystemMib(1));
+  Walk w(agent.Port());  // stored "getcom", "setcomm": shown reversed
+  pages::WalkMibForm& f = w.op.Form();
+  EXPECT_EQ(f.communities, (app::History{L"setcomm", L"getcom"}));
+  for (const wchar_t* community : {L"public", L"PUBLIC", L"GetCom"}) {
+    f.community = community;
+    w.Run();
+  }
+  EXPECT_EQ(f.communities, (app::History{L"public", L"setcomm", L"getcom"}));
+  f.port_text = L"65697";
+  app::WalkMibSettings stored;
+  w.op.StoreTo(stored);
+  EXPECT_EQ(stored.communities, (app::History{L"getcom", L"public", L"setcomm"}));
+  EXPECT_EQ(std::tuple(stored.host, stored.port), std::tuple(std::wstring(L"127.0.0.1"), 161));
+}
+
+TEST(WalkMibOperation, SysObjectIdFillsTheStartOidOrLogsWhyNot) {
+  FakeAgent agent = Answering(
+      VarBind(Hex("2b 06 01 02 01 01 02 00"), Tlv(0x06, Hex("2b 06 01 04 01 83 d3 5f 01"))));
+  Walk w(agent.Port());
+  EXPECT_EQ(w.op.GetSysObjectId(w.options.udp, w.ui), pages::RequestOutcome::kDone);
+  EXPECT_EQ(w.op.Form().start_oid, L".1.3.6.1.4.1.59871.1");
+  const ReadRequest sent = ReadRequestFields(agent.Received().at(0).bytes);
+  EXPECT_EQ(std::tuple(sent.pdu, sent.oid),
+            std::tuple(std::uint8_t{0xA0}, Hex("2b 06 01 02 01 01 02 00")));
+
+  FakeAgent silent = ScriptedAgent(nullptr);
+  w.op.Form().port_text = std::to_wstring(silent.Port());
+  w.options.udp.request_timeout_ms = 100;
+  EXPECT_EQ(w.op.GetSysObjectId(w.options.udp, w.ui), pages::RequestOutcome::kFailed);
+  EXPECT_EQ(w.sink.Lines(), (std::vector<std::wstring>{
+                                L"Get request failed for OID '.1.3.6.1.2.1.1.2.0' "
+                                L"(RFC1213::SysObjectID). Reason: 'Timed out while waiting for "
+                                L"response from remote host'."}));
+  EXPECT_EQ(w.op.Form().start_oid, L".1.3.6.1.4.1.59871.1");
+}
+
+// The OIDs snmpwalk lists (numeric), without its end-of-view line and continuation lines.
+std::vector<std::wstring> SnmpwalkOids(std::uint16_t port, const char* version) {
+  const std::string cmd = std::string("snmpwalk -v") + version +
+                          " -On -c getcom 127.0.0.1:" + std::to_string(port) +
+                          " .1.3.6.1 2>/dev/null";
+  std::vector<std::wstring> oids;
+  FILE* out = ::popen(cmd.c_str(), "r");
+  if (out == nullptr)
+    return oids;
+  char line[8192];
+  while (std::fgets(line, sizeof line, out) != nullptr) {
+    const std::string text(line);
+    const std::size_t eq = text.find(" = ");
+    if (text.rfind(".1.", 0) == 0 && eq != std::string::npos &&
+        text.find("No more variables left") == std::string::npos)
+      oids.push_back(tvkutil::FromUtf8Lenient(text.substr(0, eq)));
+  }
+  ::pclose(out);
+  return oids;
+}
+
+std::vector<std::wstring> StableSubtree(const std::vector<std::wstring>& oids) {
+  std::vector<std::wstring> stable;
+  std::copy_if(oids.begin(), oids.end(), std::back_inserter(stable), [](const std::wstring& o) {
+    return o.rfind(L".1.3.6.1.2.1.1.", 0) == 0 || o.rfind(L".1.3.6.1.2.1.2.", 0) == 0;
+  });
+  return stable;
+}
+
+TEST(WalkMibOperation, AgainstSnmpdGetNextAndGetBulkListWhatSnmpwalkLists) {
+  SnmpdProcess snmpd;
+  const std::string error = snmpd.Start();
+  ASSERT_TRUE(error.empty()) << error;
+  const std::vector<std::wstring> expected = SnmpwalkOids(snmpd.Port(), "2c");
+  ASSERT_GT(expected.size(), 500U);
+  // Processes come and go between two walks; the system and interfaces groups stay.
+  const auto check = [&](const Walk& w, WalkStatus status) {
+    ASSERT_EQ(w.op.FinalStatus(), status);
+    const std::vector<std::wstring> got = w.Oids();
+    EXPECT_EQ(StableSubtree(got), StableSubtree(expected));
+    EXPECT_NEAR(static_cast<double>(got.size()), static_cast<double>(expected.size()),
+                expected.size() * 0.03);
+    EXPECT_TRUE(std::is_sorted(got.begin(), got.end(), [](const auto& a, const auto& b) {
+      return snmp::COid(a).Arcs() < snmp::COid(b).Arcs();
+    }));
+    EXPECT_EQ(w.sink.Lines().back(), w.op.FinalStatusLine());
+  };
+  for (int bulk : {0, 50}) {
+    SCOPED_TRACE(testing::Message() << "bulk " << bulk);
+    Walk w(snmpd.Port());
+    w.options.bulk_repetitions = bulk;
+    w.Run();
+    check(w, WalkStatus::kComplete);
+  }
+  // Version 1 ends at noSuchName; it starts near the end of the view to stay short.
+  Walk v1(snmpd.Port(), L"1");
+  v1.op.Form().start_oid = L".1.3.6.1.6.3.16";
+  EXPECT_EQ(v1.Run(), WalkStatus::kComplete);
+  EXPECT_GT(v1.op.Results().Count(), 0U);
+  EXPECT_EQ(v1.Oids().back(), expected.back());
+}
+
+}  // namespace

@@ -1,0 +1,225 @@
+// The log panes: lines from another thread, the row cap, Reset and Save from the menu, and the
+// decoded view of a selected message.
+#include <QAbstractItemModelTester>
+#include <QDir>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QTableView>
+#include <QTest>
+#include <QTreeWidget>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "logs/log_entry_points.h"
+#include "settings/sondara_utility_app.h"
+#include "support/hex_bytes.h"
+#include "support/small_filesystem.h"
+#include "support/temp_folder.h"
+#include "ui/logs/decoded_message_view.h"
+#include "ui/logs/event_log_view.h"
+#include "ui/logs/transaction_log_view.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/device_discovery_page.h"
+#include "ui/pages/walk_mib_page.h"
+#include "ui/save_file_dialog.h"
+#include "util/string_table.h"
+
+namespace {
+
+using logs::CLogTableView;
+
+QVariant Cell(const CLogTableView& v, int row, int column, int role = Qt::DisplayRole) {
+  const QAbstractItemModel* m = v.Table()->model();
+  return m->data(m->index(row, column), role);
+}
+
+class LogViewsTest : public QObject {
+  Q_OBJECT
+
+  sondara_test::TempFolder dir_;
+  std::unique_ptr<app::CSondaraUtilityApp> app_;
+
+ private slots:
+  void initTestCase() {
+    // The data folder of the run is fixed at first use; point it at a folder of our own.
+    ::setenv("SONDARA_HOME", dir_.Path().c_str(), 1);
+    app_ = std::make_unique<app::CSondaraUtilityApp>(dir_ / "sondara.ini", dir_ / "profile.ini");
+  }
+
+  void LinesFromAnotherThreadAppear() {
+    logs::CTransactionLogView transactions(*app_);
+    logs::CEventLogView events(*app_);
+    std::thread([] {
+      logs::LogEvent(tvkutil::ids::kDiscoveryStarted);
+      const std::vector<std::uint8_t> message(200, 0xab);  // rows of 86, 86 and 28 bytes
+      logs::LogTransaction(logs::kDirectionSent, L"Get", message.data(), message.size(), 0);
+    }).join();
+    QTRY_COMPARE_WITH_TIMEOUT(events.Table()->model()->rowCount(), 1, 1000);
+    QTRY_COMPARE_WITH_TIMEOUT(transactions.Table()->model()->rowCount(), 3, 1000);
+    QCOMPARE(Cell(events, 0, 2).toString(), QStringLiteral("Device discovery started."));
+    QCOMPARE(Cell(transactions, 0, 2).toString(), QStringLiteral("[Get]TX:"));
+    QCOMPARE(Cell(transactions, 2, 2).toString(), QString());  // continuation rows: bytes only
+    QCOMPARE(Cell(transactions, 2, 3).toString(), QString("ab ").repeated(28));
+    QCOMPARE(Cell(transactions, 1, 3, Qt::ForegroundRole).value<QColor>(), QColor(Qt::white));
+    QCOMPARE(Cell(transactions, 1, 3, Qt::BackgroundRole).value<QColor>(), QColor(Qt::black));
+  }
+
+  void CapResetAndSave() {
+    logs::CEventLogView p(*app_);
+    QAbstractItemModelTester tester(p.Table()->model(),
+                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
+    // Past the 1024-row cap the oldest rows leave the model at the top.
+    for (int n = 1; n <= 1025; ++n) {
+      p.AddEvent(L"line " + std::to_wstring(n));
+      if (n >= 1024)
+        p.Tick();
+    }
+    QCOMPARE(p.Table()->model()->rowCount(), 1024);
+    QCOMPARE(Cell(p, 0, 2).toString(), QStringLiteral("line 2"));
+
+    const auto menu = p.BuildContextMenu();
+    QCOMPARE(menu->actions().size(), 2);
+    QCOMPARE(menu->actions()[0]->text(), QStringLiteral("&Reset"));
+    QCOMPARE(menu->actions()[1]->text(), QStringLiteral("&Save"));
+    QString chosen = QString::fromStdString(dir_ / "saved.txt");
+    app::SetSaveDialog(
+        [&](QWidget*, const QString&, const QString&, const QString&) { return chosen; });
+    QStringList messages;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { messages << text; });
+    menu->actions()[1]->trigger();
+    QCOMPARE(sondara_test::ReadFile(chosen.toStdString()), p.Log().SavedFileBytes());
+    chosen = QString::fromStdString(dir_ / "missing/saved.txt");
+    p.SaveWithDialog();
+    QCOMPARE(messages, QStringList{"Unable to save results to file " + chosen +
+                                   ".\nNo such file or directory"});
+    app::SetSaveDialog({});
+    app::SetMessageBoxHook({});
+
+    p.AddEvent(L"line 2000");  // pending through the reset, shown at the next tick
+    menu->actions()[0]->trigger();
+    QCOMPARE(p.Table()->model()->rowCount(), 0);
+    p.Tick();
+    QCOMPARE(Cell(p, 0, 2).toString(), QStringLiteral("line 2000"));
+  }
+
+  void SelectedRowShowsItsMessageDecodedAndTheKeptDatagramsExport() {
+    logs::CTransactionLogView view(*app_);
+    view.resize(900, 600);
+    view.show();
+    logs::CDecodedMessageView* decoded = view.DecodedView();
+    QVERIFY(decoded->isHidden());  // until a row is selected
+    const auto get = testing_support::Hex(
+        "30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06"
+        "08 2b 06 01 02 01 01 01 00 05 00");
+    logs::LogDatagram(logs::kDirectionSent, L"Get", get, {});
+    auto broken = get;
+    broken.insert(broken.end(), {0, 0, 0});
+    logs::LogDatagram(logs::kDirectionReceived, L"Get", broken, {});
+    view.Tick();
+    QCOMPARE(view.Table()->model()->rowCount(), 2);
+
+    auto click_row = [&](int row) {
+      const QModelIndex cell = view.Table()->model()->index(row, 3);
+      QTest::mouseClick(view.Table()->viewport(), Qt::LeftButton, {},
+                        view.Table()->visualRect(cell).center());
+    };
+    click_row(0);
+    QVERIFY(decoded->isVisible());
+    QTreeWidget* tree = decoded->Tree();
+    const auto found = tree->findItems("community", Qt::MatchExactly | Qt::MatchRecursive);
+    QCOMPARE(found.size(), 1);
+    QTreeWidgetItem* community = found.front();
+    // Value, type, offset, tag and length, under the message.
+    QCOMPARE((QStringList{community->text(1), community->text(2), community->text(3),
+                          community->text(4), community->text(5), community->parent()->text(0)}),
+             (QStringList{"getcom", "OCTET STRING", "5", "0x04", "6", "message"}));
+    tree->scrollToItem(community);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {},
+                      tree->visualItemRect(community).center());
+    QCOMPARE(decoded->Highlighted(), (std::pair<std::uint32_t, std::uint32_t>(5, 8)));
+    QStringList marked;
+    for (const auto& mark : decoded->Bytes()->extraSelections())
+      marked << mark.cursor.selectedText();
+    QCOMPARE(marked, (QStringList{"04 06 67  65 74 63 6f 6d", "..getcom"}));
+
+    click_row(1);  // a message that does not decode: its damage node is selected
+    QCOMPARE(tree->currentItem()->text(0),
+             "Error at offset 40: 3 bytes after the end of the message");
+    QCOMPARE(decoded->Highlighted(), (std::pair<std::uint32_t, std::uint32_t>(40, 3)));
+
+    view.SetDecodedPaneEnabled(false);
+    QVERIFY(decoded->isHidden());
+    view.SetDecodedPaneEnabled(true);
+    QVERIFY(decoded->isVisible());
+
+    auto menu = view.BuildContextMenu();
+    QAction* exported = menu->findChild<QAction*>("exportPcapng");
+    QVERIFY(exported != nullptr && exported->isEnabled());
+    QCOMPARE(exported->text(), QString::fromWCharArray(L"Export as &pcapng\u2026"));
+    const QString chosen = QString::fromStdString(dir_ / "log.pcapng");
+    app::SetSaveDialog([&](QWidget*, const QString&, const QString& filter, const QString& suffix) {
+      return filter == "pcapng Files (*.pcapng)" && suffix == "pcapng" ? chosen : QString();
+    });
+    exported->trigger();
+    app::SetSaveDialog({});
+    const std::string file = sondara_test::ReadFile(chosen.toStdString());
+    QCOMPARE(file.substr(0, 4), std::string("\x0A\x0D\x0D\x0A"));
+    QVERIFY(file.find(std::string(broken.begin(), broken.end())) != std::string::npos);
+
+    menu->findChild<QAction*>("reset")->trigger();
+    QVERIFY(decoded->isHidden());
+    QVERIFY(view.BuildContextMenu()->isEmpty());  // nothing shown, nothing kept
+  }
+
+  // Every save of the window into a full disk: the old file stays byte for byte, nothing else
+  // is left beside it, and the message says why.
+  void SavesIntoAFullDiskKeepTheOldFileAndSayWhy() {
+    testing_support::SmallFileSystem fs;
+    if (!fs.Why().empty())
+      QSKIP(fs.Why().c_str());
+    logs::CEventLogView events(*app_);
+    events.AddEvent(L"an event");
+    events.Tick();
+    logs::CTransactionLogView transactions(*app_);
+    logs::LogDatagram(logs::kDirectionSent, L"Get", std::vector<std::uint8_t>(100, 0x30), {});
+    pages::CWalkMIBPropertyPage walk(*app_);
+    pages::CDeviceDiscoveryPropertyPage discovery(*app_);
+    const struct {
+      const char* file;
+      std::function<void()> save;
+    } saves[] = {
+        {"events.txt", [&] { QVERIFY(!events.SaveTo(QString::fromStdString(fs / "events.txt"))); }},
+        {"log.pcapng",
+         [&] { QVERIFY(!transactions.ExportTo(QString::fromStdString(fs / "log.pcapng"))); }},
+        {"walk.csv", [&] { walk.OnSaveResults(); }},
+        {"devices.csv", [&] { discovery.OnSaveResults(); }},
+    };
+    for (const auto& s : saves)
+      sondara_test::WriteFile(fs / s.file, std::string("old ") + s.file);
+    fs.Fill();
+    QStringList messages;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { messages << text; });
+    for (const auto& s : saves) {
+      const QString path = QString::fromStdString(fs / s.file);
+      app::SetSaveDialog(
+          [&](QWidget*, const QString&, const QString&, const QString&) { return path; });
+      messages.clear();
+      s.save();
+      QCOMPARE(messages, QStringList{"Unable to save results to file " + path +
+                                     ".\nNo space left on device"});
+      QCOMPARE(sondara_test::ReadFile(fs / s.file), std::string("old ") + s.file);
+    }
+    app::SetSaveDialog({});
+    app::SetMessageBoxHook({});
+    QCOMPARE(QDir(QString::fromStdString(fs / "")).entryList(QDir::Files).size(),
+             std::size(saves) + 1);  // and the filler
+  }
+};
+
+}  // namespace
+
+QTEST_MAIN(LogViewsTest)
+#include "log_views_test.moc"

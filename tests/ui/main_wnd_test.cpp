@@ -1,0 +1,460 @@
+// The main window and its Options dialog as a user meets them. View menu switches and rules,
+// paste, and the placement surviving a restart. From the keyboard, on every page: no Alt+letter
+// is taken twice among what can be reached at once (the menu titles, the tabs, the ping toolbar
+// and the page) unless Qt moves the focus round all of them on repeated presses; a tab's letter
+// switches pages without losing what was typed; Alt+T opens the Tools menu; Enter starts a
+// field's command; Ctrl+Q quits.
+// Options: fields found by their captions, the range checks of OK, OK and Cancel.
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+#include <QToolButton>
+#include <map>
+#include <memory>
+
+#include "net/adapter_table.h"
+#include "settings/sondara_utility_app.h"
+#include "support/temp_folder.h"
+#include "ui/logs/event_log_view.h"
+#include "ui/logs/transaction_log_view.h"
+#include "ui/main_wnd.h"
+#include "ui/message_box_dialog.h"
+#include "ui/numeric_edit.h"
+#include "ui/options_dialog.h"
+#include "ui/pages/ping_view.h"
+#include "ui/property_sheet_view.h"
+
+namespace {
+
+struct Stores {
+  sondara_test::TempFolder dir;
+  app::CSondaraUtilityApp app{dir / "sondara.ini", dir / "profile.ini"};
+};
+
+// The tabs by their pages' captions (a tab drops its underline while the shown page uses it).
+QStringList TabTexts(const app::CMainWnd& w) {
+  QStringList texts;
+  for (int i = 0; i < w.PropertySheetView()->Sheet()->count(); ++i)
+    texts << static_cast<app::CPropertyPage*>(w.PropertySheetView()->Sheet()->widget(i))->Caption();
+  return texts;
+}
+
+class MainWndTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void PagesTurnOffAndOn() {
+    Stores s;
+    app::CMainWnd w(s.app);
+    QCOMPARE(TabTexts(w), (QStringList{"&Device Discovery", "&Get/Set", "&sendTrap", "&walkMIB"}));
+    for (const char* name : {"viewDeviceDiscovery", "viewGetSet", "viewSendTrap", "viewWalkMib"})
+      w.Action(name)->trigger();
+    QCOMPARE(TabTexts(w), QStringList{"&No Functionality"});
+    QCOMPARE(w.PropertySheetView()->Sheet()->currentWidget()->findChild<QLabel*>()->text(),
+             "You have deselected all the pages!");
+
+    w.Action("viewSendTrap")->trigger();
+    w.Action("viewGetSet")->trigger();  // appended and activated, not put back in its old place
+    QCOMPARE(TabTexts(w), (QStringList{"&sendTrap", "&Get/Set"}));
+    QCOMPARE(w.PropertySheetView()->Sheet()->currentIndex(), 1);
+    w.UpdateCommandStates();
+    QVERIFY(w.Action("viewGetSet")->isChecked());
+    QVERIFY(!w.Action("viewWalkMib")->isChecked());
+    QVERIFY(w.Action("viewDecodedMessage")->isChecked());
+    w.Action("viewDecodedMessage")->trigger();
+    QVERIFY(!w.TransactionView()->DecodedPaneEnabled() &&
+            !w.Action("viewDecodedMessage")->isChecked());
+  }
+
+  void MenuRulesWithoutIcmp() {
+    Stores s;
+    sondara_test::WriteFile(s.dir / "profile.ini",
+                            "[FunctionalityEnable Settings]\nEnableGetSet=0\nEnableSendTrap=0\n"
+                            "EnableWalkMIB=0\n");
+    s.app.SetIcmpAvailable(false);
+    app::CMainWnd w(s.app);
+    w.UpdateCommandStates();
+    // Greyed and unchecked whatever their flags say; nothing that can work is on: no snapshot.
+    for (const char* name : {"viewPingToolbar", "viewDeviceDiscovery", "saveSnapshot"})
+      QVERIFY(!w.Action(name)->isEnabled() && !w.Action(name)->isChecked());
+    QVERIFY(w.PingView()->isHidden());
+    QCOMPARE(TabTexts(w), QStringList{"&Device Discovery"});  // it tells why it cannot work
+    w.Action("viewWalkMib")->trigger();
+    QVERIFY(w.Action("saveSnapshot")->isEnabled());
+    const QAbstractItemModel* events = w.EventView()->Table()->model();
+    QTRY_COMPARE(events->rowCount(), 1);
+    QCOMPARE(events->index(0, 2).data().toString(),
+             "Unable to open an ICMP socket. Ping/Device discovery functionality will not be "
+             "available.");
+  }
+
+  // A settings file that is not text: one line says so (that the file is kept through a run
+  // is the program exit test's).
+  void SettingsFileThatIsNotTextIsTold() {
+    Stores s;
+    sondara_test::WriteFile(s.dir / "sondara.ini", "[walkMIB]\nIPHost=M\xFCller\n");
+    s.app.LoadPageSettings();
+    app::CMainWnd w(s.app);
+    const QAbstractItemModel* events = w.EventView()->Table()->model();
+    QTRY_COMPARE(events->rowCount(), 1);
+    QCOMPARE(events->index(0, 2).data().toString(),
+             QString::fromStdString("The settings file '" + s.dir / "sondara.ini" +
+                                    "' is not text (neither UTF-8 nor UTF-16). It is left as it "
+                                    "is and not written by this run; the pages start with their "
+                                    "defaults."));
+  }
+
+  // Edit > Paste must reach the numeric edit's own filtering paste, not QLineEdit's.
+  void EditPasteIntoANumericEditIsFiltered() {
+    Stores s;
+    app::CMainWnd w(s.app);
+    w.show();
+    QApplication::setActiveWindow(&w);
+    QVERIFY(QTest::qWaitForWindowActive(&w));
+    auto* port = w.findChild<tvkutil::CNumericEdit*>("getSetPort");
+    port->clear();
+    port->setFocus();
+    QGuiApplication::clipboard()->setText("12a3");
+    w.UpdateCommandStates();
+    w.Action("paste")->trigger();
+    QCOMPARE(port->text(), "123");
+  }
+
+  void PlacementAndSwitchesSurviveARestart() {
+    sondara_test::TempFolder dir;
+    for (int run = 0; run < 2; ++run) {
+      app::CSondaraUtilityApp app(dir / "sondara.ini", dir / "profile.ini");
+      app::CMainWnd w(app);
+      w.show();
+      QVERIFY(QTest::qWaitForWindowExposed(&w));
+      if (run == 0) {
+        w.resize(640, 700);
+        w.Splitter()->setSizes({40, 300, 150, 210});
+        w.Action("viewSendTrap")->trigger();
+        w.close();
+      } else {
+        QCOMPARE(w.size(), QSize(640, 700));
+        QCOMPARE(w.Splitter()->sizes().mid(0, 3), (QList<int>{40, 300, 150}));
+        QVERIFY(!TabTexts(w).contains("&sendTrap"));
+      }
+    }
+  }
+};
+
+// What an Alt+letter reaches: a menu, a tab, or a control (focus lands on it or inside it).
+struct Owner {
+  QString what;
+  QWidget* control = nullptr;
+};
+
+int Letter(const QString& text) {
+  const QKeySequence key = QKeySequence::mnemonic(text);
+  return key.isEmpty() ? 0 : key[0].key();
+}
+
+// Every owner of an Alt+letter that the window offers now, by letter.
+std::map<int, std::vector<Owner>> Owners(app::CMainWnd& w) {
+  std::map<int, std::vector<Owner>> owners;
+  const auto add = [&](const QString& text, QWidget* control) {
+    if (Letter(text) != 0)
+      owners[Letter(text)].push_back({text, control});
+  };
+  for (QAction* menu : w.menuBar()->actions())
+    add(menu->text(), nullptr);
+  QTabBar* tabs = w.PropertySheetView()->Sheet()->tabBar();
+  for (int i = 0; i < tabs->count(); ++i)
+    add(tabs->tabText(i), nullptr);
+  for (QWidget* c : w.findChildren<QWidget*>()) {
+    if (!c->isVisible() || !c->isEnabled())
+      continue;
+    if (auto* label = qobject_cast<QLabel*>(c); label && label->buddy())
+      add(label->text(), label->buddy());
+    else if (auto* button = qobject_cast<QAbstractButton*>(c))
+      add(button->text(), button);
+    else if (auto* group = qobject_cast<QGroupBox*>(c))
+      add(group->title(), group);
+  }
+  return owners;
+}
+
+void PressAlt(app::CMainWnd& w, int key) {
+  QWidget* to = QApplication::focusWidget() != nullptr ? QApplication::focusWidget() : &w;
+  QTest::keyClick(to, static_cast<Qt::Key>(key), Qt::AltModifier);
+}
+
+// The first text field of the page that the user can type into.
+QLineEdit* FirstTypable(QWidget* page) {
+  for (QLineEdit* edit : page->findChildren<QLineEdit*>()) {
+    if (edit->isVisible() && edit->isEnabled() && !edit->isReadOnly())
+      return edit;
+  }
+  return nullptr;
+}
+
+class MainWndKeyboardTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() {
+    app::SetMessageBoxHook([this](const QString& text, app::MessageIcon icon) {
+      shown_ << text + (icon == app::MessageIcon::kNone ? " (no icon)" : "");
+    });
+    shown_.clear();
+    w_.show();
+    QApplication::setActiveWindow(&w_);
+    QVERIFY(QTest::qWaitForWindowActive(&w_));
+  }
+
+  void EveryLetterIsTakenOnceOrCyclesWithinThePage() {
+    for (int page = 0; page < sheet_->count(); ++page) {
+      sheet_->setCurrentIndex(page);
+      const QString where = sheet_->tabText(page);
+      for (const auto& [key, owners] : Owners(w_)) {
+        if (owners.size() == 1)
+          continue;
+        const QString letter = where + ": Alt+" + QKeySequence(key).toString() + " ";
+        for (const Owner& o : owners) {
+          // A menu would take the next press for itself, a tab would leave the page.
+          QVERIFY2(o.control != nullptr, qPrintable(letter + "is also " + o.what));
+        }
+        // Qt hands repeated presses to each owner in turn: each focuses its own control, the
+        // page stays, and the round starts again.
+        std::vector<QWidget*> seen;
+        for (std::size_t press = 0; press <= owners.size(); ++press) {
+          PressAlt(w_, key);
+          QCOMPARE(sheet_->currentIndex(), page);
+          QVERIFY(QApplication::activePopupWidget() == nullptr);
+          seen.push_back(QApplication::focusWidget());
+        }
+        QCOMPARE(seen.back(), seen.front());
+        for (const Owner& o : owners) {
+          QVERIFY2(
+              std::any_of(seen.begin(), seen.end(),
+                          [&](QWidget* f) { return o.control->isAncestorOf(f) || f == o.control; }),
+              qPrintable(letter + "never reaches " + o.what));
+        }
+      }
+    }
+  }
+
+  // From every page: each other tab's letter switches to it, keeping what was typed, and Alt+T
+  // opens the Tools menu.
+  void TabLettersSwitchPagesAndAltTOpensTools() {
+    int switches = 0;
+    for (int page = 0; page < sheet_->count(); ++page) {
+      sheet_->setCurrentIndex(page);
+      QLineEdit* edit = FirstTypable(sheet_->currentWidget());
+      QVERIFY(edit != nullptr);
+      for (int other = 0; other < sheet_->count(); ++other) {
+        sheet_->setCurrentIndex(page);
+        const int key = Letter(sheet_->tabText(other));
+        if (other == page || key == 0)
+          continue;
+        edit->setFocus();
+        edit->selectAll();
+        QTest::keyClicks(edit, "typed here");
+        PressAlt(w_, key);
+        QCOMPARE(sheet_->currentIndex(), other);
+        sheet_->setCurrentIndex(page);
+        QCOMPARE(edit->text(), QString("typed here"));
+        ++switches;
+      }
+      edit->setFocus();
+      PressAlt(w_, Qt::Key_T);
+      auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+      QVERIFY2(menu != nullptr && menu->title() == "&Tools", qPrintable(sheet_->tabText(page)));
+      menu->close();
+    }
+    QVERIFY(switches >= sheet_->count());  // every page can reach another one by its letter
+  }
+
+  // With the target empty every command answers at once with its first refusal, which shows
+  // which command Enter started (and that the message box gets the operation's icon).
+  void EnterInAFieldStartsItsHalfsCommand() {
+    w_.findChild<QLineEdit*>("getSetHost")->setText("127.0.0.1");
+    w_.findChild<QComboBox*>("getOid")->setEditText("");
+    w_.findChild<QComboBox*>("setOid")->setEditText("");
+    for (const char* name : {"walkHost", "sendTrapHost", "endIp"})
+      w_.findChild<QLineEdit*>(name)->clear();
+    w_.findChild<QLineEdit*>("startIp")->setText("10.0.0.1");
+    w_.findChild<QLineEdit*>("pingHost")->setText("10.0.0.300");
+    for (const char* name : {"getSetPort", "getCommunity", "setValue", "setDataType",
+                             "walkStartOid", "trapCommunity", "endIp", "pingHost"}) {
+      QWidget* field = w_.findChild<QWidget*>(name);
+      for (int i = 0; i < sheet_->count(); ++i) {
+        if (sheet_->widget(i)->isAncestorOf(field))
+          sheet_->setCurrentIndex(i);
+      }
+      auto* combo = qobject_cast<QComboBox*>(field);
+      QWidget* keys = combo != nullptr && combo->lineEdit() ? combo->lineEdit() : field;
+      keys->setFocus();
+      QTest::keyClick(keys, Qt::Key_Return);
+    }
+    QCOMPARE(shown_, (QStringList{"Please enter a valid OID for the 'Get' request.",
+                                  "Please enter a valid OID for the 'Get' request.",
+                                  "Please enter a valid OID for the 'Set' request.",
+                                  "Please enter a valid OID for the 'Set' request.",
+                                  "Please enter a valid IP/Host address.",
+                                  "Please enter a valid IP/Host address.",
+                                  "Please enter a valid end IP address. (no icon)",
+                                  "Invalid IPv4 address '10.0.0.300'."}));
+  }
+
+  void CtrlQQuits() {
+    QTest::keyClick(&w_, Qt::Key_Q, Qt::ControlModifier);
+    QVERIFY(!w_.isVisible());
+  }
+
+ private:
+  sondara_test::TempFolder dir_;
+  app::CSondaraUtilityApp sondara_{dir_ / "sondara.ini", dir_ / "profile.ini"};
+  app::CMainWnd w_{sondara_};
+  QTabWidget* sheet_ = w_.PropertySheetView()->Sheet();
+  QStringList shown_;
+};
+
+using net::MakeAdapterInfo;
+
+const QString kConnect = "&Connect Timeout (seconds):";
+const QString kRequest = "&Request Timeout (milliseconds):";
+const QString kRetries = "R&etries:";
+const QString kBulk = "&GetBulk repetitions for walkMIB:";
+
+// A dialog over stores and adapters of its own; warnings are recorded, never shown.
+struct Options {
+  sondara_test::TempFolder dir;
+  app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
+  net::CAdapterTable adapters{{MakeAdapterInfo(L"eth1", L"10.0.0.2", true, 0),
+                               MakeAdapterInfo(L"eth0", L"10.0.0.1", true, 0)},
+                              {MakeAdapterInfo(L"wlan0", L"fe80::2%3", false, 3),
+                               MakeAdapterInfo(L"Eth0", L"2001:db8::1", false, 2)}};
+  app::COptionsDialog d{sondara, adapters};
+  QStringList warnings;
+
+  Options() {
+    app::SetMessageBoxHook([this](const QString& text, app::MessageIcon) { warnings << text; });
+  }
+  ~Options() { app::SetMessageBoxHook(nullptr); }
+  // The control a caption names, as Alt+letter reaches it.
+  tvkutil::CNumericEdit* Field(const QString& caption) const {
+    for (QLabel* label : d.findChildren<QLabel*>()) {
+      if (label->text() == caption)
+        return qobject_cast<tvkutil::CNumericEdit*>(label->buddy());
+    }
+    return nullptr;
+  }
+  void Type(const QString& caption, const QString& text) const {
+    Field(caption)->selectAll();
+    QTest::keyClick(Field(caption), Qt::Key_Backspace);
+    QTest::keyClicks(Field(caption), text);
+  }
+  void SpinUp(const QString& caption, int times) const {
+    for (auto* spin : d.findChildren<tvkutil::SpinButtons*>()) {
+      for (int i = 0; i < times && spin->Buddy() == Field(caption); ++i)
+        QTest::mouseClick(spin->UpButton(), Qt::LeftButton);
+    }
+  }
+  void Click(const QString& text) const {
+    for (QPushButton* b : d.findChildren<QPushButton*>()) {
+      if (b->text() == text)
+        QTest::mouseClick(b, Qt::LeftButton);
+    }
+  }
+  // Near the box: a check box stretched across the dialog takes clicks only by its text.
+  void ClickUseIPv6() const {
+    auto* box = d.findChild<QCheckBox*>();
+    QCOMPARE(box->text(), QString("&Use IPv6"));
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
+  }
+  // use IPv6, connect time-out, request time-out, retries, GetBulk repetitions
+  QList<int> Stored() const {
+    const app::NetworkSettings& n = sondara.Network();
+    return {n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
+            n.walk_bulk_repetitions};
+  }
+};
+
+class OptionsDialogTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void OkChecksRangesInOrder() {
+    const QString request_range = "Please enter an integer between 100 and 30000.";
+    const struct {
+      QStringList typed;  // connect, request, retries, GetBulk repetitions
+      QString warning;    // empty: accepted
+      QString focused;
+    } cases[] = {
+        {{"3", "99", "3", "0"}, request_range, kRequest},
+        {{"3", "30001", "3", "0"}, request_range, kRequest},
+        {{"3", "100", "3", "999"}, "", ""},
+        {{"30", "30000", "1", "0"}, "", ""},
+        {{"3", "100", "3", ""}, "", ""},  // an empty box reads as 0: GetNext
+        {{"", "99", "0", "0"}, "Please enter an integer between 1 and 30.", kConnect},  // first
+    };
+    for (const auto& c : cases) {
+      Options o;
+      o.d.show();
+      QVERIFY(QTest::qWaitForWindowActive(&o.d));
+      o.ClickUseIPv6();
+      o.Type(kConnect, c.typed[0]);
+      o.Type(kRequest, c.typed[1]);
+      o.Type(kRetries, c.typed[2]);
+      o.Type(kBulk, c.typed[3]);
+      o.Click("&OK");
+      if (c.warning.isEmpty()) {
+        QCOMPARE(o.Stored(), QList<int>({1, c.typed[0].toInt(), c.typed[1].toInt(),
+                                         c.typed[2].toInt(), c.typed[3].toInt()}));
+      } else {
+        QCOMPARE(o.warnings, QStringList{c.warning});
+        QVERIFY(o.d.isVisible());
+        QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
+        QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3, 0}));  // not even what passed
+      }
+    }
+  }
+
+  void OkStoresEverythingCancelNothing() {
+    for (const QString button : {"Cance&l", "&OK"}) {
+      Options o;
+      o.ClickUseIPv6();
+      o.d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
+      o.SpinUp(kConnect, 1);
+      o.Type(kRequest, "2500");
+      o.SpinUp(kRetries, 8);  // stops at 10
+      o.Type(kBulk, "50");
+      o.Click(button);
+      const bool ok = button == "&OK";
+      QCOMPARE(o.d.result(), int(ok ? QDialog::Accepted : QDialog::Rejected));
+      QCOMPARE(o.sondara.Network().adapter_name, std::wstring(ok ? L"wlan0[fe80::2%3]" : L""));
+      QCOMPARE(o.sondara.Network().adapter.ipv6_scope_id, ok ? 3u : 0u);
+      QCOMPARE(o.Stored(), ok ? QList<int>({1, 4, 2500, 10, 50}) : QList<int>({0, 3, 1000, 3, 0}));
+    }
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  // Each case's window and settings exist only while its own tests run.
+  int failed = 0;
+  failed += QTest::qExec(std::make_unique<MainWndTest>().get(), argc, argv);
+  failed += QTest::qExec(std::make_unique<MainWndKeyboardTest>().get(), argc, argv);
+  failed += QTest::qExec(std::make_unique<OptionsDialogTest>().get(), argc, argv);
+  return failed;
+}
+
+#include "main_wnd_test.moc"

@@ -1,0 +1,328 @@
+// Requests that wait on the network leave the window working: a 50 ms timer keeps firing on
+// time while a Get waits for a silent agent, a ping for a silent address and a trap for a name
+// that does not resolve; the button is disabled and the wait cursor shows over its page only;
+// the failure shows once, at the end. Leaving the page or closing the window waits for the
+// request and keeps its result. A sweep on the Device Discovery page lists what it finds at the
+// page's ticks and stops at once. The whole process runs in a private network namespace when it
+// can (the ping and sweep cases need one and are skipped without it).
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+#include <QTimer>
+#include <chrono>
+#include <thread>
+
+#include "net/address.h"
+#include "net/icmp_echo.h"
+#include "settings/sondara_utility_app.h"
+#include "support/fake_agent.h"
+#include "support/private_netns.h"
+#include "support/temp_folder.h"
+#include "ui/logs/event_log_view.h"
+#include "ui/logs/transaction_log_view.h"
+#include "ui/main_wnd.h"
+#include "ui/message_box_dialog.h"
+#include "ui/pages/device_discovery_page.h"
+#include "ui/pages/ping_view.h"
+#include "ui/property_sheet_view.h"
+#include "ui/save_file_dialog.h"
+
+namespace {
+
+std::string g_no_netns;  // why the namespace could not be made, empty when it was
+
+constexpr int kTickMs = 50;
+// Far below the shortest wait watched (1.4 s), so a blocked window still fails; above what a
+// busy machine delays a timer by.
+constexpr int kMaxLateMs = 500;
+const QString kFailed = QStringLiteral("<Failed: See Event Log>");
+
+// The texts of one column of a log pane.
+QStringList Column(const logs::CLogTableView* view, int column) {
+  const QAbstractItemModel* model = view->Table()->model();
+  QStringList texts;
+  for (int row = 0; row < model->rowCount(); ++row)
+    texts << model->data(model->index(row, column)).toString();
+  return texts;
+}
+
+// Each row of a table as its cells joined by spaces.
+QStringList Rows(const QTableView* table) {
+  QStringList rows;
+  const QAbstractItemModel* m = table->model();
+  for (int r = 0; r < m->rowCount(); ++r) {
+    QStringList cells;
+    for (int c = 0; c < m->columnCount(); ++c)
+      cells << m->index(r, c).data().toString();
+    rows << cells.join(' ');
+  }
+  return rows;
+}
+
+// A lookup that takes a while and finds nothing, whatever the machine's name servers say.
+int SlowFailingLookup(const char*, const char*, const addrinfo*, addrinfo**) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+  return EAI_NONAME;
+}
+
+testing_support::FakeAgent SilentAgent() {
+  return testing_support::FakeAgent(
+      [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
+}
+
+struct Window {
+  explicit Window(int timeout_ms, int retries) {
+    sondara.Network().request_timeout_ms = timeout_ms;
+    sondara.Network().retries = retries;
+    w = std::make_unique<app::CMainWnd>(sondara);
+    w->show();
+    QApplication::setActiveWindow(w.get());
+  }
+  // Shows the page that holds `page_child`.
+  QWidget* Show(const char* page_child) {
+    QWidget* child = w->findChild<QWidget*>(page_child);
+    QTabWidget* sheet = w->PropertySheetView()->Sheet();
+    for (int i = 0; i < sheet->count(); ++i) {
+      if (sheet->widget(i)->isAncestorOf(child))
+        sheet->setCurrentIndex(i);
+    }
+    return sheet->currentWidget();
+  }
+  void Type(const char* name, const QString& text) {
+    QWidget* field = w->findChild<QWidget*>(name);
+    auto* combo = qobject_cast<QComboBox*>(field);
+    (combo != nullptr ? combo->lineEdit() : qobject_cast<QLineEdit*>(field))->setText(text);
+  }
+  // A Get of sysName.0 from a silent agent at `port`.
+  void TypeGet(std::uint16_t port) {
+    Type("getSetHost", "127.0.0.1");
+    Type("getSetPort", QString::number(port));
+    Type("getOid", ".1.3.6.1.2.1.1.5.0");
+    Type("getCommunity", "public");
+  }
+  QPushButton* Button(const char* name) { return w->findChild<QPushButton*>(name); }
+
+  // Clicks `button` and checks that, while its request waits (at least `min_ms`), a 50 ms
+  // timer is never late by more than kMaxLateMs, the Help menu opens, `button` is disabled and
+  // the wait cursor shows over `busy` alone; and that at the end `column` of `pane` reads
+  // `lines`, each once.
+  void Watch(QAbstractButton* button, QWidget* busy, const logs::CLogTableView* pane, int column,
+             const QStringList& lines, qint64 min_ms) {
+    QElapsedTimer clock;
+    qint64 last = 0, worst_late = 0, ended_at = -1;
+    bool menu_opened = false;
+    QTimer beat;
+    beat.setInterval(kTickMs);
+    beat.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&beat, &QTimer::timeout, [&] {
+      const qint64 now = clock.elapsed();
+      worst_late = std::max(worst_late, now - last - kTickMs);
+      last = now;
+      if (ended_at < 0 && Column(pane, column).size() >= lines.size())
+        ended_at = now;
+      if (!menu_opened && now > 1000) {
+        QTest::keyClick(w->menuBar(), Qt::Key_H, Qt::AltModifier);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        menu_opened = menu != nullptr && menu->title() == "&Help";
+        if (menu != nullptr)
+          menu->close();
+      }
+    });
+    clock.start();
+    beat.start();
+    QTest::mouseClick(button, Qt::LeftButton);
+    QVERIFY(!button->isEnabled());
+    QCOMPARE(busy->cursor().shape(), Qt::WaitCursor);
+    QVERIFY(QGuiApplication::overrideCursor() == nullptr);  // the rest of the window as ever
+
+    QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
+    QTRY_COMPARE(Column(pane, column).size(), lines.size());
+    if (ended_at < 0)  // the end came between two ticks, just before the wait above saw it
+      ended_at = clock.elapsed();
+    QVERIFY2(ended_at >= min_ms, qPrintable(QString::number(ended_at)));
+    QVERIFY2(worst_late <= kMaxLateMs, qPrintable(QString::number(worst_late)));
+    QVERIFY(menu_opened);
+    QCOMPARE(Column(pane, column), lines);
+    QCOMPARE(busy->cursor().shape(), Qt::ArrowCursor);
+  }
+
+  sondara_test::TempFolder dir;
+  app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
+  std::unique_ptr<app::CMainWnd> w;
+};
+
+class RequestResponsivenessTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase() {
+    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) {
+      QFAIL(qPrintable("unexpected message box: " + text));
+    });
+  }
+
+  // Each command that waits on the network, through one watch: a Get for a silent agent (two
+  // 2 s tries), a ping for a silent address (the toolbar's own 1000 ms, one retry) and a trap
+  // for a name that does not resolve. The ping needs the namespace.
+  void EveryWaitingRequestRunsOffTheWindowsThread() {
+    testing_support::FakeAgent agent = SilentAgent();
+    net::SetHostLookupForTesting(&SlowFailingLookup);
+    const struct {
+      const char* button;  // on a page (its failure in the event log); empty: the ping toolbar
+      QStringList lines;
+      qint64 min_ms;
+    } commands[] = {
+        {"getButton",
+         {"Get request failed for OID '.1.3.6.1.2.1.1.5.0'. Reason: 'Timed out "
+          "while waiting for response from remote host'."},
+         3900},
+        {"", {"Ping command sent to IP 198.18.0.2.", "Reply from 198.18.0.2 not received."}, 1900},
+        {"sendTrapButton",
+         {"Trap request failed. Reason: 'Unable to resolve IPv4 host 'nosuchmanager''."},
+         1400},
+    };
+    for (const auto& c : commands) {
+      const bool toolbar = *c.button == '\0', get = c.button == std::string_view("getButton");
+      if (toolbar && !g_no_netns.empty())
+        continue;  // said once by the sweep's skip
+      Window win(2000, 1);
+      win.TypeGet(agent.Port());
+      win.Type("pingHost", "198.18.0.2");
+      win.Type("sendTrapHost", "nosuchmanager");
+      auto* value = win.w->findChild<QLineEdit*>("getValue");
+      QTimer::singleShot(0, [&] {                              // while the request waits
+        QCOMPARE(win.Button("setButton")->isEnabled(), !get);  // a Set would take the next id
+        QCOMPARE(value->text(), QString());
+      });
+      if (toolbar) {
+        win.Watch(win.w->PingView()->PingButton(), win.w->PingView(), win.w->TransactionView(), 3,
+                  c.lines, c.min_ms);
+      } else {
+        win.Watch(win.Button(c.button), win.Show(c.button), win.w->EventView(), 2, c.lines,
+                  c.min_ms);
+      }
+      QCOMPARE(value->text(), get ? kFailed : QString());
+      QVERIFY(win.Button("setButton")->isEnabled());
+    }
+    QCOMPARE(agent.Received().size(), 2U);
+    net::SetHostLookupForTesting(nullptr);
+  }
+
+  // Leaving the page, then closing the window, while a Get waits: each waits for the Get and
+  // shows its end before it goes on, so the failure and the histories are never lost.
+  void LeavingAndClosingWaitForTheRequest() {
+    testing_support::FakeAgent agent = SilentAgent();
+    Window win(300, 0);
+    win.Show("getButton");
+    win.TypeGet(agent.Port());
+    QTest::mouseClick(win.Button("getButton"), Qt::LeftButton);
+    win.w->PropertySheetView()->Sheet()->setCurrentIndex(0);  // returns once the Get is back
+    QCOMPARE(win.w->findChild<QLineEdit*>("getValue")->text(), kFailed);
+    QVERIFY(win.Button("getButton")->isEnabled());
+
+    win.Show("getButton");
+    QTest::mouseClick(win.Button("getButton"), Qt::LeftButton);
+    win.w->close();
+    QCOMPARE(win.w->findChild<QLineEdit*>("getValue")->text(), kFailed);
+    QCOMPARE(agent.Received().size(), 2U);
+    QTRY_COMPARE(Column(win.w->EventView(), 2).size(), 2);
+  }
+  // The Device Discovery page on its own: .1 (the namespace's own), .7 and .12 answer, .12 has no
+  // name. The list grows at the page's ticks, Stop answers at once, and the page keeps its
+  // results, its range, the fast sweep switch and its column widths.
+  void SweepOnTheDeviceDiscoveryPage() {
+    if (!g_no_netns.empty())
+      QSKIP(g_no_netns.c_str());
+    sondara_test::TempFolder dir;
+    app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
+    sondara.Network().request_timeout_ms = 100;
+    sondara.Network().retries = 0;
+    sondara.WriteProfileInt(L"Device Discovery", L"1", 150);
+    auto page = std::make_unique<pages::CDeviceDiscoveryPropertyPage>(sondara);
+    page->resize(760, 330);
+    page->show();
+    auto* list = page->findChild<QTableView*>("discoveryList");
+    auto* start = page->findChild<QLineEdit*>("startIp");
+    auto* end = page->findChild<QLineEdit*>("endIp");
+    auto* begin = page->findChild<QPushButton*>("beginDiscovery");
+    auto* save = page->findChild<QPushButton*>("saveResults");
+    QCOMPARE(list->horizontalHeader()->sectionSize(1), 150);  // from the profile
+    start->setText("198.18.0.1");
+    end->setText("198.18.0.40");
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QCOMPARE(begin->text(), QString("St&op"));
+    QVERIFY(!start->isEnabled());
+    // Rows appear while the sweep is still running: .1 answers at once, .40 comes last.
+    QTRY_VERIFY_WITH_TIMEOUT(list->model()->rowCount() > 0, 20000);
+    QCOMPARE(begin->text(), QString("St&op"));
+    QTRY_COMPARE_WITH_TIMEOUT(begin->text(), QString("Begin &Discovery"), 30000);
+    QCOMPARE(Rows(list), QStringList({"1 198.18.0.1 gateway.test", "2 198.18.0.7 printer.test",
+                                      "3 198.18.0.12 "}));
+    QVERIFY(save->isEnabled());
+    QVERIFY(start->isEnabled());
+    app::SetSaveDialog([&](QWidget*, const QString&, const QString&, const QString&) {
+      return QString::fromStdString(dir / "found.csv");
+    });
+    QTest::mouseClick(save, Qt::LeftButton);
+    app::SetSaveDialog({});
+    const std::string saved = sondara_test::ReadFile(dir / "found.csv");
+    QVERIFY2(saved.find("\n\"3\",\"198.18.0.12\",\"\",\n") != std::string::npos, saved.c_str());
+    QCOMPARE(sondara.GetProfileString(L"Device Discovery", L"SaveResultsPath", L""),
+             QString::fromStdString(dir.Path()).toStdWString());
+    if (const QByteArray shot = qgetenv("SONDARA_SCREENSHOT"); !shot.isEmpty())
+      page->grab().save(QString::fromLocal8Bit(shot));
+
+    sondara.Network().request_timeout_ms = 3000;
+    sondara.Network().retries = 3;
+    start->setText("198.18.0.7");
+    QTest::mouseClick(page->findChild<QAbstractButton*>("fastSweep"), Qt::LeftButton);
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"FastSweep", 0), 1);
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(list->model()->rowCount(), 2, 20000);
+    // Silent addresses now wait 4 x 3 s each; Stop must not wait for them.
+    QTest::mouseClick(begin, Qt::LeftButton);
+    QCOMPARE(begin->text(), QString("Begin &Discovery"));
+    QCOMPARE(Rows(list), QStringList({"1 198.18.0.7 printer.test", "2 198.18.0.12 "}));
+    QVERIFY(save->isEnabled());
+    QVERIFY(start->isEnabled());
+
+    list->horizontalHeader()->resizeSection(2, 321);
+    page.reset();
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"2", 0), 321);
+    QCOMPARE(sondara.Discovery().start_ip, std::wstring(L"198.18.0.7"));
+    QCOMPARE(sondara.Discovery().end_ip, std::wstring(L"198.18.0.40"));
+  }
+};
+
+}  // namespace
+
+// The namespace is entered before Qt starts any thread: .1 (its own), .7 and .12 answer there,
+// with names from a hosts file of its own; 198.18.0.2 stays silent.
+int main(int argc, char** argv) {
+  if (testing_support::EnterPrivateNetns(g_no_netns) == 0) {
+    g_no_netns =
+        testing_support::UseHostsFile("198.18.0.1 gateway.test\n198.18.0.7 printer.test printer\n");
+    if (g_no_netns.empty() &&
+        !testing_support::AddAnsweringAddresses({"198.18.0.7", "198.18.0.12"})) {
+      g_no_netns = "cannot add the answering addresses";
+    }
+    if (g_no_netns.empty() && !net::LoadIcmp())
+      g_no_netns = "ICMP not available in the namespace";
+  }
+  net::LoadIcmp();
+  sondara_test::TempFolder home;  // the save dialog's default folder lives in the data folder
+  ::setenv("SONDARA_HOME", home.Path().c_str(), 1);
+  QApplication app(argc, argv);
+  RequestResponsivenessTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "request_responsiveness_test.moc"
