@@ -25,17 +25,6 @@ bool NeedsEscape(wchar_t ch) {
          (ch >= 0x2028 && ch <= 0x202E) || (ch >= 0x2066 && ch <= 0x2069);
 }
 
-// Lower-case hex pairs separated by blanks, as the pages show bytes that are not text.
-std::string HexPairs(std::span<const std::uint8_t> bytes) {
-  std::string out;
-  for (std::uint8_t b : bytes) {
-    char pair[4];
-    std::snprintf(pair, sizeof pair, out.empty() ? "%02x" : " %02x", static_cast<unsigned>(b));
-    out += pair;
-  }
-  return out;
-}
-
 std::string Header(int first, int second, int third) {
   using tvkutil::LoadString;
   return Utf8(LoadString(first) + L"," + LoadString(second) + L"," + LoadString(third));
@@ -127,7 +116,7 @@ void CResultPrinter::PrintBinding(std::wstring_view oid, std::wstring_view type_
       out_ << "{\"oid\":" << JsonString(oid) << ",\"type\":" << JsonString(type_name)
            << ",\"value\":" << JsonString(value);
       if (octets)
-        out_ << ",\"hex\":\"" << HexPairs(*octets) << "\"";
+        out_ << ",\"hex\":\"" << Utf8(snmp::HexPairsText(*octets)) << "\"";
       out_ << "}\n";
       break;
   }

@@ -29,10 +29,14 @@ std::wstring OctetsToText(const std::uint8_t* bytes, std::uint32_t bytes_len) {
     if (printable)
       return text;
   }
+  return HexPairsText({bytes, bytes_len});
+}
+
+std::wstring HexPairsText(std::span<const std::uint8_t> bytes) {
   static constexpr wchar_t kHex[] = L"0123456789abcdef";
-  text.clear();
-  text.reserve(bytes_len * 3);
-  for (std::uint32_t i = 0; i < bytes_len; ++i) {
+  std::wstring text;
+  text.reserve(bytes.size() * 3);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
     if (i != 0)
       text.push_back(L' ');
     text.push_back(kHex[bytes[i] >> 4]);

@@ -48,5 +48,8 @@ class COpaque : public COctetString {
 
 // The text rule of received octet strings, for callers that hold raw bytes.
 std::wstring OctetsToText(const std::uint8_t* bytes, std::uint32_t bytes_len);
+// Bytes as lower-case hex pairs separated by blanks ("00 1a ff"), as values that are not text
+// are shown.
+std::wstring HexPairsText(std::span<const std::uint8_t> bytes);
 
 }  // namespace snmp
