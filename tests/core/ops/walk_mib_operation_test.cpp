@@ -346,7 +346,8 @@ TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
                               {SystemOid(5), Hex("02 01 fb")},
                               {SystemOid(6), Str("-12.5")},
                               {SystemOid(7), Str("+1+2")},
-                              {SystemOid(8), Str("@SUM(A1)\r")}});
+                              {SystemOid(8), Str("@SUM(A1)\r")},
+                              {SystemOid(9), Str("\t=1")}});
   Walk w(agent.Port());
   ASSERT_EQ(w.Run(), WalkStatus::kComplete);
   sondara_test::TempFolder dir;
@@ -365,8 +366,9 @@ TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
                 ".1.3.6.1.2.1.1.6.0,Octet String,\"-12.5\",\n"
                 ".1.3.6.1.2.1.1.7.0,Octet String,\"'+1+2\",\n"
                 ".1.3.6.1.2.1.1.8.0,Octet String,\"'@SUM(A1)\r\",\n"
+                ".1.3.6.1.2.1.1.9.0,Octet String,\"'\t=1\",\n"
                 "::::::::::::::::::::::::::::::\n"
-                "walkMIB complete. No. of OIDs found: '8'.");
+                "walkMIB complete. No. of OIDs found: '9'.");
   const std::string cmd =
       "python3 -c 'import csv, sys\n"
       "for row in list(csv.reader(open(sys.argv[1], newline=\"\")))[4:-2]:\n"
@@ -381,7 +383,7 @@ TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
   EXPECT_EQ(::pclose(out), 0);
   EXPECT_EQ(read,
             "4 'line one\\ntwo'\n4 '42'\n4 'a\",=1+1,\"b'\n4 '\\'=HYPERLINK(\"http://x\",\"y\")'\n"
-            "4 '-5'\n4 '-12.5'\n4 \"'+1+2\"\n4 \"'@SUM(A1)\\r\"\n");
+            "4 '-5'\n4 '-12.5'\n4 \"'+1+2\"\n4 \"'@SUM(A1)\\r\"\n4 \"'\\t=1\"\n");
 }
 
 TEST(WalkMibOperation, CommunityJoinsTheHistoryWhenTheWalkEndsAndIsStoredFirst) {
