@@ -182,8 +182,11 @@ bool TakesType(std::string_view command, std::uint32_t tag) {
 std::string TypeList(std::string_view command) {
   std::string list;
   for (std::uint32_t tag = 0; tag < snmp::kTagNoSuchObject; ++tag) {
-    if (snmp::IsValueTag(tag) && TakesType(command, tag))
-      list += (list.empty() ? "" : ", ") + tvkutil::ToUtf8(snmp::TypeNameOfTag(tag));
+    if (!snmp::IsValueTag(tag) || !TakesType(command, tag))
+      continue;
+    if (!list.empty())
+      list += ", ";
+    list += tvkutil::ToUtf8(snmp::TypeNameOfTag(tag));
   }
   return list;
 }
