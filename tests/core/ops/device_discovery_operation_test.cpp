@@ -69,84 +69,52 @@ std::string PrepareNamespace() {
   return net::LoadIcmp() ? "" : "ICMP not available in the namespace";
 }
 
-testing_support::NetnsRun RunInPreparedNamespace(const std::function<std::string()>& body) {
-  return testing_support::RunInPrivateNetns([&] {
-    const std::string error = PrepareNamespace();
-    return error.empty() ? body() : "set-up: " + error;
-  });
-}
-
-TEST(DeviceDiscovery, SweepListsTheAnsweringHostsInOrderWithTheirNames) {
-  const auto run = RunInPreparedNamespace([] {
-    std::ostringstream out;
-    for (const bool fast : {false, true}) {
-      for (const auto& [start, end] :
-           {std::pair{L"198.18.0.1", L"198.18.0.40"}, std::pair{L"198.18.0.41", L"198.18.0.41"}}) {
-        EventLines lines;
-        Rows rows;
-        CDeviceDiscoveryOperation op({}, lines, rows);
-        op.Form() = {start, end};
-        RecordingUi ui;
-        const long before = testing_support::EchoesSent(false);
-        // The fast sweep gives each silent address all its attempts: 3 echoes each.
-        if (!op.Begin({.timeout_ms = 100, .retries = fast ? 2 : 0, .fast = fast}, ui) ||
-            !WaitUntil([&] { return op.Finished(); })) {
-          return std::string("no sweep");
-        }
-        std::size_t replies = 0;
-        for (const std::string& r : rows.received)
-          replies += r.find(": bytes=14 time=") != std::string::npos ? 1 : 0;
-        out << "fast " << fast << ": echoes " << testing_support::EchoesSent(false) - before
-            << ", sent rows " << rows.sent.size() << ", outcome rows " << rows.received.size()
-            << ", replies " << replies << "\n"
-            << DeviceLines(op) << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
-      }
-    }
-    return out.str();
-  });
-  if (run.code == testing_support::kNoNetns)
-    GTEST_SKIP() << run.output;
-  ASSERT_EQ(run.code, 0) << run.output;
-  const std::string listed =
-      "198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n198.18.0.12 charlie.test\n"
-      "198.18.0.25 delta.test\n198.18.0.40 echo.test\n"
-      "Device discovery complete. No. of devices discovered '5'.\n";
-  const std::string one =
-      "198.18.0.41 \nDevice discovery complete. No. of devices discovered '1'.\n";
-  EXPECT_EQ(run.output, "fast 0: echoes 40, sent rows 40, outcome rows 40, replies 5\n" + listed +
-                            "fast 0: echoes 1, sent rows 1, outcome rows 1, replies 1\n" + one +
-                            "fast 1: echoes 110, sent rows 40, outcome rows 40, replies 5\n" +
-                            listed + "fast 1: echoes 1, sent rows 1, outcome rows 1, replies 1\n" +
-                            one);
-}
-
-TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
-  const auto run = RunInPreparedNamespace([] {
+// Per mode: a sweep of .1-.40, then one stopped once .40 and .41 are listed and .42 waits.
+TEST(DeviceDiscovery, SweepListsAnsweringHostsInOrderAndStopKeepsThemForTheSave) {
+  const auto run = testing_support::RunInPrivateNetns([]() -> std::string {
+    if (const std::string error = PrepareNamespace(); !error.empty())
+      return "set-up: " + error;
     std::ostringstream out;
     for (const bool fast : {false, true}) {
       EventLines lines;
       Rows rows;
       CDeviceDiscoveryOperation op({}, lines, rows);
-      op.Form() = {L"198.18.0.40", L"198.18.0.60"};
+      op.Form() = {L"198.18.0.1", L"198.18.0.40"};
       RecordingUi ui;
+      const long before = testing_support::EchoesSent(false);
+      // The fast sweep gives each silent address all its attempts: 3 echoes each.
+      if (!op.Begin({.timeout_ms = 100, .retries = fast ? 2 : 0, .fast = fast}, ui) ||
+          !WaitUntil([&] { return op.Finished(); })) {
+        return "no sweep";
+      }
+      const auto replies = std::count_if(
+          rows.received.begin(), rows.received.end(),
+          [](const std::string& r) { return r.find(": bytes=14 time=") != std::string::npos; });
+      out << "fast " << fast << ": echoes " << testing_support::EchoesSent(false) - before
+          << ", rows " << rows.sent.size() << "/" << rows.received.size() << ", replies " << replies
+          << "\n"
+          << DeviceLines(op) << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
+      op.Join();
+
       // Unstopped, the first silent address alone would take 4 x 3 s.
       constexpr int kTimeoutMs = 3000;
+      op.Form() = {L"198.18.0.40", L"198.18.0.60"};
+      std::size_t sent_before = rows.sent.size();
       op.Begin({.timeout_ms = kTimeoutMs, .retries = 3, .fast = fast}, ui);
-      // Stop once both hosts are listed and the first silent address's echo is waiting.
       const auto waiting = [&] {
         std::lock_guard lock(rows.mutex);
         return op.Devices().Count() == 2 &&
-               std::find(rows.sent.begin(), rows.sent.end(),
+               std::find(rows.sent.begin() + static_cast<long>(sent_before), rows.sent.end(),
                          "Ping command sent to IP 198.18.0.42.") != rows.sent.end();
       };
       if (!WaitUntil(waiting))
-        return std::string("the two answering hosts were not found");
+        return "the two answering hosts were not found";
       const auto asked = std::chrono::steady_clock::now();
       op.Stop();
       const bool prompt = std::chrono::steady_clock::now() - asked < 1ms * kTimeoutMs;
       sondara_test::TempFolder dir;
       const bool saved = !op.SaveResults(dir / "devices.csv");
-      out << "fast " << fast << ": prompt " << prompt << ", saved " << saved << ", status "
+      out << "prompt " << prompt << ", saved " << saved << ", status "
           << static_cast<int>(op.LastStatus()) << "\n"
           << sondara_test::ReadFile(dir / "devices.csv") << "\n"
           << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
@@ -156,8 +124,11 @@ TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
   if (run.code == testing_support::kNoNetns)
     GTEST_SKIP() << run.output;
   ASSERT_EQ(run.code, 0) << run.output;
-  const std::string each =
-      ": prompt 1, saved 1, status 2\n" +
+  const std::string listed =
+      "198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n198.18.0.12 charlie.test\n"
+      "198.18.0.25 delta.test\n198.18.0.40 echo.test\n"
+      "Device discovery complete. No. of devices discovered '5'.\n"
+      "prompt 1, saved 1, status 2\n" +
       tvkutil::ToUtf8(L"Sondara Utility V" + app::CSondaraUtilityApp::VersionText()) +
       " - Tarvik Technologies\n"
       "Device discovery started.\n"
@@ -168,7 +139,8 @@ TEST(DeviceDiscovery, StopEndsPromptlyKeepsTheDevicesAndTheSaveHoldsThem) {
       "::::::::::::::::::::::::::::::\n"
       "Device discovery stopped. No. of devices discovered '2'.\n"
       "Device discovery stopped. No. of devices discovered '2'.\n";
-  EXPECT_EQ(run.output, "fast 0" + each + "fast 1" + each);
+  EXPECT_EQ(run.output, "fast 0: echoes 40, rows 40/40, replies 5\n" + listed +
+                            "fast 1: echoes 110, rows 40/40, replies 5\n" + listed);
 }
 
 TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {

@@ -13,7 +13,6 @@
 #include "snmp/asn_data_type.h"
 #include "support/recorders.h"
 #include "support/snmptrapd_process.h"
-#include "support/temp_folder.h"
 
 namespace {
 
@@ -46,9 +45,6 @@ class SendTrap : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(manager_.Start(), ""); }
   std::uint16_t Port() const { return manager_.Port(); }
-  std::vector<std::vector<std::string>> TrapLines(std::size_t count) const {
-    return manager_.TrapFields(count);
-  }
 
   testing_support::SnmptrapdProcess manager_;
 };
@@ -97,24 +93,36 @@ const std::vector<std::tuple<std::wstring, std::uint32_t, std::wstring, std::str
 };
 
 // VarBind# counts a v2c trap's two fixed entries, which go first: the last two of a full list
-// stay behind.
+// stay behind. A list's own fixed entries stay where they stand; sysUpTime.0 takes the time of
+// sending.
 TEST_F(SendTrap, V1AndV2cTrapsArriveWithEveryFieldAndTheFirstVarBindNumBindings) {
   const std::string up_time = ".1.3.6.1.2.1.1.3.0 = Timeticks: (123456) 0:20:34.56";
-  const std::vector<std::string> v2c = {
-      ".", "0.0.0.0", "0", "0", "0", up_time, kTrapOid + ".1.3.6.1"};
   const struct {
     bool v1;
     std::size_t listed, varbind_num;
+    bool own_fixed = false;
   } cases[] = {{true, kEveryType.size() - 1, kEveryType.size() - 2},
                {false, 0, 0},  // an empty list still carries the two fixed entries
-               {false, kEveryType.size(), kEveryType.size()}};
+               {false, kEveryType.size(), kEveryType.size()},
+               {false, 3, 3, true}};
   std::size_t sent = 0;
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.v1 << ", " << c.varbind_num << " bindings");
     snmp::CVarBindList list;
+    if (c.own_fixed) {
+      list.Add(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
+      list.Add(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.3");
+    }
     std::vector<std::string> expected =
         c.v1 ? std::vector<std::string>{".1.3.6.1.4.1.59871.7", "10.20.30.40", "6", ".3", "123456"}
-             : v2c;
+             : std::vector<std::string>{
+                   ".",
+                   "0.0.0.0",
+                   "0",
+                   "0",
+                   "0",
+                   up_time,
+                   kTrapOid + (c.own_fixed ? ".1.3.6.1.6.3.1.1.5.3" : ".1.3.6.1")};
     for (const auto& [oid, tag, value, arrived] : kEveryType) {
       if (c.v1 && tag == snmp::kTagCounter64)
         continue;
@@ -130,7 +138,7 @@ TEST_F(SendTrap, V1AndV2cTrapsArriveWithEveryFieldAndTheFirstVarBindNumBindings)
       o.op.Form().sender_oid.clear();  // not looked at for a v2c trap
     o.op.Form().varbind_num_text = std::to_wstring(c.varbind_num);
     ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.sinks.lines);
-    const auto traps = TrapLines(++sent);
+    const auto traps = manager_.TrapFields(++sent);
     ASSERT_EQ(traps.size(), sent);
     EXPECT_EQ(traps.back(), expected);
     EXPECT_EQ(o.sinks.sent, (decltype(o.sinks.sent){{logs::kDirectionSent, L"sendTrap"}}));
@@ -143,27 +151,6 @@ TEST_F(SendTrap, V1AndV2cTrapsArriveWithEveryFieldAndTheFirstVarBindNumBindings)
       EXPECT_EQ(o.op.Form().sender_oids, app::History{});  // no OID was typed
     }
   }
-}
-
-// The list's own sysUpTime.0 and snmpTrapOID.0 stay where they stand; sysUpTime.0 takes the
-// time of sending.
-TEST_F(SendTrap, V2cTrapKeepsTheListsOwnFixedEntries) {
-  snmp::CVarBindList list;
-  list.Add(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
-  list.Add(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.3");
-  list.Add(L".1.3.6.1.2.1.2.2.1.1.2", snmp::kTagInteger32, L"2");
-  list.Add(L".1.3.6.1.2.1.2.2.1.1.3", snmp::kTagInteger32, L"3");
-  Operation o(list, Port());
-  o.op.Form().version = L"2c";
-  o.op.Form().varbind_num_text = L"3";
-  ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.sinks.lines);
-  const auto traps = TrapLines(1);
-  ASSERT_EQ(traps.size(), 1U);
-  EXPECT_EQ(
-      traps.back(),
-      (std::vector<std::string>{
-          ".", "0.0.0.0", "0", "0", "0", ".1.3.6.1.2.1.1.3.0 = Timeticks: (123456) 0:20:34.56",
-          kTrapOid + ".1.3.6.1.6.3.1.1.5.3", ".1.3.6.1.2.1.2.2.1.1.2 = INTEGER: 2"}));
 }
 
 TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNothing) {
@@ -203,7 +190,6 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {{{&F::specific_type_text, L"0"}}, -1},
       {{{&F::varbind_num_text, L"2"}}, kFieldVarBindNum, counter64, true},
       {{{&F::varbind_num_text, L"1"}}, -1, {}, true},  // only the bindings sent count
-      {{{&F::version, L"2c"}}, -1, {}, true},
       // A v2c trap has no sender or trap type to check.
       {{{&F::version, L"2c"}, {&F::sender_ip, L""}, {&F::sender_oid, L""}, {&F::trap_type, L""}},
        -1},
@@ -254,7 +240,7 @@ TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSkipsTheLaterChecks) {
     EXPECT_EQ(Fields(f),
               (std::vector<std::wstring>{L"192.0.2.5", L".1.3.6.1.4.1.59871", L"getcom",
                                          L"enterpriseSpecific", v2c ? L"2" : L"0", L"1"}));
-    const auto traps = TrapLines(++sent);
+    const auto traps = manager_.TrapFields(++sent);
     ASSERT_EQ(traps.size(), sent);
     if (!v2c) {
       EXPECT_EQ(std::vector<std::string>(traps.back().begin(), traps.back().begin() + 5),
@@ -297,32 +283,25 @@ TEST_F(SendTrap, AFailedSendWritesItsReasonAndChangesNoHistoryNorTheList) {
   EXPECT_EQ(list.Count(), 0);
 }
 
-TEST_F(SendTrap, ListVarBindNumTrapTypeAndHistoriesSurviveARestart) {
-  sondara_test::TempFolder dir;
-  {
-    app::CSondaraUtilityApp first(dir / "sondara.ini", dir / "profile.ini");
-    Operation o(first.TrapVarBinds(), Port(), first.SendTrap());
-    o.op.Form().version = L"1";
-    first.TrapVarBinds().Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42");
-    first.TrapVarBinds().Add(L".1.3.6.1.2.1.1.5.0", snmp::kTagOctetString, L"panel 7");
-    o.op.Form().varbind_num_text = L"1";
-    o.op.Form().trap_type = L"linkUp";
-    o.op.Form().specific_type_text = L"12";
-    ASSERT_EQ(o.Send(), TrapOutcome::kSent);
-    o.op.StoreTo(first.SendTrap());
-    first.SavePageSettings();
-  }
-  app::CSondaraUtilityApp second(dir / "sondara.ini", dir / "profile.ini");
-  second.LoadPageSettings();
+// The settings file's side of this is the settings test's.
+TEST_F(SendTrap, VarBindNumTrapTypeAndHistoriesAreStoredForTheNextStart) {
+  snmp::CVarBindList list;
+  list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42");
+  app::SendTrapSettings stored;
+  Operation o(list, Port(), stored);
+  o.op.Form().varbind_num_text = L"1";
+  o.op.Form().trap_type = L"linkUp";
+  o.op.Form().specific_type_text = L"12";
+  ASSERT_EQ(o.Send(), TrapOutcome::kSent);
+  o.op.StoreTo(stored);
   RecordingSinks sinks;
-  pages::CSendTrapOperation o(
-      second.SendTrap(), second.TrapVarBinds(), [] { return 0u; }, sinks, sinks);
-  const SendTrapForm& f = o.Form();
-  EXPECT_FALSE(f.use_default);
-  EXPECT_EQ(Fields(f), (std::vector<std::wstring>{L"10.20.30.40", L".1.3.6.1.4.1.59871.7",
-                                                  L"trapcom", L"linkUp", L"1", L"12"}));
-  EXPECT_EQ(f.communities, (app::History{L"getcom", L"setcomm", L"trapcom"}));  // shown reversed
-  EXPECT_EQ(second.TrapVarBinds().Count(), 2);
+  pages::CSendTrapOperation next(
+      stored, list, [] { return 0u; }, sinks, sinks);
+  EXPECT_FALSE(next.Form().use_default);
+  EXPECT_EQ(Fields(next.Form()), (std::vector<std::wstring>{L"10.20.30.40", L".1.3.6.1.4.1.59871.7",
+                                                            L"trapcom", L"linkUp", L"1", L"12"}));
+  EXPECT_EQ(next.Form().communities,
+            (app::History{L"getcom", L"setcomm", L"trapcom"}));  // shown reversed
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The varbind editor's rules without its dialogs: the limit, the protected entries of a v2c
-// list, the selection after a delete, the checks of one binding and the fixed v2c entries.
+// list, the selection after a delete, the checks of one binding and its value text, and the
+// fixed v2c entries.
 #include "ops/var_bind_list_rules.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "ops/operation_common.h"
+#include "snmp/asn_data_type.h"
 #include "snmp/type_names.h"
 #include "support/recorders.h"
 
@@ -150,7 +153,6 @@ TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
       {{L"1", L"Integer32", L"1"}, L"Please enter a valid OID.", kFieldVarBindOid},
       {{L"1.3.6", L"", L""}, L"Please select a datatype.", kFieldVarBindDataType},
       {{L"1.3.6", L"IPAddress", L"300.1.1.1"}, L"Please enter a valid value.", kFieldVarBindValue},
-      {{L"1.3.6", L"Integer32", L"2147483648"}, L"Please enter a valid value.", kFieldVarBindValue},
       {{L"1.3.6", L"Octet String", L""},
        L"The Octet String value is empty. Send it empty?",
        kFieldVarBindValue},
@@ -158,17 +160,13 @@ TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
        L"The Opaque value is empty. Send it empty?",
        kFieldVarBindValue,
        true},
-      {{L"1.3.6", L"Object Identifier", L"1.3."},
-       L"Please enter a valid value.",
-       kFieldVarBindValue},
       {{L"1.3.4294967296", L"Integer32", L"1"},
        L"Each number of an OID must be between 0 and 4294967295.",
        kFieldVarBindOid},
       {{L"1.3.6", L"Object Identifier", L"1.40.1"}, kFirstArcs, kFieldVarBindValue},
       {{L"3.1", L"Integer32", L"1"}, kFirstArcs, kFieldVarBindOid},
       {{L"2.999.4294967295", L"Object Identifier", L"1.3.4294967295"}, L"", -1},
-      {{L"..1.3", L"Integer32", L"-2147483648"}, L"", -1},
-      {{L"1.3.6", L"Counter64", L"18446744073709551615"}, L"", -1},
+      {{L"..1.3", L"Counter64", L"18446744073709551615"}, L"", -1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(
@@ -207,6 +205,56 @@ TEST(VarBindListRules, FixedV2cEntriesGoFirstUnlessTheyStandThereAlready) {
       add(list, b);
     pages::PutFixedTrapEntries(list, 1234);
     EXPECT_EQ(Rows(list), c.after);
+  }
+}
+
+// The value text test that every operation and the varbind editor share.
+TEST(ValueText, NumbersMustBeWholeAndFitTheirType) {
+  const struct {
+    std::uint32_t tag;
+    const wchar_t* text;
+    bool valid;
+  } cases[] = {
+      {snmp::kTagInteger32, L"-2147483648", true},
+      {snmp::kTagInteger32, L"2147483647", true},
+      {snmp::kTagInteger32, L"-2147483649", false},
+      {snmp::kTagInteger32, L"2147483648", false},
+      {snmp::kTagInteger32, L"010", true},  // decimal ten
+      {snmp::kTagInteger32, L"0x1F", false},
+      {snmp::kTagInteger32, L"-", false},
+      {snmp::kTagCounter32, L"4294967295", true},
+      {snmp::kTagCounter32, L"4294967296", false},
+      {snmp::kTagCounter32, L"-1", false},
+      {snmp::kTagGauge32, L"0x1F", true},
+      {snmp::kTagGauge32, L"0xFFFFFFFF", true},
+      {snmp::kTagGauge32, L"0x100000000", false},
+      {snmp::kTagGauge32, L"0x", false},
+      {snmp::kTagUnsigned32, L"010", true},  // octal eight
+      {snmp::kTagUnsigned32, L"037777777777", true},
+      {snmp::kTagUnsigned32, L"040000000000", false},
+      {snmp::kTagUnsigned32, L"08", false},
+      {snmp::kTagTimeTicks, L"abc", false},
+      {snmp::kTagCounter64, L"18446744073709551615", true},
+      {snmp::kTagCounter64, L"18446744073709551616", false},
+      {snmp::kTagOid, L".1.3.6.1", true},
+      {snmp::kTagOid, L"1.3.", false},
+      {snmp::kTagIpAddress, L"10.0.0.1", true},
+      {snmp::kTagIpAddress, L"300.1.1.1", false},
+      {snmp::kTagOctetString, L" any text ", true},
+      {snmp::kTagNull, L"x", true},
+      {snmp::kTagNoSuchObject, L"x", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.tag << " '" << std::wstring(c.text) << "'");
+    EXPECT_EQ(pages::IsValidValueText(c.tag, c.text), c.valid);
+  }
+  // What no number of any type may look like.
+  for (std::uint32_t tag : {snmp::kTagInteger32, snmp::kTagCounter32, snmp::kTagGauge32,
+                            snmp::kTagUnsigned32, snmp::kTagTimeTicks, snmp::kTagCounter64}) {
+    for (const wchar_t* bad : {L"", L"abc", L"12x", L"1.5", L" 7", L"7 ", L"+7"}) {
+      SCOPED_TRACE(testing::Message() << tag << " '" << std::wstring(bad) << "'");
+      EXPECT_FALSE(pages::IsValidValueText(tag, bad));
+    }
   }
 }
 

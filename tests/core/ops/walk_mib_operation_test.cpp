@@ -246,20 +246,17 @@ TEST(WalkMibOperation, GetBulkHalvesOnTooBigAndWalksOnFromTheLastBinding) {
   for (int n = 1; n <= 12; ++n)
     expected.push_back(L".1.3.6.1.2.1.1." + std::to_wstring(n) + L".0");
   EXPECT_EQ(w.Oids(), expected);
-  std::vector<std::uint32_t> repetitions, ids;
-  std::vector<Bytes> names;
+  std::vector<std::uint32_t> repetitions;
   for (const auto& d : agent.Received()) {
     const ReadRequest r = ReadRequestFields(d.bytes);
     EXPECT_EQ(std::tuple(r.pdu, r.second), std::tuple(std::uint8_t{0xA5}, 0u));  // non-repeaters
     repetitions.push_back(r.third);
-    ids.push_back(r.id);
-    names.push_back(r.oid);
+    // One socket for the whole walk.
+    EXPECT_EQ(std::memcmp(&d.from, &agent.Received().front().from, sizeof(sockaddr_in)), 0);
   }
   EXPECT_EQ(repetitions, (std::vector<std::uint32_t>{50, 25, 12, 6, 3, 3, 3, 3, 3}));
-  for (const auto& d : agent.Received())  // one socket for the whole walk
-    EXPECT_EQ(std::memcmp(&d.from, &agent.Received().front().from, sizeof(sockaddr_in)), 0);
-  EXPECT_EQ(ids, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
-  EXPECT_EQ(names.back(), SystemOid(12));  // asks on from the last name it got
+  // Asks on from the last name it got.
+  EXPECT_EQ(ReadRequestFields(agent.Received().back().bytes).oid, SystemOid(12));
 }
 
 TEST(WalkMibOperation, StopIsNoticedAtTheTenthObjectOrDuringARetry) {
@@ -337,7 +334,6 @@ TEST(WalkMibOperation, AWalkThatHandsOutItsObjectsKeepsNone) {
 }
 
 // RFC 4180 quoting, and no cell a spreadsheet would run as a formula; numbers stay numbers.
-// Python's csv module, not ours, reads the file back.
 TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
   FakeAgent agent = MibAgent({{SystemOid(1), Str("line one\ntwo")},
                               {SystemOid(2), Hex("43 01 2a")},
@@ -369,21 +365,6 @@ TEST(WalkMibOperation, ResultsFileQuotesFieldsAndDisarmsFormulas) {
                 ".1.3.6.1.2.1.1.9.0,Octet String,\"'\t=1\",\n"
                 "::::::::::::::::::::::::::::::\n"
                 "walkMIB complete. No. of OIDs found: '9'.");
-  const std::string cmd =
-      "python3 -c 'import csv, sys\n"
-      "for row in list(csv.reader(open(sys.argv[1], newline=\"\")))[4:-2]:\n"
-      "    print(len(row), repr(row[2]))' " +
-      (dir / "walk.csv");
-  FILE* out = ::popen(cmd.c_str(), "r");
-  ASSERT_NE(out, nullptr);
-  std::string read;
-  char buf[4096];
-  for (std::size_t n; (n = std::fread(buf, 1, sizeof buf, out)) > 0;)
-    read.append(buf, n);
-  EXPECT_EQ(::pclose(out), 0);
-  EXPECT_EQ(read,
-            "4 'line one\\ntwo'\n4 '42'\n4 'a\",=1+1,\"b'\n4 '\\'=HYPERLINK(\"http://x\",\"y\")'\n"
-            "4 '-5'\n4 '-12.5'\n4 \"'+1+2\"\n4 \"'@SUM(A1)\\r\"\n4 \"'\\t=1\"\n");
 }
 
 TEST(WalkMibOperation, CommunityJoinsTheHistoryWhenTheWalkEndsAndIsStoredFirst) {
@@ -445,14 +426,6 @@ std::vector<std::wstring> SnmpwalkOids(std::uint16_t port, const char* version) 
   return oids;
 }
 
-std::vector<std::wstring> StableSubtree(const std::vector<std::wstring>& oids) {
-  std::vector<std::wstring> stable;
-  std::copy_if(oids.begin(), oids.end(), std::back_inserter(stable), [](const std::wstring& o) {
-    return o.rfind(L".1.3.6.1.2.1.1.", 0) == 0 || o.rfind(L".1.3.6.1.2.1.2.", 0) == 0;
-  });
-  return stable;
-}
-
 TEST(WalkMibOperation, AgainstSnmpdGetNextAndGetBulkListWhatSnmpwalkLists) {
   SnmpdProcess snmpd;
   const std::string error = snmpd.Start();
@@ -460,23 +433,25 @@ TEST(WalkMibOperation, AgainstSnmpdGetNextAndGetBulkListWhatSnmpwalkLists) {
   const std::vector<std::wstring> expected = SnmpwalkOids(snmpd.Port(), "2c");
   ASSERT_GT(expected.size(), 500U);
   // Processes come and go between two walks; the system and interfaces groups stay.
-  const auto check = [&](const Walk& w, WalkStatus status) {
-    ASSERT_EQ(w.op.FinalStatus(), status);
+  const auto stable = [](std::vector<std::wstring> oids) {
+    std::erase_if(oids, [](const std::wstring& o) {
+      return o.rfind(L".1.3.6.1.2.1.1.", 0) != 0 && o.rfind(L".1.3.6.1.2.1.2.", 0) != 0;
+    });
+    return oids;
+  };
+  for (int bulk : {0, 50}) {
+    SCOPED_TRACE(testing::Message() << "bulk " << bulk);
+    Walk w(snmpd.Port());
+    w.options.bulk_repetitions = bulk;
+    ASSERT_EQ(w.Run(), WalkStatus::kComplete);
     const std::vector<std::wstring> got = w.Oids();
-    EXPECT_EQ(StableSubtree(got), StableSubtree(expected));
+    EXPECT_EQ(stable(got), stable(expected));
     EXPECT_NEAR(static_cast<double>(got.size()), static_cast<double>(expected.size()),
                 expected.size() * 0.03);
     EXPECT_TRUE(std::is_sorted(got.begin(), got.end(), [](const auto& a, const auto& b) {
       return snmp::COid(a).Arcs() < snmp::COid(b).Arcs();
     }));
     EXPECT_EQ(w.sink.Lines().back(), w.op.FinalStatusLine());
-  };
-  for (int bulk : {0, 50}) {
-    SCOPED_TRACE(testing::Message() << "bulk " << bulk);
-    Walk w(snmpd.Port());
-    w.options.bulk_repetitions = bulk;
-    w.Run();
-    check(w, WalkStatus::kComplete);
   }
   // Version 1 ends at noSuchName; it starts near the end of the view to stay short.
   Walk v1(snmpd.Port(), L"1");
