@@ -92,8 +92,6 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
       {set, {{&F::set_community, L""}, {&F::set_data_type, L""}}, kFieldSetCommunity},
       {set, {{&F::set_data_type, L""}, {&F::set_value, L""}}, kFieldSetDataType},
       {set, {{&F::set_data_type, L"IPAddress"}, {&F::set_value, L"300.1.1.1"}}, kFieldSetValue},
-      {set, {{&F::set_data_type, L"Integer32"}, {&F::set_value, L"12x"}}, kFieldSetValue},
-      {set, {{&F::set_data_type, L"Gauge32"}, {&F::set_value, L"300.1.1.1"}}, kFieldSetValue},
       {set,
        {{&F::set_data_type, L"Octet String"}, {&F::set_value, L""}},
        kFieldSetValue,

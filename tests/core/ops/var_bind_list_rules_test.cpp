@@ -222,6 +222,7 @@ TEST(ValueText, NumbersMustBeWholeAndFitTheirType) {
       {snmp::kTagInteger32, L"010", true},  // decimal ten
       {snmp::kTagInteger32, L"0x1F", false},
       {snmp::kTagInteger32, L"-", false},
+      {snmp::kTagCounter32, L"0", true},
       {snmp::kTagCounter32, L"4294967295", true},
       {snmp::kTagCounter32, L"4294967296", false},
       {snmp::kTagCounter32, L"-1", false},
@@ -236,6 +237,7 @@ TEST(ValueText, NumbersMustBeWholeAndFitTheirType) {
       {snmp::kTagTimeTicks, L"abc", false},
       {snmp::kTagCounter64, L"18446744073709551615", true},
       {snmp::kTagCounter64, L"18446744073709551616", false},
+      {snmp::kTagCounter64, L"0x1F", false},
       {snmp::kTagOid, L".1.3.6.1", true},
       {snmp::kTagOid, L"1.3.", false},
       {snmp::kTagIpAddress, L"10.0.0.1", true},
