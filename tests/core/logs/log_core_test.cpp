@@ -4,6 +4,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <numeric>
 #include <set>
 #include <string>
 #include <thread>
@@ -35,13 +36,6 @@ template <typename Entry>
 std::string LineStart(const Entry& e) {
   const std::wstring s = logs::DateText(e.stamp) + L"\t" + logs::TimeText(e.stamp) + L"\t";
   return "\r\n" + std::string(s.begin(), s.end());
-}
-
-std::vector<std::uint8_t> Bytes(std::size_t n) {
-  std::vector<std::uint8_t> v(n);
-  for (std::size_t i = 0; i < n; ++i)
-    v[i] = static_cast<std::uint8_t>(i * 7);
-  return v;
 }
 
 TEST(EventLog, FiveThousandLinesFromFourThreadsArriveInOrderPerThread) {
@@ -112,7 +106,8 @@ TEST(EventLog, LogEventFormatsFromTheStringTableReachesOnlyARegisteredLogAndIsSa
 
 TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
   CTransactionLog log;
-  const auto big = Bytes(200);
+  std::vector<std::uint8_t> big(200);
+  std::iota(big.begin(), big.end(), std::uint8_t{0});
   log.AddTransaction(1, L"Get", big.data(), big.size(), 0);
   const std::vector<std::uint8_t> one = {0xAB};
   log.AddTransaction(0, L"a-source-name-over-21", one.data(), one.size(), 0);
