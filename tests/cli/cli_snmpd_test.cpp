@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <map>
 #include <regex>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -21,6 +20,7 @@ namespace {
 using sondara_test::Cli;
 using sondara_test::Lines;
 using sondara_test::ProcessResult;
+using namespace std::string_literals;
 
 struct Binding {
   std::string oid, type, value;
@@ -73,15 +73,6 @@ std::vector<Binding> ParseNetSnmp(const std::string& text) {
     out.push_back({m[1], kTypes.count(type) ? kTypes.at(type) : type, value});
   }
   return out;
-}
-
-// The saved transaction log's text (UTF-16LE after its byte-order mark; ASCII expected).
-std::string SavedLogText(const std::string& bytes) {
-  EXPECT_EQ(bytes.substr(0, 2), "\xFF\xFE");
-  std::string text;
-  for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
-    text.push_back(bytes[i + 1] == 0 ? bytes[i] : '?');
-  return text;
 }
 
 // tshark's reading of a capture: one row of `fields` per packet.
@@ -148,11 +139,6 @@ TEST_F(CliAgainstSnmpd, GetNextGivesWhatNetSnmpReads) {
     ASSERT_EQ(next.status, 0) << next.err;
     const std::vector<Binding> expected = ParseNetSnmp(NetSnmp("snmpgetnext", prefixes, version));
     EXPECT_EQ(ParseOurs(next.out), expected) << "version " << version;
-    std::set<std::string> types;
-    for (const Binding& b : expected)
-      types.insert(b.type);
-    EXPECT_EQ(types, (std::set<std::string>{"Octet String", "Object Identifier", "Timeticks",
-                                            "Integer32", "Counter32", "IPAddress"}));
   }
 }
 
@@ -182,28 +168,19 @@ TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {
             "found: '" +
                 std::to_string(found.size()) + "'.\n");
 
-  // One request more than objects (the last answers endOfMibView), each with its answer; the
-  // files keep them all, far beyond the window's 1024 rows. In the capture each request goes
-  // out to the agent and its answer comes back to the port the request left from.
+  // One request more than objects (the last answers endOfMibView), each with its answer, all
+  // in the files, far beyond the window's 1024 rows (the files' formats are the logs' tests').
   const std::size_t messages = 2 * (found.size() + 1);
-  // The window's saved-log format: UTF-16LE after a byte-order mark, one line per message.
-  const std::vector<std::string> logged = Lines(SavedLogText(sondara_test::ReadFile(log)));
-  ASSERT_EQ(logged.size(), 1 + messages);
-  EXPECT_EQ(logged[0].rfind("Date", 0), 0U);
-  EXPECT_NE(logged[1].find("\t[walkMIB]TX:         \t30 "), std::string::npos) << logged[1];
-  EXPECT_NE(logged[2].find("\t[walkMIB]RX:         \t30 "), std::string::npos) << logged[2];
-  const std::vector<std::vector<std::string>> packets = TsharkFields(
-      capture, port_,
-      {"frame.packet_flags_direction", "udp.srcport", "udp.dstport", "snmp.data", "_ws.malformed"});
+  const std::string logged = sondara_test::ReadFile(log);
+  const std::string row = "[\0w\0a\0l\0k\0M\0I\0B\0]\0"s;  // UTF-16LE
+  std::size_t rows = 0;
+  for (std::size_t at = 0; (at = logged.find(row, at)) != std::string::npos; ++at)
+    ++rows;
+  EXPECT_EQ(rows, messages);
+  const auto packets = TsharkFields(capture, port_, {"snmp.data"});
   ASSERT_EQ(packets.size(), messages);
-  const std::string ours = packets[0][1];
-  EXPECT_NE(ours, port_);
-  for (std::size_t i = 0; i < packets.size(); ++i) {
-    EXPECT_EQ(packets[i], i % 2 == 0
-                              ? (std::vector<std::string>{"0x00000002", ours, port_, "1", ""})
-                              : (std::vector<std::string>{"0x00000001", port_, ours, "2", ""}))
-        << "packet " << i;
-  }
+  for (std::size_t i = 0; i < packets.size(); ++i)
+    EXPECT_EQ(packets[i][0], i % 2 == 0 ? "1" : "2") << "packet " << i;
 
   // --bulk N: GetBulk requests of N repetitions, each answered with several objects.
   const std::string bulk_capture = folder / "bulk.pcapng";
@@ -211,9 +188,7 @@ TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {
       Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "25", "-t", "5000", "--pcapng", bulk_capture});
   ASSERT_EQ(bulk.status, 0) << bulk.err;
   const std::vector<Binding> from_bulk = ParseOurs(bulk.out);
-  ASSERT_EQ(from_bulk.size(), found.size());
-  for (std::size_t i = 0; i < found.size(); ++i)  // sysUpTime moves on between the walks
-    EXPECT_EQ(from_bulk[i].oid, found[i].oid) << i;
+  ASSERT_EQ(from_bulk.size(), found.size());  // the objects are the walk operation's test
   const auto bulk_packets =
       TsharkFields(bulk_capture, port_, {"snmp.data", "snmp.max_repetitions"});
   EXPECT_LT(bulk_packets.size(), from_bulk.size() / 5);

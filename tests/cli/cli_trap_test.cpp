@@ -39,60 +39,47 @@ const std::vector<std::string> kArrived = {
     ".1.3.6.1.4.1.59871.1.4 = OID: .1.3.6.1.4.1.59871.2", ".1.3.6.1.4.1.59871.1.5 = Gauge32: 77",
     ".1.3.6.1.4.1.59871.1.9 = NULL", ".1.3.6.1.4.1.59871.1.11 = \"\""};
 
-TEST_F(CliTrap, Version1ArrivesWithEveryFieldAndBinding) {
-  std::vector<std::string> args = sondara_test::Args(
+// One trap of each version and one with the two fixed entries alone, as snmptrapd reads them.
+TEST_F(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
+  std::vector<std::string> v1 = sondara_test::Args(
       "-v|1|-c|trapcom|--enterprise|.1.3.6.1.4.1.59871.7|--agent-address|10.20.30.40|--generic|"
       "linkUp|--specific|0");
-  args.insert(args.end(), kBindings.begin(), kBindings.end());
-  const ProcessResult r = Trap(args);
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.err, "");
-  const auto traps = manager_.TrapFields(1);
-  ASSERT_EQ(traps.size(), 1U);
-  std::vector<std::string> fields = traps[0];
-  ASSERT_GE(fields.size(), 5U);
-  EXPECT_LT(std::stoul(fields[4]), 6000UL);  // counts from the start of the run
-  fields.erase(fields.begin() + 4);
+  std::vector<std::string> v2c = {"--trap-oid", ".1.3.6.1.6.3.1.1.5.4", "--format", "json"};
+  v1.insert(v1.end(), kBindings.begin(), kBindings.end());
+  v2c.insert(v2c.end(), kBindings.begin(), kBindings.end());
+  const ProcessResult r1 = Trap(v1), r2 = Trap(v2c), plain = Trap({});
+  for (const ProcessResult& r : {r1, r2, plain})
+    ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r1.err, "");
+  // What was sent is printed as the get prints what it read.
+  EXPECT_NE(r1.out.find(".1.3.6.1.4.1.59871.1.9 = Null: \n"), std::string::npos) << r1.out;
+
+  std::vector<std::vector<std::string>> traps = manager_.TrapFields(3);
+  ASSERT_EQ(traps.size(), 3U);
+  for (std::vector<std::string>& f : traps)
+    ASSERT_GE(f.size(), 6U);
+  EXPECT_LT(std::stoul(traps[0][4]), 6000UL);  // counts from the start of the run
+  traps[0].erase(traps[0].begin() + 4);
   std::vector<std::string> expected = {".1.3.6.1.4.1.59871.7", "10.20.30.40", "3", "0"};
   expected.insert(expected.end(), kArrived.begin(), kArrived.end());
-  EXPECT_EQ(fields, expected);
-  // What was sent is printed as the get prints what it read.
-  for (const char* line :
-       {".1.3.6.1.4.1.59871.1.5 = Gauge32: 77\n", ".1.3.6.1.4.1.59871.1.9 = Null: \n"})
-    EXPECT_NE(r.out.find(line), std::string::npos) << r.out;
-}
+  EXPECT_EQ(traps[0], expected);
 
-TEST_F(CliTrap, Version2cCarriesSysUpTimeAndTheTrapOidFirst) {
-  std::vector<std::string> args = {"--trap-oid", ".1.3.6.1.6.3.1.1.5.4", "--format", "json"};
-  args.insert(args.end(), kBindings.begin(), kBindings.end());
-  const ProcessResult r = Trap(args);
-  ASSERT_EQ(r.status, 0) << r.err;
-  const ProcessResult plain = Trap({});  // the two fixed entries alone
-  ASSERT_EQ(plain.status, 0) << plain.err;
-
-  const auto traps = manager_.TrapFields(2);
-  ASSERT_EQ(traps.size(), 2U);
-  std::vector<std::vector<std::string>> fields = traps;
-  for (std::vector<std::string>& f : fields) {
-    ASSERT_GE(f.size(), 7U);
-    EXPECT_EQ(std::vector<std::string>(f.begin(), f.begin() + 5),
-              (std::vector<std::string>{".", "0.0.0.0", "0", "0", "0"}));
-    EXPECT_EQ(f[5].rfind(".1.3.6.1.2.1.1.3.0 = Timeticks: (", 0), 0U) << f[5];
-    f.erase(f.begin(), f.begin() + 6);
-  }
-  std::vector<std::string> expected = {".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1.6.3.1.1.5.4"};
-  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
-  EXPECT_EQ(fields[0], expected);
-  EXPECT_EQ(fields[1], (std::vector<std::string>{".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1"}));
-
-  // The printed sysUpTime.0 is the one that went.
-  const std::string sent = traps[0][5];
+  // v2c: sysUpTime.0 and snmpTrapOID.0 first; the printed sysUpTime.0 is the one that went.
+  const std::string sent = traps[1][5];
+  EXPECT_EQ(sent.rfind(".1.3.6.1.2.1.1.3.0 = Timeticks: (", 0), 0U) << sent;
   const std::string ticks = sent.substr(sent.find('(') + 1, sent.find(')') - sent.find('(') - 1);
-  EXPECT_EQ(r.out.rfind("{\"oid\":\".1.3.6.1.2.1.1.3.0\",\"type\":\"Timeticks\",\"value\":\"" +
-                            ticks + "\"}\n{\"oid\":\".1.3.6.1.6.3.1.1.4.1.0\"",
-                        0),
+  EXPECT_EQ(r2.out.rfind("{\"oid\":\".1.3.6.1.2.1.1.3.0\",\"type\":\"Timeticks\",\"value\":\"" +
+                             ticks + "\"}\n{\"oid\":\".1.3.6.1.6.3.1.1.4.1.0\"",
+                         0),
             0U)
-      << r.out;
+      << r2.out;
+  expected = {".", "0.0.0.0", "0", "0", "0", ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1.6.3.1.1.5.4"};
+  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
+  traps[1].erase(traps[1].begin() + 5);
+  EXPECT_EQ(traps[1], expected);
+  traps[2].erase(traps[2].begin() + 5);
+  EXPECT_EQ(traps[2], (std::vector<std::string>{".", "0.0.0.0", "0", "0", "0",
+                                                ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1"}));
 }
 
 TEST_F(CliTrap, MoreThanSixtyFourBindingsAreRefused) {

@@ -5,7 +5,6 @@
 #include <signal.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -44,8 +43,6 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
       {{"get", "-p", port}, "get: missing HOST"},
       {{"get", "127.0.0.1", "-p", port}, "get: missing OID"},
       {{"get", "127.0.0.1", "-p", port, ".1.3.6.1.2.1.1.1.0", "1.3."}, "bad OID '1.3.'"},
-      {{"getnext", "127.0.0.1", "-p", port, "1"}, "bad OID '1'"},
-      {{"set", "127.0.0.1", "-p", port, oid, "String", "x"}, "unknown TYPE 'String'"},
       {{"set", "127.0.0.1", "-p", port, oid, "Null", "x"}, "unknown TYPE 'Null'"},
       {{"set", "127.0.0.1", "-p", port, oid, "integer32", "2147483648"},
        "'2147483648' does not fit Integer32"},
@@ -74,8 +71,6 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
       {{"sweep", "10.0.0.1"}, "sweep: missing END"},
       {{"sweep", "10.0.0.1", "10.0.0.256"}, "bad END '10.0.0.256'"},
       {{"sweep", "10.0.0.x", "10.0.0.2"}, "bad START '10.0.0.x'"},
-      {{"sweep", "10.0.0.1", "10.0.0.2", "-c", "x"}, "sweep: option -c does not apply"},
-      {{"walk", "127.0.0.1", "-p", port, ".1.3.x"}, "bad OID '.1.3.x'"},
       {{"walk", "127.0.0.1", "-p", port, ".1.3", ".1.4"}, "unexpected argument '.1.4'"},
       {{"walk", "127.0.0.1", "-p", port, "--bulk", "0"}, "bad --bulk '0'"},
       {{"trap", "127.0.0.1", "-p", port, "--trap-oid", "1.3."}, "bad --trap-oid '1.3.'"},
@@ -300,18 +295,6 @@ TEST(CliUsage, HelpDescribesEveryCommand) {
   EXPECT_EQ(walk.status, 0);
   EXPECT_EQ(walk.out.rfind("Usage: sondara-cli walk HOST [OID] [--bulk N]", 0), 0U) << walk.out;
   EXPECT_EQ(walk.out.find("--trap-oid"), std::string::npos);
-}
-
-TEST(CliUsage, LinksNoQt) {
-  FILE* ldd = ::popen("ldd " SONDARA_CLI, "r");
-  ASSERT_NE(ldd, nullptr);
-  std::string libraries;
-  char buf[512];
-  while (std::fgets(buf, sizeof buf, ldd) != nullptr)
-    libraries += buf;
-  EXPECT_EQ(::pclose(ldd), 0) << libraries;
-  EXPECT_NE(libraries.find("libc.so"), std::string::npos) << libraries;
-  EXPECT_EQ(libraries.find("Qt"), std::string::npos) << libraries;
 }
 
 }  // namespace
