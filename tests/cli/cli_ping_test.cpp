@@ -29,7 +29,7 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
       return std::string("no answering addresses");
     Cli cli;
     std::string out;
-    for (const char* host : {"127.0.0.1", "198.18.0.7", "198.18.0.9", "10.0.0.300"}) {
+    for (const char* host : {"198.18.0.7", "198.18.0.9", "10.0.0.300"}) {
       const ProcessResult r = cli.Run({"ping", "-t", "300", "-r", "0", host});
       out += std::to_string(r.status) + " " + r.out + r.err;
     }
@@ -59,8 +59,6 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
                         "'3'.\n",
                     found = "198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n";
   const std::regex expected(
-      "0 Ping command sent to IP 127\\.0\\.0\\.1\\.\n"
-      "Reply from 127\\.0\\.0\\.1: bytes=14 time=[0-9]+ms\\.\n"
       "0 Ping command sent to IP 198\\.18\\.0\\.7\\.\n"
       "Reply from 198\\.18\\.0\\.7: bytes=14 time=[0-9]+ms\\.\n"
       "3 Ping command sent to IP 198\\.18\\.0\\.9\\.\n"

@@ -127,11 +127,6 @@ inline std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-inline ProcessResult RunProcess(const std::vector<std::string>& argv,
-                                const std::vector<std::string>& env = {}, int deadline_ms = 30000) {
-  return RunningProcess(argv, env).Wait(deadline_ms);
-}
-
 // sondara-cli with a profile folder of its own (no user settings leak in).
 class Cli {
  public:

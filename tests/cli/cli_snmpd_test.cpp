@@ -112,7 +112,7 @@ class CliAgainstSnmpd : public testing::Test {
     std::vector<std::string> argv{"/usr/bin/" + tool,  "-v", version, "-c", "getcom", "-On",
                                   "127.0.0.1:" + port_};
     argv.insert(argv.end(), oids.begin(), oids.end());
-    const ProcessResult r = sondara_test::RunProcess(argv);
+    const ProcessResult r = sondara_test::RunningProcess(argv).Wait();
     EXPECT_EQ(r.status, 0) << r.err;
     return r.out;
   }
