@@ -7,6 +7,7 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -36,12 +37,9 @@ class RunningProcess {
       : out_path_(files_ / "out"), err_path_(files_ / "err") {
     std::vector<std::string> env_text(env);
     for (char** e = environ; *e != nullptr; ++e) {
-      const std::string entry(*e);
-      const std::string name = entry.substr(0, entry.find('=') + 1);
-      bool replaced = false;
-      for (const std::string& mine : env)
-        replaced = replaced || mine.rfind(name, 0) == 0;
-      if (!replaced)
+      const std::string entry(*e), name = entry.substr(0, entry.find('=') + 1);
+      if (std::none_of(env.begin(), env.end(),
+                       [&](const auto& mine) { return mine.starts_with(name); }))
         env_text.push_back(entry);
     }
     std::vector<char*> args, envp;
