@@ -1,5 +1,5 @@
-// ping answers 0 on a reply and 3 without one; inside a private namespace only the addresses
-// that exist answer a ping or a sweep, and Ctrl+C ends a sweep with what it found.
+// ping answers 0 on a reply, 3 without one and 2 for a bad address; inside a private namespace only
+// the addresses that exist answer a ping or a sweep, and Ctrl+C ends a sweep with what it found.
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "cli/cli_process.h"
-#include "net/icmp_echo.h"
 #include "support/private_netns.h"
 #include "support/recorders.h"
 
@@ -30,7 +29,7 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
       return std::string("no answering addresses");
     Cli cli;
     std::string out;
-    for (const char* host : {"127.0.0.1", "198.18.0.7", "198.18.0.9"}) {
+    for (const char* host : {"198.18.0.7", "198.18.0.9", "10.0.0.300"}) {
       const ProcessResult r = cli.Run({"ping", "-t", "300", "-r", "0", host});
       out += std::to_string(r.status) + " " + r.out + r.err;
     }
@@ -60,12 +59,11 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
                         "'3'.\n",
                     found = "198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n";
   const std::regex expected(
-      "0 Ping command sent to IP 127\\.0\\.0\\.1\\.\n"
-      "Reply from 127\\.0\\.0\\.1: bytes=14 time=[0-9]+ms\\.\n"
       "0 Ping command sent to IP 198\\.18\\.0\\.7\\.\n"
       "Reply from 198\\.18\\.0\\.7: bytes=14 time=[0-9]+ms\\.\n"
       "3 Ping command sent to IP 198\\.18\\.0\\.9\\.\n"
-      "Reply from 198\\.18\\.0\\.9 not received\\.\n([\\s\\S]*)");
+      "Reply from 198\\.18\\.0\\.9 not received\\.\n"
+      "2 sondara-cli: Invalid IPv4 address '10\\.0\\.0\\.300'\\.\n([\\s\\S]*)");
   std::smatch ping;
   ASSERT_TRUE(std::regex_match(run.output, ping, expected)) << run.output;
   EXPECT_EQ(ping[1].str(),
@@ -75,15 +73,6 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
                 started + complete + "130\n" + started + found +
                 "sondara-cli: Device discovery stopped. No. of devices discovered "
                 "'2'.\n");
-}
-
-TEST(CliPing, AnInvalidAddressIsAUsageError) {
-  if (!net::LoadIcmp())
-    GTEST_SKIP() << "no ICMP socket: needs CAP_NET_RAW or ping_group_range";
-  const ProcessResult r = Cli().Run({"ping", "10.0.0.300"});
-  EXPECT_EQ(r.status, 2);
-  EXPECT_EQ(r.out, "");
-  EXPECT_EQ(r.err, "sondara-cli: Invalid IPv4 address '10.0.0.300'.\n");
 }
 
 }  // namespace

@@ -4,9 +4,10 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -34,15 +35,11 @@ class RunningProcess {
   RunningProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env = {},
                  bool merge_err = false)
       : out_path_(files_ / "out"), err_path_(files_ / "err") {
-    // Everything the child needs is made before fork: other threads of the test may hold locks.
     std::vector<std::string> env_text(env);
     for (char** e = environ; *e != nullptr; ++e) {
-      const std::string entry(*e);
-      const std::string name = entry.substr(0, entry.find('=') + 1);
-      bool replaced = false;
-      for (const std::string& mine : env)
-        replaced = replaced || mine.rfind(name, 0) == 0;
-      if (!replaced)
+      const std::string entry(*e), name = entry.substr(0, entry.find('=') + 1);
+      if (std::none_of(env.begin(), env.end(),
+                       [&](const auto& mine) { return mine.starts_with(name); }))
         env_text.push_back(entry);
     }
     std::vector<char*> args, envp;
@@ -52,18 +49,16 @@ class RunningProcess {
     for (const std::string& e : env_text)
       envp.push_back(const_cast<char*>(e.c_str()));
     envp.push_back(nullptr);
-    const int out_fd = ::open(out_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    const int err_fd = ::open(err_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      ::dup2(out_fd, 1);
-      ::dup2(merge_err ? out_fd : err_fd, 2);
-      ::execve(args[0], args.data(), envp.data());
-      ::_exit(127);
-    }
-    ::close(out_fd);
-    ::close(err_fd);
+    posix_spawn_file_actions_t files;
+    ::posix_spawn_file_actions_init(&files);
+    ::posix_spawn_file_actions_addopen(&files, 1, out_path_.c_str(), O_WRONLY | O_CREAT, 0600);
+    if (merge_err)
+      ::posix_spawn_file_actions_adddup2(&files, 1, 2);
+    else
+      ::posix_spawn_file_actions_addopen(&files, 2, err_path_.c_str(), O_WRONLY | O_CREAT, 0600);
+    if (::posix_spawn(&pid_, args[0], &files, nullptr, args.data(), envp.data()) != 0)
+      pid_ = -1;
+    ::posix_spawn_file_actions_destroy(&files);
   }
   ~RunningProcess() {
     if (pid_ > 0) {
@@ -128,11 +123,6 @@ inline std::vector<std::string> Lines(const std::string& text) {
   for (std::string line; std::getline(in, line);)
     lines.push_back(line);
   return lines;
-}
-
-inline ProcessResult RunProcess(const std::vector<std::string>& argv,
-                                const std::vector<std::string>& env = {}, int deadline_ms = 30000) {
-  return RunningProcess(argv, env).Wait(deadline_ms);
 }
 
 // sondara-cli with a profile folder of its own (no user settings leak in).

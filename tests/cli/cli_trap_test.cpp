@@ -1,7 +1,6 @@
 // sondara-cli trap against a real net-snmp snmptrapd: the options and bindings as typed arrive.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 #include <vector>
 
@@ -39,74 +38,57 @@ const std::vector<std::string> kArrived = {
     ".1.3.6.1.4.1.59871.1.4 = OID: .1.3.6.1.4.1.59871.2", ".1.3.6.1.4.1.59871.1.5 = Gauge32: 77",
     ".1.3.6.1.4.1.59871.1.9 = NULL", ".1.3.6.1.4.1.59871.1.11 = \"\""};
 
-TEST_F(CliTrap, Version1ArrivesWithEveryFieldAndBinding) {
-  std::vector<std::string> args = sondara_test::Args(
+// One trap of each version and one with the most bindings a trap may carry, as snmptrapd reads
+// them; one binding more is refused.
+TEST_F(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
+  std::vector<std::string> v1 = sondara_test::Args(
       "-v|1|-c|trapcom|--enterprise|.1.3.6.1.4.1.59871.7|--agent-address|10.20.30.40|--generic|"
       "linkUp|--specific|0");
-  args.insert(args.end(), kBindings.begin(), kBindings.end());
-  const ProcessResult r = Trap(args);
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.err, "");
-  const auto traps = manager_.TrapFields(1);
-  ASSERT_EQ(traps.size(), 1U);
-  std::vector<std::string> fields = traps[0];
-  ASSERT_GE(fields.size(), 5U);
-  EXPECT_LT(std::stoul(fields[4]), 6000UL);  // counts from the start of the run
-  fields.erase(fields.begin() + 4);
-  std::vector<std::string> expected = {".1.3.6.1.4.1.59871.7", "10.20.30.40", "3", "0"};
-  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
-  EXPECT_EQ(fields, expected);
-  // What was sent is printed as the get prints what it read.
-  for (const char* line :
-       {".1.3.6.1.4.1.59871.1.5 = Gauge32: 77\n", ".1.3.6.1.4.1.59871.1.9 = Null: \n"})
-    EXPECT_NE(r.out.find(line), std::string::npos) << r.out;
-}
-
-TEST_F(CliTrap, Version2cCarriesSysUpTimeAndTheTrapOidFirst) {
-  std::vector<std::string> args = {"--trap-oid", ".1.3.6.1.6.3.1.1.5.4", "--format", "json"};
-  args.insert(args.end(), kBindings.begin(), kBindings.end());
-  const ProcessResult r = Trap(args);
-  ASSERT_EQ(r.status, 0) << r.err;
-  const ProcessResult plain = Trap({});  // the two fixed entries alone
-  ASSERT_EQ(plain.status, 0) << plain.err;
-
-  const auto traps = manager_.TrapFields(2);
-  ASSERT_EQ(traps.size(), 2U);
-  std::vector<std::vector<std::string>> fields = traps;
-  for (std::vector<std::string>& f : fields) {
-    ASSERT_GE(f.size(), 7U);
-    EXPECT_EQ(std::vector<std::string>(f.begin(), f.begin() + 5),
-              (std::vector<std::string>{".", "0.0.0.0", "0", "0", "0"}));
-    EXPECT_EQ(f[5].rfind(".1.3.6.1.2.1.1.3.0 = Timeticks: (", 0), 0U) << f[5];
-    f.erase(f.begin(), f.begin() + 6);
-  }
-  std::vector<std::string> expected = {".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1.6.3.1.1.5.4"};
-  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
-  EXPECT_EQ(fields[0], expected);
-  EXPECT_EQ(fields[1], (std::vector<std::string>{".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1"}));
-
-  // The printed sysUpTime.0 is the one that went.
-  const std::string sent = traps[0][5];
-  const std::string ticks = sent.substr(sent.find('(') + 1, sent.find(')') - sent.find('(') - 1);
-  EXPECT_EQ(r.out.rfind("{\"oid\":\".1.3.6.1.2.1.1.3.0\",\"type\":\"Timeticks\",\"value\":\"" +
-                            ticks + "\"}\n{\"oid\":\".1.3.6.1.6.3.1.1.4.1.0\"",
-                        0),
-            0U)
-      << r.out;
-}
-
-TEST_F(CliTrap, MoreThanSixtyFourBindingsAreRefused) {
-  std::vector<std::string> args;
+  std::vector<std::string> v2c = {"--trap-oid", ".1.3.6.1.6.3.1.1.5.4", "--format", "json"};
+  v1.insert(v1.end(), kBindings.begin(), kBindings.end());
+  v2c.insert(v2c.end(), kBindings.begin(), kBindings.end());
+  std::vector<std::string> most;
   for (int i = 1; i <= 63; ++i)
-    args.insert(args.end(), {".1.3.6.1.4.1.59871.1." + std::to_string(i), "Integer32", "1"});
-  const ProcessResult r = Trap(args);  // 63 and the two fixed entries
-  EXPECT_EQ(r.status, 2);
-  EXPECT_EQ(r.err,
+    most.insert(most.end(), {".1.3.6.1.4.1.59871.1." + std::to_string(i), "Integer32", "1"});
+  const ProcessResult refused = Trap(most);  // 63 and the two fixed entries
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_EQ(refused.err,
             "sondara-cli: trap: too many bindings (at most 64, sysUpTime.0 and snmpTrapOID.0 "
             "included)\n");
-  args.resize(3 * 62);
-  EXPECT_EQ(Trap(args).status, 0);
-  EXPECT_EQ(manager_.Traps(2, std::chrono::milliseconds(500)).size(), 1U);
+  most.resize(3 * 62);
+  const ProcessResult r1 = Trap(v1), r2 = Trap(v2c), r3 = Trap(most);
+  for (const ProcessResult& r : {r1, r2, r3})
+    ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r1.err, "");
+  // What was sent is printed as the get prints what it read.
+  EXPECT_NE(r1.out.find(".1.3.6.1.4.1.59871.1.9 = Null: \n"), std::string::npos) << r1.out;
+
+  std::vector<std::vector<std::string>> traps = manager_.TrapFields(3);
+  ASSERT_EQ(traps.size(), 3U);
+  for (std::vector<std::string>& f : traps)
+    ASSERT_GE(f.size(), 6U);
+  EXPECT_LT(std::stoul(traps[0][4]), 6000UL);  // counts from the start of the run
+  traps[0].erase(traps[0].begin() + 4);
+  std::vector<std::string> expected = {".1.3.6.1.4.1.59871.7", "10.20.30.40", "3", "0"};
+  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
+  EXPECT_EQ(traps[0], expected);
+
+  // v2c: sysUpTime.0 and snmpTrapOID.0 first; the printed sysUpTime.0 is the one that went.
+  const std::string sent = traps[1][5];
+  EXPECT_EQ(sent.rfind(".1.3.6.1.2.1.1.3.0 = Timeticks: (", 0), 0U) << sent;
+  const std::string ticks = sent.substr(sent.find('(') + 1, sent.find(')') - sent.find('(') - 1);
+  EXPECT_EQ(r2.out.rfind("{\"oid\":\".1.3.6.1.2.1.1.3.0\",\"type\":\"Timeticks\",\"value\":\"" +
+                             ticks + "\"}\n{\"oid\":\".1.3.6.1.6.3.1.1.4.1.0\"",
+                         0),
+            0U)
+      << r2.out;
+  expected = {".", "0.0.0.0", "0", "0", "0", ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1.6.3.1.1.5.4"};
+  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
+  traps[1].erase(traps[1].begin() + 5);
+  EXPECT_EQ(traps[1], expected);
+  ASSERT_EQ(traps[2].size(), 5U + 64U);  // five fields, then the two fixed entries and 62 more
+  EXPECT_EQ(traps[2][6], ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1");
+  EXPECT_EQ(traps[2].back(), ".1.3.6.1.4.1.59871.1.62 = INTEGER: 1");
 }
 
 }  // namespace

