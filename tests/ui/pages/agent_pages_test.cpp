@@ -212,6 +212,15 @@ class AgentPagesTest : public QObject {
     QCOMPARE(
         pages::CVarBindListRules(sondara.TrapVarBinds(), false, lock).Item(2),
         (pages::VarBindText{L".1.3.6.1.4.1.59871.1.9", L"Octet String", L"added at the desk"}));
+
+    QStringList shown;  // VarBind# is read from its field, against the grown list
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { shown << text; });
+    page.activateWindow();  // back from the dialogs
+    Type(&page, "sendTrapHost", "127.0.0.1");
+    Type(&page, "varBindNum", "4");
+    Click(&page, "sendTrapButton");
+    QCOMPARE(shown, QStringList{"VarBind# ('4') greater than the no. of varbinds in the VarBind "
+                                "list ('3')."});
   }
 
  private:
