@@ -143,6 +143,7 @@ class AgentPagesTest : public QObject {
       QTabWidget* sheet = w.PropertySheetView()->Sheet();
       sheet->setCurrentIndex(0);  // waits for the worker
       QCOMPARE(page->Operation().FinalStatus(), pages::WalkStatus::kStopped);  // rows came first
+      QCOMPARE(sondara.WalkMib().start_oid, std::wstring(L".1.3.6.1"));        // stored on leaving
       sheet->setCurrentWidget(page);
       QTRY_COMPARE(Button(page, "walkButton")->text(), QString("Begin &Walk"));
       QTableView* table = page->ResultsTable();
