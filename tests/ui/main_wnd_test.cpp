@@ -373,56 +373,49 @@ class OptionsDialogTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void OkChecksRangesInOrder() {
+  // OK checks the ranges in order: the first refusal shows, focuses its field and stores
+  // nothing. OK then stores every field and the adapter; Cancel stores nothing.
+  void OkChecksRangesThenStoresEverythingCancelNothing() {
     const QString request_range = "Please enter an integer between 100 and 30000.";
+    const QList<int> defaults{0, 3, 1000, 3, 0};
     const struct {
-      QStringList typed;  // connect, request, retries, GetBulk repetitions
-      QString warning;    // empty: accepted
-      QString focused;
+      QStringList typed;  // connect, request, retries, GetBulk repetitions; +n: n spin clicks
+      QString button, warning, focused;
+      QList<int> stored;  // use IPv6, then the four fields
     } cases[] = {
-        {{"3", "99", "3", "0"}, request_range, kRequest},
-        {{"3", "30001", "3", "0"}, request_range, kRequest},
-        {{"30", "100", "1", "999"}, "", ""},
-        {{"1", "30000", "3", ""}, "", ""},  // an empty box reads as 0: GetNext
-        {{"", "99", "0", "0"}, "Please enter an integer between 1 and 30.", kConnect},  // first
+        {{"3", "99", "3", "0"}, "&OK", request_range, kRequest, defaults},
+        {{"3", "30001", "3", "0"}, "&OK", request_range, kRequest, defaults},
+        {{"", "99", "0", "0"},
+         "&OK",
+         "Please enter an integer between 1 and 30.",
+         kConnect,
+         defaults},
+        {{"30", "100", "+8", "999"}, "&OK", "", "", {1, 30, 100, 10, 999}},  // the spin stops
+        {{"+1", "30000", "3", ""}, "&OK", "", "", {1, 4, 30000, 3, 0}},      // empty reads as 0
+        {{"+1", "2500", "+8", "50"}, "Cance&l", "", "", defaults},
     };
     for (const auto& c : cases) {
       Options o;
       o.d.show();
       QVERIFY(QTest::qWaitForWindowActive(&o.d));
       o.ClickUseIPv6();
-      o.Type(kConnect, c.typed[0]);
-      o.Type(kRequest, c.typed[1]);
-      o.Type(kRetries, c.typed[2]);
-      o.Type(kBulk, c.typed[3]);
-      o.Click("&OK");
-      if (c.warning.isEmpty()) {
-        QCOMPARE(o.Stored(), QList<int>({1, c.typed[0].toInt(), c.typed[1].toInt(),
-                                         c.typed[2].toInt(), c.typed[3].toInt()}));
-      } else {
-        QCOMPARE(o.warnings, QStringList{c.warning});
-        QVERIFY(o.d.isVisible());
-        QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
-        QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3, 0}));  // not even what passed
-      }
-    }
-  }
-
-  void OkStoresEverythingCancelNothing() {
-    for (const QString button : {"Cance&l", "&OK"}) {
-      Options o;
-      o.ClickUseIPv6();
       o.d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
-      o.SpinUp(kConnect, 1);
-      o.Type(kRequest, "2500");
-      o.SpinUp(kRetries, 8);  // stops at 10
-      o.Type(kBulk, "50");
-      o.Click(button);
-      const bool ok = button == "&OK";
-      QCOMPARE(o.d.result(), int(ok ? QDialog::Accepted : QDialog::Rejected));
-      QCOMPARE(o.sondara.Network().adapter_name, std::wstring(ok ? L"wlan0[fe80::2%3]" : L""));
-      QCOMPARE(o.sondara.Network().adapter.ipv6_scope_id, ok ? 3u : 0u);
-      QCOMPARE(o.Stored(), ok ? QList<int>({1, 4, 2500, 10, 50}) : QList<int>({0, 3, 1000, 3, 0}));
+      const QString captions[] = {kConnect, kRequest, kRetries, kBulk};
+      for (int i = 0; i < 4; ++i) {
+        if (c.typed[i].startsWith('+'))
+          o.SpinUp(captions[i], c.typed[i].toInt());
+        else
+          o.Type(captions[i], c.typed[i]);
+      }
+      o.Click(c.button);
+      QCOMPARE(o.warnings, c.warning.isEmpty() ? QStringList() : QStringList{c.warning});
+      QCOMPARE(o.d.isVisible(), !c.warning.isEmpty());
+      if (!c.warning.isEmpty())
+        QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
+      QCOMPARE(o.Stored(), c.stored);
+      const bool stored = c.stored != defaults;
+      QCOMPARE(o.sondara.Network().adapter_name, std::wstring(stored ? L"wlan0[fe80::2%3]" : L""));
+      QCOMPARE(o.sondara.Network().adapter.ipv6_scope_id, stored ? 3u : 0u);
     }
   }
 };
