@@ -1,10 +1,4 @@
-// The main window and its Options dialog as a user meets them. View menu switches and rules,
-// paste, and the placement surviving a restart. From the keyboard, on every page: no Alt+letter
-// is taken twice among what can be reached at once (the menu titles, the tabs, the ping toolbar
-// and the page) unless Qt moves the focus round all of them on repeated presses; a tab's letter
-// switches pages without losing what was typed; Alt+T opens the Tools menu; Enter starts a
-// field's command; Ctrl+Q quits.
-// Options: fields found by their captions, the range checks of OK, OK and Cancel.
+// The main window and its Options dialog as a user meets them: menus, keyboard, placement.
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
@@ -78,15 +72,18 @@ class MainWndTest : public QObject {
             !w.Action("viewDecodedMessage")->isChecked());
   }
 
-  void MenuRulesWithoutIcmp() {
+  // Without ICMP and with a settings file that is not text, the menus grey what cannot work
+  // and the event log says why, one line each.
+  void MenuRulesWithoutIcmpAndASettingsFileThatIsNotText() {
     Stores s;
     sondara_test::WriteFile(s.dir / "profile.ini",
                             "[FunctionalityEnable Settings]\nEnableGetSet=0\nEnableSendTrap=0\n"
                             "EnableWalkMIB=0\n");
+    sondara_test::WriteFile(s.dir / "sondara.ini", "[walkMIB]\nIPHost=M\xFCller\n");
+    s.app.LoadPageSettings();
     s.app.SetIcmpAvailable(false);
     app::CMainWnd w(s.app);
     w.UpdateCommandStates();
-    // Greyed and unchecked whatever their flags say; nothing that can work is on: no snapshot.
     for (const char* name : {"viewPingToolbar", "viewDeviceDiscovery", "saveSnapshot"})
       QVERIFY(!w.Action(name)->isEnabled() && !w.Action(name)->isChecked());
     QVERIFY(w.PingView()->isHidden());
@@ -94,26 +91,17 @@ class MainWndTest : public QObject {
     w.Action("viewWalkMib")->trigger();
     QVERIFY(w.Action("saveSnapshot")->isEnabled());
     const QAbstractItemModel* events = w.EventView()->Table()->model();
-    QTRY_COMPARE(events->rowCount(), 1);
-    QCOMPARE(events->index(0, 2).data().toString(),
-             "Unable to open an ICMP socket. Ping/Device discovery functionality will not be "
-             "available.");
-  }
-
-  // A settings file that is not text: one line says so (that the file is kept through a run
-  // is the program exit test's).
-  void SettingsFileThatIsNotTextIsTold() {
-    Stores s;
-    sondara_test::WriteFile(s.dir / "sondara.ini", "[walkMIB]\nIPHost=M\xFCller\n");
-    s.app.LoadPageSettings();
-    app::CMainWnd w(s.app);
-    const QAbstractItemModel* events = w.EventView()->Table()->model();
-    QTRY_COMPARE(events->rowCount(), 1);
-    QCOMPARE(events->index(0, 2).data().toString(),
-             QString::fromStdString("The settings file '" + s.dir / "sondara.ini" +
-                                    "' is not text (neither UTF-8 nor UTF-16). It is left as it "
-                                    "is and not written by this run; the pages start with their "
-                                    "defaults."));
+    QTRY_COMPARE(events->rowCount(), 2);
+    QStringList lines;
+    for (int row = 0; row < 2; ++row)
+      lines << events->index(row, 2).data().toString();
+    QCOMPARE(lines,
+             (QStringList{QString::fromStdString("The settings file '" + s.dir / "sondara.ini" +
+                                                 "' is not text (neither UTF-8 nor UTF-16). It is "
+                                                 "left as it is and not written by this run; the "
+                                                 "pages start with their defaults."),
+                          "Unable to open an ICMP socket. Ping/Device discovery functionality will "
+                          "not be available."}));
   }
 
   // Edit > Paste must reach the numeric edit's own filtering paste, not QLineEdit's.
@@ -194,15 +182,6 @@ void PressAlt(app::CMainWnd& w, int key) {
   QTest::keyClick(to, static_cast<Qt::Key>(key), Qt::AltModifier);
 }
 
-// The first text field of the page that the user can type into.
-QLineEdit* FirstTypable(QWidget* page) {
-  for (QLineEdit* edit : page->findChildren<QLineEdit*>()) {
-    if (edit->isVisible() && edit->isEnabled() && !edit->isReadOnly())
-      return edit;
-  }
-  return nullptr;
-}
-
 class MainWndKeyboardTest : public QObject {
   Q_OBJECT
 
@@ -255,8 +234,8 @@ class MainWndKeyboardTest : public QObject {
     int switches = 0;
     for (int page = 0; page < sheet_->count(); ++page) {
       sheet_->setCurrentIndex(page);
-      QLineEdit* edit = FirstTypable(sheet_->currentWidget());
-      QVERIFY(edit != nullptr);
+      auto* edit = sheet_->currentWidget()->findChild<QLineEdit*>();  // the page's first field
+      QVERIFY(edit != nullptr && edit->isEnabled());
       for (int other = 0; other < sheet_->count(); ++other) {
         sheet_->setCurrentIndex(page);
         const int key = Letter(sheet_->tabText(other));
@@ -280,8 +259,8 @@ class MainWndKeyboardTest : public QObject {
     QVERIFY(switches >= sheet_->count());  // every page can reach another one by its letter
   }
 
-  // With the target empty every command answers at once with its first refusal, which shows
-  // which command Enter started (and that the message box gets the operation's icon).
+  // With the target empty every command answers at once with its first refusal: which command
+  // Enter started, the message box's icon and the field that takes the focus.
   void EnterInAFieldStartsItsHalfsCommand() {
     w_.findChild<QLineEdit*>("getSetHost")->setText("127.0.0.1");
     w_.findChild<QComboBox*>("getOid")->setEditText("");
@@ -301,15 +280,19 @@ class MainWndKeyboardTest : public QObject {
       QWidget* keys = combo != nullptr && combo->lineEdit() ? combo->lineEdit() : field;
       keys->setFocus();
       QTest::keyClick(keys, Qt::Key_Return);
+      // The refused field takes the focus (a combo box's own edit is inside it).
+      QWidget* focus = QApplication::focusWidget();
+      shown_.last() +=
+          " @" + (focus->objectName().isEmpty() ? focus->parentWidget() : focus)->objectName();
     }
-    QCOMPARE(shown_, (QStringList{"Please enter a valid OID for the 'Get' request.",
-                                  "Please enter a valid OID for the 'Get' request.",
-                                  "Please enter a valid OID for the 'Set' request.",
-                                  "Please enter a valid OID for the 'Set' request.",
-                                  "Please enter a valid IP/Host address.",
-                                  "Please enter a valid IP/Host address.",
-                                  "Please enter a valid end IP address. (no icon)",
-                                  "Invalid IPv4 address '10.0.0.300'."}));
+    QCOMPARE(shown_, (QStringList{"Please enter a valid OID for the 'Get' request. @getOid",
+                                  "Please enter a valid OID for the 'Get' request. @getOid",
+                                  "Please enter a valid OID for the 'Set' request. @setOid",
+                                  "Please enter a valid OID for the 'Set' request. @setOid",
+                                  "Please enter a valid IP/Host address. @walkHost",
+                                  "Please enter a valid IP/Host address. @sendTrapHost",
+                                  "Please enter a valid end IP address. (no icon) @endIp",
+                                  "Invalid IPv4 address '10.0.0.300'. @pingHost"}));
   }
 
   void CtrlQQuits() {
@@ -390,57 +373,49 @@ class OptionsDialogTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void OkChecksRangesInOrder() {
+  // OK checks the ranges in order: the first refusal shows, focuses its field and stores
+  // nothing. OK then stores every field and the adapter; Cancel stores nothing.
+  void OkChecksRangesThenStoresEverythingCancelNothing() {
     const QString request_range = "Please enter an integer between 100 and 30000.";
+    const QList<int> defaults{0, 3, 1000, 3, 0};
     const struct {
-      QStringList typed;  // connect, request, retries, GetBulk repetitions
-      QString warning;    // empty: accepted
-      QString focused;
+      QStringList typed;  // connect, request, retries, GetBulk repetitions; +n: n spin clicks
+      QString button, warning, focused;
+      QList<int> stored;  // use IPv6, then the four fields
     } cases[] = {
-        {{"3", "99", "3", "0"}, request_range, kRequest},
-        {{"3", "30001", "3", "0"}, request_range, kRequest},
-        {{"3", "100", "3", "999"}, "", ""},
-        {{"30", "30000", "1", "0"}, "", ""},
-        {{"3", "100", "3", ""}, "", ""},  // an empty box reads as 0: GetNext
-        {{"", "99", "0", "0"}, "Please enter an integer between 1 and 30.", kConnect},  // first
+        {{"3", "99", "3", "0"}, "&OK", request_range, kRequest, defaults},
+        {{"3", "30001", "3", "0"}, "&OK", request_range, kRequest, defaults},
+        {{"", "99", "0", "0"},
+         "&OK",
+         "Please enter an integer between 1 and 30.",
+         kConnect,
+         defaults},
+        {{"30", "100", "+8", "999"}, "&OK", "", "", {1, 30, 100, 10, 999}},  // the spin stops
+        {{"+1", "30000", "3", ""}, "&OK", "", "", {1, 4, 30000, 3, 0}},      // empty reads as 0
+        {{"+1", "2500", "+8", "50"}, "Cance&l", "", "", defaults},
     };
     for (const auto& c : cases) {
       Options o;
       o.d.show();
       QVERIFY(QTest::qWaitForWindowActive(&o.d));
       o.ClickUseIPv6();
-      o.Type(kConnect, c.typed[0]);
-      o.Type(kRequest, c.typed[1]);
-      o.Type(kRetries, c.typed[2]);
-      o.Type(kBulk, c.typed[3]);
-      o.Click("&OK");
-      if (c.warning.isEmpty()) {
-        QCOMPARE(o.Stored(), QList<int>({1, c.typed[0].toInt(), c.typed[1].toInt(),
-                                         c.typed[2].toInt(), c.typed[3].toInt()}));
-      } else {
-        QCOMPARE(o.warnings, QStringList{c.warning});
-        QVERIFY(o.d.isVisible());
-        QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
-        QCOMPARE(o.Stored(), QList<int>({0, 3, 1000, 3, 0}));  // not even what passed
-      }
-    }
-  }
-
-  void OkStoresEverythingCancelNothing() {
-    for (const QString button : {"Cance&l", "&OK"}) {
-      Options o;
-      o.ClickUseIPv6();
       o.d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
-      o.SpinUp(kConnect, 1);
-      o.Type(kRequest, "2500");
-      o.SpinUp(kRetries, 8);  // stops at 10
-      o.Type(kBulk, "50");
-      o.Click(button);
-      const bool ok = button == "&OK";
-      QCOMPARE(o.d.result(), int(ok ? QDialog::Accepted : QDialog::Rejected));
-      QCOMPARE(o.sondara.Network().adapter_name, std::wstring(ok ? L"wlan0[fe80::2%3]" : L""));
-      QCOMPARE(o.sondara.Network().adapter.ipv6_scope_id, ok ? 3u : 0u);
-      QCOMPARE(o.Stored(), ok ? QList<int>({1, 4, 2500, 10, 50}) : QList<int>({0, 3, 1000, 3, 0}));
+      const QString captions[] = {kConnect, kRequest, kRetries, kBulk};
+      for (int i = 0; i < 4; ++i) {
+        if (c.typed[i].startsWith('+'))
+          o.SpinUp(captions[i], c.typed[i].toInt());
+        else
+          o.Type(captions[i], c.typed[i]);
+      }
+      o.Click(c.button);
+      QCOMPARE(o.warnings, c.warning.isEmpty() ? QStringList() : QStringList{c.warning});
+      QCOMPARE(o.d.isVisible(), !c.warning.isEmpty());
+      if (!c.warning.isEmpty())
+        QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
+      QCOMPARE(o.Stored(), c.stored);
+      const bool stored = c.stored != defaults;
+      QCOMPARE(o.sondara.Network().adapter_name, std::wstring(stored ? L"wlan0[fe80::2%3]" : L""));
+      QCOMPARE(o.sondara.Network().adapter.ipv6_scope_id, stored ? 3u : 0u);
     }
   }
 };
