@@ -22,31 +22,67 @@ bool CBerWriter::PutLongLength(std::uint32_t len) {
 }
 
 int CBerReader::GetLongLength(std::uint32_t& out_len) {
-  out_len = 0;
+  BerHeader h;
+  const int r = ReadLength(h, BerLengths::kLenient);
+  out_len = h.length;
+  return r;
+}
+
+int CBerReader::ReadLength(BerHeader& out, BerLengths rules) {
+  using Fault = BerHeader::Fault;
+  CBerReader at = *this;
   std::uint8_t first = 0;
-  if (GetByte(first) != kBerOk)
+  if (at.GetByte(first) != kBerOk) {
+    out.fault = Fault::kNoLength;
     return kBerExhausted;
+  }
+  out.length_octets = 0;
+  out.length = first;
   if (first < 0x80) {
-    out_len = first;
+    *this = at;
     return kBerOk;
   }
-  std::uint32_t n = first & 0x7Fu;
-  if (ExceedsInput(n, *this))
+  if (first == 0x80 && rules == BerLengths::kStrict) {
+    out.length = 0;
+    out.fault = Fault::kIndefinite;
+    return kBerBadLength;
+  }
+  const std::uint32_t n = first & 0x7Fu;
+  out.length_octets = n;
+  out.length = 0;
+  const std::uint8_t* octets = at.Take(n);
+  if (octets == nullptr) {
+    out.fault = Fault::kLengthOctetsPastEnd;
     return kBerExhausted;
-  std::uint8_t b = 0;
-  for (; n > 4; --n) {
-    if (GetByte(b) != kBerOk)
-      return kBerExhausted;
-    if (b != 0)
+  }
+  // Leading zero octets are allowed however many there are; the value must fit in 32 bits.
+  std::uint64_t len = 0;
+  for (std::uint32_t i = 0; i < n; ++i) {
+    len = (len << 8) | octets[i];
+    if (len > 0xFFFFFFFFu) {
+      out.fault = Fault::kLengthTooWide;
       return kBerBadLength;
+    }
   }
-  std::uint32_t len = 0;
-  for (; n > 0; --n) {
-    if (GetByte(b) != kBerOk)
-      return kBerExhausted;
-    len = (len << 8) | b;
+  out.length = static_cast<std::uint32_t>(len);  // n == 0 (the byte 0x80) leaves 0
+  *this = at;
+  return kBerOk;
+}
+
+int CBerReader::ReadHeader(BerHeader& out, BerLengths rules) {
+  out = BerHeader{};
+  CBerReader at = *this;
+  if (at.GetByte(out.tag) != kBerOk) {
+    out.fault = BerHeader::Fault::kNoIdentifier;
+    return kBerExhausted;
   }
-  out_len = len;  // n == 0 (the byte 0x80) leaves 0
+  if (const int r = at.ReadLength(out, rules); r != kBerOk)
+    return r;
+  if (ExceedsInput(out.length, at)) {
+    out.fault = BerHeader::Fault::kContentPastEnd;
+    return kBerExhausted;
+  }
+  *this = at;
   return kBerOk;
 }
 

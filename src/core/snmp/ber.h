@@ -19,7 +19,7 @@ enum BerResult : int {
   kBerOk = 0,
   kBerInternal = -1,   // a request of the wrong form, or nothing to decode into
   kBerExhausted = -2,  // fewer bytes remain than are needed
-  kBerTrailing = -3,   // bytes left after the PDU
+  kBerTrailing = -3,   // bytes left inside an element after its last field, or after the message
   kBerWrongTag = -4,   // identifier octet differs from the expected one
   kBerBadLength = -5,  // a length out of the range the content type accepts
   kVersionMismatch = -6,
@@ -83,6 +83,31 @@ class CBerWriter {
   std::int32_t free_;
 };
 
+// How length octets are read. The codec takes 0x80 (the indefinite form, which SNMP never
+// sends) as length 0, as replies have always been taken; the decoded message view refuses it by
+// name.
+enum class BerLengths : std::uint8_t { kLenient, kStrict };
+
+// An element's identifier and length octets as read, or what stopped them being read.
+struct BerHeader {
+  enum class Fault : std::uint8_t {
+    kNone,
+    kNoIdentifier,         // nothing left
+    kNoLength,             // the identifier octet is the last byte
+    kIndefinite,           // 0x80, under BerLengths::kStrict
+    kLengthOctetsPastEnd,  // 0x8n with fewer than n bytes left
+    kLengthTooWide,        // a length above 2^32-1
+    kContentPastEnd,       // the content runs past what is left
+  };
+  std::uint8_t tag = 0;
+  std::uint32_t length_octets = 0;  // n of a long form 0x8n, 0 for the short form
+  std::uint32_t length = 0;         // the content's length
+  Fault fault = Fault::kNone;
+
+  // Identifier and length octets.
+  std::uint32_t Size() const { return 2 + length_octets; }
+};
+
 // Forward reader over a span; every successful read consumes what it read.
 class CBerReader {
  public:
@@ -140,6 +165,11 @@ class CBerReader {
     return GetLongLength(out_len);
   }
 
+  // Identifier and length octets of the next element, whatever its tag, checked against what
+  // is left for its content; on success they are consumed and the content is next. Otherwise
+  // nothing is consumed and out.fault says why: kBerExhausted or kBerBadLength.
+  int ReadHeader(BerHeader& out, BerLengths rules);
+
   // Splits off the next `len` bytes as their own reader and consumes them here.
   int Split(std::uint32_t len, CBerReader& out_child) {
     if (static_cast<std::int64_t>(len) > remain_)
@@ -150,6 +180,8 @@ class CBerReader {
 
  private:
   int GetLongLength(std::uint32_t& out_len);
+  // Length octets into out (length_octets, length, fault), consumed only on success.
+  int ReadLength(BerHeader& out, BerLengths rules);
 
   const std::uint8_t* cursor_;
   std::int32_t remain_;

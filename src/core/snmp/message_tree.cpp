@@ -15,7 +15,6 @@ namespace {
 constexpr std::uint8_t kFirstPduTag = 0xA0;
 constexpr std::uint8_t kLastPduTag = 0xA8;
 constexpr std::uint8_t kGetBulkTag = 0xA5;
-constexpr std::uint32_t kMaxContentLength = 0xFFFFFFFFu;
 
 constexpr std::array<std::wstring_view, 19> kErrorStatusNames = {L"noError",
                                                                  L"tooBig",
@@ -199,47 +198,15 @@ class CTreeDecoder {
       Fail(in.node, start, 1, field, L"unsupported value type " + HexByte(tag), tag);
       return false;
     }
-    std::size_t p = start + 1;
-    if (p >= in.end) {
-      Fail(in.node, start, 1, field,
-           in.node < 0 ? L"the message ends after its identifier octet"
-                       : L"the " + in.name + L" ends before the length of its " + field,
-           tag);
+    // The codec's own reader, with the strict length rule.
+    CBerReader reader(data_ + start, static_cast<std::int32_t>(in.end - start));
+    BerHeader h;
+    if (reader.ReadHeader(h, BerLengths::kStrict) != kBerOk) {
+      FailHeader(h, in, field, start);
       return false;
     }
-    const std::uint8_t first = data_[p++];
-    std::uint64_t len = first;
-    if (first == 0x80) {
-      Fail(in.node, start + 1, 1, field, L"indefinite length (0x80) is not allowed in SNMP", tag);
-      return false;
-    }
-    if (first > 0x80) {
-      const std::size_t n = first & 0x7Fu;
-      if (n > in.end - p) {
-        Fail(in.node, start + 1, in.end - (start + 1), field,
-             L"length octets run past the end of the " + in.name + L" (" + Bytes(n) + L" needed, " +
-                 std::to_wstring(in.end - p) + L" left)",
-             tag);
-        return false;
-      }
-      len = 0;
-      for (std::size_t i = 0; i < n; ++i) {
-        len = (len << 8) | data_[p++];
-        if (len > kMaxContentLength) {
-          Fail(in.node, start + 1, 1 + n, field,
-               L"a length of " + Bytes(n) + L" does not fit in 32 bits", tag);
-          return false;
-        }
-      }
-    }
-    const std::size_t left = in.end - p;
-    if (len > left) {
-      Fail(in.node, start + 1, p - (start + 1), field,
-           L"length " + std::to_wstring(len) + L" runs past the end of the " + in.name + L" (" +
-               Bytes(left) + L" left)",
-           tag);
-      return false;
-    }
+    const std::size_t len = h.length;
+    const std::size_t p = start + h.Size();
     MessageNode n;
     n.parent = in.node;
     n.depth = DepthUnder(in.node);
@@ -250,9 +217,41 @@ class CTreeDecoder {
     n.field = field;
     n.type = BerTypeName(tag);
     nodes_.push_back(std::move(n));
-    out = Tlv{start, tag, p, static_cast<std::size_t>(len), static_cast<int>(nodes_.size() - 1)};
-    in.pos = p + static_cast<std::size_t>(len);
+    out = Tlv{start, tag, p, len, static_cast<int>(nodes_.size() - 1)};
+    in.pos = p + len;
     return true;
+  }
+
+  // The damage node for identifier and length octets that did not read: it covers the length
+  // octets, or the identifier octet when there are none.
+  void FailHeader(const BerHeader& h, const Span& in, const std::wstring& field, std::size_t start) {
+    using Fault = BerHeader::Fault;
+    const std::size_t octets = 1 + h.length_octets;  // after the identifier octet
+    switch (h.fault) {
+      case Fault::kNoLength:
+        return Fail(in.node, start, 1, field,
+                    in.node < 0 ? L"the message ends after its identifier octet"
+                                : L"the " + in.name + L" ends before the length of its " + field,
+                    h.tag);
+      case Fault::kIndefinite:
+        return Fail(in.node, start + 1, 1, field,
+                    L"indefinite length (0x80) is not allowed in SNMP", h.tag);
+      case Fault::kLengthOctetsPastEnd:
+        return Fail(in.node, start + 1, in.end - (start + 1), field,
+                    L"length octets run past the end of the " + in.name + L" (" +
+                        Bytes(h.length_octets) + L" needed, " +
+                        std::to_wstring(in.end - (start + 2)) + L" left)",
+                    h.tag);
+      case Fault::kLengthTooWide:
+        return Fail(in.node, start + 1, octets, field,
+                    L"a length of " + Bytes(h.length_octets) + L" does not fit in 32 bits",
+                    h.tag);
+      default:  // the content runs past the end
+        return Fail(in.node, start + 1, octets, field,
+                    L"length " + std::to_wstring(h.length) + L" runs past the end of the " +
+                        in.name + L" (" + Bytes(in.end - (start + 1 + octets)) + L" left)",
+                    h.tag);
+    }
   }
 
   // Bytes left in `in` after its last element.
