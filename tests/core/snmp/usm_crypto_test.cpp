@@ -1,0 +1,129 @@
+// Keys, digests and ciphers of the security model against vectors worked out by hand: RFC 3414
+// A.3 for MD5 and SHA-1, and for the SHA-2 hashes, the AES key extensions and the ciphers'
+// IV layouts, the same algorithms run in Python's hashlib and the openssl command.
+#include "snmp/usm_crypto.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/hex_bytes.h"
+
+namespace {
+
+using namespace snmp::usm;
+using testing_support::Hex;
+
+const Bytes kEngine = Hex("00 00 00 00 00 00 00 00 00 00 00 02");
+
+TEST(UsmCrypto, PasswordsBecomeTheRfcKeysAndLocaliseToTheEngine) {
+  const struct {
+    AuthProtocol auth;
+    const char *ku, *kul;
+    std::size_t digest;
+  } cases[] = {
+      {AuthProtocol::kMd5, "9faf3283884e92834ebc9847d8edd963", "526f5eed9fcce26f8964c2930787d82b",
+       12},
+      {AuthProtocol::kSha1, "9fb5cc0381497b3793528939ff788d5d79145211",
+       "6695febc9288e36282235fc7151f128497b38f3f", 12},
+      {AuthProtocol::kSha224, "282a5867ee9aac639ad59df9572c7d3ac0fbc13a905b6df07dbbf00b",
+       "0bd8827c6e29f8065e08e09237f177e410f69b90e1782be682075674", 16},
+      {AuthProtocol::kSha256, "ab51014d1e077f6017df2b12bee5f5aa72993177e9bb569c4dff5a4ca0b4afac",
+       "8982e0e549e866db361a6b625d84cccc11162d453ee8ce3a6445c2d6776f0f8b", 24},
+      {AuthProtocol::kSha384,
+       "e06eccdf2c68a06ed034723c9c26e0db3b669e1e2efed49150b55377a2e98f383c86fb836857444654b287c93f"
+       "51ff64",
+       "3b298f16164a11184279d5432bf169e2d2a48307de02b3d3f7e2b4f36eb6f0455a53689a3937eea07319a633d2"
+       "ccba78",
+       32},
+      {AuthProtocol::kSha512,
+       "7e4396de5aadc77be853819b98c9406265b3a9c37cc3176569847a4e4f6fba63dd3a73d04924d31a63f95a601f"
+       "9385af6be4ed1b37f87d040f7c6ed6f8d38a91",
+       "22a5a36cedfcc085807a128d7bc6c2382167ad6c0dbc5fdff856740f3d84c099ad1ea87a8db096714d9788bd54"
+       "4047c9021e4229ce27e4c0a69250adfcffbb0b",
+       48},
+  };
+  for (const auto& c : cases) {
+    const Bytes ku = PasswordToKey(c.auth, "maplesyrup");
+    EXPECT_EQ(ku, Hex(c.ku));
+    EXPECT_EQ(LocalizeKey(c.auth, ku, kEngine), Hex(c.kul));
+    EXPECT_EQ(DigestLength(c.auth), c.digest);
+  }
+  EXPECT_TRUE(PasswordToKey(AuthProtocol::kSha1, "").empty());
+  EXPECT_TRUE(PasswordToKey(AuthProtocol::kNone, "maplesyrup").empty());
+}
+
+TEST(UsmCrypto, PrivacyKeysAreCutOrStretchedEitherWay) {
+  const struct {
+    AuthProtocol auth;
+    PrivProtocol priv;
+    KeyExtension extension;
+    const char* key;
+  } cases[] = {
+      {AuthProtocol::kSha256, PrivProtocol::kAes128, KeyExtension::kBlumenthal,
+       "8982e0e549e866db361a6b625d84cccc"},  // cut, whichever the extension
+      {AuthProtocol::kMd5, PrivProtocol::kDes, KeyExtension::kReeder,
+       "526f5eed9fcce26f8964c2930787d82b"},
+      {AuthProtocol::kMd5, PrivProtocol::kAes256, KeyExtension::kBlumenthal,
+       "526f5eed9fcce26f8964c2930787d82bfa24a92467426c2f4b09192be10dfaec"},
+      {AuthProtocol::kMd5, PrivProtocol::kAes256, KeyExtension::kReeder,
+       "526f5eed9fcce26f8964c2930787d82b79eff44a90650ee0a3a40abfac5acc12"},
+      {AuthProtocol::kSha1, PrivProtocol::kAes256, KeyExtension::kBlumenthal,
+       "6695febc9288e36282235fc7151f128497b38f3f505e07eb9af25568fa1f5dbe"},
+      {AuthProtocol::kSha1, PrivProtocol::kAes256, KeyExtension::kReeder,
+       "6695febc9288e36282235fc7151f128497b38f3f9b8b6d78936ba6e7d19dfd9c"},
+      {AuthProtocol::kSha1, PrivProtocol::kAes192, KeyExtension::kReeder,
+       "6695febc9288e36282235fc7151f128497b38f3f9b8b6d78"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(PrivacyKey(c.auth, c.priv, c.extension, "maplesyrup", kEngine), Hex(c.key));
+}
+
+TEST(UsmCrypto, DigestsAreTheTruncatedHmacOfTheMessage) {
+  const std::string text = "sondara";
+  const Bytes message(text.begin(), text.end());
+  const Bytes md5 =
+      LocalizeKey(AuthProtocol::kMd5, Hex("9faf3283884e92834ebc9847d8edd963"), kEngine);
+  EXPECT_EQ(Digest(AuthProtocol::kMd5, md5, message), Hex("44a074aa1602359513275a36"));
+  const Bytes sha256 = PrivacyKey(AuthProtocol::kSha256, PrivProtocol::kAes256,
+                                  KeyExtension::kBlumenthal, "maplesyrup", kEngine);
+  EXPECT_EQ(Digest(AuthProtocol::kSha256, sha256, message),
+            Hex("d1a208ce8fb2ac0776c682f2c682c934f54706e040a05779"));
+}
+
+TEST(UsmCrypto, CiphersTakeTheirIvFromTheSaltAndTheEngineClock) {
+  const std::string text = "a scoped PDU of 29 bytes here";
+  const Bytes plain(text.begin(), text.end());
+  const std::uint64_t local = 0x0102030405060708;
+  const struct {
+    PrivProtocol priv;
+    const char *key, *salt, *sealed;
+  } cases[] = {
+      // DES: salt = boots, low half of the local number; IV = pre-IV xor salt; zeros pad.
+      {PrivProtocol::kDes, "526f5eed9fcce26f8964c2930787d82b", "0000000105060708",
+       "723a7d0ecf4eff20d0b6d06c8a4a7dba42de603bfbfccbbb4566b4ed00c0b3c6"},
+      // AES: IV = boots, time, salt (the whole local number); no padding.
+      {PrivProtocol::kAes128, "6695febc9288e36282235fc7151f1284", "0102030405060708",
+       "b2bfd6258971451aeba8bb443b3c4b0a244f958dada9c7809852c582f1"},
+      {PrivProtocol::kAes256, "6695febc9288e36282235fc7151f128497b38f3f9b8b6d78936ba6e7d19dfd9c",
+       "0102030405060708", "127425c05d3bfdf65c8330c4d1bd7b6864592fc15d8ac94e000d70b3bc"},
+  };
+  for (const auto& c : cases) {
+    const Bytes key = Hex(c.key);
+    const auto sealed = Encrypt(c.priv, key, 1, 2, local, plain);
+    ASSERT_TRUE(sealed.has_value()) << c.key;
+    EXPECT_EQ(sealed->salt, Hex(c.salt));
+    EXPECT_EQ(sealed->text, Hex(c.sealed));
+    const auto opened = Decrypt(c.priv, key, 1, 2, sealed->salt, sealed->text);
+    ASSERT_TRUE(opened.has_value());
+    EXPECT_EQ(Bytes(opened->begin(), opened->begin() + 29), plain);
+    // Another engine time changes an AES IV, never a DES one.
+    EXPECT_EQ(Decrypt(c.priv, key, 1, 3, sealed->salt, sealed->text) == opened,
+              c.priv == PrivProtocol::kDes);
+  }
+  const Bytes des = Hex("526f5eed9fcce26f8964c2930787d82b");
+  EXPECT_FALSE(Decrypt(PrivProtocol::kDes, des, 1, 2, Hex("0000000105060708"), Bytes(9, 0)));
+  EXPECT_FALSE(Decrypt(PrivProtocol::kAes128, des, 1, 2, Hex("01"), Bytes(16, 0)));  // short salt
+}
+
+}  // namespace
