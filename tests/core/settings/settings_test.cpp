@@ -111,7 +111,8 @@ TEST_F(SettingsTest, ReadRulesOfThePageSections) {
       (Names{a->Discovery().start_ip, a->Discovery().end_ip, gs.version, a->WalkMib().version}),
       (Names{L"", L"1x2x3x4", L"2C", L"2c"}));
   EXPECT_EQ((std::vector<int>{gs.port, a->WalkMib().port}), (std::vector<int>{161, 161}));
-  EXPECT_EQ(gs.get_oids, (History{L"1.3", L"1.3.6"}));  // bad skipped, empty ends
+  EXPECT_EQ(LoadFrom("[walkMIB]\nPort=0\n")->WalkMib().port, 161);  // no agent listens on 0
+  EXPECT_EQ(gs.get_oids, (History{L"1.3", L"1.3.6"}));              // bad skipped, empty ends
   EXPECT_EQ(gs.set_communities, History{L"private"});
   EXPECT_EQ(gs.get_communities, (History{L"getcom", L"setcomm"}));  // empty list refilled
   EXPECT_EQ(a->WalkMib().communities.size(), 10u);
