@@ -37,8 +37,19 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 networked devices: it pings, sweeps IPv4 ranges, reads and writes SNMP objects, walks MIBs\n\
 and sends traps with its own BER codec. sondara-cli runs the same operations from a shell.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The window needs a platform plugin, which no library of ours links against.
+# setcap, which the postinst runs, comes from libcap2-bin; the window needs a platform plugin,
+# which no library of ours links against.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcap2-bin")
 if(SONDARA_BUILD_GUI)
-  set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
+  string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", qt6-qpa-plugins")
 endif()
+# The postinst gives the installed programs cap_net_raw for their ICMP sockets.
+set(bin ${CPACK_PACKAGING_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})
+set(SONDARA_CAP_PROGRAMS ${bin}/sondara-cli)
+if(TARGET sondara AND SONDARA_BUILD_GUI)
+  set(SONDARA_CAP_PROGRAMS "${bin}/sondara ${SONDARA_CAP_PROGRAMS}")
+endif()
+configure_file(packaging/debian/postinst.in ${CMAKE_BINARY_DIR}/debian/postinst @ONLY)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_BINARY_DIR}/debian/postinst)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)

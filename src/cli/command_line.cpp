@@ -106,8 +106,9 @@ constexpr std::array<OptionSpec, 18> kOptions = {{
     {0, "version", 0, "", "the program's version"},
 }};
 
+// Wider than the Options' 100 to 30000 on purpose: a script may wait less or longer than the
+// window offers, and the command line's value is never stored.
 constexpr int kMaxTimeoutMs = 60000;
-constexpr int kMaxRetries = 10;
 constexpr int kMaxBulk = 65535;
 constexpr int kMaxSpecificTrap = 65535;
 
@@ -317,8 +318,8 @@ class CParser {
         line_.timeout_ms = static_cast<int>(n);
         break;
       case kOptRetries:
-        if (!ReadNumber(value, 0, kMaxRetries, n))
-          error_ = "bad retries " + Quoted(value) + Range(0, kMaxRetries);
+        if (!ReadNumber(value, app::kMinRetries, app::kMaxRetries, n))
+          error_ = "bad retries " + Quoted(value) + Range(app::kMinRetries, app::kMaxRetries);
         line_.retries = static_cast<int>(n);
         break;
       case kOptIPv6:

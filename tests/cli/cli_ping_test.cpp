@@ -1,10 +1,15 @@
-// ping answers 0 on a reply, 3 without one and 2 for a bad address; inside a private namespace only
-// the addresses that exist answer a ping or a sweep, and Ctrl+C ends a sweep with what it found.
+// ping answers 0 on a reply, 3 without one, 2 for a bad address and 4 for an unknown name; inside
+// a private namespace only the addresses that exist answer a ping or a sweep, and Ctrl+C ends a
+// sweep with what it found. A user outside ping_group_range pings with cap_net_raw only.
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <regex>
 #include <string>
 #include <vector>
@@ -29,7 +34,7 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
       return std::string("no answering addresses");
     Cli cli;
     std::string out;
-    for (const char* host : {"198.18.0.7", "198.18.0.9", "10.0.0.300"}) {
+    for (const char* host : {"bravo.test", "198.18.0.9", "10.0.0.300", "nosuch.test"}) {
       const ProcessResult r = cli.Run({"ping", "-t", "300", "-r", "0", host});
       out += std::to_string(r.status) + " " + r.out + r.err;
     }
@@ -63,7 +68,8 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
       "Reply from 198\\.18\\.0\\.7: bytes=14 time=[0-9]+ms\\.\n"
       "3 Ping command sent to IP 198\\.18\\.0\\.9\\.\n"
       "Reply from 198\\.18\\.0\\.9 not received\\.\n"
-      "2 sondara-cli: Invalid IPv4 address '10\\.0\\.0\\.300'\\.\n([\\s\\S]*)");
+      "2 sondara-cli: Invalid IPv4 address '10\\.0\\.0\\.300'\\.\n"
+      "4 sondara-cli: Unable to resolve IPv4 host 'nosuch\\.test': [A-Za-z ]+\n([\\s\\S]*)");
   std::smatch ping;
   ASSERT_TRUE(std::regex_match(run.output, ping, expected)) << run.output;
   EXPECT_EQ(ping[1].str(),
@@ -73,6 +79,48 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
                 started + complete + "130\n" + started + found +
                 "sondara-cli: Device discovery stopped. No. of devices discovered "
                 "'2'.\n");
+}
+
+// ping_group_range is per namespace: in a private one that lets nobody open an ICMP datagram
+// socket, a copy of sondara-cli run as nobody pings only once the package's postinst, pointed at
+// the copy, has given it cap_net_raw.
+TEST(CliPingAndSweep, CapNetRawLetsAUserOutsidePingGroupRangePing) {
+  if (::geteuid() != 0)
+    GTEST_SKIP() << "needs root: setcap, setpriv and a private network namespace";
+#ifndef SONDARA_POSTINST
+  GTEST_SKIP() << "a build without packaging has no postinst";
+#else
+  const auto run = testing_support::RunInPrivateNetns([] {
+    if (!(std::ofstream("/proc/sys/net/ipv4/ping_group_range") << "1 0" << std::flush))
+      return std::string("cannot set ping_group_range");
+    const sondara_test::TempFolder dir;
+    const std::string copy = dir / "sondara-cli";
+    std::filesystem::permissions(dir.Path(), std::filesystem::perms(0755));
+    std::filesystem::copy_file(SONDARA_CLI, copy);
+    std::string out;
+    for (const bool cap : {false, true}) {
+      const std::string postinst = "sed 's#/usr/bin/#" + dir.Path() +
+                                   "/#g' " SONDARA_POSTINST " | sh -s configure 2>/dev/null";
+      if (cap && std::system(postinst.c_str()) != 0)
+        return std::string("the postinst failed");
+      const ProcessResult r =
+          sondara_test::RunningProcess({"/usr/bin/setpriv", "--reuid=nobody", "--regid=nogroup",
+                                        "--clear-groups", copy, "ping", "-r", "0", "127.0.0.1"},
+                                       {"HOME=" + dir.Path(), "SONDARA_HOME=" + dir.Path()})
+              .Wait();
+      out += std::to_string(r.status) + " " + r.out + r.err;
+    }
+    return out;
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  EXPECT_TRUE(std::regex_match(
+      run.output, std::regex("4 sondara-cli: Unable to open an ICMP socket\\. [^\n]+\n"
+                             "0 Ping command sent to IP 127\\.0\\.0\\.1\\.\n"
+                             "Reply from 127\\.0\\.0\\.1: bytes=14 time=[0-9]+ms\\.\n")))
+      << run.output;
+#endif
 }
 
 }  // namespace

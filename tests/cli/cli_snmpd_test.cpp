@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/cli_process.h"
+#include "support/private_netns.h"
 #include "support/snmpd_process.h"
 #include "support/temp_folder.h"
 #include "support/tshark.h"
@@ -240,6 +241,35 @@ TEST_F(CliExactValues, WideValuesReadAsSnmpgetAndTsharkReadThemAndSetValuesOfOne
   EXPECT_EQ(AsOurs(NetSnmp("snmpget", read_back)), printed.substr(printed.find('\n') + 1));
   EXPECT_EQ(TsharkFields(set_capture, port_, {"snmp.value.counter"}),
             (std::vector<std::vector<std::string>>(2, {"18446744073709551615"})));
+}
+
+// A dotted host name from the hosts file of a private namespace reaches the agent by that name;
+// a name nobody knows fails with the resolver's reason and nothing is sent.
+TEST(CliHostNames, ADottedNameReachesTheAgentAnUnknownOneSaysWhy) {
+  const auto run = testing_support::RunInPrivateNetns([] {
+    std::string error = testing_support::UseHostsFile("127.0.0.1 sw-3.plant.example\n");
+    testing_support::SnmpdProcess snmpd;
+    if (error.empty())
+      error = snmpd.Start();
+    if (!error.empty())
+      return error;
+    std::string out;
+    for (const char* host : {"sw-3.plant.example", "nosuch.plant.example"}) {
+      const ProcessResult r = Cli().Run(
+          {"get", host, "-p", std::to_string(snmpd.Port()), "-t", "5000", ".1.3.6.1.2.1.1.1.0"});
+      out += std::to_string(r.status) + " " + r.out + r.err;
+    }
+    return out;
+  });
+  if (run.code == testing_support::kNoNetns)
+    GTEST_SKIP() << run.output;
+  ASSERT_EQ(run.code, 0) << run.output;
+  EXPECT_TRUE(std::regex_match(
+      run.output,
+      std::regex("0 \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.1\\.0 = Octet String: Sondara test agent\n"
+                 "4 sondara-cli: [^\n]*Unable to resolve IPv4 host 'nosuch\\.plant\\.example': "
+                 "[A-Za-z ]+'\\.\n")))
+      << run.output;
 }
 
 }  // namespace

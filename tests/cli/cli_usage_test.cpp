@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/cli_process.h"
@@ -156,6 +157,12 @@ TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
   const auto received = agent.Received();
   ASSERT_EQ(received.size(), 4U);
   EXPECT_EQ(received[3].bytes, received[0].bytes);
+  // Read as the window reads them: stored 0 retries are 0, text is the default 3.
+  for (const auto& [retries, sent] : {std::pair{"0", 5U}, {"abc", 9U}}) {
+    cli.WriteNetworkSettings("RequestTimeoutMS=150\nRetries=" + std::string(retries) + "\n");
+    EXPECT_EQ(cli.Run(get).status, 3);
+    EXPECT_EQ(agent.Received().size(), sent) << retries;
+  }
 }
 
 // What a device sends can neither move the terminal's cursor nor turn text around, nor pass for

@@ -391,7 +391,7 @@ class OptionsDialogTest : public QObject {
          kConnect,
          defaults},
         {{"30", "100", "+8", "999"}, "&OK", "", "", {1, 30, 100, 10, 999}},  // the spin stops
-        {{"+1", "30000", "3", ""}, "&OK", "", "", {1, 4, 30000, 3, 0}},      // empty reads as 0
+        {{"+1", "30000", "0", ""}, "&OK", "", "", {1, 4, 30000, 0, 0}},      // empty reads as 0
         {{"+1", "2500", "+8", "50"}, "Cance&l", "", "", defaults},
     };
     for (const auto& c : cases) {

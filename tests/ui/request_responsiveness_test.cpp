@@ -178,7 +178,8 @@ class RequestResponsivenessTest : public QObject {
          3900},
         {"", {"Ping command sent to IP 198.18.0.2.", "Reply from 198.18.0.2 not received."}, 1900},
         {"sendTrapButton",
-         {"Trap request failed. Reason: 'Unable to resolve IPv4 host 'nosuchmanager''."},
+         {"Trap request failed. Reason: 'Unable to resolve IPv4 host 'nosuchmanager': Name or "
+          "service not known'."},
          1400},
     };
     for (const auto& c : commands) {

@@ -20,10 +20,22 @@ namespace net {
 namespace {
 
 std::atomic<HostLookupFn> g_lookup{nullptr};
+thread_local std::wstring t_lookup_failure;
 
+// Keeps the resolver's reason for a failure for LastLookupFailure.
 int Lookup(const char* node, const addrinfo* hints, addrinfo** res) {
   const HostLookupFn fn = g_lookup.load();
-  return fn != nullptr ? fn(node, nullptr, hints, res) : ::getaddrinfo(node, nullptr, hints, res);
+  const int rc =
+      fn != nullptr ? fn(node, nullptr, hints, res) : ::getaddrinfo(node, nullptr, hints, res);
+  if (rc != 0)
+    t_lookup_failure = tvkutil::FromUtf8Lenient(::gai_strerror(rc));
+  else if (*res == nullptr)
+    t_lookup_failure = tvkutil::FromUtf8Lenient(::gai_strerror(EAI_NONAME));
+  return rc;
+}
+
+bool IsAsciiLetter(wchar_t c) {
+  return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z');
 }
 
 // The separator is an unescaped "." on purpose: the pages have always accepted any character
@@ -86,6 +98,32 @@ bool IsValidIPv6Text(const std::wstring& text) {
          std::regex_match(narrow, IPv6CompressedPattern());
 }
 
+bool IsHostNameText(const std::wstring& text) {
+  constexpr std::size_t kMaxName = 253;
+  constexpr std::size_t kMaxLabel = 63;
+  const std::size_t len = !text.empty() && text.back() == L'.' ? text.size() - 1 : text.size();
+  if (len == 0 || len > kMaxName)
+    return false;
+  bool name_char = false;  // a letter or a hyphen somewhere
+  std::size_t label = 0;
+  for (std::size_t i = 0; i <= len; ++i) {
+    const wchar_t c = i < len ? text[i] : L'.';
+    if (c == L'.') {
+      if (label == 0 || label > kMaxLabel || text[i - 1] == L'-')
+        return false;
+      label = 0;
+      continue;
+    }
+    if (c == L'-' && label == 0)
+      return false;
+    if (!(IsAsciiLetter(c) || (c >= L'0' && c <= L'9') || c == L'-'))
+      return false;
+    name_char = name_char || c == L'-' || IsAsciiLetter(c);
+    ++label;
+  }
+  return name_char;
+}
+
 bool DottedToAddress(const std::wstring& text, std::uint32_t& out_addr) {
   const in_addr_t addr = ::inet_addr(Narrow(text, 32).c_str());
   if (addr == INADDR_NONE || addr == 0) {
@@ -120,10 +158,12 @@ std::wstring ReverseLookupIPv4(std::uint32_t addr) {
 }
 
 bool ResolveIPv4Host(const std::wstring& host, std::uint32_t& out_addr) {
+  t_lookup_failure.clear();
   if (host.find(L'.') != std::wstring::npos) {
-    if (!IsValidIPv4Text(host))
+    if (IsValidIPv4Text(host) && DottedToAddress(host, out_addr))
+      return true;
+    if (!IsHostNameText(host))
       return false;
-    return DottedToAddress(host, out_addr);
   }
   addrinfo hints{};
   hints.ai_family = AF_INET;
@@ -170,6 +210,7 @@ std::wstring WithScopeSuffix(const std::wstring& address_text, std::uint32_t sco
 
 bool ResolveIPv6Host(const std::wstring& host, std::uint32_t scope_id, std::wstring& out_text) {
   out_text.clear();
+  t_lookup_failure.clear();
   if (host.find(L':') != std::wstring::npos) {
     if (!IsValidIPv6Text(host))
       return false;
@@ -191,6 +232,10 @@ bool ResolveIPv6Host(const std::wstring& host, std::uint32_t scope_id, std::wstr
     return false;
   out_text = WithScopeSuffix(tvkutil::FromUtf8Lenient(buf), scope_id);
   return true;
+}
+
+const std::wstring& LastLookupFailure() {
+  return t_lookup_failure;
 }
 
 void SetHostLookupForTesting(HostLookupFn fn) {

@@ -16,7 +16,12 @@ enum SNMPINTERNALERROR : int {
 };
 
 // The message for a thrown code; any code outside the table reads "Unknown error". The host
-// text fills the resolve message, which names the family by use_ipv6.
+// text fills the resolve message, which names the family by use_ipv6 and ends with this
+// thread's LastLookupFailure.
 std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_ipv6);
+
+// "Unable to resolve IPv4 host 'name'", then ": " and the resolver's reason when there is one.
+std::wstring UnresolvedHostText(const std::wstring& host, bool use_ipv6,
+                                const std::wstring& lookup_failure);
 
 }  // namespace net

@@ -4,6 +4,7 @@
 
 #include "net/address.h"
 #include "net/icmp_echo.h"
+#include "net/snmp_internal_error.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -18,7 +19,8 @@ void Refuse(app::IOperationUi& ui, int string_id, const std::wstring& host) {
 
 bool CheckPingHost(const PingTarget& target, app::IOperationUi& ui) {
   const std::wstring& host = target.host;
-  if (!target.use_ipv6 && host.find(L'.') != std::wstring::npos && !net::IsValidIPv4Text(host)) {
+  if (!target.use_ipv6 && host.find(L'.') != std::wstring::npos && !net::IsValidIPv4Text(host) &&
+      !net::IsHostNameText(host)) {
     Refuse(ui, tvkutil::ids::kInvalidIPv4Address, host);
     return false;
   }
@@ -41,19 +43,19 @@ PingOutcome ResolveAndPing(const PingTarget& target, logs::ITransactionSink& sin
   return outcome(net::PingIPv6(address_text, target.timeout_ms, target.retries, L"Ping", sink));
 }
 
-void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui) {
+void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui,
+                       const std::wstring& lookup_failure) {
   if (outcome != PingOutcome::kUnresolved)
     return;
-  Refuse(ui,
-         target.use_ipv6 ? tvkutil::ids::kUnableToResolveIPv6 : tvkutil::ids::kUnableToResolveIPv4,
-         target.host);
+  ui.ShowMessage(net::UnresolvedHostText(target.host, target.use_ipv6, lookup_failure),
+                 app::MessageIcon::kWarning, app::kNoField);
 }
 
 PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
   if (!CheckPingHost(target, ui))
     return PingOutcome::kRefused;
   const PingOutcome outcome = ResolveAndPing(target, sink);
-  ReportPingOutcome(target, outcome, ui);
+  ReportPingOutcome(target, outcome, ui, net::LastLookupFailure());
   return outcome;
 }
 

@@ -27,14 +27,15 @@ struct PingTarget {
 enum class PingOutcome { kRefused, kUnresolved, kNoReply, kReply };
 
 // A ping in three steps, so that the middle one can leave the window's thread:
-// CheckPingHost refuses a dotted text that is no IPv4 address (host names with dots are refused
-// on purpose, only dot-free names are looked up) and tells the user through `ui`;
-// ResolveAndPing needs no window (kUnresolved: nothing sent, nothing said yet);
-// ReportPingOutcome tells the user about a host that could not be resolved.
+// CheckPingHost refuses a dotted text that is neither an IPv4 address nor a host name and tells
+// the user through `ui`; ResolveAndPing needs no window (kUnresolved: nothing sent, nothing said
+// yet, net::LastLookupFailure of its thread says why); ReportPingOutcome tells the user about a
+// host that could not be resolved, with the resolver's reason.
 bool CheckPingHost(const PingTarget& target, app::IOperationUi& ui);
 PingOutcome ResolveAndPing(const PingTarget& target,
                            logs::ITransactionSink& sink = logs::TransactionLogSink());
-void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui);
+void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui,
+                       const std::wstring& lookup_failure);
 
 // The three steps in a row.
 PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui,

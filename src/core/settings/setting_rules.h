@@ -3,6 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
+
+namespace tvkutil {
+class CIniFile;
+}
 
 namespace app {
 
@@ -12,10 +17,17 @@ inline constexpr int kMinConnectTimeoutS = 1;
 inline constexpr int kMaxConnectTimeoutS = 30;
 inline constexpr int kMinRequestTimeoutMs = 100;
 inline constexpr int kMaxRequestTimeoutMs = 30000;
-inline constexpr int kMinRetries = 1;
+inline constexpr int kMinRetries = 0;  // sondara-cli -r 0 asks for it too
 inline constexpr int kMaxRetries = 10;
 inline constexpr int kMinWalkBulkRepetitions = 0;
 inline constexpr int kMaxWalkBulkRepetitions = 999;
+
+// A stored number as the window and sondara-cli both read it: an optional sign and decimal
+// digits only, within lo..hi, else def ("abc", "3x", an empty value and a missing key give
+// def, so that text never turns into 0 retries).
+std::int32_t StoredNumber(const tvkutil::CIniFile& ini, std::wstring_view section,
+                          std::wstring_view key, std::int32_t def, std::int32_t lo,
+                          std::int32_t hi);
 
 // The low 16 bits of an int read from a settings store: 65697 is 161, -1 is 65535.
 inline std::uint16_t Low16(std::int32_t value) {

@@ -53,8 +53,11 @@ std::wstring ReadIPv4(const CIniFile& ini, std::wstring_view section, std::wstri
   return net::IsValidIPv4Text(v) ? v : std::wstring();
 }
 
+// A port by the low 16 bits of the stored number, as it has always been read (65697 is 161);
+// text that is no number and port 0, which no agent listens on, give the default.
 std::uint16_t ReadPort(const CIniFile& ini, std::wstring_view section, std::uint16_t def) {
-  return Low16(ini.GetInt(section, L"Port", def));
+  const std::uint16_t port = Low16(StoredNumber(ini, section, L"Port", def, INT32_MIN, INT32_MAX));
+  return port == 0 ? def : port;
 }
 
 // Numbered from 0; the first empty entry ends the list, an invalid OID is skipped. A community
@@ -84,6 +87,18 @@ void WriteHistory(CIniFile& ini, std::wstring_view section, std::wstring_view fo
 }
 
 }  // namespace
+
+std::int32_t StoredNumber(const tvkutil::CIniFile& ini, std::wstring_view section,
+                          std::wstring_view key, std::int32_t def, std::int32_t lo,
+                          std::int32_t hi) {
+  const std::wstring text = ini.GetString(section, key, L"");
+  const std::size_t start = !text.empty() && (text[0] == L'-' || text[0] == L'+') ? 1 : 0;
+  if (text.size() == start || text.find_first_not_of(L"0123456789", start) != std::wstring::npos) {
+    return def;
+  }
+  const std::int32_t v = tvkutil::Wtoi(text);
+  return v >= lo && v <= hi ? v : def;
+}
 
 std::wstring DefaultSenderOid() {
   return FormatN(L".1.3.6.1.4.1.%u", SIZE_MAX, kEnterpriseNumber);
@@ -317,10 +332,9 @@ void CSondaraUtilityApp::LoadNetworkSettings(net::CAdapterTable& adapters) {
   network_.use_ipv6 = ini.GetInt(kNetwork, L"UseIPv6", defaults.use_ipv6) != 0 ? 1 : 0;
   network_.adapter_name = ini.GetString(kNetwork, L"AdapterName", L"");
   // A hand-edited value the Options would refuse is replaced by the default, so no exchange
-  // ever runs with a zero time-out or no tries at all.
+  // ever runs with a zero time-out.
   const auto in_range = [&](std::wstring_view key, int def, int lo, int hi) {
-    const int v = ini.GetInt(kNetwork, key, def);
-    return v >= lo && v <= hi ? v : def;
+    return StoredNumber(ini, kNetwork, key, def, lo, hi);
   };
   network_.connect_timeout_s = in_range(L"ConnectTimeout", defaults.connect_timeout_s,
                                         kMinConnectTimeoutS, kMaxConnectTimeoutS);

@@ -6,7 +6,11 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <string>
+#include <utility>
+
 #include "logs/log_entry_points.h"
+#include "net/address.h"
 #include "ops/ping_operation.h"
 #include "settings/sondara_utility_app.h"
 #include "ui/message_box_dialog.h"
@@ -65,11 +69,16 @@ void CPingView::OnPing() {
   if (!CheckPingHost(target, ui))
     return;
   // The sent and reply rows reach the transaction log from the thread as they happen.
-  request_->Start([target] { return ResolveAndPing(target); },
-                  [this, target](PingOutcome outcome) {
-                    app::CMessageBoxUi later(this);
-                    ReportPingOutcome(target, outcome, later);
-                  });
+  // The resolver's reason is kept on the worker's thread; it travels back with the outcome.
+  request_->Start(
+      [target] {
+        const PingOutcome outcome = ResolveAndPing(target);
+        return std::pair(outcome, net::LastLookupFailure());
+      },
+      [this, target](std::pair<PingOutcome, std::wstring> result) {
+        app::CMessageBoxUi later(this);
+        ReportPingOutcome(target, result.first, later, result.second);
+      });
 }
 
 }  // namespace pages

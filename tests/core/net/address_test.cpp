@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
 
+#include "net/snmp_internal_error.h"
 #include "util/text.h"
 
 namespace {
@@ -37,28 +39,65 @@ TEST(AddressTest, IPv4AndIPv6TextValidation) {
   }
 }
 
-// Counts lookups and answers 127.0.0.9 for IPv4 and ::1 for IPv6, without a name server.
+// Counts lookups and answers 127.0.0.9 for IPv4 and ::1 for IPv6, without a name server; a
+// name starting "nosuch" is unknown.
 int g_lookups = 0;
-int FakeLookup(const char*, const char*, const addrinfo* hints, addrinfo** res) {
+int FakeLookup(const char* node, const char*, const addrinfo* hints, addrinfo** res) {
   ++g_lookups;
+  if (std::string_view(node).starts_with("nosuch"))
+    return EAI_NONAME;
   return ::getaddrinfo(hints->ai_family == AF_INET ? "127.0.0.9" : "::1", nullptr, hints, res);
 }
 
-// Dotted IPv4 names and IPv6 addresses are never looked up; IPv6 gets the chosen scope.
+// Host names, dotted or not, are looked up; digits and dots, IPv6 addresses and texts that are
+// no RFC 1123 host name never are. IPv6 gets the chosen scope.
 TEST(AddressTest, OnlyNamesAreLookedUp) {
   SetHostLookupForTesting(&FakeLookup);
-  std::uint32_t addr = 0;
-  EXPECT_FALSE(ResolveIPv4Host(L"printer.local", addr));
+  const std::wstring label63(63, L'a'),
+      name253 = label63 + L'.' + label63 + L'.' + label63 + L'.' + std::wstring(61, L'b');
+  for (const auto& [host, looked_up, resolved] : {std::tuple{L"printer", true, true},
+                                                  {L"sw-3.plant.example", true, true},
+                                                  {L"sw-3.plant.example.", true, true},
+                                                  {L"10.0.0.1", false, true},
+                                                  {L"1.2.0x4", false, true},
+                                                  {L"10.0.0.300", false, false},
+                                                  {L"1.2.3", false, false},
+                                                  {L"-sw.plant", false, false},
+                                                  {L"sw-.plant", false, false},
+                                                  {L"sw..plant", false, false},
+                                                  {L"sw_3.plant", false, false},
+                                                  {L"nosuch.example", true, false}}) {
+    g_lookups = 0;
+    std::uint32_t addr = 0;
+    EXPECT_EQ(ResolveIPv4Host(host, addr), resolved) << tvkutil::ToUtf8(host);
+    EXPECT_EQ(g_lookups, looked_up ? 1 : 0) << tvkutil::ToUtf8(host);
+  }
+  EXPECT_TRUE(IsHostNameText(name253) && IsHostNameText(label63 + L".x"));
+  EXPECT_FALSE(IsHostNameText(name253 + L"b") || IsHostNameText(label63 + L"a.x"));
+
+  g_lookups = 0;
   std::wstring text;
   EXPECT_TRUE(ResolveIPv6Host(L"fe80::1", 3, text));
   EXPECT_EQ(text, L"fe80::1%3");
   EXPECT_EQ(g_lookups, 0);
-
-  EXPECT_TRUE(ResolveIPv4Host(L"printer", addr));
-  EXPECT_EQ(addr, ::inet_addr("127.0.0.9"));
   EXPECT_TRUE(ResolveIPv6Host(L"printer", 2, text));
   EXPECT_EQ(text, L"::1");  // only addresses that need a scope get one
-  EXPECT_EQ(g_lookups, 2);
+  EXPECT_EQ(g_lookups, 1);
+  SetHostLookupForTesting(nullptr);
+}
+
+// A failed lookup's message names the host and the resolver's reason; the next resolve that
+// needs no lookup forgets it.
+TEST(AddressTest, AFailedLookupSaysWhy) {
+  SetHostLookupForTesting(&FakeLookup);
+  std::uint32_t addr = 0;
+  EXPECT_FALSE(ResolveIPv4Host(L"nosuch.example", addr));
+  EXPECT_EQ(SnmpInternalErrorText(kSnmpResolveError, L"nosuch.example", false),
+            L"Unable to resolve IPv4 host 'nosuch.example': " +
+                tvkutil::FromUtf8Lenient(::gai_strerror(EAI_NONAME)));
+  EXPECT_FALSE(ResolveIPv4Host(L"10.0.0.300", addr));
+  EXPECT_EQ(SnmpInternalErrorText(kSnmpResolveError, L"10.0.0.300", false),
+            L"Unable to resolve IPv4 host '10.0.0.300'");
   SetHostLookupForTesting(nullptr);
 }
 

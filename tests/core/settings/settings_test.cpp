@@ -94,7 +94,7 @@ TEST(SettingRulesTest, OidTextAllowsEmptyPiecesUpTo128ArcsAnd1408Characters) {
 }
 
 TEST_F(SettingsTest, ReadRulesOfThePageSections) {
-  std::string walk = "[walkMIB]\nVersion=3\nPort=0\n";
+  std::string walk = "[walkMIB]\nVersion=3\nPort=abc\n";
   for (int i = 0; i <= 10; ++i)
     walk += "WALKMIBCOMMUNITY-" + std::to_string(i) + "=c" + std::to_string(i) + "\n";
   auto a =
@@ -110,8 +110,9 @@ TEST_F(SettingsTest, ReadRulesOfThePageSections) {
   EXPECT_EQ(
       (Names{a->Discovery().start_ip, a->Discovery().end_ip, gs.version, a->WalkMib().version}),
       (Names{L"", L"1x2x3x4", L"2C", L"2c"}));
-  EXPECT_EQ((std::vector<int>{gs.port, a->WalkMib().port}), (std::vector<int>{161, 0}));
-  EXPECT_EQ(gs.get_oids, (History{L"1.3", L"1.3.6"}));  // bad skipped, empty ends
+  EXPECT_EQ((std::vector<int>{gs.port, a->WalkMib().port}), (std::vector<int>{161, 161}));
+  EXPECT_EQ(LoadFrom("[walkMIB]\nPort=0\n")->WalkMib().port, 161);  // no agent listens on 0
+  EXPECT_EQ(gs.get_oids, (History{L"1.3", L"1.3.6"}));              // bad skipped, empty ends
   EXPECT_EQ(gs.set_communities, History{L"private"});
   EXPECT_EQ(gs.get_communities, (History{L"getcom", L"setcomm"}));  // empty list refilled
   EXPECT_EQ(a->WalkMib().communities.size(), 10u);
@@ -186,6 +187,10 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
       {"[NetworkInterface Settings]\nConnectTimeout=0\nRequestTimeoutMS=30001\nRetries=-1\n"
        "GetBulkRepetitions=1000\n",
        {0, 3, 1000, 3, -1, 0}},
+      // Text that is no number is the default, never 0; 0 retries are asked for.
+      {"[NetworkInterface Settings]\nRetries=0\nRequestTimeoutMS=150x\nGetBulkRepetitions=+7\n",
+       {0, 3, 1000, 0, -1, 7}},
+      {"[NetworkInterface Settings]\nRetries=abc\nGetBulkRepetitions=-\n", {0, 3, 1000, 3, -1, 0}},
   };
   std::filesystem::create_directories(dir_ / "config");
   for (const auto& c : cases) {
