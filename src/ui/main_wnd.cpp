@@ -11,6 +11,7 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QScreen>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTableView>
 #include <QVBoxLayout>
@@ -127,6 +128,7 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   }
   splitter_->setStretchFactor(3, 1);  // the event log takes what the others leave
   setCentralWidget(splitter_);
+  statusBar()->setObjectName(QStringLiteral("statusBar"));  // the pages say there what runs
   ping_view_->ShowToolbar(flags_.ping_toolbar && app_.IcmpAvailable());
 
   BuildMenus();

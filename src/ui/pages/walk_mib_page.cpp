@@ -134,8 +134,12 @@ void CWalkMIBPropertyPage::BuildControls() {
   save_->setObjectName(QStringLiteral("saveResultsButton"));
   save_->setAutoDefault(false);
   save_->setEnabled(false);
+  progress_line_ = new QLabel(this);
+  progress_line_->setObjectName(QStringLiteral("walkProgressLine"));
+  // A long line must not widen the page beyond the screen.
+  progress_line_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   auto* save_row = new QHBoxLayout;
-  save_row->addStretch();
+  save_row->addWidget(progress_line_, 1);
   save_row->addWidget(save_);
 
   auto* layout = new QVBoxLayout(this);
@@ -210,6 +214,10 @@ void CWalkMIBPropertyPage::OnBeginWalk() {
   EnableInputs(false);
   save_->setEnabled(false);
   walk_->setText(tvkutil::UiText(ids::kStop));
+  progress_line_->setText(Q(WalkProgressLine({})));
+  ShowRunningStatus(
+      this,
+      QStringLiteral("walkMIB: walking %1 from %2").arg(host_->text(), start_oid_->currentText()));
   timer_->start();
 }
 
@@ -217,10 +225,12 @@ void CWalkMIBPropertyPage::OnTimer() {
   // Finished is read before the rows are counted, so the last tick shows every object.
   const bool finished = operation_.WalkFinished();
   results_->Poll();
+  progress_line_->setText(Q(WalkProgressLine(operation_.Progress())));
   if (!finished) {
     walk_->setText(tvkutil::UiText(ids::kStop));
     return;
   }
+  ShowRunningStatus(this, {});
   timer_->stop();
   operation_.EndWalk();
   idle_ = true;
