@@ -42,14 +42,14 @@ CDeviceDiscoveryPropertyPage::CDeviceDiscoveryPropertyPage(app::CSondaraUtilityA
   start_->setText(Q(operation_.Form().start_ip));
   end_->setText(Q(operation_.Form().end_ip));
   fast_->setChecked(app_.GetProfileInt(kSection, kFastSweepKey, 0) != 0);
-  app::RestoreColumnWidths(list_, app_, kSection, kColumns);
+  list_->RestoreWidths(app_, kSection, kColumns);
   timer_.setInterval(kTimerMs);
   connect(&timer_, &QTimer::timeout, this, &CDeviceDiscoveryPropertyPage::OnTimer);
 }
 
 CDeviceDiscoveryPropertyPage::~CDeviceDiscoveryPropertyPage() {
   timer_.stop();
-  app::StoreColumnWidths(list_, app_, kSection, kColumns);
+  list_->StoreWidths(app_, kSection, kColumns);
   operation_.Stop();
   StoreToApp();
   delete list_;  // its cells read the devices, which go with the operation before the children

@@ -53,7 +53,7 @@ CWalkMIBPropertyPage::CWalkMIBPropertyPage(app::CSondaraUtilityApp& app, QWidget
 CWalkMIBPropertyPage::~CWalkMIBPropertyPage() {
   request_->Finish();
   operation_.StopWalk();
-  app::StoreColumnWidths(results_, app_, kSection, kColumns);
+  results_->StoreWidths(app_, kSection, kColumns);
   StoreToApp();
   // The table reads the operation's results, which go before the children would.
   delete results_;
@@ -120,6 +120,9 @@ void CWalkMIBPropertyPage::BuildControls() {
           case 2:
             return Q(snmp::TypeNameOfTag(info.type));
           default:
+            // The number alone says little to a person; the file keeps it as it came.
+            if (info.type == snmp::kTagTimeTicks)
+              return Q(snmp::TimeTicksText(tvkutil::WcsToU32(info.value)));
             return Q(info.value);
         }
       },
@@ -127,8 +130,7 @@ void CWalkMIBPropertyPage::BuildControls() {
        tvkutil::UiText(ids::kColumnDataType), tvkutil::UiText(ids::kColumnValue)},
       this);
   results_->setObjectName(QStringLiteral("walkResults"));
-  results_->horizontalHeader()->setStretchLastSection(true);
-  app::RestoreColumnWidths(results_, app_, kSection, kColumns);
+  results_->RestoreWidths(app_, kSection, kColumns);
 
   save_ = new QPushButton(QStringLiteral("S&ave Results"), this);
   save_->setObjectName(QStringLiteral("saveResultsButton"));
