@@ -140,9 +140,9 @@ TEST(DeviceDiscovery, SweepListsAnsweringHostsInOrderAndStopKeepsThemForTheSave)
       "::::::::::::::::::::::::::::::\n"
       "Device discovery stopped. No. of devices discovered '2'.\n"
       "Device discovery stopped. No. of devices discovered '2'.\n";
-  EXPECT_EQ(run.output,
-            "fast 0: echoes 40, rows 40/40, replies 5, swept 40/40 found 5\n" + listed +
-                "fast 1: echoes 110, rows 40/40, replies 5, swept 40/40 found 5\n" + listed);
+  EXPECT_EQ(run.output, "fast 0: echoes 40, rows 40/40, replies 5, swept 40/40 found 5\n" + listed +
+                            "fast 1: echoes 110, rows 40/40, replies 5, swept 40/40 found 5\n" +
+                            listed);
 }
 
 TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
@@ -231,9 +231,10 @@ TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingNamesInAnyOrderAndTheLimitEn
 
     op.Form() = {L"10.0.0.1", L"10.0.0.4"};
     std::vector<std::uint64_t> steps;  // done, as each step reported it
-    ASSERT_TRUE(op.Begin(
-        {.fast = fast, .progress = [&](const pages::ProgressSnapshot& p) { steps.push_back(p.done); }},
-        ui));
+    ASSERT_TRUE(
+        op.Begin({.fast = fast,
+                  .progress = [&](const pages::ProgressSnapshot& p) { steps.push_back(p.done); }},
+                 ui));
     ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }));
     EXPECT_EQ(DeviceLines(op),
               "10.0.0.1 slow-1\n10.0.0.2 slow-2\n10.0.0.3 slow-3\n10.0.0.4 slow-4\n");
