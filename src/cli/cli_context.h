@@ -3,6 +3,7 @@
 // Ctrl+C raises. A command is one function over this context that returns its exit status.
 #pragma once
 
+#include <chrono>
 #include <mutex>
 #include <ostream>
 #include <string>
@@ -18,6 +19,28 @@
 
 namespace cli {
 
+// A walk's or sweep's progress as one line on a terminal's standard error, written over in
+// place ("\r") at most four times a second and cleared before anything else is written, so it
+// never mixes with the results or the lines. Does nothing unless standard error is a terminal.
+class CProgressLine {
+ public:
+  CProgressLine(std::ostream& err, bool terminal) : err_(err), terminal_(terminal) {}
+  ~CProgressLine() { Clear(); }
+  CProgressLine(const CProgressLine&) = delete;
+  CProgressLine& operator=(const CProgressLine&) = delete;
+
+  // Any thread.
+  void Show(const std::wstring& line);
+  void Clear();
+
+ private:
+  std::ostream& err_;
+  const bool terminal_;
+  std::mutex mutex_;
+  bool shown_ = false;
+  std::chrono::steady_clock::time_point last_{};
+};
+
 struct CliContext {
   const CommandLine& line;
   // The program's settings (profile) with -t, -r and -6 applied.
@@ -28,6 +51,7 @@ struct CliContext {
   std::ostream& err;
   // Raised by Ctrl+C for the commands marked as stoppable; never raised otherwise.
   tvkutil::CEvent& stop;
+  CProgressLine& progress;
 
   // One line on standard error, "sondara-cli: " first: failures in the event log's wording,
   // refusals, the final "stopped" line.

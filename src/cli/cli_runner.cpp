@@ -87,7 +87,8 @@ class CTempFilesOnSignal {
 
 }  // namespace
 
-int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+           bool err_terminal) {
   const ParseResult parsed = ParseCommandLine(args);
   if (!parsed.error.empty()) {
     err << "sondara-cli: " << parsed.error << "\n";
@@ -122,7 +123,8 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
   }
   CResultPrinter printer(out, line.format);
   tvkutil::CEvent stop(true);
-  CliContext context{line, RequestSettings(line), transactions, printer, out, err, stop};
+  CProgressLine progress(err, err_terminal);
+  CliContext context{line, RequestSettings(line), transactions, printer, out, err, stop, progress};
   int status = kExitDone;
   {
     std::optional<CTempFilesOnSignal> on_signal;
@@ -142,7 +144,29 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
   return status;
 }
 
+void CProgressLine::Show(const std::wstring& line) {
+  if (!terminal_)
+    return;
+  const auto now = std::chrono::steady_clock::now();
+  std::lock_guard lock(mutex_);
+  if (shown_ && now - last_ < std::chrono::milliseconds(250))
+    return;
+  last_ = now;
+  shown_ = true;
+  // Back to the line's start, the new text, the rest of the old one erased.
+  err_ << '\r' << TerminalText(line) << "\x1b[K" << std::flush;
+}
+
+void CProgressLine::Clear() {
+  std::lock_guard lock(mutex_);
+  if (!shown_)
+    return;
+  shown_ = false;
+  err_ << "\r\x1b[K" << std::flush;
+}
+
 void CliContext::Error(const std::wstring& text) const {
+  progress.Clear();
   out.flush();  // what was found comes before the line that ends it
   err << "sondara-cli: " << TerminalText(text) << "\n";  // lines may quote what a device sent
 }

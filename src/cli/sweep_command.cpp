@@ -25,6 +25,7 @@ class CSweepOutput : public logs::IEventLineSink {
       held_.push_back(device);
     } else {
       // Devices come seconds apart: each shows at once, also through a pipe.
+      context_.progress.Clear();  // stdout may share the terminal
       context_.printer.PrintDevice(device.ip, device.description);
       context_.out.flush();
     }
@@ -33,6 +34,7 @@ class CSweepOutput : public logs::IEventLineSink {
   void AddEventLine(const std::wstring& line) override {
     {
       std::lock_guard lock(mutex_);
+      context_.progress.Clear();
       std::sort(held_.begin(), held_.end(),
                 [](const auto& a, const auto& b) { return a.address < b.address; });
       for (const pages::CDeviceInfo& device : held_)
@@ -67,6 +69,9 @@ int RunSweep(CliContext& context) {
   settings.retries = context.udp.retries;
   settings.fast = line.fast;
   settings.found = [&output](const pages::CDeviceInfo& device) { output.Found(device); };
+  settings.progress = [&context](const pages::ProgressSnapshot& progress) {
+    context.progress.Show(pages::SweepProgressLine(progress));
+  };
 
   CCliOperationUi ui(context);
   if (!discovery.Run(settings, ui, context.stop))

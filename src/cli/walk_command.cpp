@@ -21,10 +21,14 @@ int RunWalk(CliContext& context) {
   options.udp = context.udp;
   // GetNext unless --bulk: a script walks the same way whatever the Options say.
   options.bulk_repetitions = line.bulk.value_or(0);
+  options.progress = [&context](const pages::ProgressSnapshot& progress) {
+    context.progress.Show(pages::WalkProgressLine(progress));
+  };
 
   CCliOperationUi ui(context);
   const bool walked = walk.RunWalk(options, ui, context.stop,
                                    [&context](const pages::COidInfo&, const snmp::CVarBind& bind) {
+                                     context.progress.Clear();  // stdout may share the terminal
                                      context.printer.PrintBinding(bind);
                                    });
   if (!walked)

@@ -11,6 +11,7 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QScreen>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTableView>
 #include <QVBoxLayout>
@@ -28,6 +29,7 @@
 #include "ui/pages/walk_mib_page.h"
 #include "ui/property_sheet_view.h"
 #include "ui/readme_dialog.h"
+#include "ui/screen_fit.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -127,6 +129,7 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   }
   splitter_->setStretchFactor(3, 1);  // the event log takes what the others leave
   setCentralWidget(splitter_);
+  statusBar()->setObjectName(QStringLiteral("statusBar"));  // the pages say there what runs
   ping_view_->ShowToolbar(flags_.ping_toolbar && app_.IcmpAvailable());
 
   BuildMenus();
@@ -295,8 +298,11 @@ void CMainWnd::RestorePlacement() {
   const int cx =
       std::min(screen.width(),
                app_.GetProfileInt(kWindowSection, L"cx", std::max(screen.width() / 2, fit_width)));
+  // The title bar and borders come on top of the size kept; they are known only once shown.
+  constexpr int kFrameHeight = 40;
   const int cy =
-      std::min(screen.height(), app_.GetProfileInt(kWindowSection, L"cy", screen.height()));
+      std::min(screen.height() - kFrameHeight,
+               app_.GetProfileInt(kWindowSection, L"cy", screen.height() - kFrameHeight));
   auto pane = [&](const wchar_t* key, int def) {
     return std::max(kMinPaneHeight, app_.GetProfileInt(kWindowSection, key, def));
   };
@@ -306,8 +312,14 @@ void CMainWnd::RestorePlacement() {
   const int h1 = pane(L"Second Splitter", std::max(cy * 12 / 25, sheet_view_->FormHeight()));
   const int h2 = pane(L"Third Splitter", cy / 5);
   // The window always reopens in the normal state, at its last normal placement.
-  resize(std::max(cx, 200), std::max(cy, 200));
-  move(x, y);
+  // A placement kept on a monitor that is gone opens on one that is here.
+  QList<QRect> screens;
+  for (const QScreen* each : QGuiApplication::screens())
+    screens << each->availableGeometry();
+  const QRect placed =
+      FitOntoScreens(QRect(x, y, std::max(cx, 200), std::max(cy, 200) + kFrameHeight), screens);
+  resize(placed.width(), placed.height() - kFrameHeight);
+  move(placed.topLeft());
   pending_sizes_ = {h0, h1, h2, std::max(kMinPaneHeight, cy - h0 - h1 - h2)};
   splitter_->setSizes(pending_sizes_);
 }

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QFontDatabase>
 #include <QHeaderView>
+#include <algorithm>
 #include <string>
 
 namespace app {
@@ -146,7 +147,55 @@ CResultsTableView::CResultsTableView(CountFn count, ReordersFn reorders, CellFn 
   verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 4);
   horizontalHeader()->setSectionsClickable(false);
   horizontalHeader()->setHighlightSections(false);
+  horizontalHeader()->setStretchLastSection(true);
   reorders_seen_ = reorders_fn_();
+  // A column the user drags keeps the width given; the stretched last one is never fitted.
+  connect(horizontalHeader(), &QHeaderView::sectionResized, this, [this](int column, int, int) {
+    if (!sizing_ && column >= 0 && static_cast<std::size_t>(column) < fitted_.size())
+      fitted_[static_cast<std::size_t>(column)] = false;
+  });
+}
+
+void CResultsTableView::RestoreWidths(const tvkutil::IProfileStore& profile,
+                                      std::wstring_view section, int columns) {
+  sizing_ = true;
+  RestoreColumnWidths(this, profile, section, columns);
+  sizing_ = false;
+  fitted_.assign(static_cast<std::size_t>(columns), false);
+  // The last column stretches and is kept as it was; the others start as wide as their caption.
+  for (int i = 0; i + 1 < columns && i + 1 < model_->columnCount({}); ++i) {
+    if (profile.GetProfileInt(section, std::to_wstring(i), -1) >= 0)
+      continue;
+    fitted_[static_cast<std::size_t>(i)] = true;
+    sizing_ = true;
+    horizontalHeader()->resizeSection(i, horizontalHeader()->sectionSizeHint(i));
+    sizing_ = false;
+  }
+  FitColumns();
+}
+
+void CResultsTableView::StoreWidths(tvkutil::IProfileStore& profile, std::wstring_view section,
+                                    int columns) const {
+  StoreColumnWidths(this, profile, section, columns);
+  for (int i = 0; i < columns && static_cast<std::size_t>(i) < fitted_.size(); ++i) {
+    if (fitted_[static_cast<std::size_t>(i)])
+      profile.WriteProfileInt(section, std::to_wstring(i), -1);
+  }
+}
+
+void CResultsTableView::FitColumns() {
+  const int last = model_->columnCount({}) - 1;
+  sizing_ = true;
+  for (int i = 0; i < last && static_cast<std::size_t>(i) < fitted_.size(); ++i) {
+    if (!fitted_[static_cast<std::size_t>(i)])
+      continue;
+    // The rows in view and the caption; a column only widens, so it does not jump as rows
+    // scroll by.
+    const int wanted = std::max(sizeHintForColumn(i), horizontalHeader()->sectionSizeHint(i));
+    if (wanted > horizontalHeader()->sectionSize(i))
+      horizontalHeader()->resizeSection(i, wanted);
+  }
+  sizing_ = false;
 }
 
 CResultsTableView::~CResultsTableView() {
@@ -160,7 +209,10 @@ void CResultsTableView::Poll() {
   const std::uint64_t reorders = reorders_fn_();
   const bool reordered = reorders != reorders_seen_;
   reorders_seen_ = reorders;
+  const int before = model_->rowCount({});
   model_->Sync(count_fn_(), reordered);
+  if (model_->rowCount({}) != before || reordered)
+    FitColumns();
 }
 
 }  // namespace app

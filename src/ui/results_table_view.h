@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 #include "settings/profile_store.h"
 #include "util/result_list.h"
@@ -94,16 +95,27 @@ class CResultsTableView : public QTableView {
         std::move(headers), parent);
   }
 
+  // Column widths from the profile. A column without one (missing or negative) is fitted to
+  // its content as rows come, widening only, until the user sizes it; the last column takes
+  // the rest of the width.
+  void RestoreWidths(const tvkutil::IProfileStore& profile, std::wstring_view section, int columns);
+  // Keeps the widths the user set; a fitted column is kept as -1, to be fitted again.
+  void StoreWidths(tvkutil::IProfileStore& profile, std::wstring_view section, int columns) const;
+
   void Poll();
   CPolledTableModel* Model() const { return model_; }
 
  private:
+  void FitColumns();
+
   class CRows;
   CRows* rows_;
   CPolledTableModel* model_;
   ReordersFn reorders_fn_;
   CountFn count_fn_;
   std::uint64_t reorders_seen_ = 0;
+  std::vector<bool> fitted_;  // columns sized to their content, not (yet) by the user
+  bool sizing_ = false;       // the view itself is resizing a column
 };
 
 }  // namespace app

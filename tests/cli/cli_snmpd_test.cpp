@@ -170,6 +170,26 @@ TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {
   EXPECT_LT(bulk_packets.size(), found / 5);
   for (std::size_t i = 0; i < bulk_packets.size(); i += 2)
     EXPECT_EQ(bulk_packets[i], (std::vector<std::string>{"5", "25"})) << "packet " << i;
+
+  // Standard error on a terminal (script's): the progress line, written over in place, is
+  // cleared before the closing line; the results, here a file, never hold it.
+  const std::string results = folder / "tty.out";
+  const ProcessResult tty =
+      sondara_test::RunningProcess({"/usr/bin/script", "-qec",
+                                    std::string(SONDARA_CLI) + " walk 127.0.0.1 -p " + port_ +
+                                        " .1.3.6.1.2.1.1 -t 5000 >" + results,
+                                    "/dev/null"},
+                                   {"HOME=" + folder.Path(), "XDG_CONFIG_HOME=" + folder.Path(),
+                                    "SONDARA_HOME=" + folder.Path()})
+          .Wait();
+  ASSERT_EQ(tty.status, 0) << tty.out;
+  EXPECT_TRUE(tty.out.starts_with("sondara-cli: walkMIB started.\r\n\rwalkMIB: 1 object found, "))
+      << tty.out;
+  // The agent's tables change between walks: the count is this walk's own.
+  const std::string written = sondara_test::ReadFile(results);
+  EXPECT_TRUE(tty.out.ends_with("\r\x1b[Ksondara-cli: walkMIB complete. No. of OIDs found: '" +
+                                std::to_string(Lines(written).size()) + "'.\r\n"));
+  EXPECT_EQ(written.find('\r'), std::string::npos);
 }
 
 // Objects under .1.3.6.1.4.1.59871.9 served by a pass script from one file each (type line,

@@ -29,6 +29,7 @@
 #include "ui/options_dialog.h"
 #include "ui/pages/ping_view.h"
 #include "ui/property_sheet_view.h"
+#include "ui/screen_fit.h"
 
 namespace {
 
@@ -138,6 +139,30 @@ class MainWndTest : public QObject {
         QVERIFY(!TabTexts(w).contains("&sendTrap"));
       }
     }
+  }
+
+  // A placement kept on a monitor that is gone, or taller than the screen, opens fully visible.
+  void PlacementFitsTheScreensThereAre() {
+    const QRect small(0, 0, 1280, 1024), wide(1280, 0, 1920, 1080);
+    const struct {
+      QRect window;
+      QList<QRect> screens;
+      QRect fitted;
+    } cases[] = {
+        {{2500, 10, 900, 700}, {small}, {380, 10, 900, 700}},
+        {{2200, 10, 900, 700}, {small, wide}, {2200, 10, 900, 700}},
+        {{10, 10, 1024, 1064}, {small}, {10, 0, 1024, 1024}},
+        {{1000, -50, 600, 400}, {small, wide}, {1280, 0, 600, 400}},   // overlaps the wide more
+        {{-3000, 2000, 400, 300}, {wide, small}, {0, 724, 400, 300}},  // nearest: the small
+        {{4000, 1150, 400, 300}, {{0, 0, 1280, 1200}, wide}, {2800, 780, 400, 300}},
+    };
+    for (const auto& c : cases)
+      QCOMPARE(app::FitOntoScreens(c.window, c.screens), c.fitted);
+    Stores s;
+    s.app.WriteProfileInt(L"Main Window", L"x", 2500);
+    app::CMainWnd w(s.app);
+    QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().contains(
+        QRect(w.pos(), w.size() + QSize(0, 40))));
   }
 };
 

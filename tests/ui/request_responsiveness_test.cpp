@@ -4,9 +4,11 @@
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTableView>
@@ -256,6 +258,10 @@ class RequestResponsivenessTest : public QObject {
     QTRY_COMPARE_WITH_TIMEOUT(begin->text(), QString("Begin &Discovery"), 30000);
     QCOMPARE(Rows(list), QStringList({"1 198.18.0.1 gateway.test", "2 198.18.0.7 printer.test",
                                       "3 198.18.0.12 "}));
+    QCOMPARE(page->findChild<QProgressBar*>("sweepProgress")->value(), 100);
+    QVERIFY(page->findChild<QLabel*>("sweepProgressLine")
+                ->text()
+                .startsWith("Swept 40 of 40 addresses (100 %), 3 devices found, "));
     QVERIFY(save->isEnabled() && start->isEnabled());
     app::SetSaveDialog([&](QWidget*, const QString&, const QString&, const QString&) {
       return QString::fromStdString(dir / "found.csv");
@@ -278,9 +284,12 @@ class RequestResponsivenessTest : public QObject {
     QCOMPARE(Rows(list), QStringList({"1 198.18.0.7 printer.test", "2 198.18.0.12 "}));
     QVERIFY(save->isEnabled() && start->isEnabled());
 
-    list->horizontalHeader()->resizeSection(2, 321);
+    // A width the user sets is kept; the fitted one is fitted again next time.
+    QVERIFY(list->horizontalHeader()->sectionSize(0) < 120);
+    list->horizontalHeader()->resizeSection(0, 121);
     page.reset();
-    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"2", 0), 321);
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"0", 0), 121);
+    QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"1", 0), 150);
     QCOMPARE(sondara.Discovery().start_ip, std::wstring(L"198.18.0.7"));
     QCOMPARE(sondara.Discovery().end_ip, std::wstring(L"198.18.0.40"));
   }

@@ -44,7 +44,10 @@ class CLogQueue {
   // only come and go again in the same tick are dropped at once, and the old ones leave in one
   // step, so a full log costs one move per tick rather than one per new entry. Entries are
   // freed after the lock is let go: adding threads never wait for the window to free rows.
-  LogTickResult MovePending() {
+  // When `starts` is given, the shown rows always begin where it says yes: the rows before
+  // that go too, so a log of messages split into rows never shows part of one.
+  template <typename Starts = bool (*)(const Entry&)>
+  LogTickResult MovePending(Starts starts = [](const Entry&) { return true; }) {
     std::vector<std::unique_ptr<Entry>> arrived, gone;
     LogTickResult result;
     {
@@ -60,6 +63,20 @@ class CLogQueue {
         shown_.reserve(kMaxShownRows);
       for (std::size_t i = arrived.size() - result.appended; i < arrived.size(); ++i)
         shown_.push_back(std::move(arrived[i]));
+      // Rows kept from before go first, then arrived ones the view never knew of.
+      const std::size_t old_kept = shown_.size() - result.appended;
+      std::size_t partial = 0;
+      while (partial < shown_.size() && !starts(*shown_[partial]))
+        ++partial;
+      if (partial > 0) {
+        const std::size_t from_old = std::min(partial, old_kept);
+        result.removed_front += from_old;
+        result.appended -= partial - from_old;
+        const auto whole = shown_.begin() + static_cast<std::ptrdiff_t>(partial);
+        gone.insert(gone.end(), std::make_move_iterator(shown_.begin()),
+                    std::make_move_iterator(whole));
+        shown_.erase(shown_.begin(), whole);
+      }
     }
     gone.clear();
     arrived.clear();  // the entries dropped unshown

@@ -101,7 +101,9 @@ void CTransactionLog::AddDatagram(std::int32_t direction, std::wstring_view sour
 }
 
 LogTickResult CTransactionLog::MovePending() {
-  const LogTickResult change = queue_.MovePending();
+  // The view and the saved file start at a message's first row, never inside a message.
+  const LogTickResult change =
+      queue_.MovePending([](const CTransactionRow& row) { return row.first_row; });
   const std::size_t shown = queue_.ShownCount();
   for (std::size_t i = shown - std::min(change.appended, shown); i < shown; ++i)
     shown_through_ = std::max(shown_through_, queue_.Shown(i).datagram);

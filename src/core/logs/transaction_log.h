@@ -66,7 +66,7 @@ class CTransactionLog {
                    std::span<const std::uint8_t> bytes, const DatagramEnds& ends);
 
   // Window thread: the timer tick, the Reset command and the rows of the list. The cap of 1024
-  // counts rows, so a long message may lose its first row and keep its continuation rows.
+  // rows drops whole messages: the oldest message whose first row would go goes entirely.
   // Reset also forgets the datagrams of the rows shown so far; those of pending rows stay.
   LogTickResult MovePending();
   void Reset();

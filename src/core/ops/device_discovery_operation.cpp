@@ -257,6 +257,12 @@ void CDeviceDiscoveryOperation::LimitReached() {
   Event(tvkutil::ids::kDiscoveryLimitReached, kMaxDevices);
 }
 
+void CDeviceDiscoveryOperation::AddressDone(const SweepSettings& settings) {
+  progress_.AddDone();
+  if (settings.progress)
+    settings.progress(progress_.Snapshot());
+}
+
 void CDeviceDiscoveryOperation::Sweep(tvkutil::CEvent& stop, const std::wstring& start,
                                       const std::wstring& end, const SweepSettings& settings) {
   for (std::thread& t : abandoned_lookups_)
@@ -268,14 +274,17 @@ void CDeviceDiscoveryOperation::Sweep(tvkutil::CEvent& stop, const std::wstring&
   std::uint32_t first = 0;
   std::uint32_t last = 0;
   // A start above the end probes nothing and completes with no devices.
-  if (net::DottedToAddress(start, first) && net::DottedToAddress(end, last) &&
-      ntohl(first) <= ntohl(last)) {
+  const bool range = net::DottedToAddress(start, first) && net::DottedToAddress(end, last) &&
+                     ntohl(first) <= ntohl(last);
+  progress_.Start(range ? std::uint64_t{ntohl(last)} - ntohl(first) + 1 : 0);
+  if (range) {
     if (const std::shared_ptr<IDiscoveryProbe> probe = probes_(transactions_)) {
       status = settings.fast ? FastSweep(stop, probe, ntohl(first), ntohl(last), settings)
                              : SequentialSweep(stop, *probe, ntohl(first), ntohl(last), settings);
     }
   }
   final_count_ = devices_.Count();
+  progress_.Finish();
   status_ = status;
   Event(status == SweepStatus::kStopped ? tvkutil::ids::kDiscoveryStopped
                                         : tvkutil::ids::kDiscoveryComplete,
@@ -298,12 +307,16 @@ SweepStatus CDeviceDiscoveryOperation::SequentialSweep(tvkutil::CEvent& stop,
       return SweepStatus::kComplete;
     }
     const auto host32 = static_cast<std::uint32_t>(host);
-    if (!probe.Ping(htonl(host32), settings.timeout_ms, settings.retries, stopped))
+    if (!probe.Ping(htonl(host32), settings.timeout_ms, settings.retries, stopped)) {
+      AddressDone(settings);
       continue;
+    }
+    progress_.AddFound();
     CDeviceInfo device = Device(host32, probe.ReverseName(htonl(host32)));
     if (settings.found)
       settings.found(device);
     devices_.Append(std::move(device));
+    AddressDone(settings);
   }
   return SweepStatus::kComplete;
 }
@@ -330,8 +343,10 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
   CLookupPool lookups(probe_ptr, devices_, settings.found);
   std::size_t found = 0;
 
+  // Each address has exactly one outcome: answered, refused, or out of attempts.
   const auto outcome = [&](std::uint32_t host, std::int32_t status, int size, int round_trip_ms) {
     net::LogEchoOutcome(transactions_, kDiscoverySource, htonl(host), status, size, round_trip_ms);
+    AddressDone(settings);
   };
   // The next echo of `host`. One the system refuses at once uses up its attempt at once, as in
   // a ping.
@@ -445,6 +460,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
         continue;
       }
       ++found;
+      progress_.AddFound();
       lookups.Add(echo.host);
     }
     if (over_limit)

@@ -26,6 +26,7 @@
 #include "logs/transaction_sink.h"
 #include "net/icmp_echo.h"
 #include "ops/operation_ui.h"
+#include "ops/progress.h"
 #include "settings/settings.h"
 #include "util/event.h"
 #include "util/result_list.h"
@@ -71,6 +72,8 @@ struct SweepSettings {
   bool fast = false;
   std::chrono::milliseconds pacing = kSweepPacing;  // tests of long ranges shorten it
   DeviceFoundFn found{};  // empty for the page, which polls the list instead
+  // After each address is done (answered, or out of attempts); the page polls Progress().
+  ProgressFn progress{};
 };
 
 // The network side of one sweep. The real one is one ICMP socket for the whole sweep and the
@@ -135,6 +138,9 @@ class CDeviceDiscoveryOperation {
   void Join() { worker_.Join(); }
 
   const tvkutil::CResultList<CDeviceInfo>& Devices() const { return devices_; }
+  // Addresses done of the range and devices found by the current or last sweep; reaches the
+  // whole range when a sweep completes.
+  ProgressSnapshot Progress() const { return progress_.Snapshot(); }
   // How the last sweep ended, and its line: "Device discovery complete. No. of devices
   // discovered '%d'." or "...stopped...". Empty before the first sweep.
   SweepStatus LastStatus() const { return status_.load(); }
@@ -158,6 +164,7 @@ class CDeviceDiscoveryOperation {
   SweepStatus FastSweep(tvkutil::CEvent& stop, const std::shared_ptr<IDiscoveryProbe>& probe,
                         std::uint64_t first, std::uint64_t last, const SweepSettings& settings);
   void LimitReached();
+  void AddressDone(const SweepSettings& settings);
   void Event(int string_id, std::size_t count = 0);
 
   DiscoveryForm form_;
@@ -167,6 +174,7 @@ class CDeviceDiscoveryOperation {
   tvkutil::CResultList<CDeviceInfo> devices_;
   std::atomic<SweepStatus> status_{SweepStatus::kNone};
   std::atomic<std::size_t> final_count_{0};
+  CProgress progress_;
   // Lookup threads a stopped fast sweep no longer waited for; joined by the next sweep and at
   // the end. Touched only by the sweep's thread, and by the destructor once it has ended.
   std::vector<std::thread> abandoned_lookups_;

@@ -126,6 +126,7 @@ void CWalkMIBOperation::EndWalk() {
 
 void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
   results_.Clear();
+  progress_.Start(0);
   const bool bulk = job.options.bulk_repetitions > 0 && snmp::VersionIndex(job.version) == 1;
   const bool v2c = snmp::VersionIndex(job.version) == 1;
   const std::uint32_t request_type = bulk ? snmp::kPduGetBulkRequest : snmp::kPduGetNextRequest;
@@ -157,6 +158,9 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
       job.found(info, bind);  // printed as it comes: keeping it too would grow without end
     else
       results_.Append(std::move(info));
+    progress_.AddDone();
+    if (job.options.progress)
+      job.options.progress(progress_.Snapshot());
     if (++found % 10 == 0 && stop_requested()) {
       status = WalkStatus::kStopped;
       return false;
@@ -237,6 +241,7 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
     failure = thrown == net::kSnmpTimeoutError ? WalkFailure::kNoAnswer : WalkFailure::kOther;
   }
 
+  progress_.Finish();
   failure_.store(status == WalkStatus::kFailed ? failure : WalkFailure::kNone,
                  std::memory_order_release);
   final_status_.store(status, std::memory_order_release);

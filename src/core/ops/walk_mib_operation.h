@@ -18,6 +18,7 @@
 #include "net/udp_socket_ops.h"
 #include "ops/operation_common.h"
 #include "ops/operation_ui.h"
+#include "ops/progress.h"
 #include "settings/settings.h"
 #include "snmp/request_id.h"
 #include "snmp/var_bind.h"
@@ -71,6 +72,8 @@ struct WalkOptions {
   // max-repetitions of each GetBulkRequest when the version is "2c"; 0 walks with GetNext.
   int bulk_repetitions = 0;
   net::IUdpSocketOps* ops = nullptr;  // tests make datagrams fail or vanish through it
+  // After each object found, on the walk's thread; the page polls Progress() instead.
+  ProgressFn progress{};
 };
 
 // sysObjectID.0, read by "&Get SysObjectID".
@@ -132,6 +135,8 @@ class CWalkMIBOperation {
 
   // The objects found, appended by the worker while the window reads them.
   const tvkutil::CResultList<COidInfo>& Results() const { return results_; }
+  // Objects found by the current or last walk and its time; a walk has no known total.
+  ProgressSnapshot Progress() const { return progress_.Snapshot(); }
   WalkStatus FinalStatus() const { return final_status_.load(std::memory_order_acquire); }
   // kNone unless the last walk failed.
   WalkFailure LastFailure() const { return failure_.load(std::memory_order_acquire); }
@@ -185,6 +190,7 @@ class CWalkMIBOperation {
   WalkJob job_;
   tvkutil::CResultList<COidInfo> results_;
   std::atomic<WalkStatus> final_status_{WalkStatus::kNone};
+  CProgress progress_;
   std::atomic<WalkFailure> failure_{WalkFailure::kNone};
   tvkutil::CWorker worker_{false};  // auto-reset stop event: the first test that sees it takes it
 };

@@ -31,6 +31,17 @@ constexpr TypeName kTypeNames[] = {
 
 }  // namespace
 
+std::wstring TimeTicksText(std::uint32_t ticks) {
+  const std::uint32_t seconds = ticks / 100;
+  const std::uint32_t days = seconds / 86400;
+  const auto two = [](std::uint32_t n) { return (n < 10 ? L"0" : L"") + std::to_wstring(n); };
+  std::wstring text = std::to_wstring(ticks) + L" (";
+  if (days > 0)
+    text += std::to_wstring(days) + (days == 1 ? L" day, " : L" days, ");
+  return text + std::to_wstring(seconds / 3600 % 24) + L":" + two(seconds / 60 % 60) + L":" +
+         two(seconds % 60) + L"." + two(ticks % 100) + L")";
+}
+
 std::wstring TypeNameOfTag(std::uint32_t tag) {
   for (const TypeName& t : kTypeNames) {
     if (t.tag == tag)

@@ -28,6 +28,10 @@ std::unique_ptr<CASNDataType> CreateValue(std::uint32_t tag, std::wstring_view t
 // give the empty text and false.
 bool ValueToText(const CASNDataType& value, std::wstring& out_text);
 
+// TimeTicks as net-snmp's tools show them, the number and the time beside it:
+// "179788 (0:29:57.88)", "9000000 (1 day, 1:00:00.00)", "N days, ..." from two days on.
+std::wstring TimeTicksText(std::uint32_t ticks);
+
 // Generic trap names indexed by their number: "coldStart" (0) ... "enterpriseSpecific" (6).
 inline constexpr std::array<std::wstring_view, 7> kGenericTrapNames = {
     L"coldStart",       L"warmStart",         L"linkDown", L"linkUp", L"authenticationFailure",

@@ -42,14 +42,14 @@ CDeviceDiscoveryPropertyPage::CDeviceDiscoveryPropertyPage(app::CSondaraUtilityA
   start_->setText(Q(operation_.Form().start_ip));
   end_->setText(Q(operation_.Form().end_ip));
   fast_->setChecked(app_.GetProfileInt(kSection, kFastSweepKey, 0) != 0);
-  app::RestoreColumnWidths(list_, app_, kSection, kColumns);
+  list_->RestoreWidths(app_, kSection, kColumns);
   timer_.setInterval(kTimerMs);
   connect(&timer_, &QTimer::timeout, this, &CDeviceDiscoveryPropertyPage::OnTimer);
 }
 
 CDeviceDiscoveryPropertyPage::~CDeviceDiscoveryPropertyPage() {
   timer_.stop();
-  app::StoreColumnWidths(list_, app_, kSection, kColumns);
+  list_->StoreWidths(app_, kSection, kColumns);
   operation_.Stop();
   StoreToApp();
   delete list_;  // its cells read the devices, which go with the operation before the children
@@ -122,8 +122,20 @@ void CDeviceDiscoveryPropertyPage::BuildControls() {
     button->setDefault(false);
   }
 
+  // Hidden until the first sweep.
+  progress_bar_ = new QProgressBar(this);
+  progress_bar_->setObjectName(QStringLiteral("sweepProgress"));
+  progress_bar_->setRange(0, 100);
+  progress_bar_->setMaximumWidth(160);
+  progress_bar_->hide();
+  progress_line_ = new QLabel(this);
+  progress_line_->setObjectName(QStringLiteral("sweepProgressLine"));
+  // A long line must not widen the page beyond the screen.
+  progress_line_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+
   auto* save_row = new QHBoxLayout;
-  save_row->addStretch();
+  save_row->addWidget(progress_bar_);
+  save_row->addWidget(progress_line_, 1);
   save_row->addWidget(save_);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(settings);
@@ -174,6 +186,10 @@ void CDeviceDiscoveryPropertyPage::OnBeginStop() {
                           .fast = fast_->isChecked()},
                          ui)) {
       ShowRunning(true);
+      progress_bar_->show();
+      ShowRunningStatus(
+          this,
+          QStringLiteral("Device Discovery: sweeping %1 to %2").arg(start_->text(), end_->text()));
       timer_.start();
     } else {
       idle_ = true;
@@ -182,12 +198,22 @@ void CDeviceDiscoveryPropertyPage::OnBeginStop() {
   begin_->setEnabled(true);
 }
 
+void CDeviceDiscoveryPropertyPage::ShowProgress() {
+  const ProgressSnapshot progress = operation_.Progress();
+  progress_bar_->setValue(progress.total == 0 ? 100 : ProgressPercent(progress));
+  progress_line_->setText(Q(SweepProgressLine(progress)));
+}
+
 void CDeviceDiscoveryPropertyPage::OnTimer() {
+  // Finished is read first, so the last tick shows the whole sweep.
+  const bool finished = operation_.Finished();
   list_->Poll();
-  if (!operation_.Finished()) {
+  ShowProgress();
+  if (!finished) {
     begin_->setText(tvkutil::UiText(tvkutil::ids::kStop));
     return;
   }
+  ShowRunningStatus(this, {});
   ShowRunning(false);
   idle_ = true;
   save_->setEnabled(operation_.Devices().Count() > 0);

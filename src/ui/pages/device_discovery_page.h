@@ -5,7 +5,9 @@
 #pragma once
 
 #include <QCheckBox>
+#include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 
@@ -43,6 +45,8 @@ class CDeviceDiscoveryPropertyPage : public app::CPropertyPage {
   // Every 50 ms while a sweep runs: the list, and once the sweep has ended the idle state.
   void OnTimer();
   void ShowRunning(bool running);
+  // The bar and the line under the list: addresses swept, devices found, rate, time.
+  void ShowProgress();
 
   app::CSondaraUtilityApp& app_;
   CDeviceDiscoveryOperation operation_;
@@ -54,6 +58,8 @@ class CDeviceDiscoveryPropertyPage : public app::CPropertyPage {
   QCheckBox* fast_ = nullptr;
   app::CResultsTableView* list_ = nullptr;
   QPushButton* save_ = nullptr;
+  QProgressBar* progress_bar_ = nullptr;
+  QLabel* progress_line_ = nullptr;
   QTimer timer_;
 };
 

@@ -3,7 +3,9 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QPushButton>
+#include <QStatusBar>
 
 #include "snmp/asn_data_type.h"
 #include "snmp/type_names.h"
@@ -118,6 +120,16 @@ void SyncHistory(QComboBox* combo, const app::History& history) {
 
 void SelectText(QComboBox* combo, const std::wstring& text) {
   combo->setCurrentIndex(text.empty() ? -1 : combo->findText(Q(text), Qt::MatchFixedString));
+}
+
+void ShowRunningStatus(QWidget* page, const QString& text) {
+  auto* window = qobject_cast<QMainWindow*>(page->window());
+  if (window == nullptr)
+    return;
+  if (text.isEmpty())
+    window->statusBar()->clearMessage();
+  else
+    window->statusBar()->showMessage(text);
 }
 
 }  // namespace pages

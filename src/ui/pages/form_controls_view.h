@@ -55,4 +55,8 @@ void SyncHistory(QComboBox* combo, const app::History& history);
 // Selects the item equal to text without regard to case; no selection when there is none.
 void SelectText(QComboBox* combo, const std::wstring& text);
 
+// What runs, in the status bar of the window that holds `page` (none outside a main window);
+// an empty text clears it.
+void ShowRunningStatus(QWidget* page, const QString& text);
+
 }  // namespace pages

@@ -53,7 +53,7 @@ CWalkMIBPropertyPage::CWalkMIBPropertyPage(app::CSondaraUtilityApp& app, QWidget
 CWalkMIBPropertyPage::~CWalkMIBPropertyPage() {
   request_->Finish();
   operation_.StopWalk();
-  app::StoreColumnWidths(results_, app_, kSection, kColumns);
+  results_->StoreWidths(app_, kSection, kColumns);
   StoreToApp();
   // The table reads the operation's results, which go before the children would.
   delete results_;
@@ -120,6 +120,9 @@ void CWalkMIBPropertyPage::BuildControls() {
           case 2:
             return Q(snmp::TypeNameOfTag(info.type));
           default:
+            // The number alone says little to a person; the file keeps it as it came.
+            if (info.type == snmp::kTagTimeTicks)
+              return Q(snmp::TimeTicksText(tvkutil::WcsToU32(info.value)));
             return Q(info.value);
         }
       },
@@ -127,15 +130,18 @@ void CWalkMIBPropertyPage::BuildControls() {
        tvkutil::UiText(ids::kColumnDataType), tvkutil::UiText(ids::kColumnValue)},
       this);
   results_->setObjectName(QStringLiteral("walkResults"));
-  results_->horizontalHeader()->setStretchLastSection(true);
-  app::RestoreColumnWidths(results_, app_, kSection, kColumns);
+  results_->RestoreWidths(app_, kSection, kColumns);
 
   save_ = new QPushButton(QStringLiteral("S&ave Results"), this);
   save_->setObjectName(QStringLiteral("saveResultsButton"));
   save_->setAutoDefault(false);
   save_->setEnabled(false);
+  progress_line_ = new QLabel(this);
+  progress_line_->setObjectName(QStringLiteral("walkProgressLine"));
+  // A long line must not widen the page beyond the screen.
+  progress_line_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   auto* save_row = new QHBoxLayout;
-  save_row->addStretch();
+  save_row->addWidget(progress_line_, 1);
   save_row->addWidget(save_);
 
   auto* layout = new QVBoxLayout(this);
@@ -210,6 +216,10 @@ void CWalkMIBPropertyPage::OnBeginWalk() {
   EnableInputs(false);
   save_->setEnabled(false);
   walk_->setText(tvkutil::UiText(ids::kStop));
+  progress_line_->setText(Q(WalkProgressLine({})));
+  ShowRunningStatus(
+      this,
+      QStringLiteral("walkMIB: walking %1 from %2").arg(host_->text(), start_oid_->currentText()));
   timer_->start();
 }
 
@@ -217,10 +227,12 @@ void CWalkMIBPropertyPage::OnTimer() {
   // Finished is read before the rows are counted, so the last tick shows every object.
   const bool finished = operation_.WalkFinished();
   results_->Poll();
+  progress_line_->setText(Q(WalkProgressLine(operation_.Progress())));
   if (!finished) {
     walk_->setText(tvkutil::UiText(ids::kStop));
     return;
   }
+  ShowRunningStatus(this, {});
   timer_->stop();
   operation_.EndWalk();
   idle_ = true;

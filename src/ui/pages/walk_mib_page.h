@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTimer>
@@ -68,6 +69,7 @@ class CWalkMIBPropertyPage : public app::CPropertyPage {
   QPushButton* walk_ = nullptr;
   app::CResultsTableView* results_ = nullptr;
   QPushButton* save_ = nullptr;
+  QLabel* progress_line_ = nullptr;  // objects found, rate, time; no percentage: no known end
   QTimer* timer_ = nullptr;
   // "&Get SysObjectID" off the window's thread; it shares the request ids with the walk, so
   // "Begin &Walk" waits too.

@@ -130,6 +130,32 @@ TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
   EXPECT_EQ(log.SavedFileBytes(), expected);
 }
 
+// 400 three-row messages against the 1024-row cap: cut among the rows shown before a tick, and
+// among rows that arrive in one tick. The rest starts at a first row, also in the saved file.
+TEST(TransactionLog, TheRowCapDropsWholeMessages) {
+  const std::vector<std::uint8_t> three_rows(200, 0x5f);
+  const std::string header = "Date      \tTime    \tSource               \tTransaction";
+  for (const int first_tick : {-1, 300}) {
+    CTransactionLog log;
+    std::size_t told = 0;  // rows the ticks said are shown
+    const auto tick = [&] {
+      const logs::LogTickResult change = log.MovePending();
+      told += change.appended;
+      told -= change.removed_front;
+    };
+    for (int i = 0; i < 400; ++i) {
+      log.AddTransaction(1, L"Get", three_rows.data(), three_rows.size(), 0);
+      if (i == first_tick)
+        tick();
+    }
+    tick();
+    EXPECT_EQ(log.ShownCount(), 1023U) << first_tick;
+    EXPECT_EQ(told, log.ShownCount());
+    EXPECT_TRUE(log.Shown(0).first_row);
+    EXPECT_EQ(log.SavedFileBytes().substr(2 + 2 * header.size(), 4), std::string("\r\0\n\0", 4));
+  }
+}
+
 TEST(LogQueue, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
   logs::CLogQueue<int> queue;
   for (int burst = 0; burst < 2; ++burst) {

@@ -92,7 +92,8 @@ TEST(DeviceDiscovery, SweepListsAnsweringHostsInOrderAndStopKeepsThemForTheSave)
           [](const std::string& r) { return r.find(": bytes=14 time=") != std::string::npos; });
       out << "fast " << fast << ": echoes " << testing_support::EchoesSent(false) - before
           << ", rows " << rows.sent.size() << "/" << rows.received.size() << ", replies " << replies
-          << "\n"
+          << ", swept " << op.Progress().done << "/" << op.Progress().total << " found "
+          << op.Progress().found << "\n"
           << DeviceLines(op) << tvkutil::ToUtf8(lines.Lines().back()) << "\n";
       op.Join();
 
@@ -139,8 +140,9 @@ TEST(DeviceDiscovery, SweepListsAnsweringHostsInOrderAndStopKeepsThemForTheSave)
       "::::::::::::::::::::::::::::::\n"
       "Device discovery stopped. No. of devices discovered '2'.\n"
       "Device discovery stopped. No. of devices discovered '2'.\n";
-  EXPECT_EQ(run.output, "fast 0: echoes 40, rows 40/40, replies 5\n" + listed +
-                            "fast 1: echoes 110, rows 40/40, replies 5\n" + listed);
+  EXPECT_EQ(run.output, "fast 0: echoes 40, rows 40/40, replies 5, swept 40/40 found 5\n" + listed +
+                            "fast 1: echoes 110, rows 40/40, replies 5, swept 40/40 found 5\n" +
+                            listed);
 }
 
 TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
@@ -228,10 +230,16 @@ TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingNamesInAnyOrderAndTheLimitEn
     op.Join();
 
     op.Form() = {L"10.0.0.1", L"10.0.0.4"};
-    ASSERT_TRUE(op.Begin({.fast = fast}, ui));
+    std::vector<std::uint64_t> steps;  // done, as each step reported it
+    ASSERT_TRUE(
+        op.Begin({.fast = fast,
+                  .progress = [&](const pages::ProgressSnapshot& p) { steps.push_back(p.done); }},
+                 ui));
     ASSERT_TRUE(WaitUntil([&] { return op.Finished(); }));
     EXPECT_EQ(DeviceLines(op),
               "10.0.0.1 slow-1\n10.0.0.2 slow-2\n10.0.0.3 slow-3\n10.0.0.4 slow-4\n");
+    EXPECT_EQ(steps, (std::vector<std::uint64_t>{1, 2, 3, 4}));
+    EXPECT_EQ(pages::ProgressPercent(op.Progress()), 100);
     op.Join();
     slow_names = false;
 
@@ -249,6 +257,19 @@ TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingNamesInAnyOrderAndTheLimitEn
     op.Devices().With(pages::kMaxDevices - 1, [&](const pages::CDeviceInfo& d) { last = d.ip; });
     EXPECT_EQ(last, L"10.0.255.255") << "fast " << fast;
   }
+}
+
+TEST(DeviceDiscovery, ProgressLinesSayWhatIsDoneAndWhatIsLeft) {
+  using pages::ProgressSnapshot;
+  EXPECT_EQ(pages::SweepProgressLine({120, 256, 3, std::chrono::milliseconds(3000)}),
+            L"Swept 120 of 256 addresses (46 %), 3 devices found, 40.0 addresses/s, 0:03 "
+            L"elapsed, about 0:03 left");
+  EXPECT_EQ(pages::SweepProgressLine({0, 256, 1, {}}),
+            L"Swept 0 of 256 addresses (0 %), 1 device found, 0.0 addresses/s, 0:00 elapsed, "
+            L"time left not known yet");
+  EXPECT_EQ(pages::WalkProgressLine({7, 0, 0, std::chrono::milliseconds(3723000)}),
+            L"walkMIB: 7 objects found, 0.0 objects/s, 1:02:03 elapsed, end not known");
+  EXPECT_EQ(pages::ProgressPercent({255, 256, 0, {}}), 99);
 }
 
 }  // namespace

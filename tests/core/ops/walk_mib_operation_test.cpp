@@ -317,6 +317,8 @@ TEST(WalkMibOperation, AWalkThatHandsOutItsObjectsKeepsNone) {
   Walk w(agent.Port());
   tvkutil::CEvent stop(true);
   std::vector<std::wstring> seen;
+  std::uint64_t reported = 0;  // the progress counts what the results no longer keep
+  w.options.progress = [&](const pages::ProgressSnapshot& p) { reported = p.done; };
   ASSERT_TRUE(w.op.RunWalk(w.options, w.ui, stop,
                            [&seen](const pages::COidInfo& info, const snmp::CVarBind& bind) {
                              seen.push_back(info.oid + L" " + bind.Name()->Text());
@@ -324,6 +326,8 @@ TEST(WalkMibOperation, AWalkThatHandsOutItsObjectsKeepsNone) {
   ASSERT_EQ(seen.size(), 25U);
   EXPECT_EQ(seen[24], L".1.3.6.1.2.1.1.25.0 .1.3.6.1.2.1.1.25.0");
   EXPECT_EQ(w.op.Results().Count(), 0U);
+  EXPECT_EQ(reported, 25U);
+  EXPECT_EQ(w.op.Progress().done, 25U);
   EXPECT_EQ(w.sink.Lines().back(), L"walkMIB complete. No. of OIDs found: '25'.");
 }
 

@@ -149,6 +149,9 @@ TEST(TypeNames, UnknownNamesMeanAStringAndUnknownTagsNoValue) {
   EXPECT_EQ(TagOfTypeName(L"counter32"), kTagCounter32);
   EXPECT_EQ(TagOfTypeName(L"String"), kTagOctetString);
   EXPECT_EQ(CreateValue(0x45), nullptr);
+  EXPECT_EQ(TimeTicksText(179788), L"179788 (0:29:57.88)");
+  EXPECT_EQ(TimeTicksText(8640000 + 744405), L"9384405 (1 day, 2:04:04.05)");
+  EXPECT_EQ(TimeTicksText(4294967295U), L"4294967295 (497 days, 2:27:52.95)");
 }
 
 }  // namespace

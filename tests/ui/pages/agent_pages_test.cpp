@@ -6,9 +6,12 @@
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScrollBar>
+#include <QStatusBar>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
@@ -116,7 +119,7 @@ class AgentPagesTest : public QObject {
       Type(page, "walkCommunity", "getcom");
       Type(page, "walkStartOid", ".1.3.6.1");
       QHeaderView* header = page->ResultsTable()->horizontalHeader();
-      QCOMPARE(header->sectionSize(0), 120);
+      QCOMPARE(header->sectionSize(0), header->sectionSizeHint(0));  // fitted: none stored
       QCOMPARE(header->sectionSize(1), 300);
       QVERIFY(!Button(page, "saveResultsButton")->isEnabled());
       Click(page, "getSysObjectIdButton");
@@ -129,6 +132,7 @@ class AgentPagesTest : public QObject {
       Type(page, "walkStartOid", ".1.3.6.1");
       Click(page, "walkButton");
       QCOMPARE(Button(page, "walkButton")->text(), QString("St&op"));
+      QVERIFY(w.statusBar()->currentMessage().startsWith("walkMIB: walking 127.0.0.1"));
       QVERIFY(!page->findChild<QLineEdit*>("walkHost")->isEnabled());
       QVERIFY(page->findChild<QComboBox*>("walkStartOid")->isEnabled());
       bool log_at_bottom = true;
@@ -146,9 +150,21 @@ class AgentPagesTest : public QObject {
       QCOMPARE(sondara.WalkMib().start_oid, std::wstring(L".1.3.6.1"));        // stored on leaving
       sheet->setCurrentWidget(page);
       QTRY_COMPARE(Button(page, "walkButton")->text(), QString("Begin &Walk"));
+      QVERIFY(w.statusBar()->currentMessage().isEmpty());
       QTableView* table = page->ResultsTable();
       QCOMPARE(table->model()->rowCount(), static_cast<int>(page->Operation().Results().Count()));
       QVERIFY(page->findChild<QLineEdit*>("walkHost")->isEnabled());
+      // Type and value fitted to the rows in view; sysUpTime.0 as net-snmp shows TimeTicks.
+      for (int row = 0; row < 5; ++row) {
+        QVERIFY(table->fontMetrics().horizontalAdvance(
+                    table->model()->index(row, 2).data().toString()) < header->sectionSize(2));
+      }
+      QVERIFY(table->model()
+                  ->match(table->model()->index(0, 3), Qt::DisplayRole,
+                          QRegularExpression(R"(^\d+ \(\d+:\d\d:\d\d\.\d\d\)$)"), 1,
+                          Qt::MatchRegularExpression)
+                  .size() == 1);
+      QVERIFY(page->findChild<QLabel*>("walkProgressLine")->text().contains(" objects found, "));
 
       const QRect cell = table->visualRect(table->model()->index(1, 2));
       QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
@@ -162,7 +178,7 @@ class AgentPagesTest : public QObject {
     }
     tvkutil::CIniFile profile(dir_ / "widths.ini");
     profile.Load();
-    QCOMPARE(profile.GetInt(L"walkMIB", L"0", 0), 120);
+    QCOMPARE(profile.GetInt(L"walkMIB", L"0", 0), -1);
     QCOMPARE(profile.GetInt(L"walkMIB", L"1", 0), 300);
     QVERIFY(!profile.GetString(L"walkMIB", L"SaveResultsPath", L"").empty());
   }
