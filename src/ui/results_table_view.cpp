@@ -164,7 +164,10 @@ void CResultsTableView::RestoreWidths(const tvkutil::IProfileStore& profile,
   fitted_.assign(static_cast<std::size_t>(columns), false);
   // The last column stretches and is kept as it was; the others start as wide as their caption.
   for (int i = 0; i + 1 < columns && i + 1 < model_->columnCount({}); ++i) {
-    if (profile.GetProfileInt(section, std::to_wstring(i), -1) >= 0)
+    // Earlier versions wrote the 120-pixel default back for every column nobody touched, so
+    // 120 counts as unset: those columns fit too.
+    const int stored = profile.GetProfileInt(section, std::to_wstring(i), -1);
+    if (stored >= 0 && stored != kDefaultColumnWidth)
       continue;
     fitted_[static_cast<std::size_t>(i)] = true;
     sizing_ = true;

@@ -102,11 +102,12 @@ class AgentPagesTest : public QObject {
     QTRY_COMPARE(value->text(), QString("desk@sondara.test"));
   }
 
-  // In the main window over a profile whose column widths read -5 and 300: "&Get SysObjectID";
+  // In the main window over a profile whose column widths read -5, 300 and the old default 120:
+  // "&Get SysObjectID";
   // the list grows while the walk runs, the log stays at its bottom; leaving the page stops
   // the walk; then double-click copy and save.
   void WalkPageInTheMainWindow() {
-    sondara_test::WriteFile(dir_ / "widths.ini", "[walkMIB]\n0=-5\n1=300\n");
+    sondara_test::WriteFile(dir_ / "widths.ini", "[walkMIB]\n0=-5\n1=300\n2=120\n");
     app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "widths.ini");
     {
       app::CMainWnd w(sondara);
@@ -180,6 +181,7 @@ class AgentPagesTest : public QObject {
     profile.Load();
     QCOMPARE(profile.GetInt(L"walkMIB", L"0", 0), -1);
     QCOMPARE(profile.GetInt(L"walkMIB", L"1", 0), 300);
+    QCOMPARE(profile.GetInt(L"walkMIB", L"2", 0), -1);  // 120 was never the user's
     QVERIFY(!profile.GetString(L"walkMIB", L"SaveResultsPath", L"").empty());
   }
 
