@@ -38,7 +38,10 @@ std::wstring SweepProgressLine(const ProgressSnapshot& progress) {
       L"Swept " + std::to_wstring(progress.done) + L" of " + std::to_wstring(progress.total) +
       L" addresses (" + std::to_wstring(percent) + L" %), " + std::to_wstring(progress.found) +
       (progress.found == 1 ? L" device found, " : L" devices found, ") + Rate(progress) +
-      L" addresses/s, " + Duration(progress.elapsed) + L" elapsed, ";
+      L" addresses/s, " + Duration(progress.elapsed) + L" elapsed";
+  if (progress.finished)
+    return line;
+  line += L", ";
   if (progress.done == 0)
     return line + L"time left not known yet";
   // What is left at the pace so far.
@@ -52,7 +55,8 @@ std::wstring SweepProgressLine(const ProgressSnapshot& progress) {
 std::wstring WalkProgressLine(const ProgressSnapshot& progress) {
   return L"walkMIB: " + std::to_wstring(progress.done) +
          (progress.done == 1 ? L" object found, " : L" objects found, ") + Rate(progress) +
-         L" objects/s, " + Duration(progress.elapsed) + L" elapsed, end not known";
+         L" objects/s, " + Duration(progress.elapsed) + L" elapsed" +
+         (progress.finished ? L"" : L", end not known");
 }
 
 void CProgress::Start(std::uint64_t total) {
@@ -75,6 +79,7 @@ ProgressSnapshot CProgress::Snapshot() const {
   const Clock::rep started = started_.load();
   if (started != 0) {
     const Clock::rep ended = ended_.load();
+    snapshot.finished = ended != 0;
     const Clock::rep now = ended != 0 ? ended : Clock::now().time_since_epoch().count();
     snapshot.elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::duration(now - started));

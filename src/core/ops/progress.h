@@ -16,14 +16,16 @@ struct ProgressSnapshot {
   std::uint64_t total = 0;  // addresses in the range; 0 for a walk, which has no known end
   std::uint64_t found = 0;  // devices that answered
   std::chrono::milliseconds elapsed{0};
+  bool finished = false;  // the run has ended: nothing is left to estimate
 };
 
 // Whole percent of the total done (100 only once everything is), -1 without a known end.
 int ProgressPercent(const ProgressSnapshot& progress);
 // "Swept 120 of 256 addresses (46 %), 3 devices found, 40.0 addresses/s, 0:03 elapsed, about
-// 0:04 left".
+// 0:04 left"; once finished it ends at the time elapsed.
 std::wstring SweepProgressLine(const ProgressSnapshot& progress);
-// "walkMIB: 1234 objects found, 560.0 objects/s, 0:02 elapsed, end not known".
+// "walkMIB: 1234 objects found, 560.0 objects/s, 0:02 elapsed, end not known"; once finished it
+// ends at the time elapsed.
 std::wstring WalkProgressLine(const ProgressSnapshot& progress);
 
 // Called on the operation's thread after each step; a terminal front end shows the line.

@@ -269,6 +269,11 @@ TEST(DeviceDiscovery, ProgressLinesSayWhatIsDoneAndWhatIsLeft) {
             L"time left not known yet");
   EXPECT_EQ(pages::WalkProgressLine({7, 0, 0, std::chrono::milliseconds(3723000)}),
             L"walkMIB: 7 objects found, 0.0 objects/s, 1:02:03 elapsed, end not known");
+  // Once finished there is nothing left to estimate.
+  EXPECT_EQ(pages::SweepProgressLine({256, 256, 2, std::chrono::milliseconds(6000), true}),
+            L"Swept 256 of 256 addresses (100 %), 2 devices found, 42.6 addresses/s, 0:06 elapsed");
+  EXPECT_EQ(pages::WalkProgressLine({9, 0, 0, std::chrono::milliseconds(1000), true}),
+            L"walkMIB: 9 objects found, 9.0 objects/s, 0:01 elapsed");
   EXPECT_EQ(pages::ProgressPercent({255, 256, 0, {}}), 99);
 }
 
