@@ -1,5 +1,6 @@
 #include "net/snmp_internal_error.h"
 
+#include "net/address.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -10,9 +11,7 @@ std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_
     case kSnmpBindError:
       return tvkutil::LoadString(tvkutil::ids::kUnableToBind);
     case kSnmpResolveError:
-      return tvkutil::FormatN(tvkutil::LoadString(use_ipv6 ? tvkutil::ids::kUnableToResolveIPv6
-                                                           : tvkutil::ids::kUnableToResolveIPv4),
-                              tvkutil::kMaxLogLineLen, host);
+      return UnresolvedHostText(host, use_ipv6);
     case kSnmpConnectError:
       return tvkutil::LoadString(tvkutil::ids::kUnableToConnect);
     case kSnmpBuildError:
@@ -24,6 +23,14 @@ std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_
     default:
       return tvkutil::LoadString(tvkutil::ids::kUnknownError);
   }
+}
+
+std::wstring UnresolvedHostText(const std::wstring& host, bool use_ipv6) {
+  using namespace tvkutil::ids;
+  const int text = use_ipv6                ? kUnableToResolveIPv6
+                   : IsValidIPv6Text(host) ? kIPv6HostWithIPv6Off
+                                           : kUnableToResolveIPv4;
+  return tvkutil::FormatN(tvkutil::LoadString(text), tvkutil::kMaxLogLineLen, host);
 }
 
 }  // namespace net

@@ -19,4 +19,8 @@ enum SNMPINTERNALERROR : int {
 // text fills the resolve message, which names the family by use_ipv6.
 std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_ipv6);
 
+// "Unable to resolve IPv4 host '%s'" or "... IPv6 host '%s'" by use_ipv6; an IPv6 address
+// with IPv6 off is told where IPv6 is switched on.
+std::wstring UnresolvedHostText(const std::wstring& host, bool use_ipv6);
+
 }  // namespace net

@@ -4,6 +4,7 @@
 
 #include "net/address.h"
 #include "net/icmp_echo.h"
+#include "net/snmp_internal_error.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -44,9 +45,8 @@ PingOutcome ResolveAndPing(const PingTarget& target, logs::ITransactionSink& sin
 void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui) {
   if (outcome != PingOutcome::kUnresolved)
     return;
-  Refuse(ui,
-         target.use_ipv6 ? tvkutil::ids::kUnableToResolveIPv6 : tvkutil::ids::kUnableToResolveIPv4,
-         target.host);
+  ui.ShowMessage(net::UnresolvedHostText(target.host, target.use_ipv6), app::MessageIcon::kWarning,
+                 app::kNoField);
 }
 
 PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
