@@ -23,6 +23,7 @@
 #include "support/snmpd_process.h"
 #include "support/snmptrapd_process.h"
 #include "support/temp_folder.h"
+#include "ui/logs/event_log_view.h"
 #include "ui/logs/transaction_log_view.h"
 #include "ui/main_wnd.h"
 #include "ui/message_box_dialog.h"
@@ -124,7 +125,10 @@ class AgentPagesTest : public QObject {
       // The request shares the walk's ids: neither button works until it is back.
       QVERIFY(!Button(page, "walkButton")->isEnabled());
       QTRY_COMPARE(Combo(page, "walkStartOid")->currentText(),
-                   QString(".1.3.6.1.4.1.8072.3.2.10"));  // net-snmp's
+                   QString(".1.3.6.1.4.1.8072.3.2.10"));                   // net-snmp's
+      const QAbstractItemModel* events = w.EventView()->Table()->model();  // done, said
+      QTRY_COMPARE(events->index(events->rowCount() - 1, 2).data().toString(),
+                   QString("Get SysObjectID request to 127.0.0.1 complete."));
       QVERIFY(Button(page, "walkButton")->isEnabled());
 
       Type(page, "walkStartOid", ".1.3.6.1");
