@@ -162,7 +162,7 @@ void CMainWnd::BuildMenus() {
     return a;
   };
   QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
-  add(file, "saveSnapshot", QStringLiteral("&Save Snapshot"), &CMainWnd::OnSaveSnapshot);
+  add(file, "saveSnapshot", QStringLiteral("Save &Settings"), &CMainWnd::OnSaveSnapshot);
   file->addSeparator();
   QAction* exit = add(file, "exit", QStringLiteral("E&xit"), &CMainWnd::close);
   exit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));

@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QMessageBox>
 
+#include "logs/log_entry_points.h"
 #include "settings/sondara_utility_app.h"
 
 namespace app {
@@ -52,6 +53,8 @@ bool AskYesNoBox(QWidget* parent, const QString& text) {
 }
 
 void ShowMessageBox(QWidget* parent, const QString& text, MessageIcon icon) {
+  // Every box tells of something refused or failed; the log keeps it after the box is gone.
+  logs::LogEventLine(text.toStdWString());
   if (Hook()) {
     Hook()(text, icon);
     return;

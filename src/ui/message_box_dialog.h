@@ -29,7 +29,8 @@ void SetMessageBoxHook(MessageBoxHook hook);
 using QuestionHook = std::function<bool(const QString& text)>;
 void SetQuestionHook(QuestionHook hook);
 
-// Shows a message box over `parent` (or the hook's call when one is set).
+// Shows a message box over `parent` (or the hook's call when one is set), and writes its text
+// to the event log.
 void ShowMessageBox(QWidget* parent, const QString& text, MessageIcon icon);
 // A Yes/No box over `parent`, No the default: true for Yes. With no question hook but a message
 // box hook set, the message hook sees the text and the answer is No, so a test never blocks.

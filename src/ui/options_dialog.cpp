@@ -29,7 +29,6 @@ constexpr int kRequestTimeoutStep = 100;
 
 // Characters a user may type into each field. Retries takes one although 10 is allowed: 10 is
 // reached with the spin only. That has always been so and is kept on purpose.
-constexpr int kConnectTimeoutTextLimit = 2;
 constexpr int kRequestTimeoutTextLimit = 5;
 constexpr int kRetriesTextLimit = 1;
 constexpr int kWalkBulkRepetitionsTextLimit = 3;
@@ -57,9 +56,7 @@ COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adap
 
   auto* parameters_group = new QGroupBox(QStringLiteral("Communication &Parameters"), this);
   auto* grid = new QGridLayout(parameters_group);
-  connect_timeout_ = AddNumberField(grid, 0, QStringLiteral("&Connect Timeout (seconds):"),
-                                    kConnectTimeoutTextLimit, kMinConnectTimeoutS,
-                                    kMaxConnectTimeoutS, 1, net.connect_timeout_s);
+  // No "Connect Timeout": UDP has no connection to wait for. Its stored value is kept as read.
   request_timeout_ = AddNumberField(
       grid, 1, QStringLiteral("&Request Timeout (milliseconds):"), kRequestTimeoutTextLimit,
       kMinRequestTimeoutMs, kMaxRequestTimeoutMs, kRequestTimeoutStep, net.request_timeout_ms);
@@ -160,12 +157,10 @@ bool COptionsDialog::TakeNumber(const NumberField& field, int& out_value) {
 }
 
 void COptionsDialog::accept() {
-  int connect_timeout_s = 0;
   int request_timeout_ms = 0;
   int retries = 0;
   int walk_bulk_repetitions = 0;
-  if (!TakeNumber(connect_timeout_, connect_timeout_s) ||
-      !TakeNumber(request_timeout_, request_timeout_ms) || !TakeNumber(retries_, retries) ||
+  if (!TakeNumber(request_timeout_, request_timeout_ms) || !TakeNumber(retries_, retries) ||
       !TakeNumber(walk_bulk_repetitions_, walk_bulk_repetitions)) {
     return;
   }
@@ -173,7 +168,6 @@ void COptionsDialog::accept() {
   NetworkSettings& net = app_.Network();
   net.use_ipv6 = use_ipv6 ? 1 : 0;
   app_.SetAdapter(adapters_.Lookup(adapter_list_->currentText().toStdWString(), use_ipv6));
-  net.connect_timeout_s = connect_timeout_s;
   net.request_timeout_ms = request_timeout_ms;
   net.retries = retries;
   net.walk_bulk_repetitions = walk_bulk_repetitions;

@@ -31,7 +31,7 @@ class COptionsDialog : public QDialog {
   // Offers the adapters of the given table (tests, or a caller that enumerated itself).
   COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adapters, QWidget* parent = nullptr);
 
-  // Checks the three numbers in the order they stand; the first one out of range is reported
+  // Checks the numbers in the order they stand; the first one out of range is reported
   // and focused, and the dialog stays open with nothing stored.
   void accept() override;
 
@@ -54,7 +54,6 @@ class COptionsDialog : public QDialog {
   net::CAdapterTable& adapters_;
   QCheckBox* use_ipv6_ = nullptr;
   QComboBox* adapter_list_ = nullptr;
-  NumberField connect_timeout_;
   NumberField request_timeout_;
   NumberField retries_;
   NumberField walk_bulk_repetitions_;

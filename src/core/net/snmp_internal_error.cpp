@@ -27,10 +27,11 @@ std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_
 
 std::wstring UnresolvedHostText(const std::wstring& host, bool use_ipv6,
                                 const std::wstring& lookup_failure) {
-  std::wstring text =
-      tvkutil::FormatN(tvkutil::LoadString(use_ipv6 ? tvkutil::ids::kUnableToResolveIPv6
-                                                    : tvkutil::ids::kUnableToResolveIPv4),
-                       tvkutil::kMaxLogLineLen, host);
+  using namespace tvkutil::ids;
+  const int id = use_ipv6                ? kUnableToResolveIPv6
+                 : IsValidIPv6Text(host) ? kIPv6HostWithIPv6Off
+                                         : kUnableToResolveIPv4;
+  std::wstring text = tvkutil::FormatN(tvkutil::LoadString(id), tvkutil::kMaxLogLineLen, host);
   if (!lookup_failure.empty())
     text += L": " + lookup_failure;
   return text;

@@ -20,7 +20,9 @@ enum SNMPINTERNALERROR : int {
 // thread's LastLookupFailure.
 std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_ipv6);
 
-// "Unable to resolve IPv4 host 'name'", then ": " and the resolver's reason when there is one.
+// "Unable to resolve IPv4 host 'name'" or "... IPv6 host ..." by use_ipv6, then ": " and the
+// resolver's reason when there is one; an IPv6 address with IPv6 off is told where IPv6 is
+// switched on.
 std::wstring UnresolvedHostText(const std::wstring& host, bool use_ipv6,
                                 const std::wstring& lookup_failure);
 

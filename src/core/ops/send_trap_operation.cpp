@@ -100,13 +100,26 @@ void CSendTrapOperation::SetSenderIpChoices(std::vector<std::wstring> choices) {
     form_.sender_ip = form_.sender_ips.front();
 }
 
-void CSendTrapOperation::ApplyDefaults() {
+void CSendTrapOperation::FillDefaultFields() {
   form_.sender_ip = form_.sender_ips.empty() ? kLoopbackSender : form_.sender_ips.front();
   form_.sender_oid = app::DefaultSenderOid();
   form_.community = kDefaultCommunity;
   form_.trap_type = snmp::kGenericTrapNames[snmp::kEnterpriseSpecificTrap];
-  form_.varbind_num_text = Version2c() ? L"2" : L"0";
   form_.specific_type_text = L"1";
+}
+
+void CSendTrapOperation::ApplyDefaults() {
+  FillDefaultFields();
+  form_.varbind_num_text = std::to_wstring(ListedVarBinds());
+}
+
+int CSendTrapOperation::ListedVarBinds() {
+  const std::lock_guard hold(list_lock_);
+  return TrapListLength(list_, Version2c());
+}
+
+void CSendTrapOperation::VarBindsEdited() {
+  form_.varbind_num_text = std::to_wstring(ListedVarBinds());
 }
 
 bool CSendTrapOperation::V1FieldsEnabled() const {
@@ -131,7 +144,7 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
   }
   const bool v1 = !Version2c();
   if (form_.use_default) {
-    ApplyDefaults();
+    FillDefaultFields();
   } else {
     // This one box has always come without the warning icon.
     if (v1 && !net::IsValidIPv4Text(form_.sender_ip))
@@ -140,27 +153,32 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
       return std::nullopt;
     if (form_.community.empty())
       return refuse(kEnterCommunity, kFieldTrapCommunity, kWarning);
-    int count = 0;
-    if (!ReadNumber(form_.varbind_num_text, 0, app::kMaxTrapVarBinds, count)) {
-      RefuseRange(ui, 0, app::kMaxTrapVarBinds, kFieldVarBindNum);
-      return std::nullopt;
+  }
+  // "Use &default" leaves VarBind# as the user set it: the trap carries what the page shows.
+  int count = 0;
+  if (!ReadNumber(form_.varbind_num_text, 0, app::kMaxTrapVarBinds, count)) {
+    RefuseRange(ui, 0, app::kMaxTrapVarBinds, kFieldVarBindNum);
+    return std::nullopt;
+  }
+  int listed = 0;
+  bool counter64 = false;
+  {
+    const std::lock_guard hold(list_lock_);
+    listed = TrapListLength(list_, !v1);
+    const int skipped = v1 ? FixedTrapEntriesAtStart(list_) : 0;
+    for (int i = 1; i <= count && i <= listed; ++i) {
+      const snmp::CVarBind* bind = list_.Get(i + skipped);
+      const snmp::CASNDataType* value = bind != nullptr ? bind->Value() : nullptr;
+      counter64 = counter64 || (value != nullptr && value->Tag() == snmp::kTagCounter64);
     }
-    int listed = 0;
-    bool counter64 = false;
-    {
-      const std::lock_guard hold(list_lock_);
-      listed = list_.Count();
-      for (int i = 1; i <= count && i <= listed; ++i) {
-        const snmp::CASNDataType* value = list_.Get(i)->Value();
-        counter64 = counter64 || (value != nullptr && value->Tag() == snmp::kTagCounter64);
-      }
-    }
-    if (count > listed) {
-      ui.ShowMessage(
-          tvkutil::FormatN(tvkutil::LoadString(kVarBindNumTooLarge), SIZE_MAX, count, listed),
-          kWarning, kFieldVarBindNum);
-      return std::nullopt;
-    }
+  }
+  if (count > listed) {
+    ui.ShowMessage(
+        tvkutil::FormatN(tvkutil::LoadString(kVarBindNumTooLarge), SIZE_MAX, count, listed),
+        kWarning, kFieldVarBindNum);
+    return std::nullopt;
+  }
+  if (!form_.use_default) {
     int specific = 0;
     if (v1 && form_.trap_type.empty())
       return refuse(kSelectTrapType, kFieldTrapType, kWarning);
@@ -168,10 +186,17 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
       RefuseRange(ui, 0, kMaxSpecificType, kFieldSpecificType);
       return std::nullopt;
     }
-    // RFC 1157 has no 64-bit type; some receivers drop the whole trap for it.
-    if (v1 && counter64)
-      return refuse(kCounter64InV1Trap, kFieldVarBindNum, kWarning);
   }
+  // RFC 1157 has no 64-bit type; some receivers drop the whole trap for it.
+  if (v1 && counter64)
+    return refuse(kCounter64InV1Trap, kFieldVarBindNum, kWarning);
+  // Asked last, so that a Yes is never followed by a refusal. A v2c trap always carries its two
+  // fixed entries.
+  const int left_out = listed - (v1 ? count : std::max(count, kFixedTrapEntries));
+  if (left_out > 0 && !ui.AskYesNo(tvkutil::FormatN(tvkutil::LoadString(kVarBindsLeftOut), SIZE_MAX,
+                                                    count, left_out, listed),
+                                   kFieldVarBindNum))
+    return std::nullopt;
 
   request.host = form_.host;
   request.version = v1 ? snmp::kSnmpVersion1 : snmp::kSnmpVersion2c;
@@ -202,7 +227,9 @@ TrapOutcome CSendTrapOperation::Send(const TrapRequest& request, const net::UdpS
         {
           const std::lock_guard hold(list_lock_);
           int count = request.varbind_count;
+          int skipped = 0;
           if (v1) {
+            skipped = FixedTrapEntriesAtStart(list_);
             message.SetEnterprise(request.sender_oid);
             message.SetAgentAddress(request.sender_ip);
             message.SetGenericTrap(request.generic_trap);
@@ -215,7 +242,9 @@ TrapOutcome CSendTrapOperation::Send(const TrapRequest& request, const net::UdpS
             list_.Replace(1, kSysUpTimeOid, snmp::kTagTimeTicks, std::to_wstring(now));
             count = std::max(count, kFixedTrapEntries);
           }
-          message.VarBinds().CopyFrom(list_, std::min(count, list_.Count()));
+          message.VarBinds().CopyFrom(list_, std::min(count + skipped, list_.Count()));
+          for (; skipped > 0; --skipped)
+            message.VarBinds().Remove(1);
         }
         requester.SendOnce(message);
       },

@@ -104,19 +104,25 @@ class CSendTrapOperation {
   // The local addresses offered as sender IP, the default first; with "Use &default" the
   // sender IP follows the new default.
   void SetSenderIpChoices(std::vector<std::wstring> choices);
-  // "Use &default": our sender address and OID, "getcom", "enterpriseSpecific", VarBind# 2 for
-  // a v2c trap (its two fixed entries) and 0 for v1, specific type 1.
+  // "Use &default": our sender address and OID, "getcom", "enterpriseSpecific", specific type 1,
+  // and VarBind# the whole list (a v2c list with its two fixed entries).
   void ApplyDefaults();
+  // How many bindings the trap carries with VarBind# at the whole list, for the form's version.
+  int ListedVarBinds();
+  // After "Edit Varbinds" closed with OK: VarBind# counts what the list now holds.
+  void VarBindsEdited();
   // Sender IP, sender OID, trap type and specific type mean something only to a v1 trap that
   // the user builds.
   bool V1FieldsEnabled() const;
 
   // The checks in their fixed order; the first failure is shown through `ui` with the field to
   // focus. With "Use &default" the defaults replace the form's values after the port check and
-  // nothing else is checked. Takes a request id for a v2c trap.
+  // only VarBind# is checked. A VarBind# that leaves part of the list out is sent only after
+  // the user said Yes to how many. Takes a request id for a v2c trap.
   std::optional<TrapRequest> Validate(app::IOperationUi& ui);
   // Builds the trap and sends it once. A v2c trap first gets the list's fixed entries, with
-  // sysUpTime.0 set to now, and carries at least those two. A failure writes "Trap request
+  // sysUpTime.0 set to now, and carries at least those two; a v1 trap leaves them out. A
+  // failure writes "Trap request
   // failed. Reason: '%s'." Touches neither the form nor the histories.
   TrapOutcome Send(const TrapRequest& request, const net::UdpSettings& settings,
                    net::IUdpSocketOps* ops = nullptr);
@@ -136,6 +142,9 @@ class CSendTrapOperation {
   void StoreTo(app::SendTrapSettings& settings);
 
  private:
+  // The values "Use &default" puts in, VarBind# aside.
+  void FillDefaultFields();
+
   SendTrapForm form_;
   snmp::CVarBindList& list_;
   std::mutex list_lock_;

@@ -39,16 +39,35 @@ void PutFixedTrapEntries(snmp::CVarBindList& list, std::uint32_t time_stamp) {
     list.Insert(2, kSnmpTrapOid, snmp::kTagOid, kDefaultTrapOid);
 }
 
+int FixedTrapEntriesAtStart(const snmp::CVarBindList& list) {
+  return IsEntry(list, 1, kSysUpTimeOid, snmp::kTagTimeTicks) &&
+                 IsEntry(list, 2, kSnmpTrapOid, snmp::kTagOid)
+             ? 2
+             : 0;
+}
+
+int TrapListLength(const snmp::CVarBindList& list, bool version_2c) {
+  if (!version_2c)
+    return list.Count() - FixedTrapEntriesAtStart(list);
+  snmp::CVarBindList with_fixed;
+  with_fixed.CopyFrom(list);
+  PutFixedTrapEntries(with_fixed, 0);
+  return with_fixed.Count();
+}
+
 CVarBindListRules::CVarBindListRules(snmp::CVarBindList& list, bool version_2c, std::mutex& lock)
-    : list_(list), version_2c_(version_2c), lock_(lock) {}
+    : list_(list),
+      version_2c_(version_2c),
+      hidden_(version_2c ? 0 : FixedTrapEntriesAtStart(list)),
+      lock_(lock) {}
 
 int CVarBindListRules::Count() const {
-  return list_.Count();
+  return list_.Count() - hidden_;
 }
 
 VarBindText CVarBindListRules::Item(int item) const {
   VarBindText row;
-  const snmp::CVarBind* bind = list_.Get(item + 1);
+  const snmp::CVarBind* bind = list_.Get(item + 1 + hidden_);
   if (bind == nullptr)
     return row;
   if (bind->Name() != nullptr)
@@ -60,7 +79,8 @@ VarBindText CVarBindListRules::Item(int item) const {
 }
 
 bool CVarBindListRules::MayAdd(app::IOperationUi& ui) const {
-  if (Count() < app::kMaxTrapVarBinds)
+  // The hidden entries count too: the list is one, whichever version shows it.
+  if (list_.Count() < app::kMaxTrapVarBinds)
     return true;
   ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kMaxVarBindsReached), SIZE_MAX,
                                   app::kMaxTrapVarBinds),
@@ -85,7 +105,7 @@ bool CVarBindListRules::LocksNameAndType(int item) const {
 
 void CVarBindListRules::Replace(int item, const VarBindText& bind) {
   const std::lock_guard hold(lock_);
-  list_.Replace(item + 1, bind.oid, snmp::TagOfTypeName(bind.type_name), bind.value);
+  list_.Replace(item + 1 + hidden_, bind.oid, snmp::TagOfTypeName(bind.type_name), bind.value);
 }
 
 std::optional<int> CVarBindListRules::Delete(std::vector<int> selected, app::IOperationUi& ui) {
@@ -105,7 +125,7 @@ std::optional<int> CVarBindListRules::Delete(std::vector<int> selected, app::IOp
   int deleted = 0;
   // From the highest down, so the items still to go keep their numbers.
   for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
-    if (list_.Remove(*it + 1))
+    if (list_.Remove(*it + 1 + hidden_))
       ++deleted;
   }
   modified_ = true;
@@ -118,7 +138,7 @@ void CVarBindListRules::DeleteAll() {
   const std::lock_guard hold(lock_);
   const int keep = version_2c_ ? 2 : 0;
   while (Count() > keep)
-    list_.Remove(Count());
+    list_.Remove(list_.Count());
   modified_ = true;
 }
 

@@ -40,9 +40,17 @@ bool ValidateVarBind(const VarBindText& bind, app::IOperationUi& ui);
 // list follows them. Names are compared as texts.
 void PutFixedTrapEntries(snmp::CVarBindList& list, std::uint32_t time_stamp);
 
+// 2 when the list starts with sysUpTime.0 and snmpTrapOID.0 as a v2c trap puts them, else 0.
+// A v1 trap leaves those two out (RFC 3584 3.2): its list is the rest.
+int FixedTrapEntriesAtStart(const snmp::CVarBindList& list);
+// The bindings a trap of this version carries when VarBind# takes the whole list: a v2c list
+// with its fixed entries in place, a v1 list without them.
+int TrapListLength(const snmp::CVarBindList& list, bool version_2c);
+
 // "Edit Varbinds" over the page's list, which it changes in place. Item numbers are 0-based,
-// as the dialog's rows are. Every change takes `lock`, the lock the trap takes while it reads
-// the list.
+// as the dialog's rows are. A v1 list shows neither of a v2c trap's fixed entries; they stay in
+// the list, hidden, for when the version is 2c again. Every change takes `lock`, the lock the
+// trap takes while it reads the list.
 class CVarBindListRules {
  public:
   CVarBindListRules(snmp::CVarBindList& list, bool version_2c, std::mutex& lock);
@@ -78,6 +86,7 @@ class CVarBindListRules {
 
   snmp::CVarBindList& list_;
   bool version_2c_;
+  int hidden_;  // the fixed entries a v1 list does not show
   std::mutex& lock_;
   bool modified_ = false;
 };

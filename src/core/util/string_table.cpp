@@ -114,9 +114,9 @@ constexpr Entry kTable[] = {
     {ids::kWalkOidNotIncreasing,
      L"GetNext request failed for OID '%s'. Reason: 'The agent answered with OID '%s', which "
      L"does not follow the OID asked for'."},
-    // File > Save Snapshot says where the values went.
-    {ids::kSnapshotSaved, L"Snapshot saved to '%s'."},
-    {ids::kSnapshotNotSaved, L"Unable to save the snapshot to '%s'."},
+    // File > Save Settings says where the values went.
+    {ids::kSnapshotSaved, L"Settings saved to '%s'."},
+    {ids::kSnapshotNotSaved, L"Unable to save the settings to '%s'."},
     // Said once at start-up; the file is the user's to mend, we do not overwrite it.
     {ids::kSettingsFileNotText,
      L"The settings file '%s' is not text (neither UTF-8 nor UTF-16). It is left as it is and "
@@ -134,6 +134,13 @@ constexpr Entry kTable[] = {
     {ids::kConfirmEmptyValue, L"The %s value is empty. Send it empty?"},
     {ids::kCounter64InV1Trap,
      L"A version 1 trap cannot carry a Counter64 value. Use version 2c, or another type."},
+    {ids::kVarBindsLeftOut,
+     L"VarBind# ('%d') leaves %d of the %d varbinds in the VarBind list out of the trap. Send "
+     L"it anyway?"},
+    {ids::kIPv6HostWithIPv6Off,
+     L"Unable to resolve IPv4 host '%s': an IPv6 address needs Tools > Options > \"Use IPv6\"."},
+    {ids::kTrapSent, L"Trap sent to %s."},
+    {ids::kRequestDone, L"%s request to %s complete."},
 };
 
 }  // namespace

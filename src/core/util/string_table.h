@@ -127,6 +127,12 @@ inline constexpr int kOidArcTooLarge = 1080;
 inline constexpr int kOidFirstArcs = 1081;
 inline constexpr int kConfirmEmptyValue = 1082;
 inline constexpr int kCounter64InV1Trap = 1083;
+// Why a trap or a host is not what the user expects.
+inline constexpr int kVarBindsLeftOut = 1090;
+inline constexpr int kIPv6HostWithIPv6Off = 1091;
+// What went well, so that every action leaves a line.
+inline constexpr int kTrapSent = 1092;
+inline constexpr int kRequestDone = 1093;
 
 }  // namespace ids
 

@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "logs/log_entry_points.h"
 #include "ops/operation_common.h"
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
@@ -15,6 +16,7 @@
 #include "ui/numeric_edit.h"
 #include "ui/pages/form_controls_view.h"
 #include "ui/request_runner.h"
+#include "util/string_table.h"
 
 namespace pages {
 
@@ -211,6 +213,11 @@ void CGetSetPropertyPage::Start(GetSetMode mode) {
         return operation_.Exchange(request, settings);
       },
       [this, request = *request](const GetSetReply& reply) {
+        if (reply.outcome == RequestOutcome::kDone) {
+          logs::LogEvent(tvkutil::ids::kRequestDone,
+                         std::wstring(request.mode == GetSetMode::kGet ? L"Get" : L"Set"),
+                         request.host);
+        }
         operation_.Apply(request, reply);
         if (request.mode == GetSetMode::kGet) {
           ShowGetResult();

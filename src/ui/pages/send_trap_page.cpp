@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+#include "logs/log_entry_points.h"
 #include "net/adapter_table.h"
 #include "ops/operation_common.h"
 #include "settings/page_set.h"
@@ -17,6 +18,7 @@
 #include "ui/pages/form_controls_view.h"
 #include "ui/pages/var_bind_dialog.h"
 #include "ui/request_runner.h"
+#include "util/string_table.h"
 
 namespace pages {
 
@@ -74,7 +76,7 @@ CSendTrapPropertyPage::~CSendTrapPropertyPage() {
 }
 
 void CSendTrapPropertyPage::BuildControls() {
-  auto* device = new QGroupBox(QStringLiteral("&Device"), this);
+  auto* device = new QGroupBox(QStringLiteral("Device"), this);
   host_ = new QLineEdit(device);
   host_->setObjectName(QStringLiteral("sendTrapHost"));
   host_->setMaxLength(kMaxHostLen);
@@ -94,8 +96,8 @@ void CSendTrapPropertyPage::BuildControls() {
   }
   device_row->addStretch();
 
-  auto* trap = new QGroupBox(QStringLiteral("Send Tra&p"), this);
-  use_default_ = new QCheckBox(QStringLiteral("Use &default"), trap);
+  auto* trap = new QGroupBox(QStringLiteral("Send Trap"), this);
+  use_default_ = new QCheckBox(QStringLiteral("Use defau&lt"), trap);
   use_default_->setObjectName(QStringLiteral("useDefault"));
   sender_ip_ = HistoryCombo("senderIp", trap);
   sender_ip_->lineEdit()->setMaxLength(kSenderIpLen);
@@ -103,7 +105,7 @@ void CSendTrapPropertyPage::BuildControls() {
   sender_oid_->lineEdit()->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
   community_ = HistoryCombo("trapCommunity", trap);
   varbind_num_ = NumberBox("varBindNum", kVarBindNumTextLimit, 4, trap);
-  edit_varbinds_ = new QPushButton(QStringLiteral("E&dit Varbinds"), trap);
+  edit_varbinds_ = new QPushButton(QStringLiteral("Edit V&arbinds"), trap);
   edit_varbinds_->setObjectName(QStringLiteral("editVarBinds"));
   time_stamp_ = new QLineEdit(trap);
   time_stamp_->setObjectName(QStringLiteral("timeStamp"));
@@ -236,7 +238,10 @@ void CSendTrapPropertyPage::OnEditVarBinds() {
   ReadControls();
   operation_.PrepareVarBindsForEditing();
   CVarBindDialog dialog(app_.TrapVarBinds(), operation_.Version2c(), operation_.ListLock(), this);
-  dialog.exec();
+  if (dialog.exec() != QDialog::Accepted)
+    return;
+  operation_.VarBindsEdited();
+  varbind_num_->SetText(Q(operation_.Form().varbind_num_text));
 }
 
 void CSendTrapPropertyPage::OnSendTrap() {
@@ -257,6 +262,7 @@ void CSendTrapPropertyPage::OnSendTrap() {
       [this, request = *request](TrapOutcome outcome) {
         if (outcome != TrapOutcome::kSent)
           return;
+        logs::LogEvent(tvkutil::ids::kTrapSent, request.host);
         // A sent trap's texts join the histories; what was typed meanwhile stays.
         ReadControls();
         operation_.Remember(request);

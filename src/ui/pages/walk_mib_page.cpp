@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "logs/log_entry_points.h"
 #include "ops/operation_common.h"
 #include "ops/results_file.h"
 #include "settings/page_set.h"
@@ -255,9 +256,10 @@ void CWalkMIBPropertyPage::OnGetSysObjectId() {
       [this, request = *request, settings = UdpSettingsFrom(app_.Network())] {
         return operation_.RequestSysObjectId(request, settings);
       },
-      [this](const std::optional<std::wstring>& oid) {
+      [this, host = request->host](const std::optional<std::wstring>& oid) {
         if (!oid)
           return;
+        logs::LogEvent(tvkutil::ids::kRequestDone, std::wstring(L"Get SysObjectID"), host);
         // What was typed meanwhile stays; the value read is the new start OID.
         ReadControls();
         operation_.Form().start_oid = *oid;

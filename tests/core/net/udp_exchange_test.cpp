@@ -305,6 +305,15 @@ TEST(RequestExchange, EachFailureThrowsItsCodeWithItsText) {
     EXPECT_EQ(net::SnmpInternalErrorText(e, L"h", false), L"Unable to build message for transmit");
   }
   EXPECT_EQ(sink.entries.size(), 0U);
+  // An IPv6 address with IPv6 off: the text says where IPv6 is switched on.
+  const auto unresolved = [](const wchar_t* host, bool ipv6) {
+    return net::SnmpInternalErrorText(net::kSnmpResolveError, host, ipv6);
+  };
+  EXPECT_EQ(unresolved(L"::1", false),
+            L"Unable to resolve IPv4 host '::1': an IPv6 address needs Tools > Options > \"Use "
+            L"IPv6\".");
+  EXPECT_EQ(unresolved(L"::1", true), L"Unable to resolve IPv6 host '::1'");
+  EXPECT_EQ(unresolved(L"h", false), L"Unable to resolve IPv4 host 'h'");
 }
 
 // A socket never empty for 3 s: the stale datagrams drained before a send are bounded.

@@ -9,8 +9,10 @@
 #include <tuple>
 #include <vector>
 
+#include "ops/var_bind_list_rules.h"
 #include "settings/sondara_utility_app.h"
 #include "snmp/asn_data_type.h"
+#include "snmp/type_names.h"
 #include "support/recorders.h"
 #include "support/snmptrapd_process.h"
 
@@ -170,7 +172,11 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {kFieldSpecificType, L"Please enter an integer between 0 and 65535."}};
   const std::wstring counter64 =
       L"A version 1 trap cannot carry a Counter64 value. Use version 2c, or another type.";
-  // Each case also breaks a later field, which shows the order; -1: every check passes.
+  const std::wstring left_out =
+      L"VarBind# ('1') leaves 1 of the 2 varbinds in the VarBind list "
+      L"out of the trap. Send it anyway?";
+  // Each case also breaks a later field, which shows the order; -1: every check passes (and a
+  // question, if any, is answered Yes; else No).
   const struct {
     std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
     int field;
@@ -189,9 +195,14 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {{{&F::specific_type_text, L"65536"}}, kFieldSpecificType},
       {{{&F::specific_type_text, L"0"}}, -1},
       {{{&F::varbind_num_text, L"2"}}, kFieldVarBindNum, counter64, true},
-      {{{&F::varbind_num_text, L"1"}}, -1, {}, true},  // only the bindings sent count
-      // A v2c trap has no sender or trap type to check.
-      {{{&F::version, L"2c"}, {&F::sender_ip, L""}, {&F::sender_oid, L""}, {&F::trap_type, L""}},
+      {{{&F::varbind_num_text, L"1"}}, -1, left_out, true},  // only the bindings sent count
+      {{{&F::varbind_num_text, L"1"}}, kFieldVarBindNum, left_out},
+      // A v2c trap has no sender or trap type to check; VarBind# counts its fixed entries.
+      {{{&F::version, L"2c"},
+        {&F::sender_ip, L""},
+        {&F::sender_oid, L""},
+        {&F::trap_type, L""},
+        {&F::varbind_num_text, L"4"}},
        -1},
   };
   for (const auto& c : cases) {
@@ -203,16 +214,20 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
     Operation o(list, Port());
     for (const auto& [member, value] : c.changes)
       o.op.Form().*member = value;
+    o.ui.answer = c.field < 0;
     const TrapOutcome outcome = o.Send();
     if (c.field < 0) {
       EXPECT_EQ(outcome, TrapOutcome::kSent);
-      EXPECT_EQ(o.ui.shown, decltype(o.ui.shown){});
+      EXPECT_EQ(o.ui.Said(),
+                (c.message.empty() ? decltype(o.ui.Said()){}
+                                   : decltype(o.ui.Said()){{c.message, kFieldVarBindNum}}));
       continue;
     }
     EXPECT_EQ(outcome, TrapOutcome::kRefused);
-    // The sender IP box alone has always come without the warning icon.
-    const auto icon =
-        c.field == kFieldSenderIp ? app::MessageIcon::kNone : app::MessageIcon::kWarning;
+    // The sender IP box alone has always come without the warning icon; a question has none.
+    const auto icon = c.field == kFieldSenderIp || c.message == left_out
+                          ? app::MessageIcon::kNone
+                          : app::MessageIcon::kWarning;
     const std::wstring& message = c.message.empty() ? messages.at(c.field) : c.message;
     EXPECT_EQ(o.ui.shown, (decltype(o.ui.shown){{message, icon, c.field}}));
     EXPECT_EQ(o.sinks.sent.size(), 0U);
@@ -220,7 +235,9 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
   }
 }
 
-TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSkipsTheLaterChecks) {
+// "Use &default" fills everything but the bindings, and sets VarBind# to the whole list: a v2c
+// trap carries its fixed entries and the user's, a v1 trap the user's alone.
+TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSendsTheWholeList) {
   std::size_t sent = 0;
   for (const bool v2c : {false, true}) {
     SCOPED_TRACE(v2c ? "2c" : "1");
@@ -229,19 +246,27 @@ TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSkipsTheLaterChecks) {
     SendTrapForm& f = o.op.Form();
     f.version = v2c ? L"2c" : L"1";
     EXPECT_TRUE(o.op.V1FieldsEnabled() != v2c);
+    pages::PutFixedTrapEntries(list, 0);  // as a v2c trap or its editor left them
+    for (const auto& [oid, tag, value, arrived] : {kEveryType[0], kEveryType[2]})
+      pages::CVarBindListRules(list, v2c, o.op.ListLock())
+          .Add({oid, snmp::TypeNameOfTag(tag), value});
     f.use_default = true;
     EXPECT_FALSE(o.op.V1FieldsEnabled());
     o.op.SetSenderIpChoices({L"192.0.2.5", L"198.51.100.7"});
+    f.varbind_num_text = L"1";
+    o.op.ApplyDefaults();
     f.sender_oid.clear();  // never reported with "Use &default"
     f.community.clear();
-    f.varbind_num_text = L"9";
     f.trap_type.clear();
     ASSERT_EQ(o.Send(), TrapOutcome::kSent) << testing::PrintToString(o.ui.shown.size());
     EXPECT_EQ(Fields(f),
               (std::vector<std::wstring>{L"192.0.2.5", L".1.3.6.1.4.1.59871", L"getcom",
-                                         L"enterpriseSpecific", v2c ? L"2" : L"0", L"1"}));
+                                         L"enterpriseSpecific", v2c ? L"4" : L"2", L"1"}));
     const auto traps = manager_.TrapFields(++sent);
     ASSERT_EQ(traps.size(), sent);
+    EXPECT_EQ(std::vector<std::string>(traps.back().begin() + (v2c ? 7 : 5), traps.back().end()),
+              (std::vector<std::string>{".1.3.6.1.2.1.2.2.1.1.1 = INTEGER: -42",
+                                        ".1.3.6.1.4.1.59871.1.1 = STRING: \"door 3 open\""}));
     if (!v2c) {
       EXPECT_EQ(std::vector<std::string>(traps.back().begin(), traps.back().begin() + 5),
                 (std::vector<std::string>{".1.3.6.1.4.1.59871", "192.0.2.5", "6", ".1", "123456"}));

@@ -44,7 +44,7 @@ std::vector<int> Left(const CVarBindListRules& rules) {
 
 std::vector<VarBindText> Rows(snmp::CVarBindList& list) {
   std::mutex lock;
-  const CVarBindListRules rules(list, false, lock);
+  const CVarBindListRules rules(list, true, lock);
   std::vector<VarBindText> rows;
   for (int i = 0; i < rules.Count(); ++i)
     rows.push_back(rules.Item(i));
@@ -103,10 +103,13 @@ TEST(VarBindListRules, DeleteRefusesProtectedEntriesAndSelectsTheItemAfterTheLas
   }
 }
 
+// A v1 list over a v2c one neither shows nor loses the fixed entries.
 TEST(VarBindListRules, EditAndDeleteAllKeepTheTwoFixedEntriesOfAV2cList) {
-  for (const bool v2c : {true, false}) {
-    SCOPED_TRACE(v2c ? "2c" : "1");
+  for (const auto& [v2c, fixed] : {std::pair{true, false}, {false, false}, {false, true}}) {
+    SCOPED_TRACE(v2c ? "2c" : fixed ? "1 over 2c" : "1");
     Numbered list(5);
+    if (fixed)
+      pages::PutFixedTrapEntries(list, 0);
     std::mutex lock;
     CVarBindListRules rules(list, v2c, lock);
     RecordingUi ui;
@@ -119,8 +122,12 @@ TEST(VarBindListRules, EditAndDeleteAllKeepTheTwoFixedEntriesOfAV2cList) {
     rules.Replace(2, {L".1.3.6.1.9.20", L"Counter32", L"0x10"});
     EXPECT_EQ(rules.Item(2), (VarBindText{L".1.3.6.1.9.20", L"Counter32", L"16"}));
 
+    EXPECT_EQ(rules.Delete({3}, ui), 3);
+    EXPECT_EQ(Left(rules), (std::vector<int>{0, 1, 16, 4}));
     rules.DeleteAll();
     EXPECT_EQ(Left(rules), (v2c ? std::vector<int>{0, 1} : std::vector<int>{}));
+    EXPECT_EQ(list.Count(), v2c || fixed ? 2 : 0);
+    EXPECT_EQ(pages::TrapListLength(list, v2c), v2c ? 4 : 0);  // Numbered 0 and 1 are not fixed
   }
 }
 
@@ -203,6 +210,8 @@ TEST(VarBindListRules, FixedV2cEntriesGoFirstUnlessTheyStandThereAlready) {
     snmp::CVarBindList list;
     for (const VarBindText& b : c.before)
       add(list, b);
+    // A v1 trap leaves out only both fixed entries in place, which this rule keeps as they are.
+    EXPECT_EQ(pages::TrapListLength(list, false), list.Count() - (c.before == c.after ? 2 : 0));
     pages::PutFixedTrapEntries(list, 1234);
     EXPECT_EQ(Rows(list), c.after);
   }

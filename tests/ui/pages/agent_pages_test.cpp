@@ -24,7 +24,9 @@
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
 #include "support/snmpd_process.h"
+#include "support/snmptrapd_process.h"
 #include "support/temp_folder.h"
+#include "ui/logs/event_log_view.h"
 #include "ui/logs/transaction_log_view.h"
 #include "ui/main_wnd.h"
 #include "ui/message_box_dialog.h"
@@ -127,7 +129,12 @@ class AgentPagesTest : public QObject {
       // The request shares the walk's ids: neither button works until it is back.
       QVERIFY(!Button(page, "walkButton")->isEnabled());
       QTRY_COMPARE(Combo(page, "walkStartOid")->currentText(),
-                   QString(".1.3.6.1.4.1.8072.3.2.10"));  // net-snmp's
+                   QString(".1.3.6.1.4.1.8072.3.2.10"));                   // net-snmp's
+      const QAbstractItemModel* events = w.EventView()->Table()->model();  // done, said
+      QTRY_VERIFY(!events
+                       ->match(events->index(0, 2), Qt::DisplayRole,
+                               "Get SysObjectID request to 127.0.0.1 complete.")
+                       .isEmpty());
       QVERIFY(Button(page, "walkButton")->isEnabled());
 
       Type(page, "walkStartOid", ".1.3.6.1");
@@ -201,38 +208,62 @@ class AgentPagesTest : public QObject {
     QVERIFY(Combo(&page, "senderIp")->isEnabled());  // a v1 trap built by the user
     Combo(&page, "sendTrapVersion")->setCurrentText("2c");
 
+    // Two bindings added through "Add VarBind"; OK makes VarBind# count them.
     int rows_at_open = -1;
-    QTimer::singleShot(0, this, [&] {
-      auto* editor = qobject_cast<pages::CVarBindDialog*>(QApplication::activeModalWidget());
-      QVERIFY(editor != nullptr);
-      rows_at_open = editor->findChild<QTableView*>("varBindList")->model()->rowCount();
-      QTimer::singleShot(0, this, [] {
-        auto* one = qobject_cast<pages::CEditVarBindDialog*>(QApplication::activeModalWidget());
-        QVERIFY(one != nullptr);
-        QCOMPARE(one->windowTitle(), QString("Add VarBind"));
-        QTest::keyClicks(one->findChild<QLineEdit*>("varBindOid"), ".1.3.6.1.4.1.59871.1.9");
-        one->findChild<QComboBox*>("varBindDataType")->setCurrentText("Octet String");
-        QTest::keyClicks(one->findChild<QLineEdit*>("varBindValue"), "added at the desk");
-        QTest::keyClick(one, Qt::Key_Return);
+    const auto edit = [&](const QStringList& oids) {
+      QTimer::singleShot(0, this, [&, oids] {
+        auto* editor = qobject_cast<pages::CVarBindDialog*>(QApplication::activeModalWidget());
+        QVERIFY(editor != nullptr);
+        rows_at_open = editor->findChild<QTableView*>("varBindList")->model()->rowCount();
+        for (const QString& oid : oids) {
+          QTimer::singleShot(0, this, [oid] {
+            auto* one = qobject_cast<pages::CEditVarBindDialog*>(QApplication::activeModalWidget());
+            QVERIFY(one != nullptr);
+            QCOMPARE(one->windowTitle(), QString("Add VarBind"));
+            QTest::keyClicks(one->findChild<QLineEdit*>("varBindOid"), oid);
+            one->findChild<QComboBox*>("varBindDataType")->setCurrentText("Octet String");
+            QTest::keyClicks(one->findChild<QLineEdit*>("varBindValue"), "added at the desk");
+            QTest::keyClick(one, Qt::Key_Return);
+          });
+          QTest::mouseClick(editor->findChild<QPushButton*>("addVarBind"), Qt::LeftButton);
+        }
+        editor->accept();
       });
-      QTest::mouseClick(editor->findChild<QPushButton*>("addVarBind"), Qt::LeftButton);
-      editor->accept();
-    });
-    Click(&page, "editVarBinds");
+      Click(&page, "editVarBinds");
+    };
+    edit({".1.3.6.1.4.1.59871.1.9", ".1.3.6.1.4.1.59871.1.10"});
     QCOMPARE(rows_at_open, 2);  // a v2c list shows its fixed entries
-    std::mutex lock;
-    QCOMPARE(
-        pages::CVarBindListRules(sondara.TrapVarBinds(), false, lock).Item(2),
-        (pages::VarBindText{L".1.3.6.1.4.1.59871.1.9", L"Octet String", L"added at the desk"}));
+    QCOMPARE(page.findChild<QLineEdit*>("varBindNum")->text(), QString("4"));
+    QTest::mouseClick(use_default, Qt::LeftButton, {}, QPoint(8, use_default->height() / 2));
+    QCOMPARE(page.findChild<QLineEdit*>("varBindNum")->text(), QString("4"));
 
-    QStringList shown;  // VarBind# is read from its field, against the grown list
-    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { shown << text; });
+    testing_support::SnmptrapdProcess manager;
+    QCOMPARE(QString::fromStdString(manager.Start()), QString());
     page.activateWindow();  // back from the dialogs
     Type(&page, "sendTrapHost", "127.0.0.1");
-    Type(&page, "varBindNum", "4");
+    Type(&page, "sendTrapPort", QString::number(manager.Port()));
     Click(&page, "sendTrapButton");
-    QCOMPARE(shown, QStringList{"VarBind# ('4') greater than the no. of varbinds in the VarBind "
-                                "list ('3')."});
+    const auto traps = manager.TrapFields(1);
+    QCOMPARE(traps.size(), std::size_t{1});
+    QCOMPARE(traps[0].size(), std::size_t{9});  // five v1 header fields, four bindings
+    QCOMPARE(traps[0][8], ".1.3.6.1.4.1.59871.1.10 = STRING: \"added at the desk\"");
+
+    QTRY_VERIFY(Button(&page, "sendTrapButton")->isEnabled());  // the trap's end delivered
+    QStringList asked;  // fewer than the list holds: the page asks first
+    app::SetQuestionHook([&](const QString& text) {
+      asked << text;
+      return false;
+    });
+    Type(&page, "varBindNum", "3");
+    Click(&page, "sendTrapButton");
+    app::SetQuestionHook(nullptr);
+    QCOMPARE(asked, QStringList{"VarBind# ('3') leaves 1 of the 4 varbinds in the VarBind list "
+                                "out of the trap. Send it anyway?"});
+    Combo(&page, "sendTrapVersion")->setCurrentText("1");  // a v1 list: the user's two alone
+    edit({});
+    QCOMPARE(rows_at_open, 2);
+    QCOMPARE(page.findChild<QLineEdit*>("varBindNum")->text(), QString("2"));
+    QCOMPARE(manager.Traps(2, std::chrono::milliseconds(200)).size(), std::size_t{1});
   }
 
  private:
