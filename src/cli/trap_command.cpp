@@ -25,6 +25,13 @@ int RunTrap(CliContext& context) {
     if (line.trap_oid)
       list.Replace(2, pages::kSnmpTrapOid, snmp::kTagOid, *line.trap_oid);
   }
+  // A version 1 trap carries the time and the trap's identity in its own fields (RFC 3584 3.2),
+  // so it never sends these two as bindings: say so rather than leave them out unseen.
+  if (v1 && pages::FixedTrapEntriesAtStart(list) > 0) {
+    context.Error(L"trap: a version 1 trap carries sysUpTime.0 and snmpTrapOID.0 in its own "
+                  L"fields (--generic, --specific, --enterprise): leave them out of the bindings");
+    return kExitUsage;
+  }
   if (list.Count() > app::kMaxTrapVarBinds) {
     context.Error(L"trap: too many bindings (at most " + std::to_wstring(app::kMaxTrapVarBinds) +
                   (v1 ? L")" : L", sysUpTime.0 and snmpTrapOID.0 included)"));
