@@ -141,6 +141,7 @@ constexpr Entry kTable[] = {
      L"Unable to resolve IPv4 host '%s': an IPv6 address needs Tools > Options > \"Use IPv6\"."},
     {ids::kTrapSent, L"Trap sent to %s."},
     {ids::kRequestDone, L"%s request to %s complete."},
+    {ids::kFileSaved, L"Saved to '%s'."},
 };
 
 }  // namespace

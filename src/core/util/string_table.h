@@ -133,6 +133,7 @@ inline constexpr int kIPv6HostWithIPv6Off = 1091;
 // What went well, so that every action leaves a line.
 inline constexpr int kTrapSent = 1092;
 inline constexpr int kRequestDone = 1093;
+inline constexpr int kFileSaved = 1094;
 
 }  // namespace ids
 

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <string>
 
+#include "logs/log_entry_points.h"
 #include "logs/utf16_file.h"
 #include "settings/profile_store.h"
 #include "ui/message_box_dialog.h"
@@ -125,8 +126,10 @@ void CLogTableView::SaveWithDialog() {
 
 bool CLogTableView::SaveTo(const QString& path) {
   const std::error_code failed = rows_->SaveToFile(std::filesystem::path(path.toStdString()));
-  if (!failed)
+  if (!failed) {
+    LogEvent(tvkutil::ids::kFileSaved, path.toStdWString());
     return true;
+  }
   TellSaveFailed(path, failed);
   return false;
 }

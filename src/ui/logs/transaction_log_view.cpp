@@ -185,6 +185,8 @@ bool CTransactionLogView::ExportTo(const QString& path) {
   }
   if (failed)
     TellSaveFailed(path, failed);
+  else
+    LogEvent(tvkutil::ids::kFileSaved, path.toStdWString());
   return !failed;
 }
 

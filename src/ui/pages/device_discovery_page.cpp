@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "logs/log_entry_points.h"
 #include "ops/operation_common.h"
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
@@ -227,14 +228,17 @@ void CDeviceDiscoveryPropertyPage::OnSaveResults() {
                        tvkutil::ids::kCsvFilter, tvkutil::ids::kCsvExtension);
   if (path.isEmpty())
     return;
-  if (const std::error_code failed = operation_.SaveResults(path.toStdString())) {
-    app::ShowMessageBox(
-        this,
-        Q(tvkutil::WithReason(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
-                                               SIZE_MAX, path.toStdWString()),
-                              failed)),
-        app::MessageIcon::kWarning);
+  const std::error_code failed = operation_.SaveResults(path.toStdString());
+  if (!failed) {
+    logs::LogEvent(tvkutil::ids::kFileSaved, path.toStdWString());
+    return;
   }
+  app::ShowMessageBox(
+      this,
+      Q(tvkutil::WithReason(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kUnableToSave),
+                                             SIZE_MAX, path.toStdWString()),
+                            failed)),
+      app::MessageIcon::kWarning);
 }
 
 void CDeviceDiscoveryPropertyPage::StoreToApp() {

@@ -275,8 +275,10 @@ void CWalkMIBPropertyPage::OnSaveResults() {
     return;
   const std::error_code failed =
       WriteResultsFile(std::filesystem::path(path.toStdString()), operation_.ResultsFileText());
-  if (!failed)
+  if (!failed) {
+    logs::LogEvent(ids::kFileSaved, path.toStdWString());
     return;
+  }
   app::ShowMessageBox(
       this,
       QString::fromStdWString(tvkutil::WithReason(

@@ -93,7 +93,8 @@ class LogViewsTest : public QObject {
     menu->actions()[0]->trigger();
     QCOMPARE(p.Table()->model()->rowCount(), 0);
     p.Tick();
-    QCOMPARE(Cell(p, 0, 2).toString(), QStringLiteral("line 2000"));
+    QCOMPARE(Cell(p, 0, 2).toString(), "Saved to '" + chosen + "'.");  // the save said so
+    QCOMPARE(Cell(p, 1, 2).toString(), QStringLiteral("line 2000"));
   }
 
   void SelectedRowShowsItsMessageDecodedAndTheKeptDatagramsExport() {

@@ -183,6 +183,8 @@ class AgentPagesTest : public QObject {
       QVERIFY(sondara_test::ReadFile(dir_ / "walk.csv")
                   .ends_with("walkMIB stopped. No. of OIDs found: '" +
                              std::to_string(table->model()->rowCount()) + "'."));
+      const QString saved = "Saved to '" + QString::fromStdString(dir_ / "walk.csv") + "'.";
+      QTRY_VERIFY(!events->match(events->index(0, 2), Qt::DisplayRole, saved).isEmpty());
     }
     tvkutil::CIniFile profile(dir_ / "widths.ini");
     profile.Load();
