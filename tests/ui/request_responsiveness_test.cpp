@@ -200,6 +200,9 @@ class RequestResponsivenessTest : public QObject {
       if (toolbar) {
         win.Watch(win.w->PingView()->PingButton(), win.w->PingView(), win.w->TransactionView(), 3,
                   c.lines, c.min_ms);
+        const QAbstractItemModel* events = win.w->EventView()->Table()->model();
+        QTRY_VERIFY(!events->match(events->index(0, 2), Qt::DisplayRole,
+                                   "Ping to 198.18.0.2 not answered.").isEmpty());
       } else {
         win.Watch(win.Button(c.button), win.Show(c.button), win.w->EventView(), 2, c.lines,
                   c.min_ms);

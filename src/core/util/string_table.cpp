@@ -142,6 +142,7 @@ constexpr Entry kTable[] = {
     {ids::kTrapSent, L"Trap sent to %s."},
     {ids::kRequestDone, L"%s request to %s complete."},
     {ids::kFileSaved, L"Saved to '%s'."},
+    {ids::kPingNotAnswered, L"Ping to %s not answered."},
 };
 
 }  // namespace

@@ -134,6 +134,7 @@ inline constexpr int kIPv6HostWithIPv6Off = 1091;
 inline constexpr int kTrapSent = 1092;
 inline constexpr int kRequestDone = 1093;
 inline constexpr int kFileSaved = 1094;
+inline constexpr int kPingNotAnswered = 1095;
 
 }  // namespace ids
 

@@ -78,6 +78,11 @@ void CPingView::OnPing() {
       [this, target](std::pair<PingOutcome, std::wstring> result) {
         app::CMessageBoxUi later(this);
         ReportPingOutcome(target, result.first, later, result.second);
+        // The rows are in the transaction log; the event log says how it ended.
+        if (result.first == PingOutcome::kReply)
+          logs::LogEvent(tvkutil::ids::kRequestDone, std::wstring(L"Ping"), target.host);
+        else if (result.first == PingOutcome::kNoReply)
+          logs::LogEvent(tvkutil::ids::kPingNotAnswered, target.host);
       });
 }
 
