@@ -9,10 +9,6 @@ int ExchangeRequest(const std::wstring& host, std::uint16_t port, const UdpSetti
                     snmp::CSNMPMessage& response, logs::ITransactionSink& sink,
                     IUdpSocketOps* ops) {
   CSnmpRequester requester(host, port, settings, std::wstring(source), sink, ops);
-  if (request.IsTrap() || request.PduType() == snmp::kPduTrapV2) {
-    requester.SendOnce(request);
-    return 0;
-  }
   return *requester.Request(request, response);
 }
 

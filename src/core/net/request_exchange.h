@@ -13,16 +13,15 @@
 
 namespace net {
 
-// Sends `request` (filled by the page: version, community, request id, bindings) to
-// host:port and, for get, get-next and set, waits for the agent's answer.
+// Sends `request` (a get, get-next or set filled by the page: version, community, request id,
+// bindings) to host:port and waits for the agent's answer. Traps go through CSnmpRequester's
+// SendOnce.
 //
-// Get/GetNext/Set: the message is sent up to settings.retries + 1 times, each try followed by
+// The message is sent up to settings.retries + 1 times, each try followed by
 // a full settings.request_timeout_ms wait; every datagram sent and the one received go to
 // `sink` under `source`. The answer is then decoded into `response` (a fresh message
 // of the response type) and checked against the request; the result of that check is
 // returned: 0, the agent's error status, or a negative check code (see ValidateResponse).
-//
-// Traps (v1 and v2c): sent once and logged, never waited for; returns 0.
 //
 // Throws SNMPINTERNALERROR: -2 host not resolved, -1 bind failed, -7 no socket, -4 message not
 // encodable, -5 not all bytes sent, -6 no answer after all tries.

@@ -12,8 +12,6 @@ std::wstring SnmpInternalErrorText(int code, const std::wstring& host, bool use_
       return tvkutil::LoadString(tvkutil::ids::kUnableToBind);
     case kSnmpResolveError:
       return UnresolvedHostText(host, use_ipv6, LastLookupFailure());
-    case kSnmpConnectError:
-      return tvkutil::LoadString(tvkutil::ids::kUnableToConnect);
     case kSnmpBuildError:
       return tvkutil::LoadString(tvkutil::ids::kUnableToBuild);
     case kSnmpTransmitError:

@@ -8,7 +8,7 @@ namespace net {
 enum SNMPINTERNALERROR : int {
   kSnmpBindError = -1,      // "Unable to bind to local adapter"
   kSnmpResolveError = -2,   // "Unable to resolve IPv4 host '%s'" / "... IPv6 host '%s'"
-  kSnmpConnectError = -3,   // nothing throws it; its text stays for old callers
+  // -3 was "Unable to connect to remote host": UDP never connects, and nothing threw it.
   kSnmpBuildError = -4,     // "Unable to build message for transmit"
   kSnmpTransmitError = -5,  // "Unable to transmit message to remote host"
   kSnmpTimeoutError = -6,   // "Timed out while waiting for response from remote host"

@@ -48,7 +48,6 @@ constexpr Entry kTable[] = {
     {ids::kDiscoveryComplete, L"Device discovery complete. No. of devices discovered '%d'."},
     {ids::kUnableToResolveIPv4, L"Unable to resolve IPv4 host '%s'"},
     {ids::kUnableToResolveIPv6, L"Unable to resolve IPv6 host '%s'"},
-    {ids::kUnableToConnect, L"Unable to connect to remote host"},
     {ids::kUnableToBuild, L"Unable to build message for transmit"},
     {ids::kUnableToTransmit, L"Unable to transmit message to remote host"},
     {ids::kTimedOut, L"Timed out while waiting for response from remote host"},

@@ -55,7 +55,6 @@ inline constexpr int kEventLogExtension = 288;
 // The request exchange.
 inline constexpr int kUnableToResolveIPv4 = 239;
 inline constexpr int kUnableToResolveIPv6 = 240;
-inline constexpr int kUnableToConnect = 241;
 inline constexpr int kUnableToBuild = 242;
 inline constexpr int kUnableToTransmit = 243;
 inline constexpr int kTimedOut = 244;
