@@ -55,9 +55,7 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
     const ProcessResult r = sweep->Wait(10000);
     return out + std::to_string(r.status) + "\n" + r.out;
   });
-  if (run.code == testing_support::kNoNetns)
-    GTEST_SKIP() << run.output;
-  ASSERT_EQ(run.code, 0) << run.output;
+  SONDARA_REQUIRE_NETNS(run);
   const std::string started = "sondara-cli: Device discovery started.\n",
                     complete =
                         "sondara-cli: Device discovery complete. No. of devices discovered "
@@ -112,9 +110,7 @@ TEST(CliPingAndSweep, CapNetRawLetsAUserOutsidePingGroupRangePing) {
     }
     return out;
   });
-  if (run.code == testing_support::kNoNetns)
-    GTEST_SKIP() << run.output;
-  ASSERT_EQ(run.code, 0) << run.output;
+  SONDARA_REQUIRE_NETNS(run);
   EXPECT_TRUE(std::regex_match(
       run.output, std::regex("4 sondara-cli: Unable to open an ICMP socket\\. [^\n]+\n"
                              "0 Ping command sent to IP 127\\.0\\.0\\.1\\.\n"

@@ -281,9 +281,7 @@ TEST(CliHostNames, ADottedNameReachesTheAgentAnUnknownOneSaysWhy) {
     }
     return out;
   });
-  if (run.code == testing_support::kNoNetns)
-    GTEST_SKIP() << run.output;
-  ASSERT_EQ(run.code, 0) << run.output;
+  SONDARA_REQUIRE_NETNS(run);
   EXPECT_TRUE(std::regex_match(
       run.output,
       std::regex("0 \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.1\\.0 = Octet String: Sondara test agent\n"

@@ -115,3 +115,12 @@ inline NetnsRun RunInPrivateNetns(const std::function<std::string()>& body) {
 }
 
 }  // namespace testing_support
+
+// In a GoogleTest body: skips the test when no namespace can be made, stops it when the body
+// in the namespace failed.
+#define SONDARA_REQUIRE_NETNS(run)               \
+  do {                                           \
+    if ((run).code == testing_support::kNoNetns) \
+      GTEST_SKIP() << (run).output;              \
+    ASSERT_EQ((run).code, 0) << (run).output;    \
+  } while (false)

@@ -163,28 +163,15 @@ std::size_t PrivKeyLength(PrivProtocol priv) {
 }
 
 Bytes PasswordToKey(AuthProtocol auth, std::string_view password) {
-  const EVP_MD* md = Md(auth);
-  DigestContext ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-  if (md == nullptr || password.empty() || ctx == nullptr ||
-      EVP_DigestInit_ex(ctx.get(), md, nullptr) != 1)
+  if (password.empty())
     return {};
-  // Hashed 64 bytes at a time, as RFC 3414's sample code does.
-  std::array<std::uint8_t, 64> chunk{};
-  std::size_t at = 0;
-  for (std::size_t done = 0; done < kPasswordStretch; done += chunk.size()) {
-    for (std::uint8_t& b : chunk) {
-      b = static_cast<std::uint8_t>(password[at]);
-      at = at + 1 == password.size() ? 0 : at + 1;
-    }
-    if (EVP_DigestUpdate(ctx.get(), chunk.data(), chunk.size()) != 1)
-      return {};
-  }
-  Bytes key(static_cast<std::size_t>(EVP_MD_get_size(md)));
-  unsigned int len = 0;
-  if (EVP_DigestFinal_ex(ctx.get(), key.data(), &len) != 1)
-    return {};
-  key.resize(len);
-  return key;
+  // The password repeated to one megabyte, hashed once: keys are made once per agent.
+  Bytes stretched;
+  stretched.reserve(kPasswordStretch + password.size());
+  while (stretched.size() < kPasswordStretch)
+    stretched.insert(stretched.end(), password.begin(), password.end());
+  stretched.resize(kPasswordStretch);
+  return Hash(auth, {stretched});
 }
 
 Bytes LocalizeKey(AuthProtocol auth, std::span<const std::uint8_t> key,

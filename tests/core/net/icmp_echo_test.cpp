@@ -76,9 +76,7 @@ TEST(IcmpEcho, AnswersSilenceAndRefusingRoutesOverEitherSocket) {
     }
     return out;
   });
-  if (run.code == testing_support::kNoNetns)
-    GTEST_SKIP() << run.output;
-  ASSERT_EQ(run.code, 0) << run.output;
+  SONDARA_REQUIRE_NETNS(run);
   // EACCES of a prohibit route is also what a broadcast address gets: no words for it.
   const std::string each =
       "198.18.0.77 0 3 1: Ping command sent to IP 198.18.0.77. | Reply from 198.18.0.77 not "
@@ -117,9 +115,7 @@ TEST(IcmpEcho, NoSocketThatOpensMeansNoIcmpAndSilentPings) {
         << PingCase(false, "127.0.0.1", 0, 100) << PingCase(true, "::1", 0, 100);
     return out.str();
   });
-  if (run.code == testing_support::kNoNetns)
-    GTEST_SKIP() << run.output;
-  ASSERT_EQ(run.code, 0) << run.output;
+  SONDARA_REQUIRE_NETNS(run);
   EXPECT_EQ(run.output, "0001 127.0.0.1 0 0 0:  | \n::1 0 0 0:  | \n");
 }
 

@@ -122,9 +122,7 @@ TEST(DeviceDiscovery, SweepListsAnsweringHostsInOrderAndStopKeepsThemForTheSave)
     }
     return out.str();
   });
-  if (run.code == testing_support::kNoNetns)
-    GTEST_SKIP() << run.output;
-  ASSERT_EQ(run.code, 0) << run.output;
+  SONDARA_REQUIRE_NETNS(run);
   const std::string listed =
       "198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n198.18.0.12 charlie.test\n"
       "198.18.0.25 delta.test\n198.18.0.40 echo.test\n"
