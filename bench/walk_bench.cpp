@@ -18,7 +18,7 @@
 #include "logs/log_entry_points.h"
 #include "logs/transaction_log.h"
 #include "ops/walk_mib_operation.h"
-#include "util/event.h"
+#include "util/runner.h"
 #include "util/text.h"
 
 namespace {
@@ -83,17 +83,16 @@ int main(int argc, char** argv) {
   logs::RegisterEventLog(&events);
   logs::RegisterTransactionLog(&transactions);
   pages::CWalkMIBOperation walk{app::WalkMibSettings{}};
-  tvkutil::CEvent walked(true);
   std::size_t formatted = 0, listed = 0;
   // The window's thread: the logs every 100 ms, the list every 250 ms.
-  std::thread window([&] {
+  std::jthread window([&](std::stop_token walked) {
     const auto start = Clock::now();
     auto next = start;
     auto next_list = start + std::chrono::milliseconds(250);
     for (;;) {
       next += std::chrono::milliseconds(100);
       const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
-      if (walked.WaitFor(std::max(wait, std::chrono::milliseconds(0))))
+      if (tvkutil::SleepUnlessStopped(walked, std::max(wait, std::chrono::milliseconds(0))))
         break;
       formatted += DrainTick(events, transactions);
       if (Clock::now() >= next_list) {
@@ -117,13 +116,13 @@ int main(int argc, char** argv) {
   PrintingUi ui;
   const auto start = Clock::now();
   if (!walk.BeginWalk(options, ui)) {
-    walked.Set();
+    window.request_stop();
     window.join();
     return 2;
   }
   walk.EndWalk();  // waits for the worker
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  walked.Set();
+  window.request_stop();
   window.join();
   formatted += DrainTick(events, transactions);
   logs::RegisterEventLog(nullptr);

@@ -1,11 +1,12 @@
 // What every command of sondara-cli runs with: its checked command line, the request settings,
-// the transaction log, the printer for its results, the error stream and the stop event that
-// Ctrl+C raises. A command is one function over this context that returns its exit status.
+// the transaction log, the printer for its results, the error stream and the stop that
+// Ctrl+C requests. A command is one function over this context that returns its exit status.
 #pragma once
 
 #include <chrono>
 #include <mutex>
 #include <ostream>
+#include <stop_token>
 #include <string>
 
 #include "cli/cli_transaction_log.h"
@@ -15,7 +16,6 @@
 #include "logs/event_line_sink.h"
 #include "net/udp_session.h"
 #include "ops/operation_ui.h"
-#include "util/event.h"
 
 namespace cli {
 
@@ -50,7 +50,7 @@ struct CliContext {
   std::ostream& out;
   std::ostream& err;
   // Raised by Ctrl+C for the commands marked as stoppable; never raised otherwise.
-  tvkutil::CEvent& stop;
+  std::stop_token stop;  // requested by Ctrl+C in the commands that stop early
   CProgressLine& progress;
 
   // One line on standard error, "sondara-cli: " first: failures in the event log's wording,

@@ -122,9 +122,10 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
     return kExitFailure;  // as for any other failure before sending
   }
   CResultPrinter printer(out, line.format);
-  tvkutil::CEvent stop(true);
+  std::stop_source stop;
   CProgressLine progress(err, err_terminal);
-  CliContext context{line, RequestSettings(line), transactions, printer, out, err, stop, progress};
+  CliContext context{line, RequestSettings(line), transactions, printer, out,
+                     err,  stop.get_token(),      progress};
   int status = kExitDone;
   {
     std::optional<CTempFilesOnSignal> on_signal;

@@ -10,7 +10,7 @@ namespace cli {
 namespace {
 
 // The write end of the pipe, for the handler. Writing one byte is all a handler may safely do;
-// the watcher thread sets the event, which takes a lock.
+// the watcher thread requests the stop.
 std::atomic<int> g_signal_fd{-1};
 
 constexpr char kSignalByte = 's';
@@ -27,7 +27,7 @@ void OnSignal(int) {
 
 }  // namespace
 
-CInterruptStop::CInterruptStop(tvkutil::CEvent& stop) : stop_(stop) {
+CInterruptStop::CInterruptStop(std::stop_source& stop) : stop_(stop) {
   if (::pipe2(pipe_, O_CLOEXEC) != 0)
     return;  // without the pipe, Ctrl+C keeps ending the process at once
   g_signal_fd = pipe_[1];
@@ -62,7 +62,7 @@ void CInterruptStop::Watch() {
     if (got <= 0 || byte == kQuitByte)
       return;
     interrupted_ = true;
-    stop_.Set();
+    stop_.request_stop();
   }
 }
 

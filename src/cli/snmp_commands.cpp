@@ -39,8 +39,8 @@ int RunRequest(CliContext& context, std::uint32_t pdu_type, const wchar_t* sourc
 
   int result = 0;
   try {
-    result = net::ExchangeRequest(line.host, line.port, context.udp, source, request, response,
-                                  context.transactions);
+    result = *net::ExchangeRequest(line.host, line.port, context.udp, source, request, response,
+                                   context.transactions);
   } catch (net::SNMPINTERNALERROR code) {
     context.Error(snmp::RequestFailureReasonLine(
         request, FailedOid(line, response, 0),

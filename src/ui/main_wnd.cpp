@@ -353,8 +353,9 @@ void CMainWnd::SavePlacement() {
 }
 
 void CMainWnd::closeEvent(QCloseEvent* event) {
-  // Requests on their way end first (at most their time-outs), so their results are kept.
-  ping_view_->FinishPing();
+  // Requests on their way are stopped, so the window closes at once; what they sent and
+  // received is in the transaction log.
+  ping_view_->StopPing();
   sheet_view_->Close();
   SavePlacement();
   // The pages hand their values to the application object before it saves them at exit.

@@ -1,7 +1,7 @@
 #include "ui/request_runner.h"
 
 #include <QApplication>
-#include <system_error>
+#include <memory>
 
 namespace app {
 
@@ -13,34 +13,34 @@ CRequestRunner::CRequestRunner(QWidget* page, QList<QWidget*> controls)
 
 CRequestRunner::~CRequestRunner() {
   // The page is going: whatever the request found has nowhere to go.
-  if (thread_.joinable())
-    thread_.join();
+  runner_.Join();
 }
 
 bool CRequestRunner::StartJob(Job job) {
-  if (thread_.joinable())
+  if (runner_.HasThread())
     return false;
   const unsigned generation = ++generation_;
-  try {
-    thread_ = std::thread([this, job = std::move(job), generation]() mutable {
-      std::function<void()> deliver;
-      try {
-        deliver = job();
-      } catch (...) {
-        // The operations turn their own failures into log lines; anything else leaves the
-        // page as it was before the click.
-      }
-      {
-        const std::lock_guard hold(mutex_);
-        pending_ = std::move(deliver);
-      }
-      // Queued: runs on the window's thread once it is free, never inside the thread.
-      QMetaObject::invokeMethod(
-          this, [this, generation] { Deliver(generation); }, Qt::QueuedConnection);
-    });
-  } catch (const std::system_error&) {
+  // Shared, so that the job is still here to run when no thread can be had.
+  const auto shared_job = std::make_shared<Job>(std::move(job));
+  const bool started = runner_.Start([this, shared_job, generation](std::stop_token stop) {
+    std::function<void()> deliver;
+    try {
+      deliver = (*shared_job)(stop);
+    } catch (...) {
+      // The operations turn their own failures into log lines; anything else leaves the
+      // page as it was before the click.
+    }
+    {
+      const std::lock_guard hold(mutex_);
+      pending_ = std::move(deliver);
+    }
+    // Queued: runs on the window's thread once it is free, never inside the thread.
+    QMetaObject::invokeMethod(
+        this, [this, generation] { Deliver(generation); }, Qt::QueuedConnection);
+  });
+  if (!started) {
     // No thread to be had: the request runs here, as it always could.
-    std::function<void()> deliver = job();
+    std::function<void()> deliver = (*shared_job)({});
     if (deliver)
       deliver();
     return true;
@@ -51,9 +51,9 @@ bool CRequestRunner::StartJob(Job job) {
 
 void CRequestRunner::Deliver(unsigned generation) {
   // Finish may have delivered already; its queued call then finds nothing to do.
-  if (generation != generation_ || !thread_.joinable())
+  if (generation != generation_ || !runner_.HasThread())
     return;
-  thread_.join();
+  runner_.Join();
   std::function<void()> deliver;
   {
     const std::lock_guard hold(mutex_);
@@ -65,8 +65,13 @@ void CRequestRunner::Deliver(unsigned generation) {
 }
 
 void CRequestRunner::Finish() {
-  if (thread_.joinable())
+  if (runner_.HasThread())
     Deliver(generation_);
+}
+
+void CRequestRunner::Stop() {
+  runner_.RequestStop();
+  Finish();
 }
 
 void CRequestRunner::ShowBusy(bool busy) {

@@ -14,9 +14,12 @@
 #include <QWidget>
 #include <functional>
 #include <mutex>
-#include <thread>
+#include <stop_token>
+#include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "util/runner.h"
 
 namespace app {
 
@@ -31,28 +34,38 @@ class CRequestRunner : public QObject {
   CRequestRunner(const CRequestRunner&) = delete;
   CRequestRunner& operator=(const CRequestRunner&) = delete;
 
-  // Runs `work` (no widgets: any thread) and then, on the window's thread, `deliver` with what
-  // `work` returned. False, and nothing runs, while another request of this runner runs. When
-  // no thread can be had, both run at once on the window's thread.
+  // Runs `work` (no widgets: any thread; given the stop token when it takes one) and then, on
+  // the window's thread, `deliver` with what `work` returned. False, and nothing runs, while
+  // another request of this runner runs. When no thread can be had, both run at once on the
+  // window's thread.
   template <typename Work, typename Deliver>
   bool Start(Work work, Deliver deliver) {
-    return StartJob([work = std::move(work), deliver = std::move(deliver)]() mutable {
-      auto result = work();
-      return std::function<void()>(
-          [deliver = std::move(deliver), result = std::move(result)]() mutable {
-            deliver(std::move(result));
-          });
-    });
+    return StartJob(
+        [work = std::move(work), deliver = std::move(deliver)](std::stop_token stop) mutable {
+          auto result = [&] {
+            if constexpr (std::is_invocable_v<Work&, std::stop_token>)
+              return work(stop);
+            else
+              return work();
+          }();
+          return std::function<void()>(
+              [deliver = std::move(deliver), result = std::move(result)]() mutable {
+                deliver(std::move(result));
+              });
+        });
   }
 
-  bool Running() const { return thread_.joinable(); }
-  // Leaving the page, removing it, closing the window: waits for a running request (at most its
-  // time-outs) and delivers its result now, so nothing it found is lost.
+  bool Running() const { return runner_.HasThread(); }
+  // Leaving the page, removing it: waits for a running request (at most its time-outs) and
+  // delivers its result now, so nothing it found is lost.
   void Finish();
+  // Closing the window: asks a running request to stop, which ends its wait at once, then
+  // Finish.
+  void Stop();
 
  private:
   // Returns what is to run on the window's thread afterwards.
-  using Job = std::function<std::function<void()>()>;
+  using Job = std::function<std::function<void()>(std::stop_token)>;
   bool StartJob(Job job);
   void Deliver(unsigned generation);
   void ShowBusy(bool busy);
@@ -62,7 +75,7 @@ class CRequestRunner : public QObject {
   std::vector<bool> were_enabled_;
   QPointer<QWidget> had_focus_;
   QPointer<QWidget> focus_moved_to_;
-  std::thread thread_;
+  tvkutil::CRunner runner_;
   std::mutex mutex_;
   std::function<void()> pending_;  // set by the thread just before it ends
   unsigned generation_ = 0;        // which request a queued delivery belongs to

@@ -10,6 +10,7 @@
 #include "cli/command_line.h"
 #include "cli/interrupt_stop.h"
 #include "snmp/asn_data_type.h"
+#include "util/runner.h"
 
 namespace {
 
@@ -65,14 +66,14 @@ TEST(CliCommandLine, ValuesAndOptionsInAnyOrder) {
   EXPECT_EQ(Accepted({"trap", "h", "--generic", "6", "-v1"}).generic_trap, 6);
 }
 
-TEST(CliInterrupt, CtrlCRaisesTheStopEventAndTheOldHandlerComesBack) {
+TEST(CliInterrupt, CtrlCRequestsTheStopAndTheOldHandlerComesBack) {
   ::signal(SIGINT, SIG_IGN);
-  tvkutil::CEvent stop(true);
+  std::stop_source stop;
   {
     cli::CInterruptStop interrupt(stop);
     EXPECT_FALSE(interrupt.Interrupted());
     ::raise(SIGINT);
-    EXPECT_TRUE(stop.WaitFor(std::chrono::seconds(5)));
+    EXPECT_TRUE(tvkutil::SleepUnlessStopped(stop.get_token(), std::chrono::seconds(5)));
     EXPECT_TRUE(interrupt.Interrupted());
   }
   struct sigaction now {};

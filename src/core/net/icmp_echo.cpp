@@ -17,6 +17,7 @@
 #include <cstring>
 
 #include "net/address.h"
+#include "util/runner.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -56,9 +57,6 @@ struct SocketAnswer {
   std::int32_t data_size = 0;
   Clock::time_point at{};
 };
-
-// While a stop test is given, a wait wakes at least this often to ask it.
-constexpr auto kStopTestSlice = std::chrono::milliseconds(10);
 
 std::uint16_t Read16(const std::uint8_t* p) {
   return static_cast<std::uint16_t>((p[0] << 8) | p[1]);
@@ -369,7 +367,7 @@ namespace {
 // One echo to `dest`, waiting up to timeout_ms for its answer; answers to earlier echoes of the
 // same socket are passed over.
 EchoResult Echo(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
-                int timeout_ms, const EchoStopTest& stop) {
+                int timeout_ms, std::stop_token stop) {
   EchoResult result;
   const std::uint16_t sequence = g_next_sequence.fetch_add(1);
   const Clock::time_point sent_at = Clock::now();
@@ -380,8 +378,9 @@ EchoResult Echo(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t des
   result.status = kEchoTimedOut;
   std::vector<SocketAnswer> answers;
   for (;;) {
-    const Clock::time_point until =
-        stop ? std::min(deadline, Clock::now() + kStopTestSlice) : deadline;
+    const Clock::time_point until = stop.stop_possible()
+                                        ? std::min(deadline, Clock::now() + tvkutil::kStopPollSlice)
+                                        : deadline;
     if (socket.WaitReadable(until)) {
       answers.clear();
       socket.Drain(answers);
@@ -399,7 +398,7 @@ EchoResult Echo(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t des
     }
     if (Clock::now() >= deadline)
       return result;
-    if (stop && stop()) {
+    if (stop.stop_requested()) {
       result.stopped = true;
       return result;
     }
@@ -410,10 +409,10 @@ EchoResult Echo(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t des
 // that got an answer. Only a good answer counts as received; an error about the echo ends the
 // attempts and is reported in words.
 EchoResult EchoWithRetries(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
-                           int timeout_ms, int retries, const EchoStopTest& stop) {
+                           int timeout_ms, int retries, std::stop_token stop) {
   EchoResult result;
   for (int attempt = 0; attempt <= std::max(retries, 0); ++attempt) {
-    if (attempt > 0 && stop && stop()) {
+    if (attempt > 0 && stop.stop_requested()) {
       result.stopped = true;
       break;
     }
@@ -446,7 +445,7 @@ std::wstring OutcomeLine(const std::wstring& text, std::int32_t status, int data
 // row carries no data size.
 bool PingAndLog(CEchoSocket& socket, const sockaddr_storage& dest, socklen_t dest_len,
                 const std::wstring& text, int timeout_ms, int retries, std::wstring_view source,
-                logs::ITransactionSink& sink, const EchoStopTest& stop) {
+                logs::ITransactionSink& sink, std::stop_token stop) {
   if (!g_icmp_loaded || !socket.IsOpen())
     return false;
   namespace ids = tvkutil::ids;
@@ -510,16 +509,16 @@ bool IcmpLoaded() {
 }
 
 bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source,
-              logs::ITransactionSink& sink) {
+              logs::ITransactionSink& sink, std::stop_token stop) {
   if (!g_icmp_loaded)
     return false;
   CEchoSocket socket(AF_INET);
   return PingAndLog(socket, IPv4Destination(address), sizeof(sockaddr_in), DottedText(address),
-                    timeout_ms, retries, source, sink, {});
+                    timeout_ms, retries, source, sink, stop);
 }
 
 bool PingIPv4(CIcmpEchoSocket& socket, std::uint32_t address, int timeout_ms, int retries,
-              std::wstring_view source, logs::ITransactionSink& sink, const EchoStopTest& stop) {
+              std::wstring_view source, logs::ITransactionSink& sink, std::stop_token stop) {
   if (!socket.IsOpen())
     return false;
   return PingAndLog(*socket.socket_, IPv4Destination(address), sizeof(sockaddr_in),
@@ -527,13 +526,13 @@ bool PingIPv4(CIcmpEchoSocket& socket, std::uint32_t address, int timeout_ms, in
 }
 
 bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source,
-              logs::ITransactionSink& sink) {
+              logs::ITransactionSink& sink, std::stop_token stop) {
   sockaddr_storage dest{};
   if (!g_icmp_loaded || !ParseIPv6Address(address, reinterpret_cast<sockaddr_in6&>(dest)))
     return false;
   CEchoSocket socket(AF_INET6);
   return PingAndLog(socket, dest, sizeof(sockaddr_in6), address, timeout_ms, retries, source, sink,
-                    {});
+                    stop);
 }
 
 CIcmpEchoSocket::CIcmpEchoSocket() {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,10 +48,6 @@ bool IcmpLoaded();
 
 using EchoClock = std::chrono::steady_clock;
 
-// Asked while an echo waits and before each retry: true abandons the ping (the user stopped the
-// operation). It never waits itself.
-using EchoStopTest = std::function<bool()>;
-
 // One answer about one of our echoes: the reply, or an ICMP error about the echo.
 struct EchoAnswer {
   std::uint32_t address = 0;  // network byte order: the address the echo was sent to
@@ -69,22 +66,22 @@ class CIcmpEchoSocket;
 // for an ICMP error about the echo or the system's refusal to send it, "Reply from %s:
 // Destination host unreachable." and the like) as received text to `sink` under `source`.
 // True when a good reply came back; such an error ends the attempts and counts as no reply.
-// False without any log row when ICMP is not loaded or no socket can be opened.
+// False without any log row when ICMP is not loaded or no socket can be opened. A stop
+// requested through `stop` ends the wait within tvkutil::kStopPollSlice; no retry follows and
+// the ping counts as not received.
 bool PingIPv4(std::uint32_t address, int timeout_ms, int retries, std::wstring_view source,
-              logs::ITransactionSink& sink);
+              logs::ITransactionSink& sink, std::stop_token stop = {});
 
 // PingIPv4 over a socket that lives longer than one ping (a sweep opens one for all its
-// addresses): the same attempts, rows and verdict. False without a log row when the socket is
-// not open. When `stop` answers true the wait ends, no retry follows and the ping counts as not
-// received.
+// addresses): the same attempts, rows, stop and verdict. False without a log row when the
+// socket is not open.
 bool PingIPv4(CIcmpEchoSocket& socket, std::uint32_t address, int timeout_ms, int retries,
-              std::wstring_view source, logs::ITransactionSink& sink,
-              const EchoStopTest& stop = {});
+              std::wstring_view source, logs::ITransactionSink& sink, std::stop_token stop = {});
 
 // The same for an IPv6 address text ("%scope" allowed). The reply row reads
 // "Reply from %s: time=%dms.". False without a log row when the text is not an IPv6 address.
 bool PingIPv6(const std::wstring& address, int timeout_ms, int retries, std::wstring_view source,
-              logs::ITransactionSink& sink);
+              logs::ITransactionSink& sink, std::stop_token stop = {});
 
 // One IPv4 echo socket for a whole sweep. Echoes go out without waiting for their answers;
 // the answers are told apart by the echo's identifier (the socket's own, so other sockets'
@@ -109,7 +106,7 @@ class CIcmpEchoSocket {
  private:
   friend bool PingIPv4(CIcmpEchoSocket& socket, std::uint32_t address, int timeout_ms, int retries,
                        std::wstring_view source, logs::ITransactionSink& sink,
-                       const EchoStopTest& stop);
+                       std::stop_token stop);
   std::unique_ptr<CEchoSocket> socket_;
 };
 

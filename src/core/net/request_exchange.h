@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 
@@ -23,11 +25,14 @@ namespace net {
 // of the response type) and checked against the request; the result of that check is
 // returned: 0, the agent's error status, or a negative check code (see ValidateResponse).
 //
+// Nothing when a stop was requested through `stop` (see CSnmpRequester::Exchange).
+//
 // Throws SNMPINTERNALERROR: -2 host not resolved, -1 bind failed, -7 no socket, -4 message not
 // encodable, -5 not all bytes sent, -6 no answer after all tries.
-int ExchangeRequest(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
-                    std::wstring_view source, snmp::CSNMPMessage& request,
-                    snmp::CSNMPMessage& response, logs::ITransactionSink& sink,
-                    IUdpSocketOps* ops = nullptr);
+std::optional<int> ExchangeRequest(const std::wstring& host, std::uint16_t port,
+                                   const UdpSettings& settings, std::wstring_view source,
+                                   snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
+                                   logs::ITransactionSink& sink, IUdpSocketOps* ops = nullptr,
+                                   std::stop_token stop = {});
 
 }  // namespace net

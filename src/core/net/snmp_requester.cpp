@@ -26,24 +26,26 @@ std::span<const std::uint8_t> CSnmpRequester::Encode(snmp::CSNMPMessage& message
   return encoded;
 }
 
-void CSnmpRequester::SendAndLog(std::span<const std::uint8_t> message) {
+void CSnmpRequester::SendAndLog(std::span<const std::uint8_t> message, bool first_try) {
   const auto len = static_cast<std::int32_t>(message.size());
-  if (session_.Send(message.data(), len) < len)
+  if (session_.Send(message.data(), len, first_try) < len)
     throw kSnmpTransmitError;
   sink_.LogDatagram(logs::kDirectionSent, source_, message, session_.Ends());
 }
 
 CSnmpRequester::Tried CSnmpRequester::Try(std::span<const std::uint8_t> message,
-                                          const StopTest& stop, const AnswerTest& answers,
+                                          std::stop_token stop, const AnswerTest& answers,
                                           std::span<const std::uint8_t>& out_reply) {
   bool other_answers = false;
   for (int attempts = 0;;) {
-    SendAndLog(message);
+    SendAndLog(message, attempts == 0);
     // One deadline per try: nothing the agent or anyone else sends moves it.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms_);
     for (;;) {
       const std::int32_t received = session_.ReceiveUntil(
-          receive_buffer_.data(), snmp::kMessageBufferLen, kReceiveOne, deadline);
+          receive_buffer_.data(), snmp::kMessageBufferLen, kReceiveOne, deadline, stop);
+      if (received == kReceiveStopped)
+        return Tried::kStopped;
       if (received == kNothingReceived)
         break;
       out_reply =
@@ -53,7 +55,7 @@ CSnmpRequester::Tried CSnmpRequester::Try(std::span<const std::uint8_t> message,
         return Tried::kAnswered;
       other_answers = true;
     }
-    if (stop && stop())
+    if (stop.stop_requested())
       return Tried::kStopped;
     if (++attempts > retries_) {
       if (other_answers)
@@ -64,7 +66,7 @@ CSnmpRequester::Tried CSnmpRequester::Try(std::span<const std::uint8_t> message,
 }
 
 std::optional<std::span<const std::uint8_t>> CSnmpRequester::Exchange(snmp::CSNMPMessage& request,
-                                                                      const StopTest& stop) {
+                                                                      std::stop_token stop) {
   std::span<const std::uint8_t> reply;
   if (Try(Encode(request), stop, {}, reply) == Tried::kStopped)
     return std::nullopt;
@@ -72,7 +74,7 @@ std::optional<std::span<const std::uint8_t>> CSnmpRequester::Exchange(snmp::CSNM
 }
 
 std::optional<int> CSnmpRequester::Request(snmp::CSNMPMessage& request,
-                                           snmp::CSNMPMessage& response, const StopTest& stop) {
+                                           snmp::CSNMPMessage& response, std::stop_token stop) {
   int result = 0;
   const AnswerTest answers = [&](std::span<const std::uint8_t> reply) {
     // The checks stop at the request id, before any binding is read, so `response` takes the

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -20,10 +21,6 @@ namespace net {
 
 class CSnmpRequester {
  public:
-  // Asked after a try that got no answer: true ends the exchange there (the user stopped the
-  // operation). It never waits.
-  using StopTest = std::function<bool()>;
-
   // Resolves host, opens and binds the socket and fixes the peer. Throws SNMPINTERNALERROR:
   // -2 host not resolved, -1 bind failed, -7 no socket. `source` names the operation in the
   // transaction log ("Get", "walkMIB" ...); `sink` receives every datagram.
@@ -32,13 +29,14 @@ class CSnmpRequester {
   CSnmpRequester(const CSnmpRequester&) = delete;
   CSnmpRequester& operator=(const CSnmpRequester&) = delete;
 
-  // Encodes `request` and sends it up to retries + 1 times, each try followed by a wait of the
-  // request time-out, always the same bytes. Returns the first datagram from the agent (an
-  // empty one too), valid until the next call, or nothing when `stop` answered true after a
-  // try that got nothing. Throws -4 (not encodable), -5 (not all bytes sent) or -6 (no answer
-  // after all tries).
+  // Encodes `request` and sends it up to retries + 1 times from the one socket, each try
+  // followed by a wait of the request time-out, always the same bytes; an answer to any try
+  // is taken, also one that comes while a later try waits. Returns the first datagram from the
+  // agent (an empty one too), valid until the next call, or nothing when a stop was requested
+  // through `stop` (any wait ends within tvkutil::kStopPollSlice). Throws -4 (not encodable),
+  // -5 (not all bytes sent) or -6 (no answer after all tries).
   std::optional<std::span<const std::uint8_t>> Exchange(snmp::CSNMPMessage& request,
-                                                        const StopTest& stop = {});
+                                                        std::stop_token stop = {});
 
   // Exchange, then the answer decoded into `response` (a message of the response type) and
   // checked against the request: 0, the agent's error status or a negative check code (see
@@ -47,7 +45,7 @@ class CSnmpRequester {
   // the same try; when no try got anything else the result is that mismatch. Nothing when
   // stopped. Throws as Exchange.
   std::optional<int> Request(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
-                             const StopTest& stop = {});
+                             std::stop_token stop = {});
 
   // A trap: encoded, sent once and logged, never waited for. Throws -4 or -5.
   void SendOnce(snmp::CSNMPMessage& message);
@@ -59,14 +57,15 @@ class CSnmpRequester {
  private:
   // The encoded message at the end of the send buffer; throws -4 when it cannot be built.
   std::span<const std::uint8_t> Encode(snmp::CSNMPMessage& message);
-  // Sends all of `message` and logs it; throws -5 when not all of it went.
-  void SendAndLog(std::span<const std::uint8_t> message);
+  // Sends all of `message` and logs it; throws -5 when not all of it went. A first try drains
+  // what earlier requests left in the socket; a retry does not (see CUdpSession::Send).
+  void SendAndLog(std::span<const std::uint8_t> message, bool first_try = true);
   // Judges a datagram from the agent: false when it answers another request.
   using AnswerTest = std::function<bool(std::span<const std::uint8_t>)>;
   enum class Tried { kAnswered, kStopped, kOnlyOtherAnswers };
   // The tries of Exchange; with `answers`, datagrams it refuses are waited past. out_reply is
   // the answer when kAnswered.
-  Tried Try(std::span<const std::uint8_t> message, const StopTest& stop, const AnswerTest& answers,
+  Tried Try(std::span<const std::uint8_t> message, std::stop_token stop, const AnswerTest& answers,
             std::span<const std::uint8_t>& out_reply);
 
   CUdpSession session_;

@@ -12,6 +12,7 @@
 
 #include "net/address.h"
 #include "net/snmp_internal_error.h"
+#include "util/runner.h"
 #include "util/text.h"
 
 namespace net {
@@ -167,13 +168,13 @@ void CUdpSession::SetPeer() {
   FillLocalEnd();
 }
 
-std::int32_t CUdpSession::Send(const std::uint8_t* data, std::int32_t len) {
+std::int32_t CUdpSession::Send(const std::uint8_t* data, std::int32_t len, bool drain_stale) {
   if (!open_ && Open() != 0)
     return 0;
-  // An answer that arrived after the previous try gave up must not be taken for the answer to
-  // this one. Bounded: a sender that keeps the socket full must not hold the send back.
+  // An answer to an earlier request must not be taken for the answer to this one. Bounded: a
+  // sender that keeps the socket full must not hold the send back.
   std::array<std::uint8_t, kDrainScratchLen> scratch;
-  for (int drained = 0; drained < kMaxStaleDrained;) {
+  for (int drained = 0; drain_stale && drained < kMaxStaleDrained;) {
     sockaddr_storage from{};
     socklen_t from_len = sizeof from;
     const ssize_t n = ops_.RecvFrom(fd_, scratch.data(), scratch.size(),
@@ -254,7 +255,7 @@ std::int32_t CUdpSession::Receive(std::uint8_t* buffer, std::int32_t size, int m
 }
 
 std::int32_t CUdpSession::ReceiveUntil(std::uint8_t* buffer, std::int32_t size, int mode,
-                                       Clock::time_point deadline) {
+                                       Clock::time_point deadline, std::stop_token stop) {
   if (!open_ || buffer == nullptr || size < 1)
     return kNothingReceived;
   const auto started = Clock::now();
@@ -274,14 +275,18 @@ std::int32_t CUdpSession::ReceiveUntil(std::uint8_t* buffer, std::int32_t size, 
   bool gathered = false;
   for (;;) {
     // Checked before every read, not only when the socket is quiet: under a flood it never is.
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    if (left <= 0)
+    if (stop.stop_requested())
+      return kReceiveStopped;
+    auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0)
       break;
-    const int ready = ops_.WaitReadable(fd_, static_cast<int>(left));
+    if (stop.stop_possible())
+      left = std::min(left, tvkutil::kStopPollSlice);
+    const int ready = ops_.WaitReadable(fd_, static_cast<int>(left.count()));
     if (ready < 0 && errno == EINTR)
       continue;
     if (ready == 0)
-      break;
+      continue;  // the deadline or the stop is looked at above
     if (ready < 0) {
       Close();
       return kNothingReceived;
@@ -307,7 +312,6 @@ std::int32_t CUdpSession::ReceiveUntil(std::uint8_t* buffer, std::int32_t size, 
     if (total >= size)
       return total;
   }
-  Close();
   return gathered ? total : kNothingReceived;
 }
 

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <stop_token>
 #include <string>
 
 #include "logs/transaction_sink.h"
@@ -29,6 +30,8 @@ inline constexpr int kReceiveFill = 1;
 // What Receive gives when the wait ran out with nothing from the peer or the socket failed; an
 // empty datagram from the peer is 0, an answer like any other.
 inline constexpr std::int32_t kNothingReceived = -1;
+// What ReceiveUntil gives when a stop was requested while it waited.
+inline constexpr std::int32_t kReceiveStopped = -2;
 // At most this many stale datagrams are thrown away before a send: a sender that keeps the
 // socket full cannot hold the send back.
 inline constexpr int kMaxStaleDrained = 1024;
@@ -51,20 +54,24 @@ class CUdpSession {
   // Fixes the destination and the filter for answers: the resolved host and the port. Opens
   // first when closed (a failed open is thrown); an IPv6 text that does not parse throws -2.
   void SetPeer();
-  // Drains the datagrams already waiting (stale answers of an earlier try; at most
-  // kMaxStaleDrained), then sends all bytes. Returns the number sent; 0 when len < 1, when the
-  // socket cannot be opened, or when a socket call fails (which closes the session).
-  std::int32_t Send(const std::uint8_t* data, std::int32_t len);
+  // With drain_stale, first throws away the datagrams already waiting (late answers to an
+  // earlier request; at most kMaxStaleDrained), then sends all bytes. A retry of the same
+  // request drains nothing: a late answer to its first try answers it as well. Returns the
+  // number sent; 0 when len < 1, when the socket cannot be opened, or when a socket call fails
+  // (which closes the session).
+  std::int32_t Send(const std::uint8_t* data, std::int32_t len, bool drain_stale = true);
   // Waits up to the time-out from now for a datagram from the peer; see ReceiveUntil.
   std::int32_t Receive(std::uint8_t* buffer, std::int32_t size, int mode);
   // Waits until `deadline` for a datagram from the peer. Datagrams from anyone else are thrown
   // away and never move the deadline, so a flood from elsewhere cannot hold the wait open.
   // Mode kReceiveOne returns one datagram's length (0 for an empty one); kReceiveFill appends
   // datagrams until `size` bytes are filled and returns what it gathered when the wait runs
-  // out. kNothingReceived when nothing came in time or a call failed; either closes the
-  // session.
+  // out. kNothingReceived when nothing came in time (the socket stays open for the next try)
+  // or a call failed (which closes the session); kReceiveStopped within
+  // tvkutil::kStopPollSlice of a stop requested through `stop`.
   std::int32_t ReceiveUntil(std::uint8_t* buffer, std::int32_t size, int mode,
-                            std::chrono::steady_clock::time_point deadline);
+                            std::chrono::steady_clock::time_point deadline,
+                            std::stop_token stop = {});
   void Close();
 
   // For an agent that answers within a few hundred microseconds (one on this machine): Receive

@@ -23,9 +23,6 @@ namespace {
 
 using Clock = net::EchoClock;
 
-// While the fast sweep waits for answers it looks at the stop event at least this often.
-constexpr auto kStopTestSlice = std::chrono::milliseconds(10);
-
 bool ByAddress(const CDeviceInfo& a, const CDeviceInfo& b) {
   return a.address < b.address;
 }
@@ -42,8 +39,7 @@ class CIcmpProbe : public IDiscoveryProbe {
  public:
   explicit CIcmpProbe(logs::ITransactionSink& transactions) : transactions_(transactions) {}
 
-  bool Ping(std::uint32_t address, int timeout_ms, int retries,
-            const net::EchoStopTest& stop) override {
+  bool Ping(std::uint32_t address, int timeout_ms, int retries, std::stop_token stop) override {
     return net::PingIPv4(socket_, address, timeout_ms, retries, kDiscoverySource, transactions_,
                          stop);
   }
@@ -109,16 +105,16 @@ class CDeviceDiscoveryOperation::CLookupPool {
 
   // Waits until every device found is in the list: true. When `stop` is raised first, Abandon()
   // and false.
-  bool Finish(const tvkutil::CEvent& stop) {
+  bool Finish(std::stop_token stop) {
     {
       std::unique_lock lock(shared_->mutex);
       while (!shared_->pending.empty()) {
-        if (stop.IsSet()) {
+        if (stop.stop_requested()) {
           lock.unlock();
           Abandon();
           return false;
         }
-        shared_->done.wait_for(lock, kStopTestSlice);
+        shared_->done.wait_for(lock, tvkutil::kStopPollSlice);
       }
       shared_->closing = true;
     }
@@ -230,13 +226,14 @@ bool CDeviceDiscoveryOperation::Begin(const SweepSettings& settings, app::IOpera
   if (!Validate(ui) || worker_.HasThread())
     return false;
   Event(tvkutil::ids::kDiscoveryStarted);
-  worker_.Start([this, start = form_.start_ip, end = form_.end_ip,
-                 settings](tvkutil::CEvent& stop) { Sweep(stop, start, end, settings); });
+  worker_.Start([this, start = form_.start_ip, end = form_.end_ip, settings](std::stop_token stop) {
+    Sweep(stop, start, end, settings);
+  });
   return true;
 }
 
 bool CDeviceDiscoveryOperation::Run(const SweepSettings& settings, app::IOperationUi& ui,
-                                    tvkutil::CEvent& stop) {
+                                    std::stop_token stop) {
   if (!Validate(ui) || worker_.HasThread())
     return false;
   Event(tvkutil::ids::kDiscoveryStarted);
@@ -263,7 +260,7 @@ void CDeviceDiscoveryOperation::AddressDone(const SweepSettings& settings) {
     settings.progress(progress_.Snapshot());
 }
 
-void CDeviceDiscoveryOperation::Sweep(tvkutil::CEvent& stop, const std::wstring& start,
+void CDeviceDiscoveryOperation::Sweep(std::stop_token stop, const std::wstring& start,
                                       const std::wstring& end, const SweepSettings& settings) {
   for (std::thread& t : abandoned_lookups_)
     t.join();
@@ -291,23 +288,22 @@ void CDeviceDiscoveryOperation::Sweep(tvkutil::CEvent& stop, const std::wstring&
         final_count_);
 }
 
-SweepStatus CDeviceDiscoveryOperation::SequentialSweep(tvkutil::CEvent& stop,
-                                                       IDiscoveryProbe& probe, std::uint64_t first,
-                                                       std::uint64_t last,
+SweepStatus CDeviceDiscoveryOperation::SequentialSweep(std::stop_token stop, IDiscoveryProbe& probe,
+                                                       std::uint64_t first, std::uint64_t last,
                                                        const SweepSettings& settings) {
-  const net::EchoStopTest stopped = [&stop] { return stop.IsSet(); };
   // A 64-bit counter: a range that ends at the top of the address space must not wrap round.
   for (std::uint64_t host = first; host <= last; ++host) {
     // Every address costs at least one pacing step, answered or not. A zero step (tests of
-    // long ranges) only looks at the event: a timed wait of nothing still costs a system call.
-    if (settings.pacing.count() > 0 ? stop.WaitFor(settings.pacing) : stop.IsSet())
+    // long ranges) only looks at the stop: a timed wait of nothing still costs a system call.
+    if (settings.pacing.count() > 0 ? tvkutil::SleepUnlessStopped(stop, settings.pacing)
+                                    : stop.stop_requested())
       return SweepStatus::kStopped;
     if (devices_.Count() >= kMaxDevices) {
       LimitReached();
       return SweepStatus::kComplete;
     }
     const auto host32 = static_cast<std::uint32_t>(host);
-    if (!probe.Ping(htonl(host32), settings.timeout_ms, settings.retries, stopped)) {
+    if (!probe.Ping(htonl(host32), settings.timeout_ms, settings.retries, stop)) {
       AddressDone(settings);
       continue;
     }
@@ -321,7 +317,7 @@ SweepStatus CDeviceDiscoveryOperation::SequentialSweep(tvkutil::CEvent& stop,
   return SweepStatus::kComplete;
 }
 
-SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
+SweepStatus CDeviceDiscoveryOperation::FastSweep(std::stop_token stop,
                                                  const std::shared_ptr<IDiscoveryProbe>& probe_ptr,
                                                  std::uint64_t first, std::uint64_t last,
                                                  const SweepSettings& settings) {
@@ -414,7 +410,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
         outcome(echo.host, net::kEchoTimedOut, 0, 0);
     }
 
-    if (stop.IsSet())
+    if (stop.stop_requested())
       return stopped();
     if (next <= last && now >= next_due) {
       if (found >= kMaxDevices)
@@ -430,7 +426,7 @@ SweepStatus CDeviceDiscoveryOperation::FastSweep(tvkutil::CEvent& stop,
     // Answers until the next first echo is due, or once all have gone the next deadline. While
     // first echoes still go out, a deadline waits for the next of them (a retry goes at most
     // one pacing step late): one wake-up a step keeps the pacing steady.
-    Clock::time_point until = Clock::now() + kStopTestSlice;
+    Clock::time_point until = Clock::now() + tvkutil::kStopPollSlice;
     if (next <= last)
       until = std::min(until, next_due);
     else if (!deadlines.empty())

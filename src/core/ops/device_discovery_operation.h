@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,9 +29,8 @@
 #include "ops/operation_ui.h"
 #include "ops/progress.h"
 #include "settings/settings.h"
-#include "util/event.h"
 #include "util/result_list.h"
-#include "util/worker.h"
+#include "util/runner.h"
 
 namespace pages {
 
@@ -83,8 +83,7 @@ class IDiscoveryProbe {
   virtual ~IDiscoveryProbe() = default;
   // The sequential sweep: one ping of `address` (network byte order) with every attempt, its
   // rows in the transaction log; true on a reply. `stop` abandons the wait.
-  virtual bool Ping(std::uint32_t address, int timeout_ms, int retries,
-                    const net::EchoStopTest& stop) = 0;
+  virtual bool Ping(std::uint32_t address, int timeout_ms, int retries, std::stop_token stop) = 0;
   // The fast sweep: whether echoes can be sent at all; one echo without waiting; the answers
   // that came until `until` (see net::CIcmpEchoSocket).
   virtual bool CanSend() const = 0;
@@ -126,11 +125,11 @@ class CDeviceDiscoveryOperation {
   // finished at once).
   bool Begin(const SweepSettings& settings, app::IOperationUi& ui);
   // The same sweep without a worker, for a front end without a window (sondara-cli): the
-  // checks, the started line, then the sweep on the calling thread until it ends or `stop`
-  // (raised from another thread, manual reset) asks it to. False when refused or while a
+  // checks, the started line, then the sweep on the calling thread until it ends or a stop is
+  // requested through `stop` (from another thread). False when refused or while a
   // worker's sweep exists.
-  bool Run(const SweepSettings& settings, app::IOperationUi& ui, tvkutil::CEvent& stop);
-  // "St&op": raises the stop event and waits without limit for the sweep to end.
+  bool Run(const SweepSettings& settings, app::IOperationUi& ui, std::stop_token stop);
+  // "St&op": asks the sweep to stop and waits for the sweep to end.
   void Stop();
   // The sweep has ended (also true before the first).
   bool Finished() const { return worker_.Finished(); }
@@ -157,11 +156,11 @@ class CDeviceDiscoveryOperation {
  private:
   class CLookupPool;
 
-  void Sweep(tvkutil::CEvent& stop, const std::wstring& start, const std::wstring& end,
+  void Sweep(std::stop_token stop, const std::wstring& start, const std::wstring& end,
              const SweepSettings& settings);
-  SweepStatus SequentialSweep(tvkutil::CEvent& stop, IDiscoveryProbe& probe, std::uint64_t first,
+  SweepStatus SequentialSweep(std::stop_token stop, IDiscoveryProbe& probe, std::uint64_t first,
                               std::uint64_t last, const SweepSettings& settings);
-  SweepStatus FastSweep(tvkutil::CEvent& stop, const std::shared_ptr<IDiscoveryProbe>& probe,
+  SweepStatus FastSweep(std::stop_token stop, const std::shared_ptr<IDiscoveryProbe>& probe,
                         std::uint64_t first, std::uint64_t last, const SweepSettings& settings);
   void LimitReached();
   void AddressDone(const SweepSettings& settings);
@@ -179,7 +178,7 @@ class CDeviceDiscoveryOperation {
   // the end. Touched only by the sweep's thread, and by the destructor once it has ended.
   std::vector<std::thread> abandoned_lookups_;
   // Last member: its thread is stopped before anything it uses goes.
-  tvkutil::CWorker worker_{true};
+  tvkutil::CRunner worker_;
 };
 
 }  // namespace pages

@@ -108,8 +108,8 @@ std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOp
 }
 
 GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
-                                       const net::UdpSettings& settings,
-                                       net::IUdpSocketOps* ops) const {
+                                       const net::UdpSettings& settings, net::IUdpSocketOps* ops,
+                                       std::stop_token stop) const {
   const bool get = request.mode == GetSetMode::kGet;
   snmp::CSNMPMessage message(snmp::VersionIndex(request.version), request.community,
                              get ? snmp::kPduGetRequest : snmp::kPduSetRequest);
@@ -121,18 +121,22 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
   }
   snmp::CSNMPMessage response(snmp::kPduResponse);
 
-  int result = 0;
+  std::optional<int> result = 0;
   // The exchange's own failures have a reason text; the checks of the answer a result code.
   const std::wstring reason = ExchangeFailureReason(
       [&] {
         result = net::ExchangeRequest(request.host, request.port, settings, get ? L"Get" : L"Set",
-                                      message, response, transactions_, ops);
+                                      message, response, transactions_, ops, stop);
       },
       request.host, settings.use_ipv6);
   GetSetReply reply;
-  if (!reason.empty() || result != 0) {
+  if (reason.empty() && !result) {
+    reply.value = FailedResultText();  // stopped: the window is closing
+    return reply;
+  }
+  if (!reason.empty() || *result != 0) {
     events_.AddEventLine(reason.empty()
-                             ? snmp::RequestFailureLine(result, request.oid, message, response)
+                             ? snmp::RequestFailureLine(*result, request.oid, message, response)
                              : snmp::RequestFailureReasonLine(message, request.oid, reason));
     reply.outcome = RequestOutcome::kFailed;
     reply.value = FailedResultText();

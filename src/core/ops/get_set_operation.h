@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "logs/event_line_sink.h"
@@ -101,11 +102,12 @@ class CGetSetOperation {
 
   // A button's three steps, so that the middle one can leave the window's thread. Prepare: the
   // checks of `mode`, then the request with its id (a Get also empties the result). Exchange:
-  // sends it and waits; touches no form, writes a failure line. Apply: the result into the form
+  // sends it and waits (a stop through `stop` ends the wait: failed, without a line); touches no
+  // form, writes a failure line. Apply: the result into the form
   // and, after success, the request's OID and community into their histories.
   std::optional<GetSetRequest> Prepare(GetSetMode mode, app::IOperationUi& ui);
   GetSetReply Exchange(const GetSetRequest& request, const net::UdpSettings& settings,
-                       net::IUdpSocketOps* ops = nullptr) const;
+                       net::IUdpSocketOps* ops = nullptr, std::stop_token stop = {}) const;
   void Apply(const GetSetRequest& request, const GetSetReply& reply);
 
   // The "&Get" button: checks, then one GetRequest of the get OID with a Null value. On

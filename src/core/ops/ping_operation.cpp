@@ -27,7 +27,8 @@ bool CheckPingHost(const PingTarget& target, app::IOperationUi& ui) {
   return true;
 }
 
-PingOutcome ResolveAndPing(const PingTarget& target, logs::ITransactionSink& sink) {
+PingOutcome ResolveAndPing(const PingTarget& target, logs::ITransactionSink& sink,
+                           std::stop_token stop) {
   const auto outcome = [](bool replied) {
     return replied ? PingOutcome::kReply : PingOutcome::kNoReply;
   };
@@ -35,12 +36,13 @@ PingOutcome ResolveAndPing(const PingTarget& target, logs::ITransactionSink& sin
     std::uint32_t address = 0;
     if (!net::ResolveIPv4Host(target.host, address))
       return PingOutcome::kUnresolved;
-    return outcome(net::PingIPv4(address, target.timeout_ms, target.retries, L"Ping", sink));
+    return outcome(net::PingIPv4(address, target.timeout_ms, target.retries, L"Ping", sink, stop));
   }
   std::wstring address_text;
   if (!net::ResolveIPv6Host(target.host, target.ipv6_scope_id, address_text))
     return PingOutcome::kUnresolved;
-  return outcome(net::PingIPv6(address_text, target.timeout_ms, target.retries, L"Ping", sink));
+  return outcome(
+      net::PingIPv6(address_text, target.timeout_ms, target.retries, L"Ping", sink, stop));
 }
 
 void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui,
@@ -51,10 +53,11 @@ void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOper
                  app::MessageIcon::kWarning, app::kNoField);
 }
 
-PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink) {
+PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui, logs::ITransactionSink& sink,
+                    std::stop_token stop) {
   if (!CheckPingHost(target, ui))
     return PingOutcome::kRefused;
-  const PingOutcome outcome = ResolveAndPing(target, sink);
+  const PingOutcome outcome = ResolveAndPing(target, sink, stop);
   ReportPingOutcome(target, outcome, ui, net::LastLookupFailure());
   return outcome;
 }

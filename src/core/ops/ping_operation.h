@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stop_token>
 #include <string>
 
 #include "logs/transaction_sink.h"
@@ -33,13 +34,15 @@ enum class PingOutcome { kRefused, kUnresolved, kNoReply, kReply };
 // host that could not be resolved, with the resolver's reason.
 bool CheckPingHost(const PingTarget& target, app::IOperationUi& ui);
 PingOutcome ResolveAndPing(const PingTarget& target,
-                           logs::ITransactionSink& sink = logs::TransactionLogSink());
+                           logs::ITransactionSink& sink = logs::TransactionLogSink(),
+                           std::stop_token stop = {});
 void ReportPingOutcome(const PingTarget& target, PingOutcome outcome, app::IOperationUi& ui,
                        const std::wstring& lookup_failure);
 
 // The three steps in a row.
 PingOutcome RunPing(const PingTarget& target, app::IOperationUi& ui,
-                    logs::ITransactionSink& sink = logs::TransactionLogSink());
+                    logs::ITransactionSink& sink = logs::TransactionLogSink(),
+                    std::stop_token stop = {});
 
 // The toolbar's ping. True when a ping was sent (whatever its outcome); false when the host
 // text was refused or could not be resolved, after the message has been shown.

@@ -95,7 +95,7 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
   worker_.Join();  // the last walk's thread, if the timer has not forgotten it yet
   job_ = WalkJob{form_.host, form_.version, port_, form_.community, form_.start_oid, options};
   Log(ids::kWalkStarted);
-  if (!worker_.Start([this](tvkutil::CEvent& stop) { Walk(job_, stop); })) {
+  if (!worker_.Start([this](std::stop_token stop) { Walk(job_, stop); })) {
     // No thread to be had: the walk ends before it began, and says so.
     final_status_ = WalkStatus::kFailed;
     failure_ = WalkFailure::kOther;
@@ -105,7 +105,7 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
 }
 
 bool CWalkMIBOperation::RunWalk(const WalkOptions& options, app::IOperationUi& ui,
-                                tvkutil::CEvent& stop, OidFoundFn found) {
+                                std::stop_token stop, OidFoundFn found) {
   if (!worker_.Finished() || !Validate(ui))
     return false;
   job_ = WalkJob{form_.host,      form_.version, port_,           form_.community,
@@ -124,7 +124,7 @@ void CWalkMIBOperation::EndWalk() {
   AddToHistory(form_.communities, job_.community);
 }
 
-void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
+void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
   results_.Clear();
   progress_.Start(0);
   const bool bulk = job.options.bulk_repetitions > 0 && snmp::VersionIndex(job.version) == 1;
@@ -141,7 +141,6 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
   int found = 0;
   WalkStatus status = WalkStatus::kComplete;
   WalkFailure failure = WalkFailure::kOther;  // what a failure is unless known better
-  const auto stop_requested = [&stop] { return stop.WaitFor(std::chrono::milliseconds(0)); };
 
   // Appends one returned binding; false when the walk ends there (see status).
   const auto take = [&](const snmp::CVarBind& bind, const snmp::COid& previous) {
@@ -161,7 +160,7 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
     progress_.AddDone();
     if (job.options.progress)
       job.options.progress(progress_.Snapshot());
-    if (++found % 10 == 0 && stop_requested()) {
+    if (++found % 10 == 0 && stop.stop_requested()) {
       status = WalkStatus::kStopped;
       return false;
     }
@@ -203,7 +202,7 @@ void CWalkMIBOperation::Walk(const WalkJob& job, tvkutil::CEvent& stop) {
             request->SetNonRepeaters(0);
             request->SetMaxRepetitions(repetitions);
           }
-          const std::optional<int> result = requester.Request(*request, *reply, stop_requested);
+          const std::optional<int> result = requester.Request(*request, *reply, stop);
           if (!result) {
             status = WalkStatus::kStopped;
             return;
@@ -294,25 +293,28 @@ std::optional<SysObjectIdRequest> CWalkMIBOperation::PrepareSysObjectId(app::IOp
 
 std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjectIdRequest& request,
                                                                   const net::UdpSettings& settings,
-                                                                  net::IUdpSocketOps* ops) const {
+                                                                  net::IUdpSocketOps* ops,
+                                                                  std::stop_token stop) const {
   snmp::CSNMPMessage message(snmp::VersionIndex(request.version), request.community,
                              snmp::kPduGetRequest);
   message.SetRequestId(request.request_id);
   message.AddNullVarBind(kSysObjectIdOid);
   snmp::CSNMPMessage response(snmp::kPduResponse);
-  int result = 0;
+  std::optional<int> result = 0;
   const std::wstring reason = ExchangeFailureReason(
       [&] {
         result = net::ExchangeRequest(request.host, request.port, settings, L"Get", message,
-                                      response, transactions_, ops);
+                                      response, transactions_, ops, stop);
       },
       request.host, settings.use_ipv6);
   if (!reason.empty()) {
     Log(ids::kSysObjectIdFailed, kSysObjectIdOid, reason);
     return std::nullopt;
   }
-  if (result != 0) {
-    events_.AddEventLine(snmp::RequestFailureLine(result, kSysObjectIdOid, message, response));
+  if (!result)
+    return std::nullopt;  // stopped: the window is closing
+  if (*result != 0) {
+    events_.AddEventLine(snmp::RequestFailureLine(*result, kSysObjectIdOid, message, response));
     return std::nullopt;
   }
   std::wstring text;

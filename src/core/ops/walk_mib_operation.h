@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "logs/event_line_sink.h"
@@ -22,9 +23,8 @@
 #include "settings/settings.h"
 #include "snmp/request_id.h"
 #include "snmp/var_bind.h"
-#include "util/event.h"
 #include "util/result_list.h"
-#include "util/worker.h"
+#include "util/runner.h"
 
 namespace pages {
 
@@ -114,24 +114,22 @@ class CWalkMIBOperation {
   // an error, or a stop request. False when refused (nothing started).
   bool BeginWalk(const WalkOptions& options, app::IOperationUi& ui);
   // The same walk without a worker, for a front end without a window (sondara-cli): the
-  // checks, "walkMIB started.", then the walk on the calling thread until it ends or `stop`
-  // (raised from another thread; manual or auto reset) asks it to. `found` sees every object
+  // checks, "walkMIB started.", then the walk on the calling thread until it ends or a stop is
+  // requested through `stop` (from another thread). `found` sees every object
   // as it comes, and then the results keep none: a caller that prints them as they come walks
   // any number of objects in the same memory. False when refused (nothing sent) or while a
   // worker's walk runs.
-  bool RunWalk(const WalkOptions& options, app::IOperationUi& ui, tvkutil::CEvent& stop,
+  bool RunWalk(const WalkOptions& options, app::IOperationUi& ui, std::stop_token stop,
                OidFoundFn found = {});
   // "St&op", leaving the page, closing the window: asks the worker to stop and waits for it
-  // without a time limit. The worker notices the request at every tenth object and while it
-  // waits for an answer that does not come.
+  // for it. The worker notices the request at every tenth object and, within
+  // tvkutil::kStopPollSlice, while it waits for an answer.
   void StopWalk();
   // The worker has ended (also before the first walk).
   bool WalkFinished() const { return worker_.Finished(); }
   // The page's timer once the worker has ended: forgets the thread and puts the walk's
   // community into the history.
   void EndWalk();
-  // The page became active: a stop request nobody saw any more is dropped.
-  void ResetStopRequest() { worker_.StopEvent().Reset(); }
 
   // The objects found, appended by the worker while the window reads them.
   const tvkutil::CResultList<COidInfo>& Results() const { return results_; }
@@ -155,10 +153,12 @@ class CWalkMIBOperation {
   std::optional<SysObjectIdRequest> PrepareSysObjectId(app::IOperationUi& ui);
   // The request alone: needs no window, reads no form, may run on any thread. A Get of
   // sysObjectID.0 (source "Get" in the transaction log) whose value is returned; after a
-  // failure one event-log line is written and nothing returned.
+  // failure one event-log line is written and nothing returned; nothing and no line when
+  // stopped through `stop`.
   std::optional<std::wstring> RequestSysObjectId(const SysObjectIdRequest& request,
                                                  const net::UdpSettings& settings,
-                                                 net::IUdpSocketOps* ops = nullptr) const;
+                                                 net::IUdpSocketOps* ops = nullptr,
+                                                 std::stop_token stop = {}) const;
 
   // Writes the page back into the settings: the history with the current community first, the
   // port read from its text as a plain decimal number.
@@ -177,7 +177,7 @@ class CWalkMIBOperation {
     OidFoundFn found{};  // empty for the page, which polls the results instead
   };
 
-  void Walk(const WalkJob& job, tvkutil::CEvent& stop);
+  void Walk(const WalkJob& job, std::stop_token stop);
   // Writes a formatted string-table line to the event log.
   template <typename... Args>
   void Log(int string_id, const Args&... args) const;
@@ -192,7 +192,7 @@ class CWalkMIBOperation {
   std::atomic<WalkStatus> final_status_{WalkStatus::kNone};
   CProgress progress_;
   std::atomic<WalkFailure> failure_{WalkFailure::kNone};
-  tvkutil::CWorker worker_{false};  // auto-reset stop event: the first test that sees it takes it
+  tvkutil::CRunner worker_;
 };
 
 }  // namespace pages

@@ -209,8 +209,8 @@ void CGetSetPropertyPage::Start(GetSetMode mode) {
   if (mode == GetSetMode::kGet)
     ShowGetResult();  // emptied while the Get runs
   request_->Start(
-      [this, request = *request, settings = ExchangeSettings()] {
-        return operation_.Exchange(request, settings);
+      [this, request = *request, settings = ExchangeSettings()](std::stop_token stop) {
+        return operation_.Exchange(request, settings, nullptr, stop);
       },
       [this, request = *request](const GetSetReply& reply) {
         if (reply.outcome == RequestOutcome::kDone) {
@@ -231,7 +231,7 @@ void CGetSetPropertyPage::Start(GetSetMode mode) {
 }
 
 void CGetSetPropertyPage::StopOperations() {
-  request_->Finish();
+  request_->Stop();
 }
 
 void CGetSetPropertyPage::OnKillActive() {

@@ -52,8 +52,8 @@ void CPingView::StoreToApp() {
   app_.Ping().host = host_->text().toStdWString();
 }
 
-void CPingView::FinishPing() {
-  request_->Finish();
+void CPingView::StopPing() {
+  request_->Stop();
 }
 
 void CPingView::OnPing() {
@@ -71,8 +71,8 @@ void CPingView::OnPing() {
   // The sent and reply rows reach the transaction log from the thread as they happen.
   // The resolver's reason is kept on the worker's thread; it travels back with the outcome.
   request_->Start(
-      [target] {
-        const PingOutcome outcome = ResolveAndPing(target);
+      [target](std::stop_token stop) {
+        const PingOutcome outcome = ResolveAndPing(target, logs::TransactionLogSink(), stop);
         return std::pair(outcome, net::LastLookupFailure());
       },
       [this, target](std::pair<PingOutcome, std::wstring> result) {

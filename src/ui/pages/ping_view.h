@@ -26,8 +26,8 @@ class CPingView : public QWidget {
 
   QLineEdit* HostEdit() const { return host_; }
   QPushButton* PingButton() const { return ping_; }
-  // Closing the window: waits for a running ping (at most its two time-outs) and shows its end.
-  void FinishPing();
+  // Closing the window: stops a running ping at once and shows its end.
+  void StopPing();
 
  private:
   // "&Ping" and Enter in the host: checked here, resolved and pinged off the window's thread.

@@ -271,7 +271,7 @@ void CSendTrapPropertyPage::OnSendTrap() {
 }
 
 void CSendTrapPropertyPage::StopOperations() {
-  request_->Finish();
+  request_->Stop();
 }
 
 void CSendTrapPropertyPage::OnSetActive() {

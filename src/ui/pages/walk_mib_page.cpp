@@ -253,8 +253,8 @@ void CWalkMIBPropertyPage::OnGetSysObjectId() {
   if (!request)
     return;
   request_->Start(
-      [this, request = *request, settings = UdpSettingsFrom(app_.Network())] {
-        return operation_.RequestSysObjectId(request, settings);
+      [this, request = *request, settings = UdpSettingsFrom(app_.Network())](std::stop_token stop) {
+        return operation_.RequestSysObjectId(request, settings, nullptr, stop);
       },
       [this, host = request->host](const std::optional<std::wstring>& oid) {
         if (!oid)
@@ -298,10 +298,6 @@ void CWalkMIBPropertyPage::OnCopyOid() {
     QGuiApplication::clipboard()->setText(Q(oid));
 }
 
-void CWalkMIBPropertyPage::OnSetActive() {
-  operation_.ResetStopRequest();
-}
-
 void CWalkMIBPropertyPage::OnKillActive() {
   request_->Finish();
   operation_.StopWalk();
@@ -314,7 +310,7 @@ void CWalkMIBPropertyPage::StoreToApp() {
 }
 
 void CWalkMIBPropertyPage::StopOperations() {
-  request_->Finish();
+  request_->Stop();
   operation_.StopWalk();
 }
 

@@ -30,7 +30,6 @@ class CWalkMIBPropertyPage : public app::CPropertyPage {
   CWalkMIBPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
   ~CWalkMIBPropertyPage() override;
 
-  void OnSetActive() override;
   void OnKillActive() override;
   void StoreToApp() override;
   void StopOperations() override;

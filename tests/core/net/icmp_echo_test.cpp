@@ -38,8 +38,10 @@ std::string PingCase(bool v6, const std::string& address, int retries, int timeo
                            logs::TransactionLogSink());
     }
     net::CIcmpEchoSocket socket;
+    std::stop_source stop;
+    stop.request_stop();
     return net::PingIPv4(socket, ::inet_addr(address.c_str()), timeout_ms, retries, L"Sweep",
-                         logs::TransactionLogSink(), [] { return true; });
+                         logs::TransactionLogSink(), stop.get_token());
   };
   const bool ok = ping();
   const long echoes = testing_support::EchoesSent(v6) - before;

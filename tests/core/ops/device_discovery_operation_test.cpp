@@ -183,7 +183,7 @@ TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
 class AnsweringProbe : public pages::IDiscoveryProbe {
  public:
   explicit AnsweringProbe(bool slow_names = false) : slow_names_(slow_names) {}
-  bool Ping(std::uint32_t, int, int, const net::EchoStopTest&) override { return true; }
+  bool Ping(std::uint32_t, int, int, std::stop_token) override { return true; }
   bool CanSend() const override { return true; }
   std::int32_t Send(std::uint32_t address, std::uint16_t& sequence) override {
     sequence = next_++;

@@ -1,6 +1,6 @@
-// The worker runner and the results list the walk and the sweep share, and the small vector
+// The operations' runner and the results list the walk and the sweep share, and the small vector
 // the codec's values live in.
-#include "util/worker.h"
+#include "util/runner.h"
 
 #include <gtest/gtest.h>
 
@@ -18,32 +18,30 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(Worker, StopReachesTheBodyAndFinishedFollowsTheBody) {
-  tvkutil::CWorker worker(false);
-  EXPECT_TRUE(worker.Finished());
-  std::atomic<int> laps{0};
-  std::atomic<bool> stopped{false};
-  // The body gives up after a minute, so a stop that never reaches it fails instead of hanging.
-  ASSERT_TRUE(worker.Start([&](tvkutil::CEvent& stop) {
-    const auto deadline = std::chrono::steady_clock::now() + 60s;
-    while (!(stopped = stop.WaitFor(1ms)) && std::chrono::steady_clock::now() < deadline)
-      ++laps;
+TEST(Runner, StopWakesTheBodysWaitAndIsNotCarriedToTheNextBody) {
+  tvkutil::CRunner runner;
+  EXPECT_TRUE(runner.Finished());
+  std::atomic<bool> waiting{false}, stopped{false};
+  // The wait gives up after a minute, so a stop that never reaches it fails instead of hanging.
+  ASSERT_TRUE(runner.Start([&](std::stop_token stop) {
+    waiting = true;
+    stopped = tvkutil::SleepUnlessStopped(stop, 60s);
   }));
-  EXPECT_FALSE(worker.Start([](tvkutil::CEvent&) {}));  // one thread at a time
-  EXPECT_FALSE(worker.Finished());
-  for (int i = 0; i < 60000 && laps < 3; ++i)  // up to a minute
+  EXPECT_FALSE(runner.Start([](std::stop_token) {}));  // one thread at a time
+  EXPECT_FALSE(runner.Finished());
+  for (int i = 0; i < 60000 && !waiting; ++i)  // up to a minute
     std::this_thread::sleep_for(1ms);
-  EXPECT_GE(laps, 3);
-  worker.StopAndWait();
+  runner.StopAndWait();
   EXPECT_TRUE(stopped);
-  EXPECT_TRUE(worker.Finished());
-  EXPECT_FALSE(worker.HasThread());
+  EXPECT_TRUE(runner.Finished());
+  EXPECT_FALSE(runner.HasThread());
 
-  // A stop raised after a body ended must not stop the next one at once.
-  worker.RequestStop();
+  // A stop asked for after a body ended must not stop the next one.
+  runner.RequestStop();
   bool saw_stop = true;
-  ASSERT_TRUE(worker.Start([&](tvkutil::CEvent& stop) { saw_stop = stop.IsSet(); }));
-  worker.Join();
+  ASSERT_TRUE(runner.Start(
+      [&](std::stop_token stop) { saw_stop = tvkutil::SleepUnlessStopped(stop, 1ms); }));
+  runner.Join();
   EXPECT_FALSE(saw_stop);
 }
 
