@@ -4,10 +4,10 @@
 
 namespace net {
 
-int ExchangeRequest(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
-                    std::wstring_view source, snmp::CSNMPMessage& request,
-                    snmp::CSNMPMessage& response, logs::ITransactionSink& sink,
-                    IUdpSocketOps* ops) {
+snmp::ResponseCheck ExchangeRequest(const std::wstring& host, std::uint16_t port,
+                                    const UdpSettings& settings, std::wstring_view source,
+                                    snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
+                                    logs::ITransactionSink& sink, IUdpSocketOps* ops) {
   CSnmpRequester requester(host, port, settings, std::wstring(source), sink, ops);
   return *requester.Request(request, response);
 }
