@@ -42,7 +42,7 @@ class CCodecWork {
   }
 
   // The reply decoded into a fresh response and checked against the request; the check's result.
-  int DecodeReply() const {
+  snmp::ResponseCheck DecodeReply() const {
     snmp::CSNMPMessage response(snmp::kPduResponse);
     return snmp::ValidateResponse(reply_, response, request_);
   }

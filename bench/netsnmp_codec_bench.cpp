@@ -118,7 +118,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "the two GetRequests differ\n");
     return 1;
   }
-  if (ours.DecodeReply() != 0 || theirs.DecodeReply(reply) != 0) {
+  if (!ours.DecodeReply().Ok() || theirs.DecodeReply(reply) != 0) {
     std::fprintf(stderr, "the GetResponse does not read as a good answer\n");
     return 1;
   }
@@ -128,7 +128,7 @@ int main(int argc, char** argv) {
   long their_id = 0;
   const auto enc_ours = [&] { sink += static_cast<long>(ours.EncodeGet(id++ & 0xFF)); };
   const auto enc_theirs = [&] { sink += static_cast<long>(theirs.EncodeGet(their_id++ & 0xFF)); };
-  const auto dec_ours = [&] { sink += ours.DecodeReply() == 0 ? 1 : 0; };
+  const auto dec_ours = [&] { sink += ours.DecodeReply().Ok() ? 1 : 0; };
   const auto dec_theirs = [&] { sink += theirs.DecodeReply(reply) == 0 ? 1 : 0; };
   // One pair: both sides' rates, the first side swapped on odd pairs.
   const auto pair = [&](int p, auto&& a, auto&& b, std::vector<double>& ra, std::vector<double>& rb,

@@ -13,10 +13,11 @@ namespace cli {
 namespace {
 
 // The OID a failure line names: the one the agent's error index points at, else the first.
-std::wstring FailedOid(const CommandLine& line, const snmp::CSNMPMessage& response, int result) {
+std::wstring FailedOid(const CommandLine& line, const snmp::CSNMPMessage& response,
+                       bool agent_error) {
   const bool set = !line.bindings.empty();
   const std::size_t count = set ? line.bindings.size() : line.oids.size();
-  const std::int32_t index = result > 0 ? response.ErrorIndex() : 0;
+  const std::int32_t index = agent_error ? response.ErrorIndex() : 0;
   const std::size_t at = index >= 1 && static_cast<std::size_t>(index) <= count
                              ? static_cast<std::size_t>(index) - 1
                              : 0;
@@ -37,27 +38,26 @@ int RunRequest(CliContext& context, std::uint32_t pdu_type, const wchar_t* sourc
   }
   snmp::CSNMPMessage response(snmp::kPduResponse);
 
-  int result = 0;
+  snmp::ResponseCheck result;
   try {
     result = *net::ExchangeRequest(line.host, line.port, context.udp, source, request, response,
                                    context.transactions);
   } catch (net::SNMPINTERNALERROR code) {
     context.Error(snmp::RequestFailureReasonLine(
-        request, FailedOid(line, response, 0),
+        request, FailedOid(line, response, false),
         net::SnmpInternalErrorText(code, line.host, context.udp.use_ipv6)));
     return code == net::kSnmpTimeoutError ? kExitNoAnswer : kExitFailure;
   } catch (...) {
     context.Error(snmp::RequestFailureReasonLine(
-        request, FailedOid(line, response, 0),
+        request, FailedOid(line, response, false),
         net::SnmpInternalErrorText(net::kSnmpUnknownError, line.host, context.udp.use_ipv6)));
     return kExitFailure;
   }
-  if (result != 0) {
-    context.Error(
-        snmp::RequestFailureLine(result, FailedOid(line, response, result), request, response));
-    // A positive result is the agent's error status; a negative one an answer that does not
-    // fit the request.
-    return result > 0 ? kExitAgentError : kExitFailure;
+  if (!result.Ok()) {
+    context.Error(snmp::RequestFailureLine(result, FailedOid(line, response, result.IsAgentError()),
+                                           request, response));
+    // The agent's error status, or an answer that does not fit the request.
+    return result.IsAgentError() ? kExitAgentError : kExitFailure;
   }
 
   for (int i = 1; const snmp::CVarBind* bind = response.GetVarBind(i); ++i)

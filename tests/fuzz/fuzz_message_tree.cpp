@@ -118,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (std::uint32_t type : {kPduGetRequest, kPduGetNextRequest, kPduResponse, kPduSetRequest,
                              kPduGetBulkRequest, kPduTrapV1, kPduTrapV2}) {
     CSNMPMessage msg(type);
-    if (msg.DecodeFrom(bytes) != kBerOk)
+    if (msg.DecodeFrom(bytes) != BerStatus::kOk)
       continue;
     if (const MessageNode* damage = tree.Damage())
       Check(IsLeniency(*damage));

@@ -58,13 +58,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (std::uint32_t type :
        {kPduGetRequest, kPduGetNextRequest, kPduResponse, kPduSetRequest, kPduTrapV1, kPduTrapV2}) {
     CSNMPMessage msg(type);
-    if (msg.DecodeFrom(bytes) != kBerOk) {
+    if (msg.DecodeFrom(bytes) != BerStatus::kOk) {
       (void)FieldsOf(msg);  // a partly filled message still reads
       continue;
     }
     const std::vector<std::uint8_t> first = Encoded(msg);
     CSNMPMessage again(type);
-    if (again.DecodeFrom(first) != kBerOk || !(FieldsOf(again) == FieldsOf(msg)) ||
+    if (again.DecodeFrom(first) != BerStatus::kOk || !(FieldsOf(again) == FieldsOf(msg)) ||
         Encoded(again) != first)
       std::abort();
   }
@@ -72,15 +72,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
        {kPduGetRequest, kPduGetNextRequest, kPduSetRequest, kPduGetBulkRequest}) {
     CSNMPMessage request(kSnmpVersion1, L"getcom", type), response(kPduResponse);
     request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
-    const int result = ValidateResponse(bytes, response, request);
+    const ResponseCheck result = ValidateResponse(bytes, response, request);
     (void)RequestFailureLine(result, L".1.3.6.1.2.1.1.1.0", request, response);
     // An accepted answer is a response to this very request.
-    if (result == kBerOk &&
+    if (result.Ok() &&
         (response.RequestId() != request.RequestId() || response.Community() != L"getcom" ||
          (type != kPduGetBulkRequest && response.VarBinds().Count() != 1)))
       std::abort();
     // A walk asks on from the last name of an accepted answer; that request must encode.
-    if (result == kBerOk && response.VarBinds().KeepOnlyNameOf(response.VarBinds().Count())) {
+    if (result.Ok() && response.VarBinds().KeepOnlyNameOf(response.VarBinds().Count())) {
       response.SetPduType(type);
       (void)Encoded(response);
     }

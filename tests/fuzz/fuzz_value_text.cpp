@@ -52,7 +52,7 @@ void FuzzOidText(std::wstring_view text) {
     COid back;
     const std::vector<std::uint8_t> bytes = Encoded(oid);
     CBerReader in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-    if (bytes.empty() || back.Decode(in) != kBerOk || !in.Empty() || !(back == oid))
+    if (bytes.empty() || back.Decode(in) != BerStatus::kOk || !in.Empty() || !(back == oid))
       std::abort();
   }
 }
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   const auto back = CreateValue(tag);
   CBerReader in(first.data(), static_cast<std::int32_t>(first.size()));
-  if (first.empty() || back->Decode(in) != kBerOk || !in.Empty())
+  if (first.empty() || back->Decode(in) != BerStatus::kOk || !in.Empty())
     std::abort();
   if (Encoded(*back) != first)
     std::abort();

@@ -4,7 +4,7 @@
 
 namespace net {
 
-std::optional<int> ExchangeRequest(const std::wstring& host, std::uint16_t port,
+std::optional<snmp::ResponseCheck> ExchangeRequest(const std::wstring& host, std::uint16_t port,
                                    const UdpSettings& settings, std::wstring_view source,
                                    snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                                    logs::ITransactionSink& sink, IUdpSocketOps* ops,

@@ -11,6 +11,7 @@
 #include "logs/transaction_sink.h"
 #include "net/snmp_internal_error.h"
 #include "net/udp_session.h"
+#include "snmp/response_check.h"
 #include "snmp/snmp_message.h"
 
 namespace net {
@@ -23,13 +24,13 @@ namespace net {
 // a full settings.request_timeout_ms wait; every datagram sent and the one received go to
 // `sink` under `source`. The answer is then decoded into `response` (a fresh message
 // of the response type) and checked against the request; the result of that check is
-// returned: 0, the agent's error status, or a negative check code (see ValidateResponse).
+// returned (see snmp::ValidateResponse).
 //
 // Nothing when a stop was requested through `stop` (see CSnmpRequester::Exchange).
 //
 // Throws SNMPINTERNALERROR: -2 host not resolved, -1 bind failed, -7 no socket, -4 message not
 // encodable, -5 not all bytes sent, -6 no answer after all tries.
-std::optional<int> ExchangeRequest(const std::wstring& host, std::uint16_t port,
+std::optional<snmp::ResponseCheck> ExchangeRequest(const std::wstring& host, std::uint16_t port,
                                    const UdpSettings& settings, std::wstring_view source,
                                    snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                                    logs::ITransactionSink& sink, IUdpSocketOps* ops = nullptr,

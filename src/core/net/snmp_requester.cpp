@@ -2,8 +2,6 @@
 
 #include <chrono>
 
-#include "snmp/response_check.h"
-
 namespace net {
 
 CSnmpRequester::CSnmpRequester(const std::wstring& host, std::uint16_t port,
@@ -73,14 +71,15 @@ std::optional<std::span<const std::uint8_t>> CSnmpRequester::Exchange(snmp::CSNM
   return reply;
 }
 
-std::optional<int> CSnmpRequester::Request(snmp::CSNMPMessage& request,
-                                           snmp::CSNMPMessage& response, std::stop_token stop) {
-  int result = 0;
+std::optional<snmp::ResponseCheck> CSnmpRequester::Request(snmp::CSNMPMessage& request,
+                                                           snmp::CSNMPMessage& response,
+                                                           std::stop_token stop) {
+  snmp::ResponseCheck result;
   const AnswerTest answers = [&](std::span<const std::uint8_t> reply) {
     // The checks stop at the request id, before any binding is read, so `response` takes the
     // next datagram as it took the first.
     result = snmp::ValidateResponse(reply, response, request);
-    return result != snmp::kRequestIdMismatch;
+    return result.failure != snmp::CheckFailure::kRequestIdMismatch;
   };
   std::span<const std::uint8_t> reply;
   if (Try(Encode(request), stop, answers, reply) == Tried::kStopped)

@@ -15,6 +15,7 @@
 #include "logs/transaction_sink.h"
 #include "net/snmp_internal_error.h"
 #include "net/udp_session.h"
+#include "snmp/response_check.h"
 #include "snmp/snmp_message.h"
 
 namespace net {
@@ -39,13 +40,13 @@ class CSnmpRequester {
                                                         std::stop_token stop = {});
 
   // Exchange, then the answer decoded into `response` (a message of the response type) and
-  // checked against the request: 0, the agent's error status or a negative check code (see
-  // snmp::ValidateResponse). A datagram that answers another request (its request id differs:
-  // a late answer to an earlier request, or someone's flood) is logged and waited past within
-  // the same try; when no try got anything else the result is that mismatch. Nothing when
-  // stopped. Throws as Exchange.
-  std::optional<int> Request(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
-                             std::stop_token stop = {});
+  // checked against the request (see snmp::ValidateResponse). A datagram that answers another
+  // request (its request id differs: a late answer to an earlier request, or someone's flood) is
+  // logged and waited past within the same try; when no try got anything else the result is that
+  // mismatch. Nothing when stopped. Throws as Exchange.
+  std::optional<snmp::ResponseCheck> Request(snmp::CSNMPMessage& request,
+                                             snmp::CSNMPMessage& response,
+                                             std::stop_token stop = {});
 
   // A trap: encoded, sent once and logged, never waited for. Throws -4 or -5.
   void SendOnce(snmp::CSNMPMessage& message);

@@ -121,8 +121,8 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
   }
   snmp::CSNMPMessage response(snmp::kPduResponse);
 
-  std::optional<int> result = 0;
-  // The exchange's own failures have a reason text; the checks of the answer a result code.
+  std::optional<snmp::ResponseCheck> result;
+  // The exchange's own failures have a reason text; the checks of the answer a result.
   const std::wstring reason = ExchangeFailureReason(
       [&] {
         result = net::ExchangeRequest(request.host, request.port, settings, get ? L"Get" : L"Set",
@@ -134,7 +134,7 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
     reply.value = FailedResultText();  // stopped: the window is closing
     return reply;
   }
-  if (!reason.empty() || *result != 0) {
+  if (!reason.empty() || !result->Ok()) {
     events_.AddEventLine(reason.empty()
                              ? snmp::RequestFailureLine(*result, request.oid, message, response)
                              : snmp::RequestFailureReasonLine(message, request.oid, reason));

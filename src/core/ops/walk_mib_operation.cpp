@@ -167,23 +167,23 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
     return true;
   };
 
-  // Result 0 (go on), failure or end, by the rules of the version.
-  const auto judge = [&](int result) {
+  // Ok (go on), failure or end, by the rules of the version.
+  const auto judge = [&](snmp::ResponseCheck result) {
     if (v2c) {
-      if (result == 0 && reply->VarBinds().Count() == 0)
-        result = snmp::kBerInternal;  // nothing to walk on from
-      if (result != 0) {
+      if (result.Ok() && reply->VarBinds().Count() == 0)  // nothing to walk on from
+        result = snmp::ResponseCheck::Failed(snmp::CheckFailure::kWrongForm);
+      if (!result.Ok()) {
         events_.AddEventLine(snmp::RequestFailureLine(result, current_oid, *request, *reply));
-        failure = result > 0 ? WalkFailure::kAgentError : WalkFailure::kOther;
+        failure = result.IsAgentError() ? WalkFailure::kAgentError : WalkFailure::kOther;
         return Judgement::kFailed;
       }
       return Judgement::kGoOn;
     }
-    if (result == kNoSuchName)
+    if (result == snmp::ResponseCheck::AgentError(kNoSuchName))
       return Judgement::kEnd;  // how a v1 agent says there is nothing after the last object
-    if (result != 0) {
+    if (!result.Ok()) {
       events_.AddEventLine(snmp::RequestFailureLine(result, current_oid, *request, *reply));
-      failure = result > 0 ? WalkFailure::kAgentError : WalkFailure::kOther;
+      failure = result.IsAgentError() ? WalkFailure::kAgentError : WalkFailure::kOther;
       return Judgement::kFailed;
     }
     return Judgement::kGoOn;
@@ -202,13 +202,14 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
             request->SetNonRepeaters(0);
             request->SetMaxRepetitions(repetitions);
           }
-          const std::optional<int> result = requester.Request(*request, *reply, stop);
+          const std::optional<snmp::ResponseCheck> result =
+              requester.Request(*request, *reply, stop);
           if (!result) {
             status = WalkStatus::kStopped;
             return;
           }
           // An answer that would not fit: ask again for half as many.
-          if (bulk && *result == kTooBig && repetitions > 1) {
+          if (bulk && *result == snmp::ResponseCheck::AgentError(kTooBig) && repetitions > 1) {
             repetitions /= 2;
             continue;
           }
@@ -300,7 +301,7 @@ std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjec
   message.SetRequestId(request.request_id);
   message.AddNullVarBind(kSysObjectIdOid);
   snmp::CSNMPMessage response(snmp::kPduResponse);
-  std::optional<int> result = 0;
+  std::optional<snmp::ResponseCheck> result;
   const std::wstring reason = ExchangeFailureReason(
       [&] {
         result = net::ExchangeRequest(request.host, request.port, settings, L"Get", message,
@@ -313,7 +314,7 @@ std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjec
   }
   if (!result)
     return std::nullopt;  // stopped: the window is closing
-  if (*result != 0) {
+  if (!result->Ok()) {
     events_.AddEventLine(snmp::RequestFailureLine(*result, kSysObjectIdOid, message, response));
     return std::nullopt;
   }

@@ -42,11 +42,11 @@ class CASNDataType {
     return EncodeContent(out) && out.PutLength(content_len_) && out.PutTag(tag_);
   }
   // Whole object, forwards: identifier octet (must be this object's tag), length, content.
-  // Returns 0 or the first negative result code; the object may be left partly filled.
-  [[nodiscard]] int Decode(CBerReader& in) {
-    if (const int r = in.ExpectTag(tag_); r != kBerOk)
+  // Returns kOk or the first fault; the object may be left partly filled.
+  [[nodiscard]] BerStatus Decode(CBerReader& in) {
+    if (const BerStatus r = in.ExpectTag(tag_); r != BerStatus::kOk)
       return r;
-    if (const int r = in.GetLength(content_len_); r != kBerOk)
+    if (const BerStatus r = in.GetLength(content_len_); r != BerStatus::kOk)
       return r;
     return DecodeContent(in);
   }
@@ -60,7 +60,7 @@ class CASNDataType {
   // The class's own content codecs. The encoder stores the content length it wrote; the
   // decoder reads the content whose length the length octets gave (content_len_).
   [[nodiscard]] virtual bool EncodeContent(CBerWriter& out) = 0;
-  [[nodiscard]] virtual int DecodeContent(CBerReader& in) = 0;
+  [[nodiscard]] virtual BerStatus DecodeContent(CBerReader& in) = 0;
 
   void SetContentLength(std::uint32_t len) { content_len_ = len; }
   void SetTag(std::uint32_t tag) { tag_ = tag; }

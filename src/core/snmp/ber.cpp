@@ -21,31 +21,31 @@ bool CBerWriter::PutLongLength(std::uint32_t len) {
   return true;
 }
 
-int CBerReader::GetLongLength(std::uint32_t& out_len) {
+BerStatus CBerReader::GetLongLength(std::uint32_t& out_len) {
   BerHeader h;
-  const int r = ReadLength(h, BerLengths::kLenient);
+  const BerStatus r = ReadLength(h, BerLengths::kLenient);
   out_len = h.length;
   return r;
 }
 
-int CBerReader::ReadLength(BerHeader& out, BerLengths rules) {
+BerStatus CBerReader::ReadLength(BerHeader& out, BerLengths rules) {
   using Fault = BerHeader::Fault;
   CBerReader at = *this;
   std::uint8_t first = 0;
-  if (at.GetByte(first) != kBerOk) {
+  if (at.GetByte(first) != BerStatus::kOk) {
     out.fault = Fault::kNoLength;
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   }
   out.length_octets = 0;
   out.length = first;
   if (first < 0x80) {
     *this = at;
-    return kBerOk;
+    return BerStatus::kOk;
   }
   if (first == 0x80 && rules == BerLengths::kStrict) {
     out.length = 0;
     out.fault = Fault::kIndefinite;
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   }
   const std::uint32_t n = first & 0x7Fu;
   out.length_octets = n;
@@ -53,7 +53,7 @@ int CBerReader::ReadLength(BerHeader& out, BerLengths rules) {
   const std::uint8_t* octets = at.Take(n);
   if (octets == nullptr) {
     out.fault = Fault::kLengthOctetsPastEnd;
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   }
   // Leading zero octets are allowed however many there are; the value must fit in 32 bits.
   std::uint64_t len = 0;
@@ -61,29 +61,29 @@ int CBerReader::ReadLength(BerHeader& out, BerLengths rules) {
     len = (len << 8) | octets[i];
     if (len > 0xFFFFFFFFu) {
       out.fault = Fault::kLengthTooWide;
-      return kBerBadLength;
+      return BerStatus::kBadLength;
     }
   }
   out.length = static_cast<std::uint32_t>(len);  // n == 0 (the byte 0x80) leaves 0
   *this = at;
-  return kBerOk;
+  return BerStatus::kOk;
 }
 
-int CBerReader::ReadHeader(BerHeader& out, BerLengths rules) {
+BerStatus CBerReader::ReadHeader(BerHeader& out, BerLengths rules) {
   out = BerHeader{};
   CBerReader at = *this;
-  if (at.GetByte(out.tag) != kBerOk) {
+  if (at.GetByte(out.tag) != BerStatus::kOk) {
     out.fault = BerHeader::Fault::kNoIdentifier;
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   }
-  if (const int r = at.ReadLength(out, rules); r != kBerOk)
+  if (const BerStatus r = at.ReadLength(out, rules); r != BerStatus::kOk)
     return r;
   if (ExceedsInput(out.length, at)) {
     out.fault = BerHeader::Fault::kContentPastEnd;
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   }
   *this = at;
-  return kBerOk;
+  return BerStatus::kOk;
 }
 
 bool EncodeSignedContent(CBerWriter& out, std::int32_t value, std::uint32_t& out_len) {
@@ -118,21 +118,21 @@ bool EncodeUnsignedContent(CBerWriter& out, std::uint64_t value, std::uint32_t& 
   return true;
 }
 
-int DecodeSignedContent(CBerReader& in, std::uint32_t len, std::int32_t& out_value) {
+BerStatus DecodeSignedContent(CBerReader& in, std::uint32_t len, std::int32_t& out_value) {
   if (ExceedsInput(len, in))
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   if (len == 0 || len > 5)
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   const std::uint8_t* bytes = in.Take(len);
   // A fifth byte may only repeat the sign of the four after it; anything else is wider than 32
   // bits and would be cut short.
   if (len == 5 && bytes[0] != ((bytes[1] & 0x80) != 0 ? 0xFF : 0x00))
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   std::uint32_t v = (bytes[0] & 0x80) != 0 ? 0xFFFFFFFFu : 0u;
   for (std::uint32_t i = 0; i < len; ++i)
     v = (v << 8) | bytes[i];
   out_value = static_cast<std::int32_t>(v);
-  return kBerOk;
+  return BerStatus::kOk;
 }
 
 namespace {
@@ -140,29 +140,29 @@ namespace {
 // Unsigned content of `len` bytes into a value of `width` bytes; one more byte is allowed only
 // as the leading 00 that keeps a top bit from reading as a sign.
 template <typename T>
-int DecodeUnsignedAs(CBerReader& in, std::uint32_t len, T& out_value) {
+BerStatus DecodeUnsignedAs(CBerReader& in, std::uint32_t len, T& out_value) {
   constexpr std::uint32_t kWidth = sizeof(T);
   if (ExceedsInput(len, in))
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   if (len == 0 || len > kWidth + 1)
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   const std::uint8_t* bytes = in.Take(len);
   if (len == kWidth + 1 && bytes[0] != 0)
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   T v = 0;
   for (std::uint32_t i = 0; i < len; ++i)
     v = static_cast<T>((v << 8) | bytes[i]);  // the leading 00 of a ninth byte shifts out
   out_value = v;
-  return kBerOk;
+  return BerStatus::kOk;
 }
 
 }  // namespace
 
-int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t& out_value) {
+BerStatus DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t& out_value) {
   return DecodeUnsignedAs(in, len, out_value);
 }
 
-int DecodeUnsigned64Content(CBerReader& in, std::uint32_t len, std::uint64_t& out_value) {
+BerStatus DecodeUnsigned64Content(CBerReader& in, std::uint32_t len, std::uint64_t& out_value) {
   return DecodeUnsignedAs(in, len, out_value);
 }
 
@@ -211,14 +211,14 @@ bool EncodeOidContent(CBerWriter& out, std::span<const std::uint32_t> arcs,
   return true;
 }
 
-int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs) {
+BerStatus DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs) {
   if (ExceedsInput(len, in))
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   if (len == 0)
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   const std::uint8_t* const start = in.Cursor();
   const std::uint8_t* const end = start + len;
-  (void)in.Skip(len);
+  (void)in.Skip(len);  // cannot fail: the length was checked above
   // Each content byte after the first gives at most one arc.
   out_arcs.resize_uninitialized(len + 1 < kMaxOidArcs ? len + 1 : kMaxOidArcs);
   std::uint32_t* const arcs = out_arcs.data();
@@ -230,23 +230,23 @@ int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs) {
     for (std::uint8_t b = 0x80; (b & 0x80) != 0;) {
       if (p == end || first > (0xFFFFFFFFull + 80) >> 7) {
         out_arcs.clear();
-        return kBerBadLength;
+        return BerStatus::kBadLength;
       }
       b = *p++;
       first = (first << 7) | (b & 0x7Fu);
     }
     if (first > 0xFFFFFFFFull + 80) {
       out_arcs.clear();
-      return kBerBadLength;
+      return BerStatus::kBadLength;
     }
   }
   arcs[0] = first < 40 ? 0 : first < 80 ? 1 : 2;
   arcs[1] = static_cast<std::uint32_t>(first - 40 * arcs[0]);
   std::size_t count = 2;
-  int result = kBerOk;
+  BerStatus result = BerStatus::kOk;
   while (p < end) {
     if (count >= kMaxOidArcs) {
-      result = kBerBadLength;
+      result = BerStatus::kBadLength;
       break;
     }
     std::uint32_t b = *p++;
@@ -260,15 +260,15 @@ int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs) {
     std::uint32_t before_shifts = 0;
     do {
       if (p == end) {
-        result = kBerBadLength;
+        result = BerStatus::kBadLength;
         break;
       }
       before_shifts |= arc;
       b = *p++;
       arc = (arc << 7) | (b & 0x7Fu);
     } while ((b & 0x80) != 0);
-    if (result != kBerOk || (before_shifts >> 25) != 0) {
-      result = kBerBadLength;
+    if (result != BerStatus::kOk || (before_shifts >> 25) != 0) {
+      result = BerStatus::kBadLength;
       break;
     }
     arcs[count++] = arc;

@@ -14,20 +14,14 @@
 
 namespace snmp {
 
-// Result codes of decoding (0 is success). The response checks add -6 to -11.
-enum BerResult : int {
-  kBerOk = 0,
-  kBerInternal = -1,   // a request of the wrong form, or nothing to decode into
-  kBerExhausted = -2,  // fewer bytes remain than are needed
-  kBerTrailing = -3,   // bytes left inside an element after its last field, or after the message
-  kBerWrongTag = -4,   // identifier octet differs from the expected one
-  kBerBadLength = -5,  // a length out of the range the content type accepts
-  kVersionMismatch = -6,
-  kCommunityMismatch = -7,
-  kRequestIdMismatch = -8,
-  kVarBindCountMismatch = -9,
-  kOidMismatch = -10,
-  kUnsupportedType = -11,
+// What decoding found: kOk, or the first fault that stopped it.
+enum class [[nodiscard]] BerStatus : std::uint8_t{
+    kOk,
+    kExhausted,        // fewer bytes remain than are needed
+    kTrailing,         // bytes left inside an element after its last field, or after the message
+    kWrongTag,         // identifier octet differs from the expected one
+    kBadLength,        // a length out of the range the content type accepts
+    kUnsupportedType,  // a binding's value has a tag no value type has
 };
 
 // Backwards writer over [buffer_start, cursor]. The free count is signed on purpose: one length
@@ -119,25 +113,27 @@ class CBerReader {
   const std::uint8_t* Cursor() const { return cursor_; }
 
   // Next byte without consuming it; false when nothing remains.
-  bool Peek(std::uint8_t& out_byte) const {
+  [[nodiscard]] bool Peek(std::uint8_t& out_byte) const {
     if (remain_ <= 0)
       return false;
     out_byte = *cursor_;
     return true;
   }
-  // Consumes one byte; kBerExhausted when nothing remains.
-  int GetByte(std::uint8_t& out_byte) {
+  // Consumes one byte; kExhausted when nothing remains.
+  [[nodiscard]] BerStatus GetByte(std::uint8_t& out_byte) {
     if (remain_ <= 0)
-      return kBerExhausted;
+      return BerStatus::kExhausted;
     out_byte = *cursor_++;
     --remain_;
-    return kBerOk;
+    return BerStatus::kOk;
   }
-  // Consumes `len` bytes; kBerExhausted (and nothing consumed) when fewer remain.
-  int Skip(std::uint32_t len) { return Take(len) != nullptr ? kBerOk : kBerExhausted; }
+  // Consumes `len` bytes; kExhausted (and nothing consumed) when fewer remain.
+  [[nodiscard]] BerStatus Skip(std::uint32_t len) {
+    return Take(len) != nullptr ? BerStatus::kOk : BerStatus::kExhausted;
+  }
   // Consumes `len` bytes and answers where they start; null (and nothing consumed) when fewer
   // remain.
-  const std::uint8_t* Take(std::uint32_t len) {
+  [[nodiscard]] const std::uint8_t* Take(std::uint32_t len) {
     if (static_cast<std::int64_t>(len) > remain_)
       return nullptr;
     const std::uint8_t* taken = cursor_;
@@ -146,42 +142,43 @@ class CBerReader {
     return taken;
   }
 
-  // Identifier octet: kBerExhausted if none, kBerWrongTag if it is not `tag`.
-  int ExpectTag(std::uint32_t tag) {
+  // Identifier octet: kExhausted if none, kWrongTag if it is not `tag`.
+  [[nodiscard]] BerStatus ExpectTag(std::uint32_t tag) {
     std::uint8_t b = 0;
-    if (GetByte(b) != kBerOk)
-      return kBerExhausted;
-    return b == static_cast<std::uint8_t>(tag) && tag <= 0xFF ? kBerOk : kBerWrongTag;
+    if (GetByte(b) != BerStatus::kOk)
+      return BerStatus::kExhausted;
+    return b == static_cast<std::uint8_t>(tag) && tag <= 0xFF ? BerStatus::kOk
+                                                              : BerStatus::kWrongTag;
   }
   // Length octets (X.690 8.1.3) into out_len. Up to four significant bytes; leading zero bytes
-  // beyond four are skipped, a non-zero one gives kBerBadLength. 0x80 (the indefinite form) is
+  // beyond four are skipped, a non-zero one gives kBadLength. 0x80 (the indefinite form) is
   // read as length 0 on purpose.
-  int GetLength(std::uint32_t& out_len) {
+  [[nodiscard]] BerStatus GetLength(std::uint32_t& out_len) {
     if (remain_ > 0 && *cursor_ < 0x80) {  // the short form, by far the most common
       out_len = *cursor_++;
       --remain_;
-      return kBerOk;
+      return BerStatus::kOk;
     }
     return GetLongLength(out_len);
   }
 
   // Identifier and length octets of the next element, whatever its tag, checked against what
   // is left for its content; on success they are consumed and the content is next. Otherwise
-  // nothing is consumed and out.fault says why: kBerExhausted or kBerBadLength.
-  int ReadHeader(BerHeader& out, BerLengths rules);
+  // nothing is consumed and out.fault says why: kExhausted or kBadLength.
+  [[nodiscard]] BerStatus ReadHeader(BerHeader& out, BerLengths rules);
 
   // Splits off the next `len` bytes as their own reader and consumes them here.
-  int Split(std::uint32_t len, CBerReader& out_child) {
+  [[nodiscard]] BerStatus Split(std::uint32_t len, CBerReader& out_child) {
     if (static_cast<std::int64_t>(len) > remain_)
-      return kBerExhausted;
+      return BerStatus::kExhausted;
     out_child = CBerReader(cursor_, static_cast<std::int32_t>(len));
     return Skip(len);
   }
 
  private:
-  int GetLongLength(std::uint32_t& out_len);
+  [[nodiscard]] BerStatus GetLongLength(std::uint32_t& out_len);
   // Length octets into out (length_octets, length, fault), consumed only on success.
-  int ReadLength(BerHeader& out, BerLengths rules);
+  [[nodiscard]] BerStatus ReadLength(BerHeader& out, BerLengths rules);
 
   const std::uint8_t* cursor_;
   std::int32_t remain_;
@@ -201,13 +198,16 @@ using COidArcs = tvkutil::CSmallVector<std::uint32_t, 32>;
 [[nodiscard]] bool EncodeUnsignedContent(CBerWriter& out, std::uint64_t value,
                                          std::uint32_t& out_len);
 // Signed INTEGER content of `len` bytes: 1 to 5 bytes and a value that fits in 32 bits (a
-// fifth byte only as the sign of the other four), else kBerBadLength.
-int DecodeSignedContent(CBerReader& in, std::uint32_t len, std::int32_t& out_value);
+// fifth byte only as the sign of the other four), else kBadLength.
+[[nodiscard]] BerStatus DecodeSignedContent(CBerReader& in, std::uint32_t len,
+                                            std::int32_t& out_value);
 // Unsigned 32-bit content: 1 to 5 bytes, a fifth only as a leading 00 (0xFFFFFFFF is
-// 00 FF FF FF FF); anything wider gives kBerBadLength.
-int DecodeUnsignedContent(CBerReader& in, std::uint32_t len, std::uint32_t& out_value);
+// 00 FF FF FF FF); anything wider gives kBadLength.
+[[nodiscard]] BerStatus DecodeUnsignedContent(CBerReader& in, std::uint32_t len,
+                                              std::uint32_t& out_value);
 // Unsigned 64-bit content (Counter64): 1 to 9 bytes, a ninth only as a leading 00.
-int DecodeUnsigned64Content(CBerReader& in, std::uint32_t len, std::uint64_t& out_value);
+[[nodiscard]] BerStatus DecodeUnsigned64Content(CBerReader& in, std::uint32_t len,
+                                                std::uint64_t& out_value);
 // True when arcs can start an OBJECT IDENTIFIER (X.690 8.19.4): at least two, the first 0, 1 or
 // 2, and the second below 40 under 0 or 1.
 bool IsEncodableOid(std::span<const std::uint32_t> arcs);
@@ -215,8 +215,8 @@ bool IsEncodableOid(std::span<const std::uint32_t> arcs);
 // base 128 like the others, so 2.999 takes two bytes. Fails for arcs IsEncodableOid refuses.
 [[nodiscard]] bool EncodeOidContent(CBerWriter& out, std::span<const std::uint32_t> arcs,
                                     std::uint32_t& out_len);
-// At most kMaxOidArcs arcs; more gives kBerBadLength, and so does an arc above 2^32-1 or a last
+// At most kMaxOidArcs arcs; more gives kBadLength, and so does an arc above 2^32-1 or a last
 // sub-identifier that runs past the content's length.
-int DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs);
+[[nodiscard]] BerStatus DecodeOidContent(CBerReader& in, std::uint32_t len, COidArcs& out_arcs);
 
 }  // namespace snmp

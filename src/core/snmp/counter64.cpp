@@ -15,7 +15,7 @@ bool CCounter64::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CCounter64::DecodeContent(CBerReader& in) {
+BerStatus CCounter64::DecodeContent(CBerReader& in) {
   return DecodeUnsigned64Content(in, ContentLength(), value_);
 }
 

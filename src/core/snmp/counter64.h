@@ -19,7 +19,7 @@ class CCounter64 final : public CASNDataType {
 
  protected:
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   std::uint64_t value_ = 0;

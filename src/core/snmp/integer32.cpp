@@ -15,7 +15,7 @@ bool CInteger32::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CInteger32::DecodeContent(CBerReader& in) {
+BerStatus CInteger32::DecodeContent(CBerReader& in) {
   return DecodeSignedContent(in, ContentLength(), value_);
 }
 

@@ -19,7 +19,7 @@ class CInteger32 final : public CASNDataType {
 
  protected:
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   std::int32_t value_ = 0;

@@ -48,15 +48,15 @@ bool CIPAddress::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CIPAddress::DecodeContent(CBerReader& in) {
+BerStatus CIPAddress::DecodeContent(CBerReader& in) {
   const std::uint32_t len = ContentLength();
   const std::uint8_t* bytes = in.Cursor();
-  if (const int r = in.Skip(len); r != kBerOk)
+  if (const BerStatus r = in.Skip(len); r != BerStatus::kOk)
     return r;
   if (len != 4)  // RFC 2578: an IpAddress is exactly four bytes
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   octets_.assign(bytes, bytes + len);
-  return kBerOk;
+  return BerStatus::kOk;
 }
 
 }  // namespace snmp

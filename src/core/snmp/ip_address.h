@@ -25,7 +25,7 @@ class CIPAddress final : public CASNDataType {
 
  protected:
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   // A received address keeps whatever length the peer sent.

@@ -201,7 +201,7 @@ class CTreeDecoder {
     // The codec's own reader, with the strict length rule.
     CBerReader reader(data_ + start, static_cast<std::int32_t>(in.end - start));
     BerHeader h;
-    if (reader.ReadHeader(h, BerLengths::kStrict) != kBerOk) {
+    if (reader.ReadHeader(h, BerLengths::kStrict) != BerStatus::kOk) {
       FailHeader(h, in, field, start);
       return false;
     }
@@ -224,7 +224,8 @@ class CTreeDecoder {
 
   // The damage node for identifier and length octets that did not read: it covers the length
   // octets, or the identifier octet when there are none.
-  void FailHeader(const BerHeader& h, const Span& in, const std::wstring& field, std::size_t start) {
+  void FailHeader(const BerHeader& h, const Span& in, const std::wstring& field,
+                  std::size_t start) {
     using Fault = BerHeader::Fault;
     const std::size_t octets = 1 + h.length_octets;  // after the identifier octet
     switch (h.fault) {
@@ -244,8 +245,7 @@ class CTreeDecoder {
                     h.tag);
       case Fault::kLengthTooWide:
         return Fail(in.node, start + 1, octets, field,
-                    L"a length of " + Bytes(h.length_octets) + L" does not fit in 32 bits",
-                    h.tag);
+                    L"a length of " + Bytes(h.length_octets) + L" does not fit in 32 bits", h.tag);
       default:  // the content runs past the end
         return Fail(in.node, start + 1, octets, field,
                     L"length " + std::to_wstring(h.length) + L" runs past the end of the " +
@@ -351,7 +351,7 @@ class CTreeDecoder {
       return {};
     CBerReader in(data_ + t.offset, static_cast<std::int32_t>(t.content + t.length - t.offset));
     std::wstring text;
-    if (value->Decode(in) == kBerOk)
+    if (value->Decode(in) == BerStatus::kOk)
       (void)ValueToText(*value, text);
     return text;
   }
@@ -370,7 +370,7 @@ class CTreeDecoder {
       return false;
     const MessageNode& n = nodes_.back();
     CBerReader content(data_ + n.offset + (n.size - n.length), static_cast<std::int32_t>(n.length));
-    (void)DecodeSignedContent(content, n.length, value);
+    (void)DecodeSignedContent(content, n.length, value);  // CheckContent took length and width
     return true;
   }
 

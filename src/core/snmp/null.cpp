@@ -7,8 +7,8 @@ bool CNull::EncodeContent(CBerWriter& /*out*/) {
   return true;
 }
 
-int CNull::DecodeContent(CBerReader& /*in*/) {
-  return kBerOk;
+BerStatus CNull::DecodeContent(CBerReader& /*in*/) {
+  return BerStatus::kOk;
 }
 
 }  // namespace snmp

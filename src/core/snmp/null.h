@@ -14,7 +14,7 @@ class CNull : public CASNDataType {
 
   bool EncodeContent(CBerWriter& out) override;
   // Reads nothing: content bytes of a non-zero length are left for the next element to read.
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 };
 
 class CNoSuchObject : public CNull {

@@ -75,14 +75,14 @@ bool COctetString::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int COctetString::DecodeContent(CBerReader& in) {
+BerStatus COctetString::DecodeContent(CBerReader& in) {
   const std::uint32_t len = ContentLength();
   const std::uint8_t* bytes = in.Take(len);
   if (bytes == nullptr)
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   bytes_.assign(bytes, bytes + len);
   received_ = true;
-  return kBerOk;
+  return BerStatus::kOk;
 }
 
 }  // namespace snmp

@@ -33,7 +33,7 @@ class COctetString : public CASNDataType {
 
   // The content is the held bytes; its length is their count.
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   COctets bytes_;

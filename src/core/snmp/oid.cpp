@@ -87,7 +87,7 @@ bool COid::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int COid::DecodeContent(CBerReader& in) {
+BerStatus COid::DecodeContent(CBerReader& in) {
   return DecodeOidContent(in, ContentLength(), arcs_);
 }
 

@@ -35,7 +35,7 @@ class COid final : public CASNDataType {
   // Fails for arcs that cannot start an identifier (IsEncodableOid), or with more than can be
   // decoded again (128).
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   COidArcs arcs_;

@@ -12,16 +12,16 @@ bool CPDU::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CPDU::DecodeContent(CBerReader& in) {
+BerStatus CPDU::DecodeContent(CBerReader& in) {
   CBerReader content(nullptr, 0);
-  if (const int r = in.Split(ContentLength(), content); r != kBerOk)
+  if (const BerStatus r = in.Split(ContentLength(), content); r != BerStatus::kOk)
     return r;
-  int r = request_id_.Decode(content);
-  if (r == kBerOk)
+  BerStatus r = request_id_.Decode(content);
+  if (r == BerStatus::kOk)
     r = error_status_.Decode(content);
-  if (r == kBerOk)
+  if (r == BerStatus::kOk)
     r = error_index_.Decode(content);
-  if (r == kBerOk)
+  if (r == BerStatus::kOk)
     r = varbinds_.Decode(content);
   return r;
 }

@@ -37,7 +37,7 @@ class CPDU final : public CASNDataType {
   bool EncodeContent(CBerWriter& out) override;
   // The members are read from this PDU's own content only, so bytes after it stay for the
   // message to find.
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   CInteger32 request_id_;

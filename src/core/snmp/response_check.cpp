@@ -38,24 +38,31 @@ constexpr std::array<const wchar_t*, 18> kStatusTexts = {
 
 }  // namespace
 
-std::wstring InternalErrorText(int code) {
-  switch (code) {
-    case kUnsupportedType:
+std::wstring InternalErrorText(const ResponseCheck& check) {
+  switch (check.failure) {
+    case CheckFailure::kUnsupportedType:
       return L"Unsupported value type";
-    case kOidMismatch:
+    case CheckFailure::kOidMismatch:
       return L"OID mismatch in request/response message";
-    case kVarBindCountMismatch:
+    case CheckFailure::kVarBindCountMismatch:
       return L"VarBind count mismatch in request/response message";
-    case kRequestIdMismatch:
+    case CheckFailure::kRequestIdMismatch:
       return L"Request ID mismatch in request/response message";
-    case kCommunityMismatch:
+    case CheckFailure::kCommunityMismatch:
       return L"Community name mismatch in request/response message";
-    case kVersionMismatch:
+    case CheckFailure::kVersionMismatch:
       return L"SNMP version mismatch in request/response message";
-    case kBerBadLength:
-      return L"Invalid BER encoding length";
-    case kBerWrongTag:
-      return L"Incorrect BER encoding type";
+    case CheckFailure::kNotDecoded:
+      switch (check.decode) {
+        case BerStatus::kBadLength:
+          return L"Invalid BER encoding length";
+        case BerStatus::kWrongTag:
+          return L"Incorrect BER encoding type";
+        case BerStatus::kUnsupportedType:
+          return L"Unsupported value type";
+        default:
+          return kUnknownError;
+      }
     default:
       return kUnknownError;
   }
@@ -90,89 +97,90 @@ bool HasExceptionValue(const CVarBindList& binds) {
 }  // namespace
 
 // ValidateResponse without the reason; a friend of the message, as ValidateResponse is.
-int CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
-                        const CSNMPMessage& request);
+ResponseCheck CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
+                                  const CSNMPMessage& request);
 
-int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
-                     const CSNMPMessage& request) {
+ResponseCheck ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
+                               const CSNMPMessage& request) {
   response.malformed_reason_.clear();
-  const int result = CheckResponseFields(bytes, response, request);
+  const ResponseCheck result = CheckResponseFields(bytes, response, request);
   // Mismatches are about a well-formed message; everything else is told in the decoded view's
   // words, so the event log and the view agree.
-  if (result < 0 && (result >= kBerBadLength || result == kUnsupportedType) &&
-      result != kBerInternal)
+  if (result.failure == CheckFailure::kNotDecoded ||
+      result.failure == CheckFailure::kUnsupportedType)
     response.malformed_reason_ = MalformedMessageReason(bytes);
   return result;
 }
 
-int CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
-                        const CSNMPMessage& request) {
+ResponseCheck CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
+                                  const CSNMPMessage& request) {
+  using Check = ResponseCheck;
   if (request.IsTrap())
-    return kBerInternal;  // a trap has no response
+    return Check::Failed(CheckFailure::kWrongForm);  // a trap has no response
   CPDU* pdu = response.Pdu();
   if (pdu == nullptr || bytes.size() > static_cast<std::size_t>(INT32_MAX))
-    return kBerInternal;
+    return Check::Failed(CheckFailure::kWrongForm);
   CBerReader in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
 
   std::uint32_t len = 0;
-  if (const int r = in.ExpectTag(kTagSequence); r != kBerOk)
-    return r;
-  if (const int r = in.GetLength(len); r != kBerOk)
-    return r;
+  if (const BerStatus r = in.ExpectTag(kTagSequence); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
+  if (const BerStatus r = in.GetLength(len); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
   if (ExceedsInput(len, in))
-    return kBerExhausted;
+    return Check::NotDecoded(BerStatus::kExhausted);
 
-  if (const int r = response.version_.Decode(in); r != kBerOk)
-    return r;
+  if (const BerStatus r = response.version_.Decode(in); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
   if (response.Version() != request.Version())
-    return kVersionMismatch;
-  if (const int r = response.DecodeCommunity(in); r != kBerOk)
-    return r;
+    return Check::Failed(CheckFailure::kVersionMismatch);
+  if (const BerStatus r = response.DecodeCommunity(in); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
   if (!std::ranges::equal(response.CommunityBytes(), request.CommunityBytes()))
-    return kCommunityMismatch;  // exact: byte for byte, so case counts
+    return Check::Failed(CheckFailure::kCommunityMismatch);  // exact: byte for byte, so case counts
 
   // The PDU is read member by member so that each can be compared as soon as it is known.
-  if (const int r = in.ExpectTag(kPduResponse); r != kBerOk)
-    return r;
-  if (const int r = in.GetLength(len); r != kBerOk)
-    return r;
+  if (const BerStatus r = in.ExpectTag(kPduResponse); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
+  if (const BerStatus r = in.GetLength(len); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
   CBerReader content(nullptr, 0);
-  if (const int r = in.Split(len, content); r != kBerOk)
-    return r;
-  if (const int r = pdu->RequestId().Decode(content); r != kBerOk)
-    return r;
+  if (const BerStatus r = in.Split(len, content); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
+  if (const BerStatus r = pdu->RequestId().Decode(content); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
   if (response.RequestId() != request.RequestId())
-    return kRequestIdMismatch;
-  if (const int r = pdu->ErrorStatus().Decode(content); r != kBerOk)
-    return r;
-  if (const int r = pdu->ErrorIndex().Decode(content); r != kBerOk)
-    return r;
+    return Check::Failed(CheckFailure::kRequestIdMismatch);
+  if (const BerStatus r = pdu->ErrorStatus().Decode(content); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
+  if (const BerStatus r = pdu->ErrorIndex().Decode(content); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
   const std::int32_t status = response.ErrorStatus();
-  // A negative status is no SNMP status at all; it must not pass for one of our own codes.
+  // A negative status is no SNMP status at all.
   if (status < 0)
-    return kBerInternal;
+    return Check::Failed(CheckFailure::kWrongForm);
   if (status != 0)
-    return status;
+    return Check::AgentError(status);
 
-  if (const int r = pdu->VarBinds().Decode(content); r != kBerOk)
-    return r;
+  if (const BerStatus r = pdu->VarBinds().Decode(content); r != BerStatus::kOk)
+    return Check::NotDecoded(r);
   const CVarBindList& got = response.VarBinds();
   if (response.Version() == kSnmpVersion1 && HasExceptionValue(got))
-    return kUnsupportedType;
+    return Check::Failed(CheckFailure::kUnsupportedType);
   const CVarBindList& sent = request.VarBinds();
   // A GetBulk answer holds as many bindings as the agent chose to return (RFC 3416 4.2.3).
   if (request.PduType() != kPduGetBulkRequest && got.Count() != sent.Count())
-    return kVarBindCountMismatch;
+    return Check::Failed(CheckFailure::kVarBindCountMismatch);
   // A get-next answer names the next object by design, so only get and set compare names.
   if (request.PduType() == kPduGetRequest || request.PduType() == kPduSetRequest) {
     for (int i = 1; i <= got.Count(); ++i) {
       const COid* a = got.Get(i)->Name();
       const COid* b = sent.Get(i)->Name();
       if (a == nullptr || b == nullptr || !(*a == *b))
-        return kOidMismatch;
+        return Check::Failed(CheckFailure::kOidMismatch);
     }
   }
-  return content.Empty() && in.Empty() ? kBerOk : kBerTrailing;
+  return content.Empty() && in.Empty() ? Check{} : Check::NotDecoded(BerStatus::kTrailing);
 }
 
 namespace {
@@ -202,21 +210,21 @@ std::wstring RequestFailureReasonLine(const CSNMPMessage& request, const std::ws
   return tvkutil::FormatN(prefix + L"Reason: '%s'.", tvkutil::kMaxLogLineLen, oid_text, reason);
 }
 
-std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
+std::wstring RequestFailureLine(const ResponseCheck& result, const std::wstring& oid_text,
                                 const CSNMPMessage& request, const CSNMPMessage& response) {
-  if (result < 0) {
+  if (result.failure != CheckFailure::kNone) {
     return RequestFailureReasonLine(request, oid_text,
                                     response.MalformedReason().empty()
                                         ? InternalErrorText(result)
                                         : response.MalformedReason());
   }
   const std::wstring prefix = FailurePrefix(request);
-  if (result == 0 || prefix.empty())
+  if (result.error_status == 0 || prefix.empty())
     return {};
   const std::wstring code = tvkutil::FormatN(L"Error Code:%d, Error Index:%d", SIZE_MAX,
                                              response.ErrorStatus(), response.ErrorIndex());
   return tvkutil::FormatN(prefix + L"%s. ('%s').", tvkutil::kMaxLogLineLen, oid_text, code,
-                          ErrorStatusText(result));
+                          ErrorStatusText(result.error_status));
 }
 
 }  // namespace snmp

@@ -9,21 +9,56 @@
 
 namespace snmp {
 
-// Decodes `bytes` into `response` (a fresh message of type kPduResponse) and compares it with
-// `request` as it reads, stopping at the first difference. Order: trap request (-1), message
-// header, version (-6), community (-7), PDU type must be Response (-4), request id (-8), error
-// status (a non-zero status is the result), bindings, their count (-9; not for a GetBulk, whose
-// answer holds as many as the agent chose), for get and set the names in order (-10), bytes
-// after the PDU (-3). Exception values in a version 1 answer are SNMPv2 only (-11). Returns 0,
-// the agent's positive error status, or a negative code; on 0 `response` holds the decoded
-// bindings. When the bytes do not decode, `response` also keeps the decoded view's reason and
-// offset (MalformedReason), which the failure line shows.
-int ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
-                     const CSNMPMessage& request);
+// Why a response does not answer the request it was checked against.
+enum class CheckFailure : std::uint8_t {
+  kNone,
+  kNotDecoded,  // the bytes are no SNMP message: ResponseCheck::decode says what stopped them
+  kWrongForm,   // the request has no answer (a trap), or the status is negative, so no SNMP one
+  kVersionMismatch,
+  kCommunityMismatch,
+  kRequestIdMismatch,
+  kVarBindCountMismatch,
+  kOidMismatch,
+  kUnsupportedType,  // an SNMPv2 exception value in a version 1 answer
+};
 
-// "Unsupported value type" ... for the negative codes; "Unknown internal application error"
-// for -1 to -3 and anything unknown.
-std::wstring InternalErrorText(int code);
+// What checking a response found: ok, the agent's non-zero error status, or one failure.
+struct [[nodiscard]] ResponseCheck {
+  CheckFailure failure = CheckFailure::kNone;
+  BerStatus decode = BerStatus::kOk;  // the fault, when failure is kNotDecoded
+  std::int32_t error_status = 0;      // the agent's (positive), when failure is kNone
+
+  static constexpr ResponseCheck Failed(CheckFailure why) { return {why, BerStatus::kOk, 0}; }
+  static constexpr ResponseCheck NotDecoded(BerStatus why) {
+    return {CheckFailure::kNotDecoded, why, 0};
+  }
+  static constexpr ResponseCheck AgentError(std::int32_t status) {
+    return {CheckFailure::kNone, BerStatus::kOk, status};
+  }
+
+  constexpr bool Ok() const { return failure == CheckFailure::kNone && error_status == 0; }
+  // The answer fits the request, and the agent refused it with this status.
+  constexpr bool IsAgentError() const {
+    return failure == CheckFailure::kNone && error_status != 0;
+  }
+  friend constexpr bool operator==(const ResponseCheck&, const ResponseCheck&) = default;
+};
+
+// Decodes `bytes` into `response` (a fresh message of type kPduResponse) and compares it with
+// `request` as it reads, stopping at the first difference. Order: trap request (kWrongForm),
+// message header, version, community, PDU type must be Response (not decoded: kWrongTag),
+// request id, error status (a non-zero status is the result; a negative one kWrongForm),
+// bindings, their count (not for a GetBulk, whose answer holds as many as the agent chose), for
+// get and set the names in order, bytes after the PDU (not decoded: kTrailing). Exception
+// values in a version 1 answer are SNMPv2 only (kUnsupportedType). When it is Ok `response`
+// holds the decoded bindings. When the bytes do not decode, `response` also keeps the decoded
+// view's reason and offset (MalformedReason), which the failure line shows.
+ResponseCheck ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
+                               const CSNMPMessage& request);
+
+// "Unsupported value type", "OID mismatch in request/response message" ... for a failure;
+// "Unknown internal application error" for the rest.
+std::wstring InternalErrorText(const ResponseCheck& check);
 // The text of an SNMP error status 1 to 18; "Unknown internal application error" otherwise.
 std::wstring ErrorStatusText(int status);
 
@@ -31,12 +66,12 @@ std::wstring ErrorStatusText(int status);
 // it finds none.
 std::wstring MalformedMessageReason(std::span<const std::uint8_t> bytes);
 // The event-log line for a failed get, set or get-next (a get-bulk reads as a get-next; empty
-// for 0 or any other request type):
-// "<Op> request failed for OID '<oid>'. Reason: '<text>'." for a negative code (the response's
-// MalformedReason when it has one, else the code's text) and
+// when Ok, or for any other request type):
+// "<Op> request failed for OID '<oid>'. Reason: '<text>'." for a failure (the response's
+// MalformedReason when it has one, else InternalErrorText) and
 // "<Op> request failed for OID '<oid>'. Error Code:<s>, Error Index:<i>. ('<text>')." for an
 // error status. At most tvkutil::kMaxLogLineLen characters.
-std::wstring RequestFailureLine(int result, const std::wstring& oid_text,
+std::wstring RequestFailureLine(const ResponseCheck& result, const std::wstring& oid_text,
                                 const CSNMPMessage& request, const CSNMPMessage& response);
 // The first form with a reason text of the caller's, for failures the checks above do not know
 // (the exchange's own: time-out, no route, ...).

@@ -30,7 +30,7 @@ const std::wstring& CSNMPMessage::Community() const {
   return community_text_;
 }
 
-int CSNMPMessage::DecodeCommunity(CBerReader& in) {
+BerStatus CSNMPMessage::DecodeCommunity(CBerReader& in) {
   community_text_made_ = false;
   return community_.Decode(in);
 }
@@ -122,9 +122,9 @@ bool CSNMPMessage::EncodeInto(std::span<std::uint8_t> buffer,
   return true;
 }
 
-int CSNMPMessage::DecodeFrom(std::span<const std::uint8_t> bytes) {
+BerStatus CSNMPMessage::DecodeFrom(std::span<const std::uint8_t> bytes) {
   if (bytes.size() > static_cast<std::size_t>(INT32_MAX))
-    return kBerBadLength;
+    return BerStatus::kBadLength;
   CBerReader reader(bytes.data(), static_cast<std::int32_t>(bytes.size()));
   return Decode(reader);
 }
@@ -137,16 +137,16 @@ bool CSNMPMessage::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CSNMPMessage::DecodeContent(CBerReader& in) {
+BerStatus CSNMPMessage::DecodeContent(CBerReader& in) {
   if (ExceedsInput(ContentLength(), in))
-    return kBerExhausted;
-  int r = version_.Decode(in);
-  if (r == kBerOk)
+    return BerStatus::kExhausted;
+  BerStatus r = version_.Decode(in);
+  if (r == BerStatus::kOk)
     r = DecodeCommunity(in);
-  if (r == kBerOk)
+  if (r == BerStatus::kOk)
     r = PduObject().Decode(in);
-  if (r == kBerOk && !in.Empty())
-    r = kBerTrailing;
+  if (r == BerStatus::kOk && !in.Empty())
+    r = BerStatus::kTrailing;
   return r;
 }
 

@@ -19,6 +19,8 @@ inline constexpr std::int32_t kSnmpVersion2c = 1;
 // Every request and trap is encoded into a buffer of this size.
 inline constexpr std::int32_t kMessageBufferLen = 65535;
 
+struct ResponseCheck;
+
 class CSNMPMessage : public CASNDataType {
  public:
   // A message holds a CTrapPDU when pdu_type is kPduTrapV1 and a CPDU of that type otherwise.
@@ -72,8 +74,8 @@ class CSNMPMessage : public CASNDataType {
   // bytes at the end of buffer.
   [[nodiscard]] bool EncodeInto(std::span<std::uint8_t> buffer,
                                 std::span<const std::uint8_t>& out_message);
-  // Decodes a whole message from bytes; bytes left after the PDU give kBerTrailing.
-  [[nodiscard]] int DecodeFrom(std::span<const std::uint8_t> bytes);
+  // Decodes a whole message from bytes; bytes left after the PDU give kTrailing.
+  [[nodiscard]] BerStatus DecodeFrom(std::span<const std::uint8_t> bytes);
 
   // What was wrong with the bytes a response was last checked from, and where ("length 64 runs
   // past the end of the message (12 bytes left) at offset 1"); empty when they decoded.
@@ -81,11 +83,13 @@ class CSNMPMessage : public CASNDataType {
 
  protected:
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
-  friend int ValidateResponse(std::span<const std::uint8_t>, CSNMPMessage&, const CSNMPMessage&);
-  friend int CheckResponseFields(std::span<const std::uint8_t>, CSNMPMessage&, const CSNMPMessage&);
+  friend ResponseCheck ValidateResponse(std::span<const std::uint8_t>, CSNMPMessage&,
+                                        const CSNMPMessage&);
+  friend ResponseCheck CheckResponseFields(std::span<const std::uint8_t>, CSNMPMessage&,
+                                           const CSNMPMessage&);
 
   CPDU* Pdu() { return std::get_if<CPDU>(&pdu_); }
   const CPDU* Pdu() const { return std::get_if<CPDU>(&pdu_); }
@@ -97,7 +101,7 @@ class CSNMPMessage : public CASNDataType {
 
   CInteger32 version_;
   // Decodes the community, forgetting the text made of the old one.
-  int DecodeCommunity(CBerReader& in);
+  [[nodiscard]] BerStatus DecodeCommunity(CBerReader& in);
 
   COctetString community_;
   mutable std::wstring community_text_;

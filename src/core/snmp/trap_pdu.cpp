@@ -12,20 +12,20 @@ bool CTrapPDU::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CTrapPDU::DecodeContent(CBerReader& in) {
+BerStatus CTrapPDU::DecodeContent(CBerReader& in) {
   CBerReader content(nullptr, 0);
-  if (const int r = in.Split(ContentLength(), content); r != kBerOk)
+  if (const BerStatus r = in.Split(ContentLength(), content); r != BerStatus::kOk)
     return r;
-  int r = enterprise_.Decode(content);
-  if (r == kBerOk)
+  BerStatus r = enterprise_.Decode(content);
+  if (r == BerStatus::kOk)
     r = agent_address_.Decode(content);
-  if (r == kBerOk)
+  if (r == BerStatus::kOk)
     r = generic_trap_.Decode(content);
-  if (r == kBerOk)
+  if (r == BerStatus::kOk)
     r = specific_trap_.Decode(content);
-  if (r == kBerOk)
+  if (r == BerStatus::kOk)
     r = time_stamp_.Decode(content);
-  if (r == kBerOk)
+  if (r == BerStatus::kOk)
     r = varbinds_.Decode(content);
   return r;
 }

@@ -30,7 +30,7 @@ class CTrapPDU final : public CASNDataType {
 
  protected:
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   COid enterprise_;

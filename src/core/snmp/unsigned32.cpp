@@ -15,7 +15,7 @@ bool CUnsigned32::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CUnsigned32::DecodeContent(CBerReader& in) {
+BerStatus CUnsigned32::DecodeContent(CBerReader& in) {
   return DecodeUnsignedContent(in, ContentLength(), value_);
 }
 

@@ -22,7 +22,7 @@ class CUnsigned32 : public CASNDataType {
   CUnsigned32(AsnTag tag, std::wstring_view text);
 
   bool EncodeContent(CBerWriter& out) override;
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   std::uint32_t value_ = 0;

@@ -33,22 +33,22 @@ bool CVarBind::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CVarBind::DecodeContent(CBerReader& in) {
+BerStatus CVarBind::DecodeContent(CBerReader& in) {
   if (ExceedsInput(ContentLength(), in))
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   // The name's arcs are overwritten in place; an old value goes as soon as the name fails.
   has_name_ = true;
-  if (const int r = name_.Decode(in); r != kBerOk) {
+  if (const BerStatus r = name_.Decode(in); r != BerStatus::kOk) {
     value_.Reset();
     return r;
   }
   std::uint8_t tag = 0;
   if (!in.Peek(tag)) {
     value_.Reset();
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   }
   if (!value_.Set(tag))
-    return kUnsupportedType;
+    return BerStatus::kUnsupportedType;
   return value_.Get()->Decode(in);
 }
 

@@ -31,7 +31,7 @@ class CVarBind final : public CASNDataType {
   bool EncodeContent(CBerWriter& out) override;
   // Reads the name, then chooses the value's class by the tag it finds; a tag no value type
   // has gives kUnsupportedType.
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   // Both held in place; "absent" is a flag for the name and an empty slot for the value.

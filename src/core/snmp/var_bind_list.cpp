@@ -74,17 +74,17 @@ bool CVarBindList::EncodeContent(CBerWriter& out) {
   return true;
 }
 
-int CVarBindList::DecodeContent(CBerReader& in) {
+BerStatus CVarBindList::DecodeContent(CBerReader& in) {
   if (ExceedsInput(ContentLength(), in))
-    return kBerExhausted;
+    return BerStatus::kExhausted;
   RemoveAll();
   while (!in.Empty()) {
-    if (const int r = binds_.emplace_back().Decode(in); r != kBerOk) {
+    if (const BerStatus r = binds_.emplace_back().Decode(in); r != BerStatus::kOk) {
       binds_.pop_back();
       return r;
     }
   }
-  return kBerOk;
+  return BerStatus::kOk;
 }
 
 }  // namespace snmp

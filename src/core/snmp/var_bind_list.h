@@ -40,7 +40,7 @@ class CVarBindList : public CASNDataType {
   bool EncodeContent(CBerWriter& out) override;
   // Reads bindings until the input ends, not until the list's own length does: the list is
   // always the last element of a PDU, so whatever follows it is read as further bindings.
-  int DecodeContent(CBerReader& in) override;
+  [[nodiscard]] BerStatus DecodeContent(CBerReader& in) override;
 
  private:
   // A request's few bindings live in place; a long answer's go to the heap.

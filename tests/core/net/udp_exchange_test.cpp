@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -70,11 +71,16 @@ struct RecordingSink : logs::ITransactionSink {
   std::vector<Entry> entries;
 };
 
+constexpr snmp::ResponseCheck kOk{};
+constexpr auto kCommunityMismatch =
+    snmp::ResponseCheck::Failed(snmp::CheckFailure::kCommunityMismatch);
+constexpr auto kIdMismatch = snmp::ResponseCheck::Failed(snmp::CheckFailure::kRequestIdMismatch);
+
 struct Outcome {
-  int result = 99;
-  int thrown = 0;  // the SNMPINTERNALERROR, if one was thrown
+  std::optional<snmp::ResponseCheck> result;  // none when the exchange threw
+  int thrown = 0;                             // the SNMPINTERNALERROR, if one was thrown
   long ms = 0;
-  std::wstring value;  // of the first binding when the result is 0
+  std::wstring value;  // of the first binding when the result is ok
   int bindings = 0;
   RecordingSink sink;
 };
@@ -95,7 +101,7 @@ Outcome RunGet(std::uint16_t port, const net::UdpSettings& settings,
   o.ms = static_cast<long>((Clock::now() - start) / 1ms);
   o.bindings = response.VarBinds().Count();
   std::uint32_t tag = 0;
-  if (o.result == 0 && o.bindings > 0)
+  if (o.result == kOk && o.bindings > 0)
     response.GetVarBind(1)->ValueText(o.value, tag);
   return o;
 }
@@ -104,20 +110,24 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
   const struct {
     const char* what;
     Replies replies;
-    int result;
+    snmp::ResponseCheck result;
     long min_ms;         // how long the exchange must have waited at least
     std::size_t logged;  // datagrams received and logged: only the agent's
   } cases[] = {
-      {"another community", {{GoodReply(7, "public")}}, -7, 0, 1},
+      {"another community", {{GoodReply(7, "public")}}, kCommunityMismatch, 0, 1},
       // An answer to another request is waited past within the same try; with nothing else by
       // the end, the mismatch is the result.
-      {"another request id only", {{GoodReply(8)}}, -8, 300, 1},
+      {"another request id only", {{GoodReply(8)}}, kIdMismatch, 300, 1},
       {"another request id first",
        {{StrayReply(6), 0, false}, {GoodReply(), 100, false}},
-       0,
+       kOk,
        100,
        2},
-      {"stray from another port", {{StrayReply(7), 0, true}, {GoodReply(), 100, false}}, 0, 100, 1},
+      {"stray from another port",
+       {{StrayReply(7), 0, true}, {GoodReply(), 100, false}},
+       kOk,
+       100,
+       1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -126,7 +136,7 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
     EXPECT_EQ(o.thrown, 0);
     EXPECT_EQ(o.result, c.result);
     EXPECT_GE(o.ms, c.min_ms - 10);
-    if (c.result == 0) {
+    if (c.result.Ok()) {
       EXPECT_EQ(o.value, L"hello");
       EXPECT_EQ(o.bindings, 1);
     }
@@ -141,10 +151,14 @@ TEST(RequestExchange, AFloodNeverStretchesTheWait) {
   const struct {
     const char* what;
     Replies flood;
-    int thrown, result;
+    int thrown;
+    std::optional<snmp::ResponseCheck> result;
   } cases[] = {
-      {"from another port", {{GoodReply(), 0, true}}, -6, 99},
-      {"with other request ids", {{GoodReply(8), 0, false}, {GoodReply(6), 0, false}}, 0, -8},
+      {"from another port", {{GoodReply(), 0, true}}, -6, std::nullopt},
+      {"with other request ids",
+       {{GoodReply(8), 0, false}, {GoodReply(6), 0, false}},
+       0,
+       kIdMismatch},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -172,7 +186,7 @@ TEST(RequestExchange, AnAnswerToAnEarlierTryIsTakenDuringALaterOne) {
   const FakeAgent agent = Always({{GoodReply(), 700}});
   const Outcome o = RunGet(agent.Port(), Settings(1, 500));
   EXPECT_EQ(o.thrown, 0);
-  EXPECT_EQ(o.result, 0);
+  EXPECT_EQ(o.result, kOk);
   EXPECT_EQ(o.value, L"hello");
   EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 2U);
 }
@@ -184,7 +198,7 @@ TEST(RequestExchange, EmptyOrTruncatedReplyIsJudgedAtOnceAndNeverCrashes) {
     const FakeAgent agent = Always({{Bytes(full.begin(), full.begin() + static_cast<long>(cut))}});
     const Outcome o = RunGet(agent.Port(), Settings(2, 30000));
     EXPECT_EQ(o.thrown, 0);
-    EXPECT_EQ(o.result < 0, cut < full.size());
+    EXPECT_EQ(o.result != kOk, cut < full.size());
     EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 1U);  // an empty reply is no reason to resend
     EXPECT_LT(o.ms, 15000);                             // judged, not waited out
   }
@@ -217,7 +231,7 @@ TEST(RequestExchange, OverIPv6AndFromAChosenAdapterTheLogKeepsBothEnds) {
     const FakeAgent agent =
         Always({{StrayReply(), 0, true}, {GoodReply(), 50, false}}, v6 ? AF_INET6 : AF_INET);
     const Outcome o = RunGet(agent.Port(), v6 ? Settings(0, 1000, true) : from_adapter);
-    EXPECT_EQ(o.result, 0);
+    EXPECT_EQ(o.result, kOk);
     EXPECT_EQ(o.value, L"hello");
     const auto got = agent.Received();
     ASSERT_EQ(got.size(), 1U);
@@ -310,7 +324,8 @@ TEST(RequestExchange, EachFailureThrowsItsCodeWithItsText) {
     set.AddVarBind(L".1.3.6.1.2.1.1.4.0", snmp::kTagOctetString, std::wstring(4000, L'x'));
   RecordingSink sink;
   try {
-    net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(0, 100), L"Set", set, response, sink);
+    (void)net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(0, 100), L"Set", set, response,
+                               sink);  // throws
     ADD_FAILURE() << "no exception";
   } catch (net::SNMPINTERNALERROR e) {
     EXPECT_EQ(e, -4);
@@ -385,7 +400,7 @@ TEST(SnmpRequester, OneSocketAndAQuickAnswerWaitThatTakesOnlyThePeerAndStopsSpin
       request.SetRequestId(id);
       snmp::CSNMPMessage response(snmp::kPduResponse);
       ops.receives = 0;
-      EXPECT_EQ(requester.Request(request, response), std::optional<int>(0)) << id;
+      EXPECT_EQ(requester.Request(request, response), kOk) << id;
     }
     // A slow agent's answers are slept for: the drain, the stray, the answer.
     if (delay_ms > 0) {

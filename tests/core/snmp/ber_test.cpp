@@ -15,6 +15,7 @@ namespace {
 
 using namespace testing_support;
 using namespace std::string_literals;
+using enum BerStatus;
 
 // Encodes a whole object into a buffer of `room` bytes; "FAIL" when it does not fit.
 std::string EncodeHex(CASNDataType& value, std::int32_t room = 4096) {
@@ -31,16 +32,16 @@ S Times(int n, const S& s) {
   return n == 0 ? S() : s + Times(n - 1, s);
 }
 
-// Decodes `hex` as a value of `tag`; the result code, and the text when it decoded.
-std::pair<int, std::wstring> Decode(std::uint32_t tag, const std::string& hex) {
+// Decodes `hex` as a value of `tag`; the result, and the text when it decoded.
+std::pair<BerStatus, std::wstring> Decode(std::uint32_t tag, const std::string& hex) {
   const std::vector<std::uint8_t> bytes = Hex(hex);
   auto value = CreateValue(tag);
   CBerReader r(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-  const int result = value->Decode(r);
+  const BerStatus result = value->Decode(r);
   std::wstring text = L"<unchanged>";  // Null and the exception values read as the empty text
-  if (result == kBerOk)
+  if (result == kOk)
     (void)ValueToText(*value, text);
-  return {result, result != kBerOk ? L"" : r.Empty() ? text : text + L" (bytes left)"};
+  return {result, result != kOk ? L"" : r.Empty() ? text : text + L" (bytes left)"};
 }
 
 TEST(ValueCodec, TextEncodesAndDecodesBack) {
@@ -80,43 +81,43 @@ TEST(ValueCodec, TextEncodesAndDecodesBack) {
     auto value = CreateValue(tag, text);
     ASSERT_NE(value, nullptr) << hex;
     EXPECT_EQ(EncodeHex(*value), hex);
-    EXPECT_EQ(Decode(tag, hex), std::pair(0, shown)) << hex;
+    EXPECT_EQ(Decode(tag, hex), std::pair(kOk, shown)) << hex;
   }
 }
 
 TEST(ValueCodec, DecodeTable) {
-  const std::tuple<std::uint32_t, std::string, int, std::wstring> cases[] = {
-      {kTagInteger32, "02 84 00 00 00 01 05", kBerOk, L"5"},
-      {kTagInteger32, "02 85 00 00 00 00 01 05", kBerOk, L"5"},         // zero beyond four skipped
-      {kTagInteger32, "02 05 ff 80 00 00 00", kBerOk, L"-2147483648"},  // fifth byte: the sign
+  const std::tuple<std::uint32_t, std::string, BerStatus, std::wstring> cases[] = {
+      {kTagInteger32, "02 84 00 00 00 01 05", kOk, L"5"},
+      {kTagInteger32, "02 85 00 00 00 00 01 05", kOk, L"5"},         // zero beyond four skipped
+      {kTagInteger32, "02 05 ff 80 00 00 00", kOk, L"-2147483648"},  // fifth byte: the sign
       // Wider than the type: refused, not cut to the last four bytes.
-      {kTagInteger32, "02 05 80 00 00 00 01", kBerBadLength, L""},
-      {kTagInteger32, "02 05 00 ff ff ff ff", kBerBadLength, L""},
-      {kTagCounter32, "41 05 01 00 00 00 05", kBerBadLength, L""},
-      {kTagTimeTicks, "43 06 00 00 00 00 00 05", kBerBadLength, L""},
-      {kTagCounter64, "46 09 01 00 00 00 00 00 00 00 00", kBerBadLength, L""},
-      {kTagIpAddress, "40 05 01 02 03 04 05", kBerBadLength, L""},
-      {kTagIpAddress, "40 00", kBerBadLength, L""},
+      {kTagInteger32, "02 05 80 00 00 00 01", kBadLength, L""},
+      {kTagInteger32, "02 05 00 ff ff ff ff", kBadLength, L""},
+      {kTagCounter32, "41 05 01 00 00 00 05", kBadLength, L""},
+      {kTagTimeTicks, "43 06 00 00 00 00 00 05", kBadLength, L""},
+      {kTagCounter64, "46 09 01 00 00 00 00 00 00 00 00", kBadLength, L""},
+      {kTagIpAddress, "40 05 01 02 03 04 05", kBadLength, L""},
+      {kTagIpAddress, "40 00", kBadLength, L""},
       // A sub-identifier that runs past the OID's length, even into bytes that follow it.
-      {kTagOid, "06 01 88", kBerBadLength, L""},
-      {kTagOid, "06 02 2b 81 00", kBerBadLength, L""},
-      {kTagOid, "06 06 2b 90 80 80 80 00", kBerBadLength, L""},  // arc 2^32
-      {kTagOid, "06 05 90 80 80 80 50", kBerBadLength, L""},     // 2.(2^32)
-      {kTagOctetString, "04 06 48 65 6c 6c 6f 00", kBerOk, std::wstring(L"Hello\0", 6)},
-      {kTagOctetString, "04 03 48 00 65", kBerOk, L"48 00 65"},  // an inner zero makes it data
-      {kTagOctetString, "04 02 c3 28", kBerOk, L"c3 28"},        // malformed UTF-8
-      {kTagOctetString, "04 80", kBerOk, L""},                   // 0x80 read as length 0
-      {kTagNull, "05 02", kBerOk, L""},                          // Null reads no content
-      {kTagInteger32, "04 01 41", kBerWrongTag, L""},
-      {kTagInteger32, "02 00", kBerBadLength, L""},
-      {kTagInteger32, "02 06 01 02 03 04 05 06", kBerBadLength, L""},
-      {kTagInteger32, "02 85 01 00 00 00 01 05", kBerBadLength, L""},
-      {kTagInteger32, "02 84 ff ff ff ff 00", kBerExhausted, L""},
-      {kTagCounter64, "46 0a 00 00 00 00 00 00 00 00 00 01", kBerBadLength, L""},
-      {kTagOid, "06 00", kBerBadLength, L""},
+      {kTagOid, "06 01 88", kBadLength, L""},
+      {kTagOid, "06 02 2b 81 00", kBadLength, L""},
+      {kTagOid, "06 06 2b 90 80 80 80 00", kBadLength, L""},  // arc 2^32
+      {kTagOid, "06 05 90 80 80 80 50", kBadLength, L""},     // 2.(2^32)
+      {kTagOctetString, "04 06 48 65 6c 6c 6f 00", kOk, std::wstring(L"Hello\0", 6)},
+      {kTagOctetString, "04 03 48 00 65", kOk, L"48 00 65"},  // an inner zero makes it data
+      {kTagOctetString, "04 02 c3 28", kOk, L"c3 28"},        // malformed UTF-8
+      {kTagOctetString, "04 80", kOk, L""},                   // 0x80 read as length 0
+      {kTagNull, "05 02", kOk, L""},                          // Null reads no content
+      {kTagInteger32, "04 01 41", kWrongTag, L""},
+      {kTagInteger32, "02 00", kBadLength, L""},
+      {kTagInteger32, "02 06 01 02 03 04 05 06", kBadLength, L""},
+      {kTagInteger32, "02 85 01 00 00 00 01 05", kBadLength, L""},
+      {kTagInteger32, "02 84 ff ff ff ff 00", kExhausted, L""},
+      {kTagCounter64, "46 0a 00 00 00 00 00 00 00 00 00 01", kBadLength, L""},
+      {kTagOid, "06 00", kBadLength, L""},
       // 128 arcs (126 sub-identifiers after the first byte) decode; 129 do not.
-      {kTagOid, "06 7f 2b" + Times(126, " 01"s), kBerOk, L".1.3" + Times(126, L".1"s)},
-      {kTagOid, "06 81 80 2b" + Times(127, " 01"s), kBerBadLength, L""},
+      {kTagOid, "06 7f 2b" + Times(126, " 01"s), kOk, L".1.3" + Times(126, L".1"s)},
+      {kTagOid, "06 81 80 2b" + Times(127, " 01"s), kBadLength, L""},
   };
   for (const auto& [tag, hex, result, shown] : cases)
     EXPECT_EQ(Decode(tag, hex), std::pair(result, shown)) << hex;
@@ -132,7 +133,7 @@ TEST(ValueCodec, LengthFormsAndTheWritersRoom) {
     COctetString s(std::wstring(len, L'a'));
     const std::string hex = EncodeHex(s, 70000);
     EXPECT_EQ(hex.substr(0, prefix.size()), prefix) << len;
-    EXPECT_EQ(Decode(kTagOctetString, hex), std::pair(0, std::wstring(len, L'a'))) << len;
+    EXPECT_EQ(Decode(kTagOctetString, hex), std::pair(kOk, std::wstring(len, L'a'))) << len;
   }
   // Long-form lengths keep one byte of slack: 200 bytes of content need 203 bytes of room.
   COctetString s(std::wstring(200, L'x'));

@@ -12,6 +12,7 @@ namespace snmp {
 namespace {
 
 using namespace testing_support;
+using enum BerStatus;
 
 std::string EncodeHex(CSNMPMessage& msg, std::size_t room = kMessageBufferLen) {
   std::vector<std::uint8_t> buf(room);
@@ -29,7 +30,7 @@ TEST(Message, GetRequestBytesAndTheTrailingByte) {
   EXPECT_EQ(EncodeHex(*get, 39), "FAIL");
 
   CSNMPMessage trailing(kPduGetRequest);
-  EXPECT_EQ(trailing.DecodeFrom(Hex(std::string(kGet) + " 00")), kBerTrailing);
+  EXPECT_EQ(trailing.DecodeFrom(Hex(std::string(kGet) + " 00")), kTrailing);
 }
 
 // A walk's GetBulk (RFC 3416): non-repeaters and max-repetitions where error-status and
@@ -46,12 +47,12 @@ TEST(Message, GetBulkRequestBytesAndTheNextRequestFromItsAnswer) {
 
   bulk->SetRequestId(6);
   CSNMPMessage answer(kPduResponse);
-  ASSERT_EQ(ValidateResponse(
-                Hex("30 37 02 01 01 04 06 67 65 74 63 6f 6d a2 2a 02 01 06 02 01 00 02 01 00 30 "
-                    "1f 30 0e 06 08 2b 06 01 02 01 01 01 00 04 02 61 62 30 0d 06 08 2b 06 01 02 "
-                    "01 01 03 00 43 01 2a"),
-                answer, *bulk),
-            kBerOk);
+  ASSERT_TRUE(ValidateResponse(
+                  Hex("30 37 02 01 01 04 06 67 65 74 63 6f 6d a2 2a 02 01 06 02 01 00 02 01 00 30 "
+                      "1f 30 0e 06 08 2b 06 01 02 01 01 01 00 04 02 61 62 30 0d 06 08 2b 06 01 02 "
+                      "01 01 03 00 43 01 2a"),
+                  answer, *bulk)
+                  .Ok());
   ASSERT_EQ(answer.VarBinds().Count(), 2);
   EXPECT_FALSE(answer.VarBinds().KeepOnlyNameOf(3));
   ASSERT_TRUE(answer.VarBinds().KeepOnlyNameOf(2));
@@ -72,7 +73,7 @@ TEST(Message, EveryKindRoundTripsAndSurvivesTruncation) {
     ASSERT_NE(hex, "FAIL");
     const std::vector<std::uint8_t> bytes = Hex(hex);
     CSNMPMessage back(msg.PduType());
-    ASSERT_EQ(back.DecodeFrom(bytes), kBerOk);
+    ASSERT_EQ(back.DecodeFrom(bytes), kOk);
     if (msg.GetVarBind(1)->Value()->Tag() != kTagCounter64) {  // its decoding keeps 32 bits
       EXPECT_EQ(EncodeHex(back), hex);
     }
@@ -80,7 +81,7 @@ TEST(Message, EveryKindRoundTripsAndSurvivesTruncation) {
       // An exact-size heap block, so any overread lands outside it.
       std::vector<std::uint8_t> part(bytes.begin(), bytes.begin() + static_cast<long>(cut));
       CSNMPMessage partial(msg.PduType());
-      EXPECT_NE(partial.DecodeFrom(part), kBerOk) << "cut at " << cut;
+      EXPECT_NE(partial.DecodeFrom(part), kOk) << "cut at " << cut;
     }
   }
 }
@@ -94,11 +95,11 @@ TEST(Message, TrapFieldsAndRequestFieldsBelongToTheirPduKind) {
 }
 
 TEST(VarBind, DecodeEdges) {
-  const std::tuple<const char*, int, int> cases[] = {
-      {"30 00", kBerOk, 0},                                 // empty list at the end
+  const std::tuple<const char*, BerStatus, int> cases[] = {
+      {"30 00", kOk, 0},                                    // empty list at the end
       {"30 07 30 05 06 01 2b 45 00", kUnsupportedType, 0},  // value tag 0x45
       // Bytes after the list's own length are read as further bindings.
-      {"30 08 30 06 06 01 2b 02 01 05 30 06 06 01 2b 02 01 06", kBerOk, 2},
+      {"30 08 30 06 06 01 2b 02 01 05 30 06 06 01 2b 02 01 06", kOk, 2},
   };
   for (const auto& [hex, result, count] : cases) {
     const auto bytes = Hex(hex);

@@ -61,47 +61,60 @@ struct Exchange {
 
 const std::string kLong(300, 'x');  // a reply of 256 bytes or more: two length octets
 
+constexpr ResponseCheck kOk{};
+constexpr ResponseCheck Failed(CheckFailure why) {
+  return ResponseCheck::Failed(why);
+}
+constexpr ResponseCheck Bad(BerStatus why) {
+  return ResponseCheck::NotDecoded(why);
+}
+
 TEST(ResponseCheck, OrderOfChecks) {
-  const std::pair<Exchange, int> cases[] = {
-      {{}, 0},
-      {{.status = 2, .names = {}}, 2},  // the agent's status wins over the bindings
-      {{.version = 1, .community = "public"}, kVersionMismatch},
-      {{.community = "GETCOM", .request_id = 9}, kCommunityMismatch},  // case counts
-      {{.request_id = 6}, kRequestIdMismatch},
-      {{.pdu_tag = 0xa0}, kBerWrongTag},
-      {{.names = {kSysDescr, kSysDescr}}, kVarBindCountMismatch},
-      {{.names = {kSysContact}}, kOidMismatch},
-      {{.names = {kSysContact}, .request_type = kPduGetNextRequest}, 0},  // get-next moves on
-      {{.trailer = "00"}, kBerTrailing},
-      {{.request_type = kPduTrapV1}, kBerInternal},  // a trap has no response
-      {{.names = {kSysContact}, .request_type = kPduSetRequest}, kOidMismatch},
+  using enum CheckFailure;
+  const std::pair<Exchange, ResponseCheck> cases[] = {
+      {{}, kOk},
+      // The agent's status wins over the bindings.
+      {{.status = 2, .names = {}}, ResponseCheck::AgentError(2)},
+      {{.version = 1, .community = "public"}, Failed(kVersionMismatch)},
+      {{.community = "GETCOM", .request_id = 9}, Failed(kCommunityMismatch)},  // case counts
+      {{.request_id = 6}, Failed(kRequestIdMismatch)},
+      {{.pdu_tag = 0xa0}, Bad(BerStatus::kWrongTag)},
+      {{.names = {kSysDescr, kSysDescr}}, Failed(kVarBindCountMismatch)},
+      {{.names = {kSysContact}}, Failed(kOidMismatch)},
+      {{.names = {kSysContact}, .request_type = kPduGetNextRequest}, kOk},  // get-next moves on
+      {{.trailer = "00"}, Bad(BerStatus::kTrailing)},
+      {{.request_type = kPduTrapV1}, Failed(kWrongForm)},  // a trap has no response
+      {{.value_tlv = "45 00"}, Bad(BerStatus::kUnsupportedType)},
+      {{.value_tlv = "80 00"}, Failed(kUnsupportedType)},  // SNMPv2 only
+      {{.names = {kSysContact}, .request_type = kPduSetRequest}, Failed(kOidMismatch)},
       {{.names = {kSysDescr, kSysContact}, .asked = {L".1.3.6.1.2.1.1.1.0", L".1.3.6.1.2.1.1.1.0"}},
-       kOidMismatch},  // only the second name differs
+       Failed(kOidMismatch)},  // only the second name differs
       {{.names = {kSysDescr, kSysContact}, .asked = {L".1.3.6.1.2.1.1.1.0", L".1.3.6.1.2.1.1.4.0"}},
-       0},
-      {{.value = kLong}, 0},
-      {{.value = kLong, .length_octets = 3}, 0},
-      {{.value = kLong, .length_octets = 4}, 0},
-      {{.length_octets = 4}, 0},
-      {{.length_octets = 1}, 0},
+       kOk},
+      {{.value = kLong}, kOk},
+      {{.value = kLong, .length_octets = 3}, kOk},
+      {{.value = kLong, .length_octets = 4}, kOk},
+      {{.length_octets = 4}, kOk},
+      {{.length_octets = 1}, kOk},
   };
   for (const auto& [exchange, result] : cases) {
     SCOPED_TRACE(ToHex(exchange.Reply()));
     CSNMPMessage response(kPduResponse);
     EXPECT_EQ(ValidateResponse(exchange.Reply(), response, *exchange.Request()), result);
-    if (result == 0) {
+    if (result.Ok()) {
       std::wstring text;
       ASSERT_TRUE(ValueToText(*response.GetVarBind(1)->Value(), text));
       EXPECT_EQ(text, std::wstring(exchange.value.begin(), exchange.value.end()));
     }
   }
-  // Every truncated reply ends with a code; the copies make overreads visible to the sanitizer.
+  // Every truncated reply runs out; the copies make overreads visible to the sanitizer.
   for (const Exchange& exchange : {Exchange{}, Exchange{.value = kLong, .length_octets = 3}}) {
     const Bytes full = exchange.Reply();
     for (std::size_t cut = 0; cut < full.size(); ++cut) {
       CSNMPMessage response(kPduResponse);
       const Bytes part(full.begin(), full.begin() + static_cast<long>(cut));
-      EXPECT_LT(ValidateResponse(part, response, *exchange.Request()), 0) << cut;
+      EXPECT_EQ(ValidateResponse(part, response, *exchange.Request()), Bad(BerStatus::kExhausted))
+          << cut;
     }
   }
 }
@@ -136,8 +149,8 @@ TEST(ResponseCheck, MalformedRepliesAreRefusedWithOffsetAndCause) {
     SCOPED_TRACE(ToHex(reply));
     CSNMPMessage response(kPduResponse);
     const auto request = Exchange{}.Request();
-    const int result = ValidateResponse(reply, response, *request);
-    EXPECT_LT(result, 0);
+    const ResponseCheck result = ValidateResponse(reply, response, *request);
+    EXPECT_NE(result.failure, CheckFailure::kNone);
     EXPECT_EQ(RequestFailureLine(result, L".1.3.6.1.2.1.1.1.0", *request, response),
               L"Get request failed for OID '.1.3.6.1.2.1.1.1.0'. Reason: '" + reason + L"'.");
   }
@@ -146,7 +159,7 @@ TEST(ResponseCheck, MalformedRepliesAreRefusedWithOffsetAndCause) {
   const Exchange v2{.version = 1, .value_tlv = "82 00"};
   auto request = MakeMessage(kSnmpVersion2c, L"getcom", kPduGetNextRequest, 5,
                              {Bind(L".1.3.6.1.2.1.1.1.0", kTagNull, L"")});
-  EXPECT_EQ(ValidateResponse(v2.Reply(), response, *request), 0);
+  EXPECT_EQ(ValidateResponse(v2.Reply(), response, *request), kOk);
 }
 
 TEST(ResponseCheck, FailureLines) {
@@ -155,18 +168,35 @@ TEST(ResponseCheck, FailureLines) {
   response.SetErrorStatus(2);
   response.SetErrorIndex(1);
   const std::wstring oid = L".1.3.6.1.2.1.1.9.0";
-  EXPECT_EQ(RequestFailureLine(2, oid, get, response),
+  EXPECT_EQ(RequestFailureLine(ResponseCheck::AgentError(2), oid, get, response),
             L"Get request failed for OID '.1.3.6.1.2.1.1.9.0'. Error Code:2, Error Index:1. "
             L"('Requested OID not found in the MIB view').");
-  EXPECT_EQ(RequestFailureLine(-6, oid, set, response),
+  EXPECT_EQ(RequestFailureLine(Failed(CheckFailure::kVersionMismatch), oid, set, response),
             L"Set request failed for OID '.1.3.6.1.2.1.1.9.0'. Reason: 'SNMP version mismatch in "
             L"request/response message'.");
-  EXPECT_EQ(RequestFailureLine(-2, oid, next, response),
+  EXPECT_EQ(RequestFailureLine(Bad(BerStatus::kExhausted), oid, next, response),
             L"GetNext request failed for OID '.1.3.6.1.2.1.1.9.0'. Reason: 'Unknown internal "
             L"application error'.");
-  EXPECT_EQ(RequestFailureLine(-10, oid, trap, response), L"");  // traps have no wording
-  EXPECT_EQ(RequestFailureLine(0, oid, get, response), L"");     // success has no line
-  EXPECT_EQ(RequestFailureLine(-5, std::wstring(600, L'1'), get, response).size(), 511u);
+  EXPECT_EQ(RequestFailureLine(Failed(CheckFailure::kOidMismatch), oid, trap, response), L"");
+  EXPECT_EQ(RequestFailureLine(kOk, oid, get, response), L"");  // success has no line
+  EXPECT_EQ(
+      RequestFailureLine(Bad(BerStatus::kBadLength), std::wstring(600, L'1'), get, response).size(),
+      511u);
+  using enum CheckFailure;
+  const std::pair<ResponseCheck, std::wstring> texts[] = {
+      {Failed(kCommunityMismatch), L"Community name mismatch in request/response message"},
+      {Failed(kRequestIdMismatch), L"Request ID mismatch in request/response message"},
+      {Failed(kVarBindCountMismatch), L"VarBind count mismatch in request/response message"},
+      {Failed(kOidMismatch), L"OID mismatch in request/response message"},
+      {Failed(kUnsupportedType), L"Unsupported value type"},
+      {Bad(BerStatus::kUnsupportedType), L"Unsupported value type"},
+      {Bad(BerStatus::kBadLength), L"Invalid BER encoding length"},
+      {Bad(BerStatus::kWrongTag), L"Incorrect BER encoding type"},
+      {Bad(BerStatus::kTrailing), L"Unknown internal application error"},
+      {Failed(kWrongForm), L"Unknown internal application error"},
+  };
+  for (const auto& [check, text] : texts)
+    EXPECT_EQ(InternalErrorText(check), text);
   EXPECT_EQ(ErrorStatusText(19), L"Unknown internal application error");
 }
 
