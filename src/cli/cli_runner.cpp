@@ -21,12 +21,12 @@ namespace {
 struct CommandRun {
   std::string_view name;
   int (*run)(CliContext&);
-  bool stoppable;  // Ctrl+C raises the context's stop event instead of ending the process
+  bool stoppable;  // Ctrl+C requests the context's stop instead of ending the process
 };
 
 constexpr CommandRun kRuns[] = {
-    {"get", RunGet, false},    {"getnext", RunGetNext, false}, {"set", RunSet, false},
-    {"walk", RunWalk, true},   {"trap", RunTrap, false},       {"ping", RunPing, false},
+    {"get", RunGet, true},     {"getnext", RunGetNext, true}, {"set", RunSet, true},
+    {"walk", RunWalk, true},   {"trap", RunTrap, false},      {"ping", RunPing, true},
     {"sweep", RunSweep, true},
 };
 

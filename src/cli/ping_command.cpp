@@ -26,13 +26,13 @@ int RunPing(CliContext& context) {
     out << TerminalText(tvkutil::FromUtf8Lenient(text)) << "\n" << std::flush;
   });
   CCliOperationUi ui(context);
-  switch (pages::RunPing(target, ui, context.transactions)) {
+  switch (pages::RunPing(target, ui, context.transactions, context.stop)) {
     case pages::PingOutcome::kRefused:
       return kExitUsage;
     case pages::PingOutcome::kUnresolved:
       return kExitFailure;
     case pages::PingOutcome::kNoReply:
-      return kExitNoAnswer;
+      return context.stop.stop_requested() ? kExitStopped : kExitNoAnswer;
     case pages::PingOutcome::kReply:
       break;
   }

@@ -1,66 +1,50 @@
-// get, getnext and set: one request carrying every OID of the command line, over the exchange
-// the Get/Set page uses, with the page's failure wording.
+// get, getnext and set: the Get/Set page's operation, with one typed request carrying every OID
+// of the command line, and the page's failure wording on standard error.
+#include <memory>
 #include <string>
 
 #include "cli/commands.h"
-#include "net/request_exchange.h"
-#include "snmp/response_check.h"
+#include "ops/get_set_operation.h"
 #include "snmp/snmp_rules.h"
-#include "snmp/type_names.h"
 
 namespace cli {
 
 namespace {
 
-// The OID a failure line names: the one the agent's error index points at, else the first.
-std::wstring FailedOid(const CommandLine& line, const snmp::CSNMPMessage& response,
-                       bool agent_error) {
-  const bool set = !line.bindings.empty();
-  const std::size_t count = set ? line.bindings.size() : line.oids.size();
-  const std::int32_t index = agent_error ? response.ErrorIndex() : 0;
-  const std::size_t at = index >= 1 && static_cast<std::size_t>(index) <= count
-                             ? static_cast<std::size_t>(index) - 1
-                             : 0;
-  return set ? line.bindings[at].oid : line.oids[at];
-}
-
-int RunRequest(CliContext& context, std::uint32_t pdu_type, const wchar_t* source) {
+int RunRequest(CliContext& context, pages::GetSetMode mode) {
   const CommandLine& line = context.line;
-  snmp::CSNMPMessage request(snmp::VersionIndex(line.snmp_version), line.community, pdu_type);
-  // One request per run from a socket of its own: the first id a page would use.
-  request.SetRequestId(0);
-  if (pdu_type == snmp::kPduSetRequest) {
+  pages::GetSetRequest request;
+  request.mode = mode;
+  request.host = line.host;
+  request.version = snmp::VersionIndex(line.snmp_version);
+  request.port = line.port;
+  request.community = line.community;
+  if (mode == pages::GetSetMode::kSet) {
     for (const BindingArg& b : line.bindings)
-      request.AddVarBind(b.oid, b.tag, b.value);
+      request.bindings.push_back({b.oid, b.tag, b.value});
   } else {
     for (const std::wstring& oid : line.oids)
-      request.AddNullVarBind(oid);
+      request.bindings.push_back({oid, snmp::kTagNull, {}});
   }
-  snmp::CSNMPMessage response(snmp::kPduResponse);
+  // One request per run from a socket of its own: the first id a page would use.
+  request.request_id = 0;
 
-  snmp::ResponseCheck result;
-  try {
-    result = *net::ExchangeRequest(line.host, line.port, context.udp, source, request, response,
-                                   context.transactions);
-  } catch (net::SNMPINTERNALERROR code) {
-    context.Error(snmp::RequestFailureReasonLine(
-        request, FailedOid(line, response, false),
-        net::SnmpInternalErrorText(code, line.host, context.udp.use_ipv6)));
-    return code == net::kSnmpTimeoutError ? kExitNoAnswer : kExitFailure;
-  } catch (...) {
-    context.Error(snmp::RequestFailureReasonLine(
-        request, FailedOid(line, response, false),
-        net::SnmpInternalErrorText(net::kSnmpUnknownError, line.host, context.udp.use_ipv6)));
-    return kExitFailure;
+  CCliEventLines lines(context);
+  const pages::CGetSetOperation operation(app::GetSetSettings{}, lines, context.transactions);
+  const pages::GetSetReply reply = operation.Exchange(request, context.udp, nullptr, context.stop);
+  switch (reply.result.failure) {
+    case net::ExchangeFailure::kNone:
+      break;
+    case net::ExchangeFailure::kStopped:
+      return kExitStopped;
+    case net::ExchangeFailure::kTimeout:
+      return kExitNoAnswer;
+    case net::ExchangeFailure::kAgentError:
+      return kExitAgentError;
+    default:
+      return kExitFailure;
   }
-  if (!result.Ok()) {
-    context.Error(snmp::RequestFailureLine(result, FailedOid(line, response, result.IsAgentError()),
-                                           request, response));
-    // The agent's error status, or an answer that does not fit the request.
-    return result.IsAgentError() ? kExitAgentError : kExitFailure;
-  }
-
-  for (int i = 1; const snmp::CVarBind* bind = response.GetVarBind(i); ++i)
+  for (int i = 1; const snmp::CVarBind* bind = reply.response->GetVarBind(i); ++i)
     context.printer.PrintBinding(*bind);
   return kExitDone;
 }
@@ -68,15 +52,15 @@ int RunRequest(CliContext& context, std::uint32_t pdu_type, const wchar_t* sourc
 }  // namespace
 
 int RunGet(CliContext& context) {
-  return RunRequest(context, snmp::kPduGetRequest, L"Get");
+  return RunRequest(context, pages::GetSetMode::kGet);
 }
 
 int RunGetNext(CliContext& context) {
-  return RunRequest(context, snmp::kPduGetNextRequest, L"GetNext");
+  return RunRequest(context, pages::GetSetMode::kGetNext);
 }
 
 int RunSet(CliContext& context) {
-  return RunRequest(context, snmp::kPduSetRequest, L"Set");
+  return RunRequest(context, pages::GetSetMode::kSet);
 }
 
 }  // namespace cli

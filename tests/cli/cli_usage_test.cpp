@@ -131,18 +131,21 @@ TEST(CliUsage, OutputFilesThatCannotBeFinishedKeepTheOldOnes) {
 }
 
 // Ctrl+C ends a get at once: its old log stays and no temporary file is left.
-TEST(CliUsage, CtrlCDuringAGetKeepsTheOldLog) {
+// Ctrl+C ends a Get's wait at once, however long its time-out (15 s here, longer than the
+// test waits for the process), and the log of what was sent replaces the old one.
+TEST(CliUsage, CtrlCDuringAGetStopsItsWaitAndWritesTheLog) {
   sondara_test::TempFolder dir;
   sondara_test::WriteFile(dir / "get.log", "old log");
   FakeAgent agent(Silent());
   Cli cli;
-  const auto get = cli.Start({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "5000",
+  const auto get = cli.Start({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "15000",
                               "--log", dir / "get.log", ".1.3.6.1.2.1.1.4.0"});
   WaitUntil([&] { return !agent.Received().empty(); }, std::chrono::seconds(10));
   get->Signal(SIGINT);
-  EXPECT_EQ(get->Wait(10000).status, -1);  // ended by the signal
-  EXPECT_EQ(sondara_test::ReadFile(dir / "get.log"), "old log");
+  EXPECT_EQ(get->Wait(10000).status, 130);
+  EXPECT_NE(sondara_test::ReadFile(dir / "get.log"), "old log");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
+  EXPECT_EQ(agent.Received().size(), 1U);  // no retry after the stop
 }
 
 TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "net/address.h"
-#include "net/snmp_internal_error.h"
+#include "net/exchange_result.h"
 #include "util/runner.h"
 #include "util/text.h"
 

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "net/address.h"
-#include "net/request_exchange.h"
+#include "net/snmp_requester.h"
 #include "ops/operation_common.h"
 #include "settings/history.h"
 #include "settings/setting_rules.h"
@@ -65,26 +65,6 @@ bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
                          kEnterValidSetValue, kFieldSetValue);
 }
 
-RequestOutcome CGetSetOperation::Get(const net::UdpSettings& settings, app::IOperationUi& ui,
-                                     net::IUdpSocketOps* ops) {
-  return Run(GetSetMode::kGet, settings, ui, ops);
-}
-
-RequestOutcome CGetSetOperation::Set(const net::UdpSettings& settings, app::IOperationUi& ui,
-                                     net::IUdpSocketOps* ops) {
-  return Run(GetSetMode::kSet, settings, ui, ops);
-}
-
-RequestOutcome CGetSetOperation::Run(GetSetMode mode, const net::UdpSettings& settings,
-                                     app::IOperationUi& ui, net::IUdpSocketOps* ops) {
-  const std::optional<GetSetRequest> request = Prepare(mode, ui);
-  if (!request)
-    return RequestOutcome::kRefused;
-  const GetSetReply reply = Exchange(*request, settings, ops);
-  Apply(*request, reply);
-  return reply.outcome;
-}
-
 std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOperationUi& ui) {
   if (!Validate(mode, ui))
     return std::nullopt;
@@ -92,14 +72,14 @@ std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOp
   GetSetRequest request;
   request.mode = mode;
   request.host = form_.host;
-  request.version = form_.version;
+  request.version = snmp::VersionIndex(form_.version);
   request.port = port_;
-  request.oid = get ? form_.get_oid : form_.set_oid;
   request.community = get ? form_.get_community : form_.set_community;
-  if (!get) {
-    request.data_type = form_.set_data_type;
-    request.value = form_.set_value;
-  }
+  if (get)
+    request.bindings.push_back({form_.get_oid, snmp::kTagNull, {}});
+  else
+    request.bindings.push_back(
+        {form_.set_oid, snmp::TagOfTypeName(form_.set_data_type), form_.set_value});
   request.request_id = request_ids_.Next(form_.host, form_.version, port_, static_cast<int>(mode),
                                          request.community);
   if (get)
@@ -107,45 +87,72 @@ std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOp
   return request;
 }
 
+namespace {
+
+std::uint32_t PduTypeOf(GetSetMode mode) {
+  switch (mode) {
+    case GetSetMode::kSet:
+      return snmp::kPduSetRequest;
+    case GetSetMode::kGetNext:
+      return snmp::kPduGetNextRequest;
+    case GetSetMode::kGet:
+      break;
+  }
+  return snmp::kPduGetRequest;
+}
+
+const wchar_t* SourceOf(GetSetMode mode) {
+  switch (mode) {
+    case GetSetMode::kSet:
+      return L"Set";
+    case GetSetMode::kGetNext:
+      return L"GetNext";
+    case GetSetMode::kGet:
+      break;
+  }
+  return L"Get";
+}
+
+// The OID a failure line names: the one the agent's error index points at, else the first.
+const std::wstring& FailedOid(const GetSetRequest& request, const net::ExchangeResult& result,
+                              const snmp::CSNMPMessage& response) {
+  const std::int32_t index =
+      result.failure == net::ExchangeFailure::kAgentError ? response.ErrorIndex() : 0;
+  const auto count = static_cast<std::int32_t>(request.bindings.size());
+  return request.bindings[index >= 1 && index <= count ? static_cast<std::size_t>(index) - 1 : 0]
+      .oid;
+}
+
+}  // namespace
+
 GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
                                        const net::UdpSettings& settings, net::IUdpSocketOps* ops,
                                        std::stop_token stop) const {
-  const bool get = request.mode == GetSetMode::kGet;
-  snmp::CSNMPMessage message(snmp::VersionIndex(request.version), request.community,
-                             get ? snmp::kPduGetRequest : snmp::kPduSetRequest);
+  snmp::CSNMPMessage message(request.version, request.community, PduTypeOf(request.mode));
   message.SetRequestId(request.request_id);
-  if (get) {
-    message.AddNullVarBind(request.oid);
-  } else {
-    message.AddVarBind(request.oid, snmp::TagOfTypeName(request.data_type), request.value);
-  }
-  snmp::CSNMPMessage response(snmp::kPduResponse);
+  for (const RequestBinding& b : request.bindings)
+    message.AddVarBind(b.oid, request.mode == GetSetMode::kSet ? b.tag : snmp::kTagNull, b.value);
+  auto response = std::make_shared<snmp::CSNMPMessage>(snmp::kPduResponse);
 
-  std::optional<snmp::ResponseCheck> result;
-  // The exchange's own failures have a reason text; the checks of the answer a result.
-  const std::wstring reason = ExchangeFailureReason(
-      [&] {
-        result = net::ExchangeRequest(request.host, request.port, settings, get ? L"Get" : L"Set",
-                                      message, response, transactions_, ops, stop);
-      },
-      request.host, settings.use_ipv6);
   GetSetReply reply;
-  if (reason.empty() && !result) {
-    reply.value = FailedResultText();  // stopped: the window is closing
-    return reply;
-  }
-  if (!reason.empty() || !result->Ok()) {
-    events_.AddEventLine(reason.empty()
-                             ? snmp::RequestFailureLine(*result, request.oid, message, response)
-                             : snmp::RequestFailureReasonLine(message, request.oid, reason));
-    reply.outcome = RequestOutcome::kFailed;
+  reply.result = net::ExchangeRequest(request.host, request.port, settings, SourceOf(request.mode),
+                                      message, *response, transactions_, ops, stop);
+  reply.response = response;
+  if (!reply.result.Ok()) {
+    // A stop (the window is closing) fails without a line.
+    if (const std::wstring line =
+            RequestResultLine(reply.result, FailedOid(request, reply.result, *response), message,
+                              *response, request.host, settings.use_ipv6);
+        !line.empty()) {
+      events_.AddEventLine(line);
+    }
     reply.value = FailedResultText();
     return reply;
   }
   reply.outcome = RequestOutcome::kDone;
-  if (get) {
+  if (request.mode == GetSetMode::kGet) {
     std::uint32_t tag = 0;
-    if (const snmp::CVarBind* bind = response.GetVarBind(1))
+    if (const snmp::CVarBind* bind = response->GetVarBind(1))
       bind->ValueText(reply.value, tag);  // Null and the exception values read as empty text
     reply.data_type = snmp::TypeNameOfTag(tag);
   }
@@ -160,7 +167,7 @@ void CGetSetOperation::Apply(const GetSetRequest& request, const GetSetReply& re
   }
   if (reply.outcome != RequestOutcome::kDone)
     return;
-  AddToHistory(get ? form_.get_oids : form_.set_oids, request.oid);
+  AddToHistory(get ? form_.get_oids : form_.set_oids, request.bindings.front().oid);
   AddToHistory(get ? form_.get_communities : form_.set_communities, request.community);
 }
 

@@ -1,23 +1,29 @@
 // The Get/Set page without its window: the page's values, the checks of both buttons in their
 // fixed order, the request identifiers, one Get or Set over the request exchange, the result
 // and type texts, the failure lines and the histories. The page only copies its controls into
-// GetSetForm, calls Get or Set, and shows what comes back.
+// GetSetForm, runs Prepare, Exchange and Apply, and shows what comes back; sondara-cli builds
+// the same typed request from its arguments and runs the same Exchange.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 #include "logs/event_line_sink.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_sink.h"
+#include "net/exchange_result.h"
 #include "net/udp_session.h"
 #include "net/udp_socket_ops.h"
 #include "ops/operation_common.h"
 #include "ops/operation_ui.h"
 #include "settings/settings.h"
+#include "snmp/asn_data_type.h"
 #include "snmp/request_id.h"
+#include "snmp/snmp_message.h"
 
 namespace pages {
 
@@ -35,7 +41,7 @@ enum GetSetField : int {
 };
 
 // Which button ran last; the checks of the other half are skipped.
-enum class GetSetMode : std::int32_t { kGet = 0, kSet = 1 };
+enum class GetSetMode : std::int32_t { kGet = 0, kSet = 1, kGetNext = 2 };
 
 // The values of the page, all as the user typed or sees them.
 struct GetSetForm {
@@ -58,25 +64,33 @@ struct GetSetForm {
   std::wstring set_value;
 };
 
-// One Get or Set that passed the checks, with everything its exchange needs: it is copied from
-// the form when the button runs, so the exchange can run on another thread while the user goes
-// on typing.
+// One binding of a request: a checked OID text and, for a Set, the value's type and its checked
+// text.
+struct RequestBinding {
+  std::wstring oid;
+  std::uint32_t tag = snmp::kTagNull;
+  std::wstring value;
+};
+
+// One Get, GetNext or Set that passed the checks, with everything its exchange needs already
+// read: it is made on the window's thread when the button runs (or by sondara-cli from its
+// arguments), so the exchange only runs it, on another thread, while the user goes on typing.
 struct GetSetRequest {
   GetSetMode mode = GetSetMode::kGet;
   std::wstring host;
-  std::wstring version;
+  std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
   std::uint16_t port = 0;
-  std::wstring oid;
   std::wstring community;
-  std::wstring data_type;  // Set: the type and text of the value to write
-  std::wstring value;
+  std::vector<RequestBinding> bindings;  // the page's one; sondara-cli's any number
   std::int32_t request_id = 0;
 };
 
-// What came back: the outcome and, for a Get, the value and its type name (the failure text and
-// no type after a failure).
+// What came back: the outcome, the exchange's result, the answer itself, and for a Get the
+// first value and its type name (the failure text and no type after a failure).
 struct GetSetReply {
   RequestOutcome outcome = RequestOutcome::kFailed;
+  net::ExchangeResult result;
+  std::shared_ptr<const snmp::CSNMPMessage> response;  // every binding the agent returned
   std::wstring value;
   std::wstring data_type;
 };
@@ -101,34 +115,21 @@ class CGetSetOperation {
   bool Validate(GetSetMode mode, app::IOperationUi& ui);
 
   // A button's three steps, so that the middle one can leave the window's thread. Prepare: the
-  // checks of `mode`, then the request with its id (a Get also empties the result). Exchange:
-  // sends it and waits (a stop through `stop` ends the wait: failed, without a line); touches no
-  // form, writes a failure line. Apply: the result into the form
-  // and, after success, the request's OID and community into their histories.
+  // checks of `mode`, then the typed request with its id (a Get also empties the result).
+  // Exchange: sends it and waits (a stop through `stop` ends the wait: failed, without a line);
+  // touches no form, writes the failure line (naming the binding the agent's error index points
+  // at). Apply: the result into the form and, after success, the request's OID and community
+  // into their histories.
   std::optional<GetSetRequest> Prepare(GetSetMode mode, app::IOperationUi& ui);
   GetSetReply Exchange(const GetSetRequest& request, const net::UdpSettings& settings,
                        net::IUdpSocketOps* ops = nullptr, std::stop_token stop = {}) const;
   void Apply(const GetSetRequest& request, const GetSetReply& reply);
-
-  // The "&Get" button: checks, then one GetRequest of the get OID with a Null value. On
-  // success the value and its type name are in the form and OID and community join their
-  // histories; on failure the result shows FailedResultText() and the type is empty.
-  RequestOutcome Get(const net::UdpSettings& settings, app::IOperationUi& ui,
-                     net::IUdpSocketOps* ops = nullptr);
-  // The "&Set" button: checks, then one SetRequest of the set OID with the value read from the
-  // set value text as the set data type. On success OID and community join their histories.
-  RequestOutcome Set(const net::UdpSettings& settings, app::IOperationUi& ui,
-                     net::IUdpSocketOps* ops = nullptr);
 
   // Writes the page back into the settings: each history with its current entry first, the
   // port read from its text as a plain decimal number. The get data type is not kept.
   void StoreTo(app::GetSetSettings& settings);
 
  private:
-  // The three steps in a row.
-  RequestOutcome Run(GetSetMode mode, const net::UdpSettings& settings, app::IOperationUi& ui,
-                     net::IUdpSocketOps* ops);
-
   GetSetForm form_;
   GetSetMode mode_ = GetSetMode::kGet;
   snmp::CRequestIdCounter request_ids_;

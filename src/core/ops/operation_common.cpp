@@ -5,6 +5,7 @@
 
 #include "net/address.h"
 #include "snmp/asn_data_type.h"
+#include "snmp/response_check.h"
 #include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
@@ -133,6 +134,33 @@ bool CheckValueField(app::IOperationUi& ui, std::uint32_t tag, std::wstring_view
 net::UdpSettings UdpSettingsFrom(const app::NetworkSettings& network) {
   return net::UdpSettings{network.use_ipv6 != 0, network.request_timeout_ms, network.retries,
                           network.adapter};
+}
+
+std::wstring RequestResultLine(const net::ExchangeResult& result, const std::wstring& oid_text,
+                               const snmp::CSNMPMessage& request,
+                               const snmp::CSNMPMessage& response, const std::wstring& host,
+                               bool use_ipv6, int reason_line) {
+  using net::ExchangeFailure;
+  switch (result.failure) {
+    case ExchangeFailure::kNone:
+    case ExchangeFailure::kStopped:
+      return {};
+    case ExchangeFailure::kCheck:
+    case ExchangeFailure::kAgentError:
+      return snmp::RequestFailureLine(result.check, oid_text, request, response);
+    default:
+      break;
+  }
+  const std::wstring reason = net::ExchangeFailureText(result, host, use_ipv6);
+  if (request.IsTrap() || request.PduType() == snmp::kPduTrapV2) {
+    return tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kTrapFailed), tvkutil::kMaxLogLineLen,
+                            reason);
+  }
+  if (reason_line != 0) {
+    return tvkutil::FormatN(tvkutil::LoadString(reason_line), tvkutil::kMaxLogLineLen, oid_text,
+                            reason);
+  }
+  return snmp::RequestFailureReasonLine(request, oid_text, reason);
 }
 
 }  // namespace pages

@@ -1,5 +1,5 @@
 // What every operation shares without windows: the port box, refusals with the field to focus,
-// the exchange's failures turned into their reason texts, the value text test, and the
+// the exchange's result turned into its event-log line, the value text test, and the
 // network settings of a request.
 #pragma once
 
@@ -7,10 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "net/snmp_internal_error.h"
+#include "net/exchange_result.h"
 #include "net/udp_session.h"
 #include "ops/operation_ui.h"
 #include "settings/settings.h"
+#include "snmp/snmp_message.h"
 
 namespace pages {
 
@@ -52,25 +53,14 @@ bool CheckValueField(app::IOperationUi& ui, std::uint32_t tag, std::wstring_view
 // The request settings of the Options (IPv6, time-out, retries, local adapter).
 net::UdpSettings UdpSettingsFrom(const app::NetworkSettings& network);
 
-// Runs `exchange` and returns the reason text of whatever it threw (SNMPINTERNALERROR by its
-// code, anything else as "Unknown error"), or the empty text when it returned. `thrown`, when
-// given, receives the code (kSnmpUnknownError for anything else), for callers that tell a
-// time-out from other failures.
-template <typename Fn>
-std::wstring ExchangeFailureReason(Fn&& exchange, const std::wstring& host, bool use_ipv6,
-                                   net::SNMPINTERNALERROR* thrown = nullptr) {
-  try {
-    exchange();
-  } catch (net::SNMPINTERNALERROR code) {
-    if (thrown != nullptr)
-      *thrown = code;
-    return net::SnmpInternalErrorText(code, host, use_ipv6);
-  } catch (...) {
-    if (thrown != nullptr)
-      *thrown = net::kSnmpUnknownError;
-    return net::SnmpInternalErrorText(net::kSnmpUnknownError, host, use_ipv6);
-  }
-  return {};
-}
+// The event-log line of a request that did not succeed, for every page and sondara-cli alike:
+// the exchange's own failure as "<Op> request failed for OID '<oid>'. Reason: '<text>'." (a
+// trap: "Trap request failed. Reason: '<text>'."; `reason_line`, a string table text with the
+// OID and the reason, where a page words it its own way), a failed check or the agent's error
+// status as snmp::RequestFailureLine writes them. Empty when it succeeded or was stopped.
+std::wstring RequestResultLine(const net::ExchangeResult& result, const std::wstring& oid_text,
+                               const snmp::CSNMPMessage& request,
+                               const snmp::CSNMPMessage& response, const std::wstring& host,
+                               bool use_ipv6, int reason_line = 0);
 
 }  // namespace pages

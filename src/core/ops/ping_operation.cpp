@@ -3,8 +3,8 @@
 #include <cstdint>
 
 #include "net/address.h"
+#include "net/exchange_result.h"
 #include "net/icmp_echo.h"
-#include "net/snmp_internal_error.h"
 #include "util/string_table.h"
 #include "util/text.h"
 

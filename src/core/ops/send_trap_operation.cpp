@@ -218,41 +218,37 @@ TrapOutcome CSendTrapOperation::Send(const TrapRequest& request, const net::UdpS
   const bool v1 = request.version == snmp::kSnmpVersion1;
   snmp::CSNMPMessage message(request.version, request.community,
                              v1 ? snmp::kPduTrapV1 : snmp::kPduTrapV2);
-  const std::wstring reason = ExchangeFailureReason(
-      [&] {
-        // The socket first: a trap that cannot leave leaves the list as it was.
-        net::CSnmpRequester requester(request.host, request.port, settings, L"sendTrap",
-                                      transactions_, ops);
-        const std::uint32_t now = time_stamp_();
-        {
-          const std::lock_guard hold(list_lock_);
-          int count = request.varbind_count;
-          int skipped = 0;
-          if (v1) {
-            skipped = FixedTrapEntriesAtStart(list_);
-            message.SetEnterprise(request.sender_oid);
-            message.SetAgentAddress(request.sender_ip);
-            message.SetGenericTrap(request.generic_trap);
-            message.SetSpecificTrap(request.specific_trap);
-            message.SetTimeStamp(now);
-          } else {
-            message.SetRequestId(request.request_id);
-            PutFixedTrapEntries(list_, now);
-            // The list shows the time stamp the trap carried.
-            list_.Replace(1, kSysUpTimeOid, snmp::kTagTimeTicks, std::to_wstring(now));
-            count = std::max(count, kFixedTrapEntries);
-          }
-          message.VarBinds().CopyFrom(list_, std::min(count + skipped, list_.Count()));
-          for (; skipped > 0; --skipped)
-            message.VarBinds().Remove(1);
-        }
-        requester.SendOnce(message);
-      },
-      request.host, settings.use_ipv6);
-  if (reason.empty())
+  net::CSnmpRequester requester(request.host, request.port, settings, L"sendTrap", transactions_,
+                                ops);
+  // The socket first: a trap that cannot leave leaves the list as it was.
+  if (requester.IsOpen()) {
+    const std::uint32_t now = time_stamp_();
+    const std::lock_guard hold(list_lock_);
+    int count = request.varbind_count;
+    int skipped = 0;
+    if (v1) {
+      skipped = FixedTrapEntriesAtStart(list_);
+      message.SetEnterprise(request.sender_oid);
+      message.SetAgentAddress(request.sender_ip);
+      message.SetGenericTrap(request.generic_trap);
+      message.SetSpecificTrap(request.specific_trap);
+      message.SetTimeStamp(now);
+    } else {
+      message.SetRequestId(request.request_id);
+      PutFixedTrapEntries(list_, now);
+      // The list shows the time stamp the trap carried.
+      list_.Replace(1, kSysUpTimeOid, snmp::kTagTimeTicks, std::to_wstring(now));
+      count = std::max(count, kFixedTrapEntries);
+    }
+    message.VarBinds().CopyFrom(list_, std::min(count + skipped, list_.Count()));
+    for (; skipped > 0; --skipped)
+      message.VarBinds().Remove(1);
+  }
+  const net::ExchangeResult result = requester.SendOnce(message);
+  if (result.Ok())
     return TrapOutcome::kSent;
-  events_.AddEventLine(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kTrapFailed),
-                                        tvkutil::kMaxLogLineLen, reason));
+  events_.AddEventLine(
+      RequestResultLine(result, {}, message, message, request.host, settings.use_ipv6));
   return TrapOutcome::kFailed;
 }
 

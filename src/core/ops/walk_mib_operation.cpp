@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "net/request_exchange.h"
 #include "net/snmp_requester.h"
 #include "ops/results_file.h"
 #include "settings/history.h"
@@ -167,79 +166,67 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
     return true;
   };
 
-  // Ok (go on), failure or end, by the rules of the version.
-  const auto judge = [&](snmp::ResponseCheck result) {
-    if (v2c) {
-      if (result.Ok() && reply->VarBinds().Count() == 0)  // nothing to walk on from
-        result = snmp::ResponseCheck::Failed(snmp::CheckFailure::kWrongForm);
-      if (!result.Ok()) {
-        events_.AddEventLine(snmp::RequestFailureLine(result, current_oid, *request, *reply));
-        failure = result.IsAgentError() ? WalkFailure::kAgentError : WalkFailure::kOther;
-        return Judgement::kFailed;
-      }
+  // Go on, end or failure, by the rules of the version; a failure writes its line.
+  const auto judge = [&](net::ExchangeResult result) {
+    if (v2c && result.Ok() && reply->VarBinds().Count() == 0) {  // nothing to walk on from
+      result =
+          net::ExchangeResult::Checked(snmp::ResponseCheck::Failed(snmp::CheckFailure::kWrongForm));
+    }
+    // How a v1 agent says there is nothing after the last object.
+    if (!v2c && result.check == snmp::ResponseCheck::AgentError(kNoSuchName))
+      return Judgement::kEnd;
+    if (result.Ok())
       return Judgement::kGoOn;
-    }
-    if (result == snmp::ResponseCheck::AgentError(kNoSuchName))
-      return Judgement::kEnd;  // how a v1 agent says there is nothing after the last object
-    if (!result.Ok()) {
-      events_.AddEventLine(snmp::RequestFailureLine(result, current_oid, *request, *reply));
-      failure = result.IsAgentError() ? WalkFailure::kAgentError : WalkFailure::kOther;
-      return Judgement::kFailed;
-    }
-    return Judgement::kGoOn;
+    events_.AddEventLine(RequestResultLine(result, current_oid, *request, *reply, job.host,
+                                           job.options.udp.use_ipv6));
+    failure = result.failure == net::ExchangeFailure::kAgentError ? WalkFailure::kAgentError
+              : result.failure == net::ExchangeFailure::kTimeout  ? WalkFailure::kNoAnswer
+                                                                  : WalkFailure::kOther;
+    return Judgement::kFailed;
   };
 
-  net::SNMPINTERNALERROR thrown = net::kSnmpUnknownError;
-  const std::wstring reason = ExchangeFailureReason(
-      [&] {
-        net::CSnmpRequester requester(job.host, job.port, job.options.udp, L"walkMIB",
-                                      transactions_, job.options.ops);
-        requester.SetQuickAnswerWait(true);
-        for (;;) {
-          request->SetRequestId(request_ids_.Next(job.host, job.version, job.port,
-                                                  kRequestIdOperation, job.community));
-          if (bulk) {
-            request->SetNonRepeaters(0);
-            request->SetMaxRepetitions(repetitions);
-          }
-          const std::optional<snmp::ResponseCheck> result =
-              requester.Request(*request, *reply, stop);
-          if (!result) {
-            status = WalkStatus::kStopped;
-            return;
-          }
-          // An answer that would not fit: ask again for half as many.
-          if (bulk && *result == snmp::ResponseCheck::AgentError(kTooBig) && repetitions > 1) {
-            repetitions /= 2;
-            continue;
-          }
-          const Judgement judgement = judge(*result);
-          if (judgement != Judgement::kGoOn) {
-            status = judgement == Judgement::kEnd ? WalkStatus::kComplete : WalkStatus::kFailed;
-            return;
-          }
-          const snmp::CVarBindList& binds = reply->VarBinds();
-          for (int i = 1; i <= binds.Count(); ++i) {
-            const snmp::CVarBind& bind = *binds.Get(i);
-            if (v2c && bind.Value()->Tag() == snmp::kTagEndOfMibView)
-              return;  // complete
-            const snmp::COid& previous =
-                i == 1 ? *request->GetVarBind(1)->Name() : *binds.Get(i - 1)->Name();
-            if (!take(bind, previous))
-              return;
-          }
-          reply->VarBinds().KeepOnlyNameOf(binds.Count());
-          std::swap(request, reply);
-          request->SetPduType(request_type);
-          reply->SetPduType(snmp::kPduResponse);
-        }
-      },
-      job.host, job.options.udp.use_ipv6, &thrown);
-  if (!reason.empty()) {
-    events_.AddEventLine(snmp::RequestFailureReasonLine(*request, current_oid, reason));
-    status = WalkStatus::kFailed;
-    failure = thrown == net::kSnmpTimeoutError ? WalkFailure::kNoAnswer : WalkFailure::kOther;
-  }
+  net::CSnmpRequester requester(job.host, job.port, job.options.udp, L"walkMIB", transactions_,
+                                job.options.ops);
+  requester.SetQuickAnswerWait(true);
+  [&] {
+    for (;;) {
+      request->SetRequestId(
+          request_ids_.Next(job.host, job.version, job.port, kRequestIdOperation, job.community));
+      if (bulk) {
+        request->SetNonRepeaters(0);
+        request->SetMaxRepetitions(repetitions);
+      }
+      const net::ExchangeResult result = requester.Request(*request, *reply, stop);
+      if (result.failure == net::ExchangeFailure::kStopped) {
+        status = WalkStatus::kStopped;
+        return;
+      }
+      // An answer that would not fit: ask again for half as many.
+      if (bulk && result.check == snmp::ResponseCheck::AgentError(kTooBig) && repetitions > 1) {
+        repetitions /= 2;
+        continue;
+      }
+      const Judgement judgement = judge(result);
+      if (judgement != Judgement::kGoOn) {
+        status = judgement == Judgement::kEnd ? WalkStatus::kComplete : WalkStatus::kFailed;
+        return;
+      }
+      const snmp::CVarBindList& binds = reply->VarBinds();
+      for (int i = 1; i <= binds.Count(); ++i) {
+        const snmp::CVarBind& bind = *binds.Get(i);
+        if (v2c && bind.Value()->Tag() == snmp::kTagEndOfMibView)
+          return;  // complete
+        const snmp::COid& previous =
+            i == 1 ? *request->GetVarBind(1)->Name() : *binds.Get(i - 1)->Name();
+        if (!take(bind, previous))
+          return;
+      }
+      reply->VarBinds().KeepOnlyNameOf(binds.Count());
+      std::swap(request, reply);
+      request->SetPduType(request_type);
+      reply->SetPduType(snmp::kPduResponse);
+    }
+  }();
 
   progress_.Finish();
   failure_.store(status == WalkStatus::kFailed ? failure : WalkFailure::kNone,
@@ -301,21 +288,16 @@ std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjec
   message.SetRequestId(request.request_id);
   message.AddNullVarBind(kSysObjectIdOid);
   snmp::CSNMPMessage response(snmp::kPduResponse);
-  std::optional<snmp::ResponseCheck> result;
-  const std::wstring reason = ExchangeFailureReason(
-      [&] {
-        result = net::ExchangeRequest(request.host, request.port, settings, L"Get", message,
-                                      response, transactions_, ops, stop);
-      },
-      request.host, settings.use_ipv6);
-  if (!reason.empty()) {
-    Log(ids::kSysObjectIdFailed, kSysObjectIdOid, reason);
-    return std::nullopt;
-  }
-  if (!result)
-    return std::nullopt;  // stopped: the window is closing
-  if (!result->Ok()) {
-    events_.AddEventLine(snmp::RequestFailureLine(*result, kSysObjectIdOid, message, response));
+  const net::ExchangeResult result = net::ExchangeRequest(
+      request.host, request.port, settings, L"Get", message, response, transactions_, ops, stop);
+  if (!result.Ok()) {
+    // A stop (the window is closing) fails without a line.
+    if (const std::wstring line =
+            RequestResultLine(result, kSysObjectIdOid, message, response, request.host,
+                              settings.use_ipv6, ids::kSysObjectIdFailed);
+        !line.empty()) {
+      events_.AddEventLine(line);
+    }
     return std::nullopt;
   }
   std::wstring text;

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/snmp_internal_error.h"
+#include "net/exchange_result.h"
 #include "util/text.h"
 
 namespace {
@@ -92,11 +92,12 @@ TEST(AddressTest, AFailedLookupSaysWhy) {
   SetHostLookupForTesting(&FakeLookup);
   std::uint32_t addr = 0;
   EXPECT_FALSE(ResolveIPv4Host(L"nosuch.example", addr));
-  EXPECT_EQ(SnmpInternalErrorText(kSnmpResolveError, L"nosuch.example", false),
-            L"Unable to resolve IPv4 host 'nosuch.example': " +
-                tvkutil::FromUtf8Lenient(::gai_strerror(EAI_NONAME)));
+  EXPECT_EQ(
+      ExchangeFailureText(ExchangeResult::Thrown(kSnmpResolveError), L"nosuch.example", false),
+      L"Unable to resolve IPv4 host 'nosuch.example': " +
+          tvkutil::FromUtf8Lenient(::gai_strerror(EAI_NONAME)));
   EXPECT_FALSE(ResolveIPv4Host(L"10.0.0.300", addr));
-  EXPECT_EQ(SnmpInternalErrorText(kSnmpResolveError, L"10.0.0.300", false),
+  EXPECT_EQ(ExchangeFailureText(ExchangeResult::Thrown(kSnmpResolveError), L"10.0.0.300", false),
             L"Unable to resolve IPv4 host '10.0.0.300'");
   SetHostLookupForTesting(nullptr);
 }

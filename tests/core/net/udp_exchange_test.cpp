@@ -11,7 +11,6 @@
 #include <string_view>
 #include <vector>
 
-#include "net/request_exchange.h"
 #include "net/snmp_requester.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
@@ -76,9 +75,11 @@ constexpr auto kCommunityMismatch =
     snmp::ResponseCheck::Failed(snmp::CheckFailure::kCommunityMismatch);
 constexpr auto kIdMismatch = snmp::ResponseCheck::Failed(snmp::CheckFailure::kRequestIdMismatch);
 
+using Failure = net::ExchangeFailure;
+
 struct Outcome {
-  std::optional<snmp::ResponseCheck> result;  // none when the exchange threw
-  int thrown = 0;                             // the SNMPINTERNALERROR, if one was thrown
+  std::optional<snmp::ResponseCheck> result;  // none when no answer was checked
+  Failure failure = Failure::kNone;
   long ms = 0;
   std::wstring value;  // of the first binding when the result is ok
   int bindings = 0;
@@ -92,11 +93,13 @@ Outcome RunGet(std::uint16_t port, const net::UdpSettings& settings,
   request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
   Outcome o;
   const auto start = Clock::now();
-  try {
-    o.result = *net::ExchangeRequest(settings.use_ipv6 ? L"::1" : L"127.0.0.1", port, settings,
-                                     L"Get", request, response, o.sink, ops);
-  } catch (net::SNMPINTERNALERROR e) {
-    o.thrown = e;
+  const net::ExchangeResult r =
+      net::ExchangeRequest(settings.use_ipv6 ? L"::1" : L"127.0.0.1", port, settings, L"Get",
+                           request, response, o.sink, ops);
+  o.failure = r.failure;
+  if (r.failure == Failure::kNone || r.failure == Failure::kCheck ||
+      r.failure == Failure::kAgentError) {
+    o.result = r.check;
   }
   o.ms = static_cast<long>((Clock::now() - start) / 1ms);
   o.bindings = response.VarBinds().Count();
@@ -133,7 +136,7 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
     SCOPED_TRACE(c.what);
     const FakeAgent agent = Always(c.replies);
     const Outcome o = RunGet(agent.Port(), Settings(0, 300));
-    EXPECT_EQ(o.thrown, 0);
+    EXPECT_EQ(o.failure == Failure::kNone, o.result == kOk);
     EXPECT_EQ(o.result, c.result);
     EXPECT_GE(o.ms, c.min_ms - 10);
     if (c.result.Ok()) {
@@ -151,13 +154,13 @@ TEST(RequestExchange, AFloodNeverStretchesTheWait) {
   const struct {
     const char* what;
     Replies flood;
-    int thrown;
+    Failure failure;
     std::optional<snmp::ResponseCheck> result;
   } cases[] = {
-      {"from another port", {{GoodReply(), 0, true}}, -6, std::nullopt},
+      {"from another port", {{GoodReply(), 0, true}}, Failure::kTimeout, std::nullopt},
       {"with other request ids",
        {{GoodReply(8), 0, false}, {GoodReply(6), 0, false}},
-       0,
+       Failure::kCheck,
        kIdMismatch},
   };
   for (const auto& c : cases) {
@@ -165,7 +168,7 @@ TEST(RequestExchange, AFloodNeverStretchesTheWait) {
     FakeAgent agent = Always({});
     agent.StartFlood(c.flood, 100us, 40000);  // gives up after 4 s at the least
     const Outcome o = RunGet(agent.Port(), Settings(retries, timeout_ms));
-    EXPECT_EQ(o.thrown, c.thrown);
+    EXPECT_EQ(o.failure, c.failure);
     EXPECT_EQ(o.result, c.result);
     EXPECT_GE(o.ms, expected_ms - 10);
     EXPECT_LT(o.ms, expected_ms + 2000);  // a wait restarted by the flood lasts past its 4 s
@@ -185,7 +188,7 @@ TEST(RequestExchange, AFloodNeverStretchesTheWait) {
 TEST(RequestExchange, AnAnswerToAnEarlierTryIsTakenDuringALaterOne) {
   const FakeAgent agent = Always({{GoodReply(), 700}});
   const Outcome o = RunGet(agent.Port(), Settings(1, 500));
-  EXPECT_EQ(o.thrown, 0);
+  EXPECT_EQ(o.failure == Failure::kNone, o.result == kOk);
   EXPECT_EQ(o.result, kOk);
   EXPECT_EQ(o.value, L"hello");
   EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 2U);
@@ -197,7 +200,7 @@ TEST(RequestExchange, EmptyOrTruncatedReplyIsJudgedAtOnceAndNeverCrashes) {
     SCOPED_TRACE(cut);
     const FakeAgent agent = Always({{Bytes(full.begin(), full.begin() + static_cast<long>(cut))}});
     const Outcome o = RunGet(agent.Port(), Settings(2, 30000));
-    EXPECT_EQ(o.thrown, 0);
+    EXPECT_EQ(o.failure == Failure::kNone, o.result == kOk);
     EXPECT_EQ(o.result != kOk, cut < full.size());
     EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 1U);  // an empty reply is no reason to resend
     EXPECT_LT(o.ms, 15000);                             // judged, not waited out
@@ -292,26 +295,30 @@ struct FaultyOps : net::IUdpSocketOps {
 };
 
 // A failed wait ends its try at once; the next try goes from a new socket.
-TEST(RequestExchange, EachFailureThrowsItsCodeWithItsText) {
+TEST(RequestExchange, EachFailureComesBackWithItsText) {
   const FakeAgent agent = Always({{GoodReply()}});
   const struct {
     FaultyOps::Fault fault;
-    int thrown;
+    Failure failure;
     const wchar_t* text;
     std::size_t sent;  // and logged; the other failures come before anything goes out
   } cases[] = {
-      {FaultyOps::kBind, -1, L"Unable to bind to local adapter", 0},
-      {FaultyOps::kSendFails, -5, L"Unable to transmit message to remote host", 0},
-      {FaultyOps::kSendStopsShort, -5, L"Unable to transmit message to remote host", 0},
-      {FaultyOps::kWaitFails, -6, L"Timed out while waiting for response from remote host", 4},
-      {FaultyOps::kSocket, -7, L"Unknown error", 0},
+      {FaultyOps::kBind, Failure::kBind, L"Unable to bind to local adapter", 0},
+      {FaultyOps::kSendFails, Failure::kTransmit, L"Unable to transmit message to remote host", 0},
+      {FaultyOps::kSendStopsShort, Failure::kTransmit, L"Unable to transmit message to remote host",
+       0},
+      {FaultyOps::kWaitFails, Failure::kTimeout,
+       L"Timed out while waiting for response from remote host", 4},
+      {FaultyOps::kSocket, Failure::kSocket, L"Unknown error", 0},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.thrown);
+    SCOPED_TRACE(c.text);
     FaultyOps ops(c.fault);
     const Outcome o = RunGet(agent.Port(), Settings(3, 30000), &ops);
-    EXPECT_EQ(o.thrown, c.thrown);
-    EXPECT_EQ(net::SnmpInternalErrorText(o.thrown, L"h", false), c.text);
+    EXPECT_EQ(o.failure, c.failure);
+    net::ExchangeResult r;
+    r.failure = o.failure;
+    EXPECT_EQ(net::ExchangeFailureText(r, L"h", false), c.text);
     EXPECT_EQ(o.sink.entries.size(), c.sent);
     EXPECT_LT(o.ms, 15000);
     EXPECT_EQ(ops.sockets, c.sent > 0 ? 4 : ops.sockets);
@@ -323,18 +330,15 @@ TEST(RequestExchange, EachFailureThrowsItsCodeWithItsText) {
   for (int i = 0; i < 20; ++i)
     set.AddVarBind(L".1.3.6.1.2.1.1.4.0", snmp::kTagOctetString, std::wstring(4000, L'x'));
   RecordingSink sink;
-  try {
-    (void)net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(0, 100), L"Set", set, response,
-                               sink);  // throws
-    ADD_FAILURE() << "no exception";
-  } catch (net::SNMPINTERNALERROR e) {
-    EXPECT_EQ(e, -4);
-    EXPECT_EQ(net::SnmpInternalErrorText(e, L"h", false), L"Unable to build message for transmit");
-  }
+  const net::ExchangeResult built = net::ExchangeRequest(
+      L"127.0.0.1", agent.Port(), Settings(0, 100), L"Set", set, response, sink);
+  EXPECT_EQ(built.failure, Failure::kBuild);
+  EXPECT_EQ(net::ExchangeFailureText(built, L"h", false), L"Unable to build message for transmit");
   EXPECT_EQ(sink.entries.size(), 0U);
   // An IPv6 address with IPv6 off: the text says where IPv6 is switched on.
   const auto unresolved = [](const wchar_t* host, bool ipv6) {
-    return net::SnmpInternalErrorText(net::kSnmpResolveError, host, ipv6);
+    return net::ExchangeFailureText(net::ExchangeResult::Thrown(net::kSnmpResolveError), host,
+                                    ipv6);
   };
   EXPECT_EQ(unresolved(L"::1", false),
             L"Unable to resolve IPv4 host '::1': an IPv6 address needs Tools > Options > \"Use "
@@ -373,7 +377,7 @@ TEST(RequestExchange, ASocketThatIsNeverEmptyHoldsNeitherTheSendNorTheWait) {
   const FakeAgent agent = Always({});
   EndlessQueueOps ops;
   const Outcome o = RunGet(agent.Port(), Settings(1, 200), &ops);
-  EXPECT_EQ(o.thrown, -6);
+  EXPECT_EQ(o.failure, Failure::kTimeout);
   EXPECT_GE(o.ms, 400 - 10);
   EXPECT_LT(o.ms, 2500);  // held by the queue, it would last its 3 s
   ASSERT_EQ(ops.receives_before_send.size(), 2U);
@@ -400,7 +404,7 @@ TEST(SnmpRequester, OneSocketAndAQuickAnswerWaitThatTakesOnlyThePeerAndStopsSpin
       request.SetRequestId(id);
       snmp::CSNMPMessage response(snmp::kPduResponse);
       ops.receives = 0;
-      EXPECT_EQ(requester.Request(request, response), kOk) << id;
+      EXPECT_TRUE(requester.Request(request, response).Ok()) << id;
     }
     // A slow agent's answers are slept for: the drain, the stray, the answer.
     if (delay_ms > 0) {

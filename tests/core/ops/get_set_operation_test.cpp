@@ -41,8 +41,17 @@ struct Operation {
     f.set_data_type = L"Octet String";
     f.set_value = L"bench";
   }
-  RequestOutcome Get() { return op.Get(fast, ui); }
-  RequestOutcome Set() { return op.Set(fast, ui); }
+  RequestOutcome Get() { return Run(pages::GetSetMode::kGet); }
+  RequestOutcome Set() { return Run(pages::GetSetMode::kSet); }
+  // The page's three steps in a row.
+  RequestOutcome Run(pages::GetSetMode mode) {
+    const std::optional<pages::GetSetRequest> request = op.Prepare(mode, ui);
+    if (!request)
+      return RequestOutcome::kRefused;
+    const pages::GetSetReply reply = op.Exchange(*request, fast);
+    op.Apply(*request, reply);
+    return reply.outcome;
+  }
   net::UdpSettings fast{.request_timeout_ms = 300, .retries = 1, .adapter = {}};
   RecordingSink sink;
   RecordingUi ui;
