@@ -71,7 +71,7 @@ std::shared_ptr<IDiscoveryProbe> MakeIcmpProbe(logs::ITransactionSink& transacti
 // still running are no longer waited for: their threads are handed back to be joined later.
 class CDeviceDiscoveryOperation::CLookupPool {
  public:
-  CLookupPool(std::shared_ptr<IDiscoveryProbe> probe, tvkutil::CResultList<CDeviceInfo>& devices,
+  CLookupPool(std::shared_ptr<IDiscoveryProbe> probe, tvkutil::CPolledList<CDeviceInfo>& devices,
               DeviceFoundFn found)
       : probe_(std::move(probe)), devices_(devices), shared_(std::make_shared<Shared>()) {
     shared_->found = std::move(found);
@@ -157,7 +157,7 @@ class CDeviceDiscoveryOperation::CLookupPool {
   };
 
   // Under the shared lock, so nothing goes in once the pool is abandoned.
-  static void Insert(const Shared& shared, tvkutil::CResultList<CDeviceInfo>& devices,
+  static void Insert(const Shared& shared, tvkutil::CPolledList<CDeviceInfo>& devices,
                      CDeviceInfo device) {
     if (shared.found)
       shared.found(device);
@@ -167,7 +167,7 @@ class CDeviceDiscoveryOperation::CLookupPool {
   // One lookup thread. Everything it uses is shared or outlives it: the operation joins
   // abandoned threads before its list goes.
   static void Run(std::shared_ptr<Shared> shared, std::shared_ptr<IDiscoveryProbe> probe,
-                  tvkutil::CResultList<CDeviceInfo>* devices, bool inline_only) {
+                  tvkutil::CPolledList<CDeviceInfo>* devices, bool inline_only) {
     std::unique_lock lock(shared->mutex);
     for (;;) {
       if (inline_only && shared->queue.empty())
@@ -193,7 +193,7 @@ class CDeviceDiscoveryOperation::CLookupPool {
   }
 
   std::shared_ptr<IDiscoveryProbe> probe_;
-  tvkutil::CResultList<CDeviceInfo>& devices_;
+  tvkutil::CPolledList<CDeviceInfo>& devices_;
   std::shared_ptr<Shared> shared_;
   std::vector<std::thread> threads_;
 };

@@ -29,7 +29,7 @@
 #include "ops/operation_ui.h"
 #include "ops/progress.h"
 #include "settings/settings.h"
-#include "util/result_list.h"
+#include "util/polled_list.h"
 #include "util/runner.h"
 
 namespace pages {
@@ -136,7 +136,7 @@ class CDeviceDiscoveryOperation {
   // Forgets the thread of a sweep that has ended.
   void Join() { worker_.Join(); }
 
-  const tvkutil::CResultList<CDeviceInfo>& Devices() const { return devices_; }
+  const tvkutil::CPolledList<CDeviceInfo>& Devices() const { return devices_; }
   // Addresses done of the range and devices found by the current or last sweep; reaches the
   // whole range when a sweep completes.
   ProgressSnapshot Progress() const { return progress_.Snapshot(); }
@@ -170,7 +170,7 @@ class CDeviceDiscoveryOperation {
   logs::IEventLineSink& events_;
   logs::ITransactionSink& transactions_;
   ProbeFactory probes_;
-  tvkutil::CResultList<CDeviceInfo> devices_;
+  tvkutil::CPolledList<CDeviceInfo> devices_;
   std::atomic<SweepStatus> status_{SweepStatus::kNone};
   std::atomic<std::size_t> final_count_{0};
   CProgress progress_;
