@@ -1,6 +1,7 @@
 // The log cores: lines from many threads, LogEvent, row splitting and the saved file bytes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -172,6 +173,29 @@ TEST(PolledList, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
     EXPECT_EQ(tick.appended, tvkutil::kMaxShownRows);
     EXPECT_EQ(*queue.Shown(0), 100000 - 1024);
     EXPECT_EQ(queue.PendingCount(), 0U);
+  }
+}
+
+// At the cap's edge: the rows a tick keeps, and what it says went and came.
+TEST(PolledList, ATickKeepsAtMost1024Rows) {
+  const struct {
+    std::size_t before, arriving, removed, appended;
+  } cases[] = {{1023, 1, 0, 1}, {1024, 1, 1, 1}, {0, 1025, 0, 1024}, {1, 1024, 1, 1024}};
+  for (const auto& c : cases) {
+    tvkutil::CPolledList<std::unique_ptr<std::size_t>> list;
+    std::size_t n = 0;
+    const auto add = [&](std::size_t count) {
+      for (; count > 0; --count)
+        list.Add(std::make_unique<std::size_t>(n++));
+    };
+    add(c.before);
+    list.MovePending();
+    add(c.arriving);
+    const tvkutil::LogTickResult tick = list.MovePending();
+    EXPECT_EQ(tick.removed_front, c.removed) << c.before << '+' << c.arriving;
+    EXPECT_EQ(tick.appended, c.appended) << c.before << '+' << c.arriving;
+    ASSERT_EQ(list.ShownCount(), std::min<std::size_t>(c.before + c.arriving, 1024));
+    EXPECT_EQ(*list.Shown(0), n - list.ShownCount());
   }
 }
 
