@@ -265,11 +265,12 @@ class HangingNamesProbe : public AnsweringProbe {
     std::unique_lock lock(mutex);
     ++started;
     go.wait_for(lock, 30s, [&] { return released; });
+    ++returned;
     return L"late";
   }
   std::mutex mutex;
   std::condition_variable go;
-  int started = 0;
+  int started = 0, returned = 0;
   bool released = false;
 };
 
@@ -295,9 +296,17 @@ TEST(DeviceDiscovery, AStopLeavesHangingNamesBehindAndListsTheDevicesWithoutThem
     op.Stop();
     EXPECT_EQ(op.LastStatus(), SweepStatus::kStopped);
     EXPECT_EQ(op.Devices().Count(), 8U);
-    std::lock_guard lock(probe->mutex);
-    probe->released = true;
-    probe->go.notify_all();
+    {
+      std::lock_guard lock(probe->mutex);
+      EXPECT_EQ(probe->returned, 0);  // the sweep did not wait for them
+      probe->released = true;
+      probe->go.notify_all();
+    }
+    // Once they are back, a queued lookup would start at once.
+    ASSERT_TRUE(WaitUntil([&] {
+      std::lock_guard lock(probe->mutex);
+      return probe->returned >= static_cast<int>(pages::kLookupThreads);
+    }));
   }
   EXPECT_EQ(probe->started, static_cast<int>(pages::kLookupThreads));
   EXPECT_EQ(found, L"||||||||");
