@@ -107,7 +107,7 @@ class CRowsOnlySink : public logs::ITransactionSink {
       queue.MovePending();
   }
   void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
-  logs::CLogQueue<logs::CTransactionRow> queue;
+  tvkutil::CPolledList<std::unique_ptr<logs::CTransactionRow>> queue;
   int count = 0;
 };
 

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "settings/profile_store.h"
-#include "util/result_list.h"
+#include "util/polled_list.h"
 
 namespace app {
 
@@ -68,7 +68,7 @@ void RestoreColumnWidths(QTableView* table, const tvkutil::IProfileStore& profil
 void StoreColumnWidths(const QTableView* table, tvkutil::IProfileStore& profile,
                        std::wstring_view section, int columns);
 
-// A page's results: a read-only table with full-row selection over a CResultList, the cells
+// A page's results: a read-only table with full-row selection over a CPolledList, the cells
 // made by `cell`. The page's timer calls Poll() to bring the rows up to date; the table never
 // scrolls by itself.
 class CResultsTableView : public QTableView {
@@ -83,7 +83,7 @@ class CResultsTableView : public QTableView {
 
   // Over a result list: cell(record, row, column) gives each cell's text.
   template <typename T, typename Cell>
-  static CResultsTableView* Over(const tvkutil::CResultList<T>& list, Cell cell,
+  static CResultsTableView* Over(const tvkutil::CPolledList<T>& list, Cell cell,
                                  QStringList headers, QWidget* parent) {
     return new CResultsTableView(
         [&list] { return list.Count(); }, [&list] { return list.Reorders(); },

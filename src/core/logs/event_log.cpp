@@ -23,7 +23,7 @@ std::string CEventLog::SavedFileBytes() const {
                                tvkutil::LoadString(tvkutil::ids::kColumnDate),
                                tvkutil::LoadString(tvkutil::ids::kColumnTime),
                                tvkutil::LoadString(tvkutil::ids::kColumnEvent)));
-  queue_.WithShownLocked([&](const auto& shown) {
+  queue_.WithAll([&](const auto& shown) {
     for (const auto& entry : shown) {
       file.Append(L"\r\n");
       file.Append(DateText(entry->stamp));
@@ -35,6 +35,15 @@ std::string CEventLog::SavedFileBytes() const {
     return 0;
   });
   return file.Bytes();
+}
+
+std::vector<CEventEntry> CEventLog::CopyPending() const {
+  return queue_.WithPending([](const auto& pending) {
+    std::vector<CEventEntry> copy;
+    for (const auto& e : pending)
+      copy.push_back(*e);
+    return copy;
+  });
 }
 
 std::error_code CEventLog::SaveToFile(const std::filesystem::path& path) const {

@@ -4,13 +4,14 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "logs/event_line_sink.h"
-#include "logs/log_queue.h"
 #include "logs/log_time.h"
+#include "util/polled_list.h"
 
 namespace logs {
 
@@ -27,13 +28,13 @@ class CEventLog : public IEventLineSink {
   void AddEventLine(const std::wstring& line) override { AddEvent(line); }
 
   // Window thread: the timer tick, the Reset command and the rows of the list.
-  LogTickResult MovePending() { return queue_.MovePending(); }
-  void Reset() { queue_.ResetShown(); }
+  tvkutil::LogTickResult MovePending() { return queue_.MovePending(); }
+  void Reset() { queue_.Clear(); }
   std::size_t ShownCount() const { return queue_.ShownCount(); }
-  const CEventEntry& Shown(std::size_t index) const { return queue_.Shown(index); }
+  const CEventEntry& Shown(std::size_t index) const { return *queue_.Shown(index); }
 
   std::size_t PendingCount() const { return queue_.PendingCount(); }
-  std::vector<CEventEntry> CopyPending() const { return queue_.CopyPending(); }
+  std::vector<CEventEntry> CopyPending() const;
 
   // The saved file of the shown lines: FF FE, the padded header "Date", "Time", "Event", then
   // for every line CR LF, date, tab, time, tab, text, all UTF-16LE and without a final line end.
@@ -44,7 +45,7 @@ class CEventLog : public IEventLineSink {
   [[nodiscard]] std::error_code SaveToFile(const std::filesystem::path& path) const;
 
  private:
-  CLogQueue<CEventEntry> queue_;
+  tvkutil::CPolledList<std::unique_ptr<CEventEntry>> queue_;
 };
 
 }  // namespace logs

@@ -100,18 +100,18 @@ void CTransactionLog::AddDatagram(std::int32_t direction, std::wstring_view sour
   queue_.AddAll(rows);
 }
 
-LogTickResult CTransactionLog::MovePending() {
+tvkutil::LogTickResult CTransactionLog::MovePending() {
   // The view and the saved file start at a message's first row, never inside a message.
-  const LogTickResult change =
-      queue_.MovePending([](const CTransactionRow& row) { return row.first_row; });
+  const tvkutil::LogTickResult change =
+      queue_.MovePending([](const auto& row) { return row->first_row; });
   const std::size_t shown = queue_.ShownCount();
   for (std::size_t i = shown - std::min(change.appended, shown); i < shown; ++i)
-    shown_through_ = std::max(shown_through_, queue_.Shown(i).datagram);
+    shown_through_ = std::max(shown_through_, queue_.Shown(i)->datagram);
   return change;
 }
 
 void CTransactionLog::Reset() {
-  queue_.ResetShown();
+  queue_.Clear();
   datagrams_.ClearThrough(shown_through_);
 }
 
@@ -144,12 +144,21 @@ void AppendSavedRow(CUtf16Text& file, const CTransactionRow& row) {
 std::string CTransactionLog::SavedFileBytes() const {
   CUtf16Text file;
   AppendSavedHeader(file);
-  queue_.WithShownLocked([&](const auto& shown) {
+  queue_.WithAll([&](const auto& shown) {
     for (const auto& row : shown)
       AppendSavedRow(file, *row);
     return 0;
   });
   return file.Bytes();
+}
+
+std::vector<CTransactionRow> CTransactionLog::CopyPending() const {
+  return queue_.WithPending([](const auto& pending) {
+    std::vector<CTransactionRow> copy;
+    for (const auto& row : pending)
+      copy.push_back(*row);
+    return copy;
+  });
 }
 
 std::error_code CTransactionLog::SaveToFile(const std::filesystem::path& path) const {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,10 +14,10 @@
 #include <vector>
 
 #include "logs/datagram_store.h"
-#include "logs/log_queue.h"
 #include "logs/log_time.h"
 #include "logs/transaction_sink.h"
 #include "logs/utf16_file.h"
+#include "util/polled_list.h"
 
 namespace logs {
 
@@ -68,13 +69,13 @@ class CTransactionLog {
   // Window thread: the timer tick, the Reset command and the rows of the list. The cap of 1024
   // rows drops whole messages: the oldest message whose first row would go goes entirely.
   // Reset also forgets the datagrams of the rows shown so far; those of pending rows stay.
-  LogTickResult MovePending();
+  tvkutil::LogTickResult MovePending();
   void Reset();
   std::size_t ShownCount() const { return queue_.ShownCount(); }
-  const CTransactionRow& Shown(std::size_t index) const { return queue_.Shown(index); }
+  const CTransactionRow& Shown(std::size_t index) const { return *queue_.Shown(index); }
 
   std::size_t PendingCount() const { return queue_.PendingCount(); }
-  std::vector<CTransactionRow> CopyPending() const { return queue_.CopyPending(); }
+  std::vector<CTransactionRow> CopyPending() const;
 
   // FF FE, the padded header "Date", "Time", "Source", "Transaction", then for every first row
   // CR LF, date, tab, time, tab, the source column padded to 21 characters, tab; every row's
@@ -89,7 +90,7 @@ class CTransactionLog {
 
  private:
   CDatagramStore datagrams_;
-  CLogQueue<CTransactionRow> queue_;
+  tvkutil::CPolledList<std::unique_ptr<CTransactionRow>> queue_;
   std::uint64_t shown_through_ = 0;  // highest datagram number moved into the shown rows
 };
 

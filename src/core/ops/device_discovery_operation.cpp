@@ -4,11 +4,8 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <set>
-#include <system_error>
-#include <unordered_map>
 #include <utility>
 
 #include "net/address.h"
@@ -65,42 +62,36 @@ std::shared_ptr<IDiscoveryProbe> MakeIcmpProbe(logs::ITransactionSink& transacti
   return std::make_shared<CIcmpProbe>(transactions);
 }
 
-// The fast sweep's reverse lookups, on up to kLookupThreads threads started as devices are
-// found. A device goes into the list, in address order, once its name is known. When the sweep
-// is stopped the devices still waiting go in at once without a name, and lookups that are
-// still running are no longer waited for: their threads are handed back to be joined later.
-class CDeviceDiscoveryOperation::CLookupPool {
+// The devices of one fast sweep that wait for their names. A device goes into the list, in
+// address order, once its name is known. When the sweep is stopped, the devices still waiting
+// go in at once without a name and the lookups not yet started are dropped; a lookup that is
+// already running holds the batch's shared state, finds it abandoned and touches nothing else.
+class CDeviceDiscoveryOperation::CNameBatch {
  public:
-  CLookupPool(std::shared_ptr<IDiscoveryProbe> probe, tvkutil::CResultList<CDeviceInfo>& devices,
-              DeviceFoundFn found)
-      : probe_(std::move(probe)), devices_(devices), shared_(std::make_shared<Shared>()) {
+  CNameBatch(tvkutil::CWorkPool& pool, std::shared_ptr<IDiscoveryProbe> probe,
+             tvkutil::CPolledList<CDeviceInfo>& devices, DeviceFoundFn found)
+      : pool_(pool), probe_(std::move(probe)), shared_(std::make_shared<Shared>(devices)) {
     shared_->found = std::move(found);
   }
-  ~CLookupPool() {
-    Abandon();
-    for (std::thread& t : threads_)
-      t.join();
-  }
-  CLookupPool(const CLookupPool&) = delete;
-  CLookupPool& operator=(const CLookupPool&) = delete;
+  ~CNameBatch() { Abandon(); }
+  CNameBatch(const CNameBatch&) = delete;
+  CNameBatch& operator=(const CNameBatch&) = delete;
 
   void Add(std::uint32_t host) {
-    bool spawn = false;
     {
       std::lock_guard lock(shared_->mutex);
-      shared_->queue.push_back(host);
       shared_->pending.insert(host);
-      spawn = shared_->queue.size() > shared_->idle && threads_.size() < kLookupThreads;
     }
-    shared_->wake.notify_one();
-    if (!spawn)
-      return;
-    try {
-      threads_.emplace_back(&CLookupPool::Run, shared_, probe_, &devices_, false);
-    } catch (const std::system_error&) {
-      if (threads_.empty())
-        Run(shared_, probe_, &devices_, true);  // no thread at all: look up here
-    }
+    pool_.Post([shared = shared_, probe = probe_, host] {
+      std::wstring name = probe->ReverseName(htonl(host));
+      std::lock_guard lock(shared->mutex);
+      if (shared->abandoned)
+        return;
+      Insert(*shared, Device(host, std::move(name)));
+      shared->pending.erase(host);
+      if (shared->pending.empty())
+        shared->done.notify_all();
+    });
   }
 
   // Waits until every device found is in the list: true. When `stop` is raised first, Abandon()
@@ -116,86 +107,45 @@ class CDeviceDiscoveryOperation::CLookupPool {
         }
         shared_->done.wait_for(lock, tvkutil::kStopPollSlice);
       }
-      shared_->closing = true;
     }
-    shared_->wake.notify_all();
-    for (std::thread& t : threads_)
-      t.join();
-    threads_.clear();
+    Abandon();  // nothing is left: only closes the batch
     return true;
   }
 
-  // Puts every device still waiting for its name into the list without one; from now on no
-  // thread touches the list.
+  // Puts every device still waiting for its name into the list without one and drops the
+  // lookups not yet started; from now on no lookup touches the list.
   void Abandon() {
-    {
-      std::lock_guard lock(shared_->mutex);
-      if (shared_->abandoned)
-        return;
-      shared_->abandoned = true;
-      for (std::uint32_t host : shared_->pending)
-        Insert(*shared_, devices_, Device(host, {}));
-      shared_->pending.clear();
-      shared_->queue.clear();
-    }
-    shared_->wake.notify_all();
+    pool_.Cancel();
+    std::lock_guard lock(shared_->mutex);
+    if (shared_->abandoned)
+      return;
+    shared_->abandoned = true;
+    for (std::uint32_t host : shared_->pending)
+      Insert(*shared_, Device(host, {}));
+    shared_->pending.clear();
   }
-
-  std::vector<std::thread> TakeThreads() { return std::exchange(threads_, {}); }
 
  private:
   struct Shared {
+    explicit Shared(tvkutil::CPolledList<CDeviceInfo>& list) : devices(list) {}
     std::mutex mutex;
-    std::condition_variable wake;  // work for the lookup threads, or the end
-    std::condition_variable done;  // the last pending name is in
-    std::deque<std::uint32_t> queue;
+    std::condition_variable done;     // the last pending name is in
     std::set<std::uint32_t> pending;  // found and not yet in the list
-    std::size_t idle = 0;
-    bool closing = false;
     bool abandoned = false;
+    tvkutil::CPolledList<CDeviceInfo>& devices;  // only while not abandoned
     DeviceFoundFn found;
   };
 
-  // Under the shared lock, so nothing goes in once the pool is abandoned.
-  static void Insert(const Shared& shared, tvkutil::CResultList<CDeviceInfo>& devices,
-                     CDeviceInfo device) {
+  // Under the shared lock, so nothing goes in once the batch is abandoned.
+  static void Insert(const Shared& shared, CDeviceInfo device) {
     if (shared.found)
       shared.found(device);
-    devices.InsertSorted(std::move(device), ByAddress);
+    shared.devices.InsertSorted(std::move(device), ByAddress);
   }
 
-  // One lookup thread. Everything it uses is shared or outlives it: the operation joins
-  // abandoned threads before its list goes.
-  static void Run(std::shared_ptr<Shared> shared, std::shared_ptr<IDiscoveryProbe> probe,
-                  tvkutil::CResultList<CDeviceInfo>* devices, bool inline_only) {
-    std::unique_lock lock(shared->mutex);
-    for (;;) {
-      if (inline_only && shared->queue.empty())
-        return;
-      ++shared->idle;
-      shared->wake.wait(
-          lock, [&] { return shared->abandoned || shared->closing || !shared->queue.empty(); });
-      --shared->idle;
-      if (shared->abandoned || shared->queue.empty())
-        return;
-      const std::uint32_t host = shared->queue.front();
-      shared->queue.pop_front();
-      lock.unlock();
-      std::wstring name = probe->ReverseName(htonl(host));
-      lock.lock();
-      if (shared->abandoned)
-        return;
-      Insert(*shared, *devices, Device(host, std::move(name)));
-      shared->pending.erase(host);
-      if (shared->pending.empty())
-        shared->done.notify_all();
-    }
-  }
-
+  tvkutil::CWorkPool& pool_;
   std::shared_ptr<IDiscoveryProbe> probe_;
-  tvkutil::CResultList<CDeviceInfo>& devices_;
   std::shared_ptr<Shared> shared_;
-  std::vector<std::thread> threads_;
 };
 
 CDeviceDiscoveryOperation::CDeviceDiscoveryOperation(const app::DiscoverySettings& stored,
@@ -209,8 +159,6 @@ CDeviceDiscoveryOperation::CDeviceDiscoveryOperation(const app::DiscoverySetting
 
 CDeviceDiscoveryOperation::~CDeviceDiscoveryOperation() {
   worker_.StopAndWait();
-  for (std::thread& t : abandoned_lookups_)
-    t.join();
 }
 
 bool CDeviceDiscoveryOperation::Validate(app::IOperationUi& ui) {
@@ -262,9 +210,6 @@ void CDeviceDiscoveryOperation::AddressDone(const SweepSettings& settings) {
 
 void CDeviceDiscoveryOperation::Sweep(std::stop_token stop, const std::wstring& start,
                                       const std::wstring& end, const SweepSettings& settings) {
-  for (std::thread& t : abandoned_lookups_)
-    t.join();
-  abandoned_lookups_.clear();
   devices_.Clear();
 
   SweepStatus status = SweepStatus::kComplete;
@@ -318,151 +263,45 @@ SweepStatus CDeviceDiscoveryOperation::SequentialSweep(std::stop_token stop, IDi
 }
 
 SweepStatus CDeviceDiscoveryOperation::FastSweep(std::stop_token stop,
-                                                 const std::shared_ptr<IDiscoveryProbe>& probe_ptr,
+                                                 const std::shared_ptr<IDiscoveryProbe>& probe,
                                                  std::uint64_t first, std::uint64_t last,
                                                  const SweepSettings& settings) {
-  IDiscoveryProbe& probe = *probe_ptr;
-  if (!probe.CanSend())
-    return SequentialSweep(stop, probe, first, last, settings);  // paces through, finds nothing
+  if (!probe->CanSend())
+    return SequentialSweep(stop, *probe, first, last, settings);  // paces through, finds nothing
 
-  const auto timeout = std::chrono::milliseconds(std::max(settings.timeout_ms, 0));
-  const int attempts = std::max(settings.retries, 0) + 1;
-  struct Echo {
-    std::uint32_t host;
-    int attempts_left;  // after this one
-    Clock::time_point sent_at;
-  };
-  // The echoes waiting for an answer, by the sequence number of each address's latest echo,
-  // and their deadlines in the order they fall (all echoes wait equally long).
-  std::unordered_map<std::uint16_t, Echo> in_flight;
-  std::deque<std::pair<Clock::time_point, std::uint16_t>> deadlines;
-  CLookupPool lookups(probe_ptr, devices_, settings.found);
+  CNameBatch names(lookups_, probe, devices_, settings.found);
   std::size_t found = 0;
-
-  // Each address has exactly one outcome: answered, refused, or out of attempts.
-  const auto outcome = [&](std::uint32_t host, std::int32_t status, int size, int round_trip_ms) {
-    net::LogEchoOutcome(transactions_, kDiscoverySource, htonl(host), status, size, round_trip_ms);
-    AddressDone(settings);
-  };
-  // The next echo of `host`. One the system refuses at once uses up its attempt at once, as in
-  // a ping.
-  const auto send = [&](std::uint32_t host, int attempts_left) {
-    for (;;) {
-      std::uint16_t sequence = 0;
-      const Clock::time_point now = Clock::now();
-      const std::int32_t status = probe.Send(htonl(host), sequence);
-      if (status == net::kEchoSuccess) {
-        if (const auto old = in_flight.find(sequence); old != in_flight.end()) {
-          // The numbers came round while an echo still waited: it can no longer be told apart.
-          outcome(old->second.host, net::kEchoTimedOut, 0, 0);
-          in_flight.erase(old);
-        }
-        in_flight.emplace(sequence, Echo{host, attempts_left - 1, now});
-        deadlines.emplace_back(now + timeout, sequence);
-        return;
-      }
-      if (status != net::kEchoGeneralFailure || attempts_left <= 1) {
-        outcome(host, status, 0, 0);
-        return;
-      }
-      --attempts_left;
-    }
-  };
-  // Stop or limit: the echoes still waiting count as not answered, the names still missing
-  // are no longer waited for.
-  const auto end_early = [&] {
-    std::vector<std::uint32_t> hosts;
-    for (const auto& [sequence, echo] : in_flight)
-      hosts.push_back(echo.host);
-    std::sort(hosts.begin(), hosts.end());
-    for (std::uint32_t host : hosts)
-      outcome(host, net::kEchoTimedOut, 0, 0);
-    in_flight.clear();
-  };
-  const auto stopped = [&] {
-    end_early();
-    lookups.Abandon();
-    for (std::thread& t : lookups.TakeThreads())
-      abandoned_lookups_.push_back(std::move(t));
+  net::CIcmpSweep sweep(*probe, {.timeout = std::chrono::milliseconds(settings.timeout_ms),
+                                 .attempts = std::max(settings.retries, 0) + 1,
+                                 .pacing = settings.pacing});
+  const net::CIcmpSweep::End end = sweep.Run(
+      static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last), stop,
+      [&](std::uint32_t address) {
+        if (found >= kMaxDevices)
+          return false;
+        net::LogEchoSent(transactions_, kDiscoverySource, address);
+        return true;
+      },
+      [&](const net::EchoOutcome& outcome) {
+        net::LogEchoOutcome(transactions_, kDiscoverySource, outcome.address, outcome.status,
+                            outcome.data_size, outcome.round_trip_ms);
+        AddressDone(settings);
+        if (outcome.status != net::kEchoSuccess)
+          return true;
+        if (found >= kMaxDevices)
+          return false;
+        ++found;
+        progress_.AddFound();
+        names.Add(ntohl(outcome.address));
+        return true;
+      });
+  if (end == net::CIcmpSweep::End::kStopped) {
+    names.Abandon();
     return SweepStatus::kStopped;
-  };
-  const auto limit_reached = [&] {
-    end_early();
-    LimitReached();
-    return lookups.Finish(stop) ? SweepStatus::kComplete : stopped();
-  };
-
-  std::uint64_t next = first;
-  Clock::time_point next_due = Clock::now();
-  for (;;) {
-    const Clock::time_point now = Clock::now();
-    while (!deadlines.empty() && deadlines.front().first <= now) {
-      const auto [deadline, sequence] = deadlines.front();
-      deadlines.pop_front();
-      const auto it = in_flight.find(sequence);
-      if (it == in_flight.end() || it->second.sent_at + timeout != deadline)
-        continue;  // answered, or the number now belongs to a later echo
-      const Echo echo = it->second;
-      in_flight.erase(it);
-      if (echo.attempts_left > 0)
-        send(echo.host, echo.attempts_left);
-      else
-        outcome(echo.host, net::kEchoTimedOut, 0, 0);
-    }
-
-    if (stop.stop_requested())
-      return stopped();
-    if (next <= last && now >= next_due) {
-      if (found >= kMaxDevices)
-        return limit_reached();
-      const auto host = static_cast<std::uint32_t>(next++);
-      next_due = Clock::now() + settings.pacing;
-      net::LogEchoSent(transactions_, kDiscoverySource, htonl(host));
-      send(host, attempts);
-    }
-    if (next > last && in_flight.empty())
-      break;
-
-    // Answers until the next first echo is due, or once all have gone the next deadline. While
-    // first echoes still go out, a deadline waits for the next of them (a retry goes at most
-    // one pacing step late): one wake-up a step keeps the pacing steady.
-    Clock::time_point until = Clock::now() + tvkutil::kStopPollSlice;
-    if (next <= last)
-      until = std::min(until, next_due);
-    else if (!deadlines.empty())
-      until = std::min(until, deadlines.front().first);
-    bool over_limit = false;
-    for (const net::EchoAnswer& answer : probe.Receive(until)) {
-      const auto it = in_flight.find(answer.sequence);
-      // An answer after the echo's time-out counts for nothing, even before the deadline has
-      // been dealt with.
-      if (it == in_flight.end() || htonl(it->second.host) != answer.address ||
-          answer.received_at - it->second.sent_at > timeout) {
-        continue;
-      }
-      const Echo echo = it->second;
-      in_flight.erase(it);
-      if (answer.status != net::kEchoSuccess) {
-        // An ICMP error about the echo ends the address's attempts, as in a ping.
-        outcome(echo.host, answer.status, 0, 0);
-        continue;
-      }
-      outcome(echo.host, net::kEchoSuccess, answer.data_size,
-              static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                   answer.received_at - echo.sent_at)
-                                   .count()));
-      if (found >= kMaxDevices) {
-        over_limit = true;
-        continue;
-      }
-      ++found;
-      progress_.AddFound();
-      lookups.Add(echo.host);
-    }
-    if (over_limit)
-      return limit_reached();
   }
-  return lookups.Finish(stop) ? SweepStatus::kComplete : stopped();
+  if (end == net::CIcmpSweep::End::kEnded)
+    LimitReached();
+  return names.Finish(stop) ? SweepStatus::kComplete : SweepStatus::kStopped;
 }
 
 std::wstring CDeviceDiscoveryOperation::LastStatusLine() const {

@@ -5,9 +5,8 @@
 //
 // Two sweeps share the range, the pacing, the limit and the lines. The sequential one pings one
 // address after the other and looks each name up before it goes on. The fast one sends the
-// first echo of each address one pacing step after the last without waiting for answers; the
-// answers are matched to their addresses by sequence number, every address still gets its
-// time-out and retries, and names are looked up on a few threads of their own.
+// first echo of each address one pacing step after the last without waiting for answers
+// (net::CIcmpSweep), and names are looked up on a few threads of the operation's own.
 #pragma once
 
 #include <atomic>
@@ -19,18 +18,18 @@
 #include <memory>
 #include <stop_token>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "logs/event_line_sink.h"
 #include "logs/log_entry_points.h"
 #include "logs/transaction_sink.h"
 #include "net/icmp_echo.h"
+#include "net/icmp_sweep.h"
 #include "ops/operation_ui.h"
 #include "ops/progress.h"
 #include "settings/settings.h"
-#include "util/result_list.h"
+#include "util/polled_list.h"
 #include "util/runner.h"
+#include "util/work_pool.h"
 
 namespace pages {
 
@@ -54,7 +53,7 @@ struct DiscoveryForm {
 inline constexpr std::size_t kMaxDevices = 65535;
 // The least time between the (first) echoes of two addresses.
 inline constexpr std::chrono::milliseconds kSweepPacing{10};
-// Reverse lookups of the fast sweep run on at most this many threads.
+// Reverse lookups of the fast sweep run on at most this many threads at once.
 inline constexpr std::size_t kLookupThreads = 4;
 
 enum class SweepStatus : int { kNone = 0, kComplete = 1, kStopped = 2 };
@@ -77,18 +76,13 @@ struct SweepSettings {
 };
 
 // The network side of one sweep. The real one is one ICMP socket for the whole sweep and the
-// system's reverse lookup; tests stand in for it.
-class IDiscoveryProbe {
+// system's reverse lookup; tests stand in for it. The fast sweep sends through its
+// net::IEchoPort side.
+class IDiscoveryProbe : public net::IEchoPort {
  public:
-  virtual ~IDiscoveryProbe() = default;
   // The sequential sweep: one ping of `address` (network byte order) with every attempt, its
   // rows in the transaction log; true on a reply. `stop` abandons the wait.
   virtual bool Ping(std::uint32_t address, int timeout_ms, int retries, std::stop_token stop) = 0;
-  // The fast sweep: whether echoes can be sent at all; one echo without waiting; the answers
-  // that came until `until` (see net::CIcmpEchoSocket).
-  virtual bool CanSend() const = 0;
-  virtual std::int32_t Send(std::uint32_t address, std::uint16_t& out_sequence) = 0;
-  virtual std::vector<net::EchoAnswer> Receive(net::EchoClock::time_point until) = 0;
   // The host name of `address` (network byte order), empty when it has none. Called from
   // several threads at once.
   virtual std::wstring ReverseName(std::uint32_t address) = 0;
@@ -136,7 +130,7 @@ class CDeviceDiscoveryOperation {
   // Forgets the thread of a sweep that has ended.
   void Join() { worker_.Join(); }
 
-  const tvkutil::CResultList<CDeviceInfo>& Devices() const { return devices_; }
+  const tvkutil::CPolledList<CDeviceInfo>& Devices() const { return devices_; }
   // Addresses done of the range and devices found by the current or last sweep; reaches the
   // whole range when a sweep completes.
   ProgressSnapshot Progress() const { return progress_.Snapshot(); }
@@ -154,7 +148,7 @@ class CDeviceDiscoveryOperation {
   void StoreTo(app::DiscoverySettings& settings) const;
 
  private:
-  class CLookupPool;
+  class CNameBatch;
 
   void Sweep(std::stop_token stop, const std::wstring& start, const std::wstring& end,
              const SweepSettings& settings);
@@ -170,13 +164,13 @@ class CDeviceDiscoveryOperation {
   logs::IEventLineSink& events_;
   logs::ITransactionSink& transactions_;
   ProbeFactory probes_;
-  tvkutil::CResultList<CDeviceInfo> devices_;
+  tvkutil::CPolledList<CDeviceInfo> devices_;
   std::atomic<SweepStatus> status_{SweepStatus::kNone};
   std::atomic<std::size_t> final_count_{0};
   CProgress progress_;
-  // Lookup threads a stopped fast sweep no longer waited for; joined by the next sweep and at
-  // the end. Touched only by the sweep's thread, and by the destructor once it has ended.
-  std::vector<std::thread> abandoned_lookups_;
+  // The fast sweep's reverse lookups. Kept from sweep to sweep; a lookup still running when its
+  // sweep was stopped ends on its own, and the pool's end waits for it.
+  tvkutil::CWorkPool lookups_{kLookupThreads, kMaxDevices};
   // Last member: its thread is stopped before anything it uses goes.
   tvkutil::CRunner worker_;
 };

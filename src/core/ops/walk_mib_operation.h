@@ -23,7 +23,7 @@
 #include "settings/settings.h"
 #include "snmp/request_id.h"
 #include "snmp/var_bind.h"
-#include "util/result_list.h"
+#include "util/polled_list.h"
 #include "util/runner.h"
 
 namespace pages {
@@ -132,7 +132,7 @@ class CWalkMIBOperation {
   void EndWalk();
 
   // The objects found, appended by the worker while the window reads them.
-  const tvkutil::CResultList<COidInfo>& Results() const { return results_; }
+  const tvkutil::CPolledList<COidInfo>& Results() const { return results_; }
   // Objects found by the current or last walk and its time; a walk has no known total.
   ProgressSnapshot Progress() const { return progress_.Snapshot(); }
   WalkStatus FinalStatus() const { return final_status_.load(std::memory_order_acquire); }
@@ -188,7 +188,7 @@ class CWalkMIBOperation {
   logs::ITransactionSink& transactions_;
   std::uint16_t port_ = 0;  // the port of the last check that passed
   WalkJob job_;
-  tvkutil::CResultList<COidInfo> results_;
+  tvkutil::CPolledList<COidInfo> results_;
   std::atomic<WalkStatus> final_status_{WalkStatus::kNone};
   CProgress progress_;
   std::atomic<WalkFailure> failure_{WalkFailure::kNone};

@@ -101,7 +101,7 @@ CLogTableView::~CLogTableView() {
 }
 
 void CLogTableView::Tick() {
-  const LogTickResult change = rows_->MovePending();
+  const tvkutil::LogTickResult change = rows_->MovePending();
   if (change.removed_front == 0 && change.appended == 0)
     return;
   model_->Apply(change.removed_front, change.appended);

@@ -14,9 +14,9 @@
 #include <system_error>
 #include <vector>
 
-#include "logs/log_queue.h"
 #include "ui/results_table_view.h"
 #include "util/app_folders.h"
+#include "util/polled_list.h"
 
 class QMenu;
 class QTableView;
@@ -32,7 +32,7 @@ namespace logs {
 // points for as long as they live.
 class ILogRows : public app::ITableRows {
  public:
-  virtual LogTickResult MovePending() = 0;
+  virtual tvkutil::LogTickResult MovePending() = 0;
   virtual void Reset() = 0;
   virtual std::size_t ShownCount() const = 0;
   [[nodiscard]] virtual std::error_code SaveToFile(const std::filesystem::path& path) const = 0;
@@ -49,7 +49,7 @@ class CRegisteredRows : public ILogRows {
   CRegisteredRows& operator=(const CRegisteredRows&) = delete;
 
   Log& TheLog() { return log_; }
-  LogTickResult MovePending() override { return log_.MovePending(); }
+  tvkutil::LogTickResult MovePending() override { return log_.MovePending(); }
   void Reset() override { log_.Reset(); }
   std::size_t ShownCount() const override { return log_.ShownCount(); }
   std::error_code SaveToFile(const std::filesystem::path& path) const override {

@@ -1,6 +1,7 @@
 // The log cores: lines from many threads, LogEvent, row splitting and the saved file bytes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -12,10 +13,10 @@
 
 #include "logs/event_log.h"
 #include "logs/log_entry_points.h"
-#include "logs/log_queue.h"
 #include "logs/transaction_log.h"
 #include "support/hex_bytes.h"
 #include "support/temp_folder.h"
+#include "util/polled_list.h"
 #include "util/string_table.h"
 
 namespace {
@@ -139,7 +140,7 @@ TEST(TransactionLog, TheRowCapDropsWholeMessages) {
     CTransactionLog log;
     std::size_t told = 0;  // rows the ticks said are shown
     const auto tick = [&] {
-      const logs::LogTickResult change = log.MovePending();
+      const tvkutil::LogTickResult change = log.MovePending();
       told += change.appended;
       told -= change.removed_front;
     };
@@ -156,8 +157,8 @@ TEST(TransactionLog, TheRowCapDropsWholeMessages) {
   }
 }
 
-TEST(LogQueue, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
-  logs::CLogQueue<int> queue;
+TEST(PolledList, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
+  tvkutil::CPolledList<std::unique_ptr<int>> queue;
   for (int burst = 0; burst < 2; ++burst) {
     SCOPED_TRACE(burst);
     std::set<std::size_t> capacities;
@@ -168,10 +169,33 @@ TEST(LogQueue, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
     // 1024, 2048 ... 131072 the first time; the same array again the second.
     EXPECT_EQ(capacities.size(), burst == 0 ? 8U : 1U);
     EXPECT_EQ(*capacities.rbegin(), 131072U);
-    const logs::LogTickResult tick = queue.MovePending();
-    EXPECT_EQ(tick.appended, logs::kMaxShownRows);
-    EXPECT_EQ(queue.Shown(0), 100000 - 1024);
+    const tvkutil::LogTickResult tick = queue.MovePending();
+    EXPECT_EQ(tick.appended, tvkutil::kMaxShownRows);
+    EXPECT_EQ(*queue.Shown(0), 100000 - 1024);
     EXPECT_EQ(queue.PendingCount(), 0U);
+  }
+}
+
+// At the cap's edge: the rows a tick keeps, and what it says went and came.
+TEST(PolledList, ATickKeepsAtMost1024Rows) {
+  const struct {
+    std::size_t before, arriving, removed, appended;
+  } cases[] = {{1023, 1, 0, 1}, {1024, 1, 1, 1}, {0, 1025, 0, 1024}, {1, 1024, 1, 1024}};
+  for (const auto& c : cases) {
+    tvkutil::CPolledList<std::unique_ptr<std::size_t>> list;
+    std::size_t n = 0;
+    const auto add = [&](std::size_t count) {
+      for (; count > 0; --count)
+        list.Add(std::make_unique<std::size_t>(n++));
+    };
+    add(c.before);
+    list.MovePending();
+    add(c.arriving);
+    const tvkutil::LogTickResult tick = list.MovePending();
+    EXPECT_EQ(tick.removed_front, c.removed) << c.before << '+' << c.arriving;
+    EXPECT_EQ(tick.appended, c.appended) << c.before << '+' << c.arriving;
+    ASSERT_EQ(list.ShownCount(), std::min<std::size_t>(c.before + c.arriving, 1024));
+    EXPECT_EQ(*list.Shown(0), n - list.ShownCount());
   }
 }
 
@@ -179,7 +203,7 @@ TEST(LogQueue, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
 // that log must never wait while the window frees rows.
 struct ProbedEntry;
 struct LockProbe {
-  logs::CLogQueue<ProbedEntry>* queue = nullptr;
+  tvkutil::CPolledList<std::unique_ptr<ProbedEntry>>* queue = nullptr;
   int freed = 0, while_locked = 0;
   std::vector<std::future<std::size_t>> asks;  // a blocked ask ends once the lock is let go
 };
@@ -198,8 +222,8 @@ struct ProbedEntry {
 };
 
 // Rows leave by three ways: pushed out by a tick, dropped unshown by a tick, and Reset.
-TEST(LogQueue, RowsAreFreedAfterTheLockIsLetGo) {
-  logs::CLogQueue<ProbedEntry> queue;
+TEST(PolledList, RowsAreFreedAfterTheLockIsLetGo) {
+  tvkutil::CPolledList<std::unique_ptr<ProbedEntry>> queue;
   LockProbe probe;
   probe.queue = &queue;
   const auto add = [&](int count) {  // the first of them probed
@@ -212,7 +236,7 @@ TEST(LogQueue, RowsAreFreedAfterTheLockIsLetGo) {
   queue.MovePending();
   add(1);
   queue.MovePending();
-  queue.ResetShown();
+  queue.Clear();
   EXPECT_EQ(probe.freed, 3);
   EXPECT_EQ(probe.while_locked, 0);
 }

@@ -1,6 +1,6 @@
 // ICMP echo inside a private network namespace: loopback and extra addresses answer, silent
-// addresses do not, refusing routes are told in words (the sweep's matching of answers is the
-// device discovery's test).
+// addresses do not, refusing routes are told in words; the sweep's bookkeeping through a
+// scripted port (its matching of real answers is the device discovery's test).
 #include "net/icmp_echo.h"
 
 #include <arpa/inet.h>
@@ -12,9 +12,13 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
+#include "net/icmp_sweep.h"
 #include "support/private_netns.h"
 #include "support/registered_transaction_log.h"
 #include "util/text.h"
@@ -119,6 +123,63 @@ TEST(IcmpEcho, NoSocketThatOpensMeansNoIcmpAndSilentPings) {
   });
   SONDARA_REQUIRE_NETNS(run);
   EXPECT_EQ(run.output, "0001 127.0.0.1 0 0 0:  | \n::1 0 0 0:  | \n");
+}
+
+// Never answers. Sequence numbers run modulo `sequences`; `refusal` is what Send says for .1.
+class CSilentPort : public net::IEchoPort {
+ public:
+  CSilentPort(std::uint16_t sequences, std::int32_t refusal)
+      : sequences_(sequences), refusal_(refusal) {}
+  bool CanSend() const override { return true; }
+  std::int32_t Send(std::uint32_t address, std::uint16_t& sequence) override {
+    ++sends[ntohl(address) & 0xFF];
+    sequence = static_cast<std::uint16_t>(next_++ % sequences_);
+    return (ntohl(address) & 0xFF) == 1 ? refusal_ : net::kEchoSuccess;
+  }
+  std::vector<net::EchoAnswer> Receive(net::EchoClock::time_point until) override {
+    std::this_thread::sleep_until(until);
+    return {};
+  }
+  std::map<int, int> sends;  // by last number
+
+ private:
+  std::uint16_t sequences_, next_ = 0;
+  std::int32_t refusal_;
+};
+
+// Each address gets all its attempts and one outcome, also when the sequence numbers come
+// round while earlier echoes wait, or when the system refuses to send.
+TEST(IcmpSweep, EveryAddressEndsOnceAfterItsAttempts) {
+  const struct {
+    std::uint16_t sequences;
+    std::int32_t refusal;  // of .1
+    int attempts;
+    std::string want;  // "last number:sends:status" per outcome, in order
+  } cases[] = {
+      {1000, net::kEchoSuccess, 3, "1:3:11010 2:3:11010 3:3:11010 4:3:11010 "},
+      {2, net::kEchoSuccess, 1, "1:1:11010 2:1:11010 3:1:11010 4:1:11010 "},
+      {1000, net::kEchoGeneralFailure, 2, "1:2:11050 2:2:11010 3:2:11010 4:2:11010 "},
+      {1000, net::kEchoDestNetUnreachable, 2, "1:1:11002 2:2:11010 3:2:11010 4:2:11010 "},
+  };
+  for (const auto& c : cases) {
+    CSilentPort port(c.sequences, c.refusal);
+    net::CIcmpSweep sweep(port, {std::chrono::milliseconds(20), c.attempts, {}});
+    std::vector<net::EchoOutcome> outcomes;
+    const auto end = sweep.Run(
+        0x0A000001, 0x0A000004, {}, [](std::uint32_t) { return true; },
+        [&](const net::EchoOutcome& o) {
+          outcomes.push_back(o);
+          return true;
+        });
+    std::string got;
+    for (const auto& o : outcomes) {
+      const int last = static_cast<int>(ntohl(o.address) & 0xFF);
+      got += std::to_string(last) + ':' + std::to_string(port.sends[last]) + ':' +
+             std::to_string(o.status) + ' ';
+    }
+    EXPECT_EQ(end, net::CIcmpSweep::End::kComplete);
+    EXPECT_EQ(got, c.want) << c.sequences << ' ' << c.refusal;
+  }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <sstream>
 #include <string>
@@ -255,6 +256,60 @@ TEST(DeviceDiscovery, AStartAboveTheEndProbesNothingNamesInAnyOrderAndTheLimitEn
     op.Devices().With(pages::kMaxDevices - 1, [&](const pages::CDeviceInfo& d) { last = d.ip; });
     EXPECT_EQ(last, L"10.0.255.255") << "fast " << fast;
   }
+}
+
+// Names that hang until the test lets them go (at most 30 s).
+class HangingNamesProbe : public AnsweringProbe {
+ public:
+  std::wstring ReverseName(std::uint32_t) override {
+    std::unique_lock lock(mutex);
+    ++started;
+    go.wait_for(lock, 30s, [&] { return released; });
+    ++returned;
+    return L"late";
+  }
+  std::mutex mutex;
+  std::condition_variable go;
+  int started = 0, returned = 0;
+  bool released = false;
+};
+
+// Eight devices, four lookup threads: Stop returns while four names hang and lists all eight
+// without a name; the four queued lookups never run, the hanging ones change nothing.
+TEST(DeviceDiscovery, AStopLeavesHangingNamesBehindAndListsTheDevicesWithoutThem) {
+  const auto probe = std::make_shared<HangingNamesProbe>();
+  std::wstring found;  // every device the list got, in the order it got them
+  {
+    EventLines lines;
+    Rows rows;
+    CDeviceDiscoveryOperation op({}, lines, rows, [&](logs::ITransactionSink&) { return probe; });
+    op.Form() = {L"10.0.0.1", L"10.0.0.8"};
+    RecordingUi ui;
+    ASSERT_TRUE(
+        op.Begin({.fast = true,
+                  .found = [&](const pages::CDeviceInfo& d) { found += d.description + L"|"; }},
+                 ui));
+    ASSERT_TRUE(WaitUntil([&] {
+      std::lock_guard lock(probe->mutex);
+      return probe->started == static_cast<int>(pages::kLookupThreads) && op.Progress().found == 8;
+    }));
+    op.Stop();
+    EXPECT_EQ(op.LastStatus(), SweepStatus::kStopped);
+    EXPECT_EQ(op.Devices().Count(), 8U);
+    {
+      std::lock_guard lock(probe->mutex);
+      EXPECT_EQ(probe->returned, 0);  // the sweep did not wait for them
+      probe->released = true;
+      probe->go.notify_all();
+    }
+    // Once they are back, a queued lookup would start at once.
+    ASSERT_TRUE(WaitUntil([&] {
+      std::lock_guard lock(probe->mutex);
+      return probe->returned >= static_cast<int>(pages::kLookupThreads);
+    }));
+  }
+  EXPECT_EQ(probe->started, static_cast<int>(pages::kLookupThreads));
+  EXPECT_EQ(found, L"||||||||");
 }
 
 TEST(DeviceDiscovery, ProgressLinesSayWhatIsDoneAndWhatIsLeft) {

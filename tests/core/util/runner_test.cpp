@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "util/result_list.h"
+#include "util/polled_list.h"
 #include "util/small_vector.h"
 
 namespace {
@@ -45,8 +45,8 @@ TEST(Runner, StopWakesTheBodysWaitAndIsNotCarriedToTheNextBody) {
   EXPECT_FALSE(saw_stop);
 }
 
-TEST(ResultList, InsertsInOrderAndCountsOnlyMovesBeforeTheEnd) {
-  tvkutil::CResultList<int> list;
+TEST(PolledList, InsertsInOrderAndCountsOnlyMovesBeforeTheEnd) {
+  tvkutil::CPolledList<int> list;
   const auto less = [](int a, int b) { return a < b; };
   for (int v : {10, 20, 30})
     list.InsertSorted(v, less);
@@ -64,7 +64,7 @@ TEST(ResultList, InsertsInOrderAndCountsOnlyMovesBeforeTheEnd) {
   EXPECT_EQ(list.Reorders(), 2U);
 
   // Reused after a clear; records that compare equal keep their order, with no reorder.
-  tvkutil::CResultList<std::pair<int, char>> pairs;
+  tvkutil::CPolledList<std::pair<int, char>> pairs;
   const auto by_key = [](const auto& a, const auto& b) { return a.first < b.first; };
   for (const auto& p : {std::pair(2, 'a'), std::pair(2, 'b'), std::pair(1, 'c'), std::pair(2, 'd')})
     pairs.InsertSorted(p, by_key);
