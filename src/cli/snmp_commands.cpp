@@ -31,7 +31,7 @@ int RunRequest(CliContext& context, pages::GetSetMode mode) {
 
   CCliEventLines lines(context);
   const pages::CGetSetOperation operation(app::GetSetSettings{}, lines, context.transactions);
-  const pages::GetSetReply reply = operation.Exchange(request, context.udp, nullptr, context.stop);
+  const pages::GetSetReply reply = operation.Exchange(request, context.udp, context.stop);
   switch (reply.result.failure) {
     case net::ExchangeFailure::kNone:
       break;

@@ -28,8 +28,9 @@ int RunTrap(CliContext& context) {
   // A version 1 trap carries the time and the trap's identity in its own fields (RFC 3584 3.2),
   // so it never sends these two as bindings: say so rather than leave them out unseen.
   if (v1 && pages::FixedTrapEntriesAtStart(list) > 0) {
-    context.Error(L"trap: a version 1 trap carries sysUpTime.0 and snmpTrapOID.0 in its own "
-                  L"fields (--generic, --specific, --enterprise): leave them out of the bindings");
+    context.Error(
+        L"trap: a version 1 trap carries sysUpTime.0 and snmpTrapOID.0 in its own "
+        L"fields (--generic, --specific, --enterprise): leave them out of the bindings");
     return kExitUsage;
   }
   if (list.Count() > app::kMaxTrapVarBinds) {

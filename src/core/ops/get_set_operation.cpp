@@ -126,7 +126,7 @@ const std::wstring& FailedOid(const GetSetRequest& request, const net::ExchangeR
 }  // namespace
 
 GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
-                                       const net::UdpSettings& settings, net::IUdpSocketOps* ops,
+                                       const net::UdpSettings& settings,
                                        std::stop_token stop) const {
   snmp::CSNMPMessage message(request.version, request.community, PduTypeOf(request.mode));
   message.SetRequestId(request.request_id);
@@ -136,7 +136,7 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
 
   GetSetReply reply;
   reply.result = net::ExchangeRequest(request.host, request.port, settings, SourceOf(request.mode),
-                                      message, *response, transactions_, ops, stop);
+                                      message, *response, transactions_, nullptr, stop);
   reply.response = response;
   if (!reply.result.Ok()) {
     // A stop (the window is closing) fails without a line.

@@ -122,7 +122,7 @@ class CGetSetOperation {
   // into their histories.
   std::optional<GetSetRequest> Prepare(GetSetMode mode, app::IOperationUi& ui);
   GetSetReply Exchange(const GetSetRequest& request, const net::UdpSettings& settings,
-                       net::IUdpSocketOps* ops = nullptr, std::stop_token stop = {}) const;
+                       std::stop_token stop = {}) const;
   void Apply(const GetSetRequest& request, const GetSetReply& reply);
 
   // Writes the page back into the settings: each history with its current entry first, the

@@ -34,11 +34,11 @@ int ProgressPercent(const ProgressSnapshot& progress) {
 std::wstring SweepProgressLine(const ProgressSnapshot& progress) {
   // An empty range (a start above the end) is done as soon as it starts.
   const int percent = progress.total == 0 ? 100 : ProgressPercent(progress);
-  std::wstring line =
-      L"Swept " + std::to_wstring(progress.done) + L" of " + std::to_wstring(progress.total) +
-      L" addresses (" + std::to_wstring(percent) + L" %), " + std::to_wstring(progress.found) +
-      (progress.found == 1 ? L" device found, " : L" devices found, ") + Rate(progress) +
-      L" addresses/s, " + Duration(progress.elapsed) + L" elapsed";
+  std::wstring line = L"Swept " + std::to_wstring(progress.done) + L" of " +
+                      std::to_wstring(progress.total) + L" addresses (" + std::to_wstring(percent) +
+                      L" %), " + std::to_wstring(progress.found) +
+                      (progress.found == 1 ? L" device found, " : L" devices found, ") +
+                      Rate(progress) + L" addresses/s, " + Duration(progress.elapsed) + L" elapsed";
   if (progress.finished)
     return line;
   line += L", ";

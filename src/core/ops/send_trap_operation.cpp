@@ -213,13 +213,11 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
   return request;
 }
 
-TrapOutcome CSendTrapOperation::Send(const TrapRequest& request, const net::UdpSettings& settings,
-                                     net::IUdpSocketOps* ops) {
+TrapOutcome CSendTrapOperation::Send(const TrapRequest& request, const net::UdpSettings& settings) {
   const bool v1 = request.version == snmp::kSnmpVersion1;
   snmp::CSNMPMessage message(request.version, request.community,
                              v1 ? snmp::kPduTrapV1 : snmp::kPduTrapV2);
-  net::CSnmpRequester requester(request.host, request.port, settings, L"sendTrap", transactions_,
-                                ops);
+  net::CSnmpRequester requester(request.host, request.port, settings, L"sendTrap", transactions_);
   // The socket first: a trap that cannot leave leaves the list as it was.
   if (requester.IsOpen()) {
     const std::uint32_t now = time_stamp_();
@@ -259,12 +257,11 @@ void CSendTrapOperation::Remember(const TrapRequest& request) {
   AddToHistory(form_.communities, request.community);
 }
 
-TrapOutcome CSendTrapOperation::SendTrap(const net::UdpSettings& settings, app::IOperationUi& ui,
-                                         net::IUdpSocketOps* ops) {
+TrapOutcome CSendTrapOperation::SendTrap(const net::UdpSettings& settings, app::IOperationUi& ui) {
   const std::optional<TrapRequest> request = Validate(ui);
   if (!request)
     return TrapOutcome::kRefused;
-  const TrapOutcome outcome = Send(*request, settings, ops);
+  const TrapOutcome outcome = Send(*request, settings);
   if (outcome == TrapOutcome::kSent)
     Remember(*request);
   return outcome;

@@ -124,13 +124,11 @@ class CSendTrapOperation {
   // sysUpTime.0 set to now, and carries at least those two; a v1 trap leaves them out. A
   // failure writes "Trap request
   // failed. Reason: '%s'." Touches neither the form nor the histories.
-  TrapOutcome Send(const TrapRequest& request, const net::UdpSettings& settings,
-                   net::IUdpSocketOps* ops = nullptr);
+  TrapOutcome Send(const TrapRequest& request, const net::UdpSettings& settings);
   // After a trap went: its sender OID and community join their histories.
   void Remember(const TrapRequest& request);
   // "&Send Trap": the three steps above.
-  TrapOutcome SendTrap(const net::UdpSettings& settings, app::IOperationUi& ui,
-                       net::IUdpSocketOps* ops = nullptr);
+  TrapOutcome SendTrap(const net::UdpSettings& settings, app::IOperationUi& ui);
 
   // Before "Edit Varbinds": a v2c trap's list gets its fixed entries now rather than at the
   // next send, so the two rows the editor protects are the ones the trap carries first, and

@@ -92,7 +92,9 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
   if (!worker_.Finished() || !Validate(ui))
     return false;
   worker_.Join();  // the last walk's thread, if the timer has not forgotten it yet
-  job_ = WalkJob{form_.host, form_.version, port_, form_.community, form_.start_oid, options};
+  job_ = WalkJob{form_.host,      snmp::VersionIndex(form_.version),
+                 port_,           form_.community,
+                 form_.start_oid, options};
   Log(ids::kWalkStarted);
   if (!worker_.Start([this](std::stop_token stop) { Walk(job_, stop); })) {
     // No thread to be had: the walk ends before it began, and says so.
@@ -107,8 +109,10 @@ bool CWalkMIBOperation::RunWalk(const WalkOptions& options, app::IOperationUi& u
                                 std::stop_token stop, OidFoundFn found) {
   if (!worker_.Finished() || !Validate(ui))
     return false;
-  job_ = WalkJob{form_.host,      form_.version, port_,           form_.community,
-                 form_.start_oid, options,       std::move(found)};
+  job_ = WalkJob{form_.host,      snmp::VersionIndex(form_.version),
+                 port_,           form_.community,
+                 form_.start_oid, options,
+                 std::move(found)};
   Log(ids::kWalkStarted);
   Walk(job_, stop);
   return true;
@@ -126,13 +130,12 @@ void CWalkMIBOperation::EndWalk() {
 void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
   results_.Clear();
   progress_.Start(0);
-  const bool bulk = job.options.bulk_repetitions > 0 && snmp::VersionIndex(job.version) == 1;
-  const bool v2c = snmp::VersionIndex(job.version) == 1;
+  const bool v2c = job.version == snmp::kSnmpVersion2c;
+  const bool bulk = job.options.bulk_repetitions > 0 && v2c;
   const std::uint32_t request_type = bulk ? snmp::kPduGetBulkRequest : snmp::kPduGetNextRequest;
   // The reply becomes the next request and the request the holder of the next reply, so the
   // name just found is never copied or parsed again.
-  auto request = std::make_unique<snmp::CSNMPMessage>(snmp::VersionIndex(job.version),
-                                                      job.community, request_type);
+  auto request = std::make_unique<snmp::CSNMPMessage>(job.version, job.community, request_type);
   auto reply = std::make_unique<snmp::CSNMPMessage>(snmp::kPduResponse);
   request->AddNullVarBind(job.start_oid);
   std::wstring current_oid = request->GetVarBind(1)->Name()->Text();
@@ -186,12 +189,12 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
   };
 
   net::CSnmpRequester requester(job.host, job.port, job.options.udp, L"walkMIB", transactions_,
-                                job.options.ops);
+                                nullptr);
   requester.SetQuickAnswerWait(true);
   [&] {
     for (;;) {
-      request->SetRequestId(
-          request_ids_.Next(job.host, job.version, job.port, kRequestIdOperation, job.community));
+      request->SetRequestId(request_ids_.Next(job.host, std::to_wstring(job.version), job.port,
+                                              kRequestIdOperation, job.community));
       if (bulk) {
         request->SetNonRepeaters(0);
         request->SetMaxRepetitions(repetitions);
@@ -260,11 +263,11 @@ std::string CWalkMIBOperation::ResultsFileText() const {
 }
 
 RequestOutcome CWalkMIBOperation::GetSysObjectId(const net::UdpSettings& settings,
-                                                 app::IOperationUi& ui, net::IUdpSocketOps* ops) {
+                                                 app::IOperationUi& ui) {
   const std::optional<SysObjectIdRequest> request = PrepareSysObjectId(ui);
   if (!request)
     return RequestOutcome::kRefused;
-  const std::optional<std::wstring> oid = RequestSysObjectId(*request, settings, ops);
+  const std::optional<std::wstring> oid = RequestSysObjectId(*request, settings);
   if (!oid)
     return RequestOutcome::kFailed;
   form_.start_oid = *oid;
@@ -275,21 +278,21 @@ std::optional<SysObjectIdRequest> CWalkMIBOperation::PrepareSysObjectId(app::IOp
   if (!Validate(ui))
     return std::nullopt;
   return SysObjectIdRequest{
-      form_.host, form_.version, port_, form_.community,
-      request_ids_.Next(form_.host, form_.version, port_, kRequestIdOperation, form_.community)};
+      form_.host, snmp::VersionIndex(form_.version), port_, form_.community,
+      request_ids_.Next(form_.host, std::to_wstring(snmp::VersionIndex(form_.version)), port_,
+                        kRequestIdOperation, form_.community)};
 }
 
 std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjectIdRequest& request,
                                                                   const net::UdpSettings& settings,
-                                                                  net::IUdpSocketOps* ops,
                                                                   std::stop_token stop) const {
-  snmp::CSNMPMessage message(snmp::VersionIndex(request.version), request.community,
-                             snmp::kPduGetRequest);
+  snmp::CSNMPMessage message(request.version, request.community, snmp::kPduGetRequest);
   message.SetRequestId(request.request_id);
   message.AddNullVarBind(kSysObjectIdOid);
   snmp::CSNMPMessage response(snmp::kPduResponse);
-  const net::ExchangeResult result = net::ExchangeRequest(
-      request.host, request.port, settings, L"Get", message, response, transactions_, ops, stop);
+  const net::ExchangeResult result =
+      net::ExchangeRequest(request.host, request.port, settings, L"Get", message, response,
+                           transactions_, nullptr, stop);
   if (!result.Ok()) {
     // A stop (the window is closing) fails without a line.
     if (const std::wstring line =

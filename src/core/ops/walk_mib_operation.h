@@ -71,7 +71,6 @@ struct WalkOptions {
   net::UdpSettings udp;
   // max-repetitions of each GetBulkRequest when the version is "2c"; 0 walks with GetNext.
   int bulk_repetitions = 0;
-  net::IUdpSocketOps* ops = nullptr;  // tests make datagrams fail or vanish through it
   // After each object found, on the walk's thread; the page polls Progress() instead.
   ProgressFn progress{};
 };
@@ -83,7 +82,7 @@ inline constexpr wchar_t kSysObjectIdOid[] = L".1.3.6.1.2.1.1.2.0";
 // with the request id, so the request can run on another thread while the user goes on typing.
 struct SysObjectIdRequest {
   std::wstring host;
-  std::wstring version;
+  std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
   std::uint16_t port = 0;
   std::wstring community;
   std::int32_t request_id = 0;
@@ -147,8 +146,7 @@ class CWalkMIBOperation {
 
   // "&Get SysObjectID": PrepareSysObjectId, RequestSysObjectId, and the value read becomes the
   // start OID.
-  RequestOutcome GetSysObjectId(const net::UdpSettings& settings, app::IOperationUi& ui,
-                                net::IUdpSocketOps* ops = nullptr);
+  RequestOutcome GetSysObjectId(const net::UdpSettings& settings, app::IOperationUi& ui);
   // The checks, then the request with its id (shared with the walk: never while one runs).
   std::optional<SysObjectIdRequest> PrepareSysObjectId(app::IOperationUi& ui);
   // The request alone: needs no window, reads no form, may run on any thread. A Get of
@@ -157,7 +155,6 @@ class CWalkMIBOperation {
   // stopped through `stop`.
   std::optional<std::wstring> RequestSysObjectId(const SysObjectIdRequest& request,
                                                  const net::UdpSettings& settings,
-                                                 net::IUdpSocketOps* ops = nullptr,
                                                  std::stop_token stop = {}) const;
 
   // Writes the page back into the settings: the history with the current community first, the
@@ -167,9 +164,10 @@ class CWalkMIBOperation {
  private:
   // What one walk works with, copied when it starts: the form may change while it runs (the
   // start OID box stays enabled, and a snapshot reads every control).
+  // A walk that passed the checks, read once on the caller's thread.
   struct WalkJob {
     std::wstring host;
-    std::wstring version;
+    std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
     std::uint16_t port = 0;
     std::wstring community;
     std::wstring start_oid;

@@ -210,7 +210,7 @@ void CGetSetPropertyPage::Start(GetSetMode mode) {
     ShowGetResult();  // emptied while the Get runs
   request_->Start(
       [this, request = *request, settings = ExchangeSettings()](std::stop_token stop) {
-        return operation_.Exchange(request, settings, nullptr, stop);
+        return operation_.Exchange(request, settings, stop);
       },
       [this, request = *request](const GetSetReply& reply) {
         if (reply.outcome == RequestOutcome::kDone) {

@@ -254,7 +254,7 @@ void CWalkMIBPropertyPage::OnGetSysObjectId() {
     return;
   request_->Start(
       [this, request = *request, settings = UdpSettingsFrom(app_.Network())](std::stop_token stop) {
-        return operation_.RequestSysObjectId(request, settings, nullptr, stop);
+        return operation_.RequestSysObjectId(request, settings, stop);
       },
       [this, host = request->host](const std::optional<std::wstring>& oid) {
         if (!oid)
