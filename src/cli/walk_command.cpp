@@ -4,6 +4,7 @@
 
 #include "cli/commands.h"
 #include "ops/walk_mib_operation.h"
+#include "snmp/snmp_rules.h"
 
 namespace cli {
 
@@ -11,12 +12,8 @@ int RunWalk(CliContext& context) {
   const CommandLine& line = context.line;
   CCliEventLines events(context);
   pages::CWalkMIBOperation walk(app::WalkMibSettings{}, events, context.transactions);
-  pages::WalkMibForm& form = walk.Form();
-  form.host = line.host;
-  form.version = line.snmp_version;
-  form.port_text = std::to_wstring(line.port);
-  form.community = line.community;
-  form.start_oid = line.oids.front();
+  const pages::WalkRequest request{line.host, snmp::VersionIndex(line.snmp_version), line.port,
+                                   line.community, line.oids.front()};
   pages::WalkOptions options;
   options.udp = context.udp;
   // GetNext unless --bulk: a script walks the same way whatever the Options say.
@@ -25,14 +22,13 @@ int RunWalk(CliContext& context) {
     context.progress.Show(pages::WalkProgressLine(progress));
   };
 
-  CCliOperationUi ui(context);
-  const bool walked = walk.RunWalk(options, ui, context.stop,
+  const bool walked = walk.RunWalk(request, options, context.stop,
                                    [&context](const pages::COidInfo&, const snmp::CVarBind& bind) {
                                      context.progress.Clear();  // stdout may share the terminal
                                      context.printer.PrintBinding(bind);
                                    });
   if (!walked)
-    return ui.Refused() ? kExitUsage : kExitFailure;
+    return kExitFailure;
   switch (walk.FinalStatus()) {
     case pages::WalkStatus::kStopped:
       return kExitStopped;

@@ -92,9 +92,9 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
   if (!worker_.Finished() || !Validate(ui))
     return false;
   worker_.Join();  // the last walk's thread, if the timer has not forgotten it yet
-  job_ = WalkJob{form_.host,      snmp::VersionIndex(form_.version),
-                 port_,           form_.community,
-                 form_.start_oid, options};
+  job_ = WalkJob{
+      {form_.host, snmp::VersionIndex(form_.version), port_, form_.community, form_.start_oid},
+      options};
   Log(ids::kWalkStarted);
   if (!worker_.Start([this](std::stop_token stop) { Walk(job_, stop); })) {
     // No thread to be had: the walk ends before it began, and says so.
@@ -105,14 +105,11 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
   return true;
 }
 
-bool CWalkMIBOperation::RunWalk(const WalkOptions& options, app::IOperationUi& ui,
+bool CWalkMIBOperation::RunWalk(const WalkRequest& request, const WalkOptions& options,
                                 std::stop_token stop, OidFoundFn found) {
-  if (!worker_.Finished() || !Validate(ui))
+  if (!worker_.Finished())
     return false;
-  job_ = WalkJob{form_.host,      snmp::VersionIndex(form_.version),
-                 port_,           form_.community,
-                 form_.start_oid, options,
-                 std::move(found)};
+  job_ = WalkJob{request, options, std::move(found)};
   Log(ids::kWalkStarted);
   Walk(job_, stop);
   return true;

@@ -80,6 +80,16 @@ inline constexpr wchar_t kSysObjectIdOid[] = L".1.3.6.1.2.1.1.2.0";
 
 // A "&Get SysObjectID" that passed the checks: the target and community copied from the form
 // with the request id, so the request can run on another thread while the user goes on typing.
+// A walk that passed the checks, read once on the caller's thread: the page's from its form,
+// sondara-cli's straight from its arguments.
+struct WalkRequest {
+  std::wstring host;
+  std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
+  std::uint16_t port = 0;
+  std::wstring community;
+  std::wstring start_oid;
+};
+
 struct SysObjectIdRequest {
   std::wstring host;
   std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
@@ -112,13 +122,12 @@ class CWalkMIBOperation {
   // which clears the results and walks from the start OID until the end of the agent's view,
   // an error, or a stop request. False when refused (nothing started).
   bool BeginWalk(const WalkOptions& options, app::IOperationUi& ui);
-  // The same walk without a worker, for a front end without a window (sondara-cli): the
-  // checks, "walkMIB started.", then the walk on the calling thread until it ends or a stop is
-  // requested through `stop` (from another thread). `found` sees every object
-  // as it comes, and then the results keep none: a caller that prints them as they come walks
-  // any number of objects in the same memory. False when refused (nothing sent) or while a
-  // worker's walk runs.
-  bool RunWalk(const WalkOptions& options, app::IOperationUi& ui, std::stop_token stop,
+  // The same walk of a request checked by its caller, without a worker, for a front end
+  // without a window (sondara-cli): "walkMIB started.", then the walk on the calling thread
+  // until it ends or a stop is requested through `stop` (from another thread). `found` sees
+  // every object as it comes, and then the results keep none: a caller that prints them as
+  // they come walks any number of objects in the same memory. False while a worker's walk runs.
+  bool RunWalk(const WalkRequest& request, const WalkOptions& options, std::stop_token stop,
                OidFoundFn found = {});
   // "St&op", leaving the page, closing the window: asks the worker to stop and waits for it
   // for it. The worker notices the request at every tenth object and, within
@@ -164,13 +173,7 @@ class CWalkMIBOperation {
  private:
   // What one walk works with, copied when it starts: the form may change while it runs (the
   // start OID box stays enabled, and a snapshot reads every control).
-  // A walk that passed the checks, read once on the caller's thread.
-  struct WalkJob {
-    std::wstring host;
-    std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
-    std::uint16_t port = 0;
-    std::wstring community;
-    std::wstring start_oid;
+  struct WalkJob : WalkRequest {
     WalkOptions options;
     OidFoundFn found{};  // empty for the page, which polls the results instead
   };

@@ -308,7 +308,10 @@ TEST(WalkMibOperation, AWalkThatHandsOutItsObjectsKeepsNone) {
   std::vector<std::wstring> seen;
   std::uint64_t reported = 0;  // the progress counts what the results no longer keep
   w.options.progress = [&](const pages::ProgressSnapshot& p) { reported = p.done; };
-  ASSERT_TRUE(w.op.RunWalk(w.options, w.ui, {},
+  const pages::WalkMibForm& f = w.op.Form();
+  const pages::WalkRequest request{f.host, snmp::kSnmpVersion2c, agent.Port(), f.community,
+                                   f.start_oid};
+  ASSERT_TRUE(w.op.RunWalk(request, w.options, {},
                            [&seen](const pages::COidInfo& info, const snmp::CVarBind& bind) {
                              seen.push_back(info.oid + L" " + bind.Name()->Text());
                            }));
