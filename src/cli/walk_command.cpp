@@ -12,8 +12,9 @@ int RunWalk(CliContext& context) {
   const CommandLine& line = context.line;
   CCliEventLines events(context);
   pages::CWalkMIBOperation walk(app::WalkMibSettings{}, events, context.transactions);
-  const pages::WalkRequest request{line.host, snmp::VersionIndex(line.snmp_version), line.port,
-                                   line.community, line.oids.front()};
+  const pages::WalkRequest request{line.host,         snmp::VersionIndex(line.snmp_version),
+                                   line.port,         line.community,
+                                   line.oids.front(), {}};
   pages::WalkOptions options;
   options.udp = context.udp;
   // GetNext unless --bulk: a script walks the same way whatever the Options say.

@@ -114,8 +114,9 @@ ExchangeResult ExchangeRequest(const std::wstring& host, std::uint16_t port,
                                const UdpSettings& settings, std::wstring_view source,
                                snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                                logs::ITransactionSink& sink, IUdpSocketOps* ops,
-                               std::stop_token stop) {
+                               std::stop_token stop, const snmp::usm::UserSecurity& security) {
   CSnmpRequester requester(host, port, settings, std::wstring(source), sink, ops);
+  requester.SetSecurity(security);
   return requester.Request(request, response, stop);
 }
 

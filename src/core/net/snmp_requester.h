@@ -17,6 +17,7 @@
 #include "net/exchange_result.h"
 #include "net/udp_session.h"
 #include "snmp/snmp_message.h"
+#include "snmp/usm_user.h"
 
 namespace net {
 
@@ -45,6 +46,10 @@ class CSnmpRequester {
   // A trap: encoded, sent once and logged, never waited for (kBuild, kTransmit).
   ExchangeResult SendOnce(snmp::CSNMPMessage& message);
 
+  // Who SNMPv3 requests (version kSnmpVersion3) speak as; kept for the requester's life, with
+  // the agent's engine ID, boots, time and the keys localised to it once learnt.
+  void SetSecurity(const snmp::usm::UserSecurity& user) { security_ = user; }
+
   // The socket is open: requests will be sent.
   bool IsOpen() const { return session_.has_value(); }
   // See CUdpSession::SetQuickAnswerWait: for operations that make many requests in a row.
@@ -65,6 +70,7 @@ class CSnmpRequester {
   // kSnmpTimeoutError when no try got anything.
   Tried Try(std::span<const std::uint8_t> message, std::stop_token stop, const AnswerTest& answers);
 
+  snmp::usm::UserSecurity security_;
   std::optional<CUdpSession> session_;  // empty when it could not be opened
   ExchangeResult open_failure_;
   int retries_;
@@ -76,11 +82,12 @@ class CSnmpRequester {
 };
 
 // One request from start to end through a requester of its own: resolve, open, exchange, close.
-// For operations that make a single request.
+// For operations that make a single request; `security` for an SNMPv3 request.
 ExchangeResult ExchangeRequest(const std::wstring& host, std::uint16_t port,
                                const UdpSettings& settings, std::wstring_view source,
                                snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                                logs::ITransactionSink& sink, IUdpSocketOps* ops = nullptr,
-                               std::stop_token stop = {});
+                               std::stop_token stop = {},
+                               const snmp::usm::UserSecurity& security = {});
 
 }  // namespace net

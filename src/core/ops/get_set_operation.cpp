@@ -135,8 +135,9 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
   auto response = std::make_shared<snmp::CSNMPMessage>(snmp::kPduResponse);
 
   GetSetReply reply;
-  reply.result = net::ExchangeRequest(request.host, request.port, settings, SourceOf(request.mode),
-                                      message, *response, transactions_, nullptr, stop);
+  reply.result =
+      net::ExchangeRequest(request.host, request.port, settings, SourceOf(request.mode), message,
+                           *response, transactions_, nullptr, stop, request.security);
   reply.response = response;
   if (!reply.result.Ok()) {
     // A stop (the window is closing) fails without a line.

@@ -24,6 +24,7 @@
 #include "snmp/asn_data_type.h"
 #include "snmp/request_id.h"
 #include "snmp/snmp_message.h"
+#include "snmp/usm_user.h"
 
 namespace pages {
 
@@ -83,6 +84,7 @@ struct GetSetRequest {
   std::wstring community;
   std::vector<RequestBinding> bindings;  // the page's one; sondara-cli's any number
   std::int32_t request_id = 0;
+  snmp::usm::UserSecurity security;  // version 3: who the request speaks as
 };
 
 // What came back: the outcome, the exchange's result, the answer itself, and for a Get the

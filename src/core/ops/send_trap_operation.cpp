@@ -218,6 +218,7 @@ TrapOutcome CSendTrapOperation::Send(const TrapRequest& request, const net::UdpS
   snmp::CSNMPMessage message(request.version, request.community,
                              v1 ? snmp::kPduTrapV1 : snmp::kPduTrapV2);
   net::CSnmpRequester requester(request.host, request.port, settings, L"sendTrap", transactions_);
+  requester.SetSecurity(request.security);
   // The socket first: a trap that cannot leave leaves the list as it was.
   if (requester.IsOpen()) {
     const std::uint32_t now = time_stamp_();

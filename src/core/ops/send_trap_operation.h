@@ -22,6 +22,7 @@
 #include "ops/operation_ui.h"
 #include "settings/settings.h"
 #include "snmp/request_id.h"
+#include "snmp/usm_user.h"
 #include "snmp/var_bind_list.h"
 
 namespace pages {
@@ -70,8 +71,9 @@ struct TrapRequest {
   std::wstring sender_ip;   // the agent address of a v1 trap
   std::int32_t generic_trap = 0;
   std::int32_t specific_trap = 0;
-  std::int32_t request_id = 0;  // v2c
-  int varbind_count = 0;        // the first this many bindings of the list
+  std::int32_t request_id = 0;       // v2c
+  int varbind_count = 0;             // the first this many bindings of the list
+  snmp::usm::UserSecurity security;  // version 3: the user the notification is sent as
 };
 
 // Hundredths of a second since the run started, as every trap stamps its time.

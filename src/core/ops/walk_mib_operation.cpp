@@ -93,7 +93,7 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
     return false;
   worker_.Join();  // the last walk's thread, if the timer has not forgotten it yet
   job_ = WalkJob{
-      {form_.host, snmp::VersionIndex(form_.version), port_, form_.community, form_.start_oid},
+      {form_.host, snmp::VersionIndex(form_.version), port_, form_.community, form_.start_oid, {}},
       options};
   Log(ids::kWalkStarted);
   if (!worker_.Start([this](std::stop_token stop) { Walk(job_, stop); })) {
@@ -188,6 +188,7 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
   net::CSnmpRequester requester(job.host, job.port, job.options.udp, L"walkMIB", transactions_,
                                 nullptr);
   requester.SetQuickAnswerWait(true);
+  requester.SetSecurity(job.security);
   [&] {
     for (;;) {
       request->SetRequestId(request_ids_.Next(job.host, std::to_wstring(job.version), job.port,
@@ -275,9 +276,13 @@ std::optional<SysObjectIdRequest> CWalkMIBOperation::PrepareSysObjectId(app::IOp
   if (!Validate(ui))
     return std::nullopt;
   return SysObjectIdRequest{
-      form_.host, snmp::VersionIndex(form_.version), port_, form_.community,
+      form_.host,
+      snmp::VersionIndex(form_.version),
+      port_,
+      form_.community,
       request_ids_.Next(form_.host, std::to_wstring(snmp::VersionIndex(form_.version)), port_,
-                        kRequestIdOperation, form_.community)};
+                        kRequestIdOperation, form_.community),
+      {}};
 }
 
 std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjectIdRequest& request,
@@ -289,7 +294,7 @@ std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjec
   snmp::CSNMPMessage response(snmp::kPduResponse);
   const net::ExchangeResult result =
       net::ExchangeRequest(request.host, request.port, settings, L"Get", message, response,
-                           transactions_, nullptr, stop);
+                           transactions_, nullptr, stop, request.security);
   if (!result.Ok()) {
     // A stop (the window is closing) fails without a line.
     if (const std::wstring line =

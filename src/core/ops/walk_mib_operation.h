@@ -22,6 +22,7 @@
 #include "ops/progress.h"
 #include "settings/settings.h"
 #include "snmp/request_id.h"
+#include "snmp/usm_user.h"
 #include "snmp/var_bind.h"
 #include "util/polled_list.h"
 #include "util/runner.h"
@@ -88,6 +89,7 @@ struct WalkRequest {
   std::uint16_t port = 0;
   std::wstring community;
   std::wstring start_oid;
+  snmp::usm::UserSecurity security;  // version 3: who the requests speak as
 };
 
 struct SysObjectIdRequest {
@@ -96,6 +98,7 @@ struct SysObjectIdRequest {
   std::uint16_t port = 0;
   std::wstring community;
   std::int32_t request_id = 0;
+  snmp::usm::UserSecurity security;  // version 3
 };
 
 class CWalkMIBOperation {

@@ -16,6 +16,8 @@ namespace snmp {
 
 inline constexpr std::int32_t kSnmpVersion1 = 0;
 inline constexpr std::int32_t kSnmpVersion2c = 1;
+// msgVersion of an SNMPv3 message (RFC 3412).
+inline constexpr std::int32_t kSnmpVersion3 = 3;
 // Every request and trap is encoded into a buffer of this size.
 inline constexpr std::int32_t kMessageBufferLen = 65535;
 

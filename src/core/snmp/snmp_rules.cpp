@@ -44,6 +44,8 @@ OidTextFault CheckOidText(std::wstring_view text) {
 }
 
 int VersionIndex(std::wstring_view version) {
+  if (version == L"3")
+    return 3;
   return tvkutil::EqualsNoCase(version, L"2c") ? 1 : 0;
 }
 

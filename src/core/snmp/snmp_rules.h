@@ -27,7 +27,8 @@ inline bool IsValidOidText(std::wstring_view text) {
   return CheckOidText(text) == OidTextFault::kNone;
 }
 
-// 1 when the version text is "2c" (without regard to case), 0 for "1" and for anything else.
+// The message version of a version text: 1 for "2c" (without regard to case), 3 for "3", 0 for
+// "1" and for anything else.
 int VersionIndex(std::wstring_view version);
 
 // True when the text is one of the value type names ("Integer32", "Octet String", ...),

@@ -309,8 +309,8 @@ TEST(WalkMibOperation, AWalkThatHandsOutItsObjectsKeepsNone) {
   std::uint64_t reported = 0;  // the progress counts what the results no longer keep
   w.options.progress = [&](const pages::ProgressSnapshot& p) { reported = p.done; };
   const pages::WalkMibForm& f = w.op.Form();
-  const pages::WalkRequest request{f.host, snmp::kSnmpVersion2c, agent.Port(), f.community,
-                                   f.start_oid};
+  const pages::WalkRequest request{f.host,      snmp::kSnmpVersion2c, agent.Port(),
+                                   f.community, f.start_oid,          {}};
   ASSERT_TRUE(w.op.RunWalk(request, w.options, {},
                            [&seen](const pages::COidInfo& info, const snmp::CVarBind& bind) {
                              seen.push_back(info.oid + L" " + bind.Name()->Text());
