@@ -238,6 +238,27 @@ class RequestResponsivenessTest : public QObject {
     QTest::qWait(500);
     QCOMPARE(Column(win.w->EventView(), 2).size(), 1);
   }
+  // "St&op" on the walk page ends a wait for an answer at once, not after its 15 s time-out.
+  void StopOnTheWalkPageEndsTheWait() {
+    testing_support::FakeAgent agent = SilentAgent();
+    Window win(15000, 0);
+    win.Show("walkButton");
+    win.Type("walkHost", "127.0.0.1");
+    win.Type("walkPort", QString::number(agent.Port()));
+    win.Type("walkCommunity", "public");
+    QPushButton* walk = win.Button("walkButton");
+    QTest::mouseClick(walk, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(agent.Received().size(), 1U, 10000);
+    QCOMPARE(walk->text(), QString("St&op"));
+    QElapsedTimer clock;
+    clock.start();
+    QTest::mouseClick(walk, Qt::LeftButton);  // returns once the walk has ended
+    const qint64 took = clock.elapsed();
+    QTRY_COMPARE(walk->text(), QString("Begin &Walk"));
+    qInfo("the stop took %lld ms", static_cast<long long>(took));
+    QVERIFY2(took < 10000, qPrintable(QString::number(took)));
+    QTRY_VERIFY(Column(win.w->EventView(), 2).contains("walkMIB stopped. No. of OIDs found: '0'."));
+  }
   // The Device Discovery page: rows come while the sweep runs, Stop answers at once, and the
   // page keeps its range and column widths.
   void SweepOnTheDeviceDiscoveryPage() {
