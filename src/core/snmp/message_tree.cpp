@@ -1,11 +1,15 @@
 #include "snmp/message_tree.h"
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "snmp/ber.h"
+#include "snmp/octet_string.h"
 #include "snmp/pdu.h"
+#include "snmp/snmp_message.h"
 #include "snmp/type_names.h"
 
 namespace snmp {
@@ -36,7 +40,17 @@ constexpr std::array<std::wstring_view, 19> kErrorStatusNames = {L"noError",
                                                                  L"notWritable",
                                                                  L"inconsistentName"};
 
-constexpr std::array<std::wstring_view, 2> kVersionNames = {L"SNMPv1", L"SNMPv2c"};
+constexpr std::array<std::wstring_view, 4> kVersionNames = {L"SNMPv1", L"SNMPv2c", L"", L"SNMPv3"};
+
+// msgSecurityModel numbers (RFC 3411 5, RFC 5591 for TSM).
+constexpr std::array<std::wstring_view, 5> kSecurityModelNames = {L"any", L"SNMPv1", L"SNMPv2c",
+                                                                  L"USM", L"TSM"};
+constexpr std::int32_t kUsmModel = 3;
+
+// msgFlags bits (RFC 3412 6.4).
+constexpr std::uint8_t kAuthFlag = 0x01;
+constexpr std::uint8_t kPrivFlag = 0x02;
+constexpr std::uint8_t kReportableFlag = 0x04;
 
 // PDU names by tag - 0xA0.
 constexpr std::array<std::wstring_view, 9> kPduNames = {
@@ -107,25 +121,91 @@ std::wstring Named(std::int32_t number, std::wstring_view name) {
   return text;
 }
 
+// "0x05 (auth, reportable)".
+std::wstring FlagsText(std::uint8_t flags) {
+  std::wstring words;
+  for (const auto& [bit, word] : {std::pair{kAuthFlag, L"auth"}, std::pair{kPrivFlag, L"priv"},
+                                  std::pair{kReportableFlag, L"reportable"}}) {
+    if ((flags & bit) == 0)
+      continue;
+    if (!words.empty())
+      words += L", ";
+    words += word;
+  }
+  // Privacy without authentication is not a level USM knows (RFC 3412 7.2, step 5).
+  if ((flags & (kAuthFlag | kPrivFlag)) == kPrivFlag)
+    words += L"; priv without auth is not allowed";
+  return HexByte(flags) + L" (" + (words.empty() ? L"none" : words) + L")";
+}
+
+// An SnmpEngineID in hex and, in the RFC 3411 form (top bit set, enterprise number, format
+// octet), what it says: "80 00 1f 88 04 6f 6e 65 (enterprise 8072, format 4: text 'one')".
+std::wstring EngineIdText(std::span<const std::uint8_t> id) {
+  std::wstring text = HexPairsText(id);
+  if (id.size() < 5 || (id[0] & 0x80) == 0)
+    return text;
+  const std::uint32_t enterprise = (std::uint32_t{id[0] & 0x7Fu} << 24) |
+                                   (std::uint32_t{id[1]} << 16) | (std::uint32_t{id[2]} << 8) |
+                                   id[3];
+  const std::uint8_t format = id[4];
+  const std::span<const std::uint8_t> rest = id.subspan(5);
+  std::wstring what;
+  switch (format) {
+    case 1:
+      what = L"IPv4 address";
+      if (rest.size() == 4) {
+        what += L' ';
+        for (std::size_t i = 0; i < 4; ++i)
+          what += (i == 0 ? L"" : L".") + std::to_wstring(rest[i]);
+      }
+      break;
+    case 2:
+      what = L"IPv6 address";
+      break;
+    case 3:
+      what = L"MAC address";
+      break;
+    case 4:
+      what = L"text '" + OctetsToText(rest.data(), static_cast<std::uint32_t>(rest.size())) + L"'";
+      break;
+    case 5:
+      what = L"octets";
+      break;
+    default:
+      what = format < 128 ? L"reserved" : L"enterprise-specific";
+      break;
+  }
+  return text + L" (enterprise " + std::to_wstring(enterprise) + L", format " +
+         std::to_wstring(format) + L": " + what + L")";
+}
+
 class CTreeDecoder {
  public:
-  explicit CTreeDecoder(std::span<const std::uint8_t> bytes)
-      : data_(bytes.data()), size_(bytes.size()) {}
+  CTreeDecoder(std::span<const std::uint8_t> bytes, const ScopedPduDecrypter& decrypt)
+      : data_(bytes.data()), size_(bytes.size()), decrypt_(decrypt) {}
 
-  std::vector<MessageNode> Run() {
+  MessageTree Run() {
     if (size_ == 0) {
       Fail(-1, 0, 0, L"message", L"the message is empty");
-      return std::move(nodes_);
+      return Result();
     }
     Span top{0, size_, -1, L"message"};
     Tlv m;
     if (!Element(top, L"message", Want::kTag, kTagSequence, m))
-      return std::move(nodes_);
+      return Result();
     Span msg{m.content, m.content + m.length, m.node, L"message"};
-    if (NamedInteger(msg, L"version", kVersionNames, &version_) &&
-        Typed(msg, L"community", kTagOctetString) && Pdu(msg) && End(msg, L"PDU"))
+    if (!NamedInteger(msg, L"version", kVersionNames, &version_))
+      return Result();
+    bool whole = false;
+    if (version_ == kSnmpVersion3) {
+      nodes_.back().field = L"msgVersion";
+      whole = V3Message(msg) && End(msg, L"msgData");
+    } else {
+      whole = Typed(msg, L"community", kTagOctetString) && Pdu(msg) && End(msg, L"PDU");
+    }
+    if (whole)
       End(top, L"message");
-    return std::move(nodes_);
+    return Result();
   }
 
  private:
@@ -144,6 +224,23 @@ class CTreeDecoder {
     int node = -1;
   };
   enum class Want { kTag, kPdu, kValue };
+  // What an encrypted scoped PDU is decrypted with, from the USM security parameters.
+  struct Usm {
+    bool present = false;
+    std::span<const std::uint8_t> engine_id;
+    std::int32_t boots = 0;
+    std::int32_t time = 0;
+    std::span<const std::uint8_t> user_name;
+    std::wstring user;
+    std::span<const std::uint8_t> privacy_parameters;
+  };
+
+  MessageTree Result() {
+    MessageTree tree;
+    tree.nodes = std::move(nodes_);
+    tree.plaintext = std::move(plaintext_);
+    return tree;
+  }
 
   int DepthUnder(int parent) const {
     return parent < 0 ? 0 : nodes_[static_cast<std::size_t>(parent)].depth + 1;
@@ -160,6 +257,7 @@ class CTreeDecoder {
     n.field = std::move(field);
     n.value = std::move(what);
     n.damage = true;
+    n.decrypted = decrypting_;
     nodes_.push_back(std::move(n));
   }
 
@@ -216,6 +314,7 @@ class CTreeDecoder {
     n.length = static_cast<std::uint32_t>(len);
     n.field = field;
     n.type = BerTypeName(tag);
+    n.decrypted = decrypting_;
     nodes_.push_back(std::move(n));
     out = Tlv{start, tag, p, len, static_cast<int>(nodes_.size() - 1)};
     in.pos = p + len;
@@ -436,23 +535,170 @@ class CTreeDecoder {
     return true;
   }
 
-  const std::uint8_t* data_;
+  // An OCTET STRING shown by the text rule; `content` views its bytes.
+  bool Octets(Span& in, const std::wstring& field, std::span<const std::uint8_t>& content) {
+    Tlv t;
+    if (!Element(in, field, Want::kTag, kTagOctetString, t))
+      return false;
+    nodes_[static_cast<std::size_t>(t.node)].value = Render(t);
+    content = {data_ + t.content, t.length};
+    return true;
+  }
+
+  // RFC 3412 6: msgGlobalData, msgSecurityParameters and msgData after msgVersion.
+  bool V3Message(Span& msg) {
+    Tlv g;
+    if (!Element(msg, L"msgGlobalData", Want::kTag, kTagSequence, g))
+      return false;
+    Span global{g.content, g.content + g.length, g.node, L"msgGlobalData"};
+    std::int32_t number = 0;
+    std::int32_t model = 0;
+    std::uint8_t flags = 0;
+    if (!Integer(global, L"msgID", number) || !Integer(global, L"msgMaxSize", number) ||
+        !Flags(global, flags) ||
+        !NamedInteger(global, L"msgSecurityModel", kSecurityModelNames, &model) ||
+        !End(global, L"msgSecurityModel"))
+      return false;
+    Tlv p;
+    if (!Element(msg, L"msgSecurityParameters", Want::kTag, kTagOctetString, p))
+      return false;
+    Usm usm;
+    if (model == kUsmModel) {
+      if (!UsmParameters(p, usm))
+        return false;
+    } else {
+      nodes_[static_cast<std::size_t>(p.node)].value = HexPairsText({data_ + p.content, p.length});
+    }
+    // The privFlag says which of the two msgData forms must stand there (RFC 3412 6.4).
+    if ((flags & kPrivFlag) != 0)
+      return EncryptedPdu(msg, usm);
+    return ScopedPdu(msg, L"msgData", L"plaintext ScopedPDU");
+  }
+
+  bool Flags(Span& in, std::uint8_t& flags) {
+    Tlv t;
+    if (!Element(in, L"msgFlags", Want::kTag, kTagOctetString, t))
+      return false;
+    if (t.length != 1)
+      return FailContent(t, L"msgFlags of " + Bytes(t.length) + L" (1 expected)");
+    flags = data_[t.content];
+    nodes_[static_cast<std::size_t>(t.node)].value = FlagsText(flags);
+    return true;
+  }
+
+  // RFC 3414 2.4: UsmSecurityParameters, BER-encoded inside the OCTET STRING.
+  bool UsmParameters(const Tlv& p, Usm& usm) {
+    Span outer{p.content, p.content + p.length, p.node, L"msgSecurityParameters"};
+    Tlv s;
+    if (!Element(outer, L"UsmSecurityParameters", Want::kTag, kTagSequence, s))
+      return false;
+    Span in{s.content, s.content + s.length, s.node, L"UsmSecurityParameters"};
+    std::span<const std::uint8_t> auth;
+    if (!Octets(in, L"msgAuthoritativeEngineID", usm.engine_id))
+      return false;
+    nodes_.back().value = EngineIdText(usm.engine_id);
+    if (!Integer(in, L"msgAuthoritativeEngineBoots", usm.boots) ||
+        !Integer(in, L"msgAuthoritativeEngineTime", usm.time) ||
+        !Octets(in, L"msgUserName", usm.user_name))
+      return false;
+    usm.user = nodes_.back().value;
+    if (!Octets(in, L"msgAuthenticationParameters", auth))
+      return false;
+    nodes_.back().value = HexPairsText(auth);
+    if (!Octets(in, L"msgPrivacyParameters", usm.privacy_parameters))
+      return false;
+    nodes_.back().value = HexPairsText(usm.privacy_parameters);
+    usm.present = true;
+    return End(in, L"msgPrivacyParameters") && End(outer, L"UsmSecurityParameters");
+  }
+
+  // RFC 3412 6.8: contextEngineID, contextName and the PDU.
+  bool ScopedPdu(Span& in, const std::wstring& field, const std::wstring& value) {
+    Tlv s;
+    if (!Element(in, field, Want::kTag, kTagSequence, s))
+      return false;
+    nodes_[static_cast<std::size_t>(s.node)].value = value;
+    Span scoped{s.content, s.content + s.length, s.node, L"ScopedPDU"};
+    std::span<const std::uint8_t> octets;
+    if (!Octets(scoped, L"contextEngineID", octets))
+      return false;
+    nodes_.back().value = EngineIdText(octets);
+    return Octets(scoped, L"contextName", octets) && Pdu(scoped) && End(scoped, L"PDU");
+  }
+
+  // The encryptedPDU, and beside it the scoped PDU when the caller can decrypt it.
+  bool EncryptedPdu(Span& msg, const Usm& usm) {
+    Tlv t;
+    if (!Element(msg, L"msgData", Want::kTag, kTagOctetString, t))
+      return false;
+    nodes_[static_cast<std::size_t>(t.node)].value =
+        L"encryptedPDU (" + Bytes(t.length) + L", encrypted)";
+    if (!decrypt_ || !usm.present)
+      return true;
+    std::optional<std::vector<std::uint8_t>> plain;
+    try {
+      plain = decrypt_(EncryptedScopedPdu{usm.engine_id,
+                                          usm.boots,
+                                          usm.time,
+                                          usm.user_name,
+                                          usm.privacy_parameters,
+                                          {data_ + t.content, t.length}});
+    } catch (...) {
+      // A decrypter that fails leaves the message as it came.
+    }
+    if (!plain || plain->size() > static_cast<std::size_t>(INT32_MAX))
+      return true;
+    MessageNode n;
+    n.parent = t.node;
+    n.depth = DepthUnder(t.node);
+    n.offset = static_cast<std::uint32_t>(t.content);
+    n.size = static_cast<std::uint32_t>(t.length);
+    n.field = L"decrypted with the key of user '" + usm.user + L"'";
+    n.value = Bytes(plain->size());
+    nodes_.push_back(std::move(n));
+    const int node = static_cast<int>(nodes_.size() - 1);
+    plaintext_ = std::move(*plain);
+    const std::uint8_t* const datagram = data_;
+    data_ = plaintext_.data();
+    decrypting_ = true;
+    Span in{0, plaintext_.size(), node, L"decrypted text"};
+    const bool whole = ScopedPdu(in, L"ScopedPDU", L"");
+    if (whole && in.pos < in.end) {
+      // DES pads the scoped PDU to whole blocks (RFC 3414 8.1.1.2); the padding means nothing.
+      MessageNode pad;
+      pad.parent = node;
+      pad.depth = DepthUnder(node);
+      pad.offset = static_cast<std::uint32_t>(in.pos);
+      pad.size = static_cast<std::uint32_t>(in.end - in.pos);
+      pad.field = L"padding";
+      pad.value = Bytes(in.end - in.pos);
+      pad.decrypted = true;
+      nodes_.push_back(std::move(pad));
+    }
+    data_ = datagram;
+    decrypting_ = false;
+    return whole;
+  }
+
+  const std::uint8_t* data_;  // the datagram, or the plaintext while decrypting_
   std::size_t size_;
+  const ScopedPduDecrypter& decrypt_;
   std::int32_t version_ = -1;  // exception values are SNMPv2 only
   std::vector<MessageNode> nodes_;
+  std::vector<std::uint8_t> plaintext_;
+  bool decrypting_ = false;
 };
 
 }  // namespace
 
-MessageTree DecodeMessageTree(std::span<const std::uint8_t> bytes) noexcept {
-  MessageTree tree;
+MessageTree DecodeMessageTree(std::span<const std::uint8_t> bytes,
+                              const ScopedPduDecrypter& decrypt) noexcept {
   try {
-    tree.nodes = CTreeDecoder(bytes).Run();
+    return CTreeDecoder(bytes, decrypt).Run();
   } catch (...) {
     // Only memory can run out here; an empty tree says nothing wrong about the message.
-    tree.nodes.clear();
+    return {};
   }
-  return tree;
 }
 
 std::wstring ErrorStatusName(std::int32_t status) {

@@ -2,7 +2,10 @@
 // messages, and one named damage node for each kind of broken one.
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "snmp/message_tree.h"
@@ -22,6 +25,42 @@ const Bytes kGet =
     Hex("30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06 08"
         "2b 06 01 02 01 01 01 00 05 00");
 
+// An SNMPv3 discovery request (RFC 3414 4): noAuthNoPriv, reportable, empty engine ID and user,
+// a GetRequest without bindings.
+const Bytes kDiscovery =
+    Hex("30 3c 02 01 03 30 11 02 04 12 34 56 78 02 03 00 ff e3 04 01 04 02 01 03 04 10 30 0e 04 00"
+        "02 01 00 02 01 00 04 00 04 00 04 00 30 12 04 00 04 00 a0 0c 02 02 01 f4 02 01 00 02 01 00"
+        "30 00");
+
+// An authPriv request from user "bob", its scoped PDU 40 bytes of cipher text.
+const Bytes kAuthPriv = testing_support::Cat(
+    {Hex("30 78 02 01 03 30 11 02 04 00 00 30 39 02 03 00 ff e3 04 01 07 02 01 03 04 36 30 34"
+         "04 0d 80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81 02 01 05 02 03 01 e2 40 04 03 62 6f 62"
+         "04 0c 11 22 33 44 55 66 77 88 99 aa bb cc 04 08 01 02 03 04 05 06 07 08 04 28"),
+     Bytes(40, 0xc5)});
+// What it decrypts to: a Get of sysDescr.0 and the 7 bytes DES pads it with.
+const Bytes kAuthPrivPlain =
+    Hex("30 1f 04 00 04 00 a0 19 02 01 01 02 01 00 02 01 00 30 0e 30 0c 06 08 2b 06 01 02 01 01"
+        "01 00 05 00 07 07 07 07 07 07 07");
+
+struct Node {
+  std::wstring field;
+  std::uint32_t offset, size;
+  int depth;
+  std::wstring value;
+};
+
+void ExpectNodes(const MessageTree& tree, const std::vector<Node>& expected) {
+  ASSERT_EQ(tree.nodes.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    const MessageNode& n = tree.nodes[i];
+    const Node& e = expected[i];
+    EXPECT_EQ(std::tie(n.field, n.offset, n.size, n.depth, n.value),
+              std::tie(e.field, e.offset, e.size, e.depth, e.value))
+        << "node " << i;
+  }
+}
+
 const MessageNode* Field(const MessageTree& tree, const std::wstring& field) {
   for (const MessageNode& n : tree.nodes) {
     if (n.field == field && !n.damage)
@@ -34,7 +73,7 @@ const MessageNode* Field(const MessageTree& tree, const std::wstring& field) {
 void ExpectWellFormed(const MessageTree& tree, std::size_t size) {
   for (std::size_t i = 0; i < tree.nodes.size(); ++i) {
     const MessageNode& n = tree.nodes[i];
-    EXPECT_LE(n.offset + n.size, size) << "node " << i;
+    EXPECT_LE(n.offset + n.size, n.decrypted ? tree.plaintext.size() : size) << "node " << i;
     EXPECT_LT(n.parent, static_cast<int>(i));
     EXPECT_TRUE(!n.damage || i + 1 == tree.nodes.size()) << "damage before the end";
   }
@@ -146,6 +185,16 @@ TEST(MessageTree, EveryPduKindShowsItsOwnFields) {
   const Bytes v2trap =
       Tlv(0x30, Cat({Int(1), Str("public"), Tlv(0xA7, Cat({Int(4), Int(0), Int(0), binds}))}));
   const Bytes refused = Response(1, "public", 5, 2, 1, VarBind(Hex("2b 06 01"), Hex("05 00")));
+  // An SNMPv3 Report of usmStatsUnknownEngineIDs.0 (RFC 3414 3.2, step 3).
+  auto report = [&](std::uint8_t flags, const char* engine_id) {
+    const Bytes id = Tlv(0x04, Hex(engine_id));
+    const Bytes usm = Tlv(0x30, Cat({id, Int(2), Int(1234), Str(""), Str(""), Str("")}));
+    const Bytes pdu =
+        Tlv(0xA8, Cat({Int(7), Int(0), Int(0),
+                       Tlv(0x30, VarBind(Hex("2b 06 01 06 03 0f 01 01 04 00"), Hex("41 01 01")))}));
+    return Tlv(0x30, Cat({Int(3), Tlv(0x30, Cat({Int(7), Int(65507), Tlv(0x04, {flags}), Int(3)})),
+                          Tlv(0x04, usm), Tlv(0x30, Cat({id, Str("ctx"), pdu}))}));
+  };
   const struct {
     const char* what;
     Bytes message;
@@ -169,6 +218,32 @@ TEST(MessageTree, EveryPduKindShowsItsOwnFields) {
         {L"time-stamp", L"256"}}},
       {"v2c trap", v2trap, {{L"version", L"1 (SNMPv2c)"}, {L"PDU", L"SNMPv2-Trap"}}},
       {"error status", refused, {{L"error-status", L"2 (noSuchName)"}, {L"error-index", L"1"}}},
+      {"v3 Report",
+       report(0x00, "80 00 1f 88 80 5a 1b 3c 4d"),
+       {{L"msgFlags", L"0x00 (none)"},
+        {L"msgAuthoritativeEngineID",
+         L"80 00 1f 88 80 5a 1b 3c 4d (enterprise 8072, format 128: enterprise-specific)"},
+        {L"msgAuthoritativeEngineBoots", L"2"},
+        {L"msgAuthoritativeEngineTime", L"1234"},
+        {L"contextName", L"ctx"},
+        {L"PDU", L"Report"},
+        {L"name", L".1.3.6.1.6.3.15.1.1.4.0"},
+        {L"value", L"1"}}},
+      {"v3 engine ID of an address",
+       report(0x05, "80 00 00 09 01 c0 00 02 01"),
+       {{L"msgFlags", L"0x05 (auth, reportable)"},
+        {L"contextEngineID",
+         L"80 00 00 09 01 c0 00 02 01 (enterprise 9, format 1: IPv4 address "
+         L"192.0.2.1)"}}},
+      {"v3 engine ID of text",
+       report(0x01, "80 00 1f 88 04 6f 6e 65"),
+       {{L"msgFlags", L"0x01 (auth)"},
+        {L"msgAuthoritativeEngineID",
+         L"80 00 1f 88 04 6f 6e 65 (enterprise 8072, format 4: text "
+         L"'one')"}}},
+      {"v3 engine ID before RFC 3411",
+       report(0x00, "00 00 00 09 01 02 03 04 05 06 07 08"),
+       {{L"msgAuthoritativeEngineID", L"00 00 00 09 01 02 03 04 05 06 07 08"}}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -193,6 +268,11 @@ TEST(MessageTree, EachKindOfDamageEndsInItsNamedNode) {
   Bytes trailing = kGet;
   trailing.insert(trailing.end(), {0, 0, 0});
   const Bytes arcs_129 = Arcs(129).first;
+  auto v3 = [](std::size_t at, std::uint8_t byte) {
+    Bytes b = kDiscovery;
+    b[at] = byte;
+    return b;
+  };
   const struct {
     const char* what;
     Bytes message;
@@ -219,6 +299,14 @@ TEST(MessageTree, EachKindOfDamageEndsInItsNamedNode) {
       {"not a PDU", with(13, {0x30}), 13, L"expected a PDU (0xA0 to 0xA8), found 0x30"},
       {"129 arcs", ResponseWith(arcs_129), ValueOffset(arcs_129),
        L"OBJECT IDENTIFIER of more than 128 arcs"},
+      {"v3 cut short", Bytes(kDiscovery.begin(), kDiscovery.begin() + 50), 1,
+       L"length 60 runs past the end of the message (48 bytes left)"},
+      {"msgFlags of 2 bytes", v3(19, 0x02), 18, L"msgFlags of 2 bytes (1 expected)"},
+      {"privFlag on plaintext", v3(20, 0x07), 42, L"expected OCTET STRING (0x04), found 0x30"},
+      {"no USM sequence", v3(26, 0x31), 26, L"expected SEQUENCE (0x30), found 0x31"},
+      {"boots not an INTEGER", v3(30, 0x04), 30, L"expected INTEGER (0x02), found 0x04"},
+      {"USM past its OCTET STRING", v3(27, 0x0f), 27,
+       L"length 15 runs past the end of the msgSecurityParameters (14 bytes left)"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -238,7 +326,8 @@ TEST(MessageTree, TruncatedAtEveryByteEndsInADamageNodeWithinTheBytes) {
                      Tlv(0xA4, Cat({Tlv(0x06, Hex("2b 06 01 04 01 82 37")),
                                     Hex("40 04 7f 00 00 01"), Int(6), Int(1), Hex("43 02 01 00"),
                                     Tlv(0x30, VarBind(Hex("2b 06 01"), Str("up")))}))}));
-  for (const Bytes& whole : {kGet, trap, ResponseWith(Hex("46 09 00 ff ff ff ff ff ff ff ff"))}) {
+  for (const Bytes& whole :
+       {kGet, trap, ResponseWith(Hex("46 09 00 ff ff ff ff ff ff ff ff")), kDiscovery, kAuthPriv}) {
     ASSERT_EQ(DecodeMessageTree(whole).Damage(), nullptr);
     for (std::size_t n = 0; n < whole.size(); ++n) {
       SCOPED_TRACE(n);
@@ -249,6 +338,99 @@ TEST(MessageTree, TruncatedAtEveryByteEndsInADamageNodeWithinTheBytes) {
       EXPECT_FALSE(tree.Damage()->value.empty());
     }
   }
+}
+
+TEST(MessageTree, AnSnmpV3DiscoveryRequestShowsEveryFieldAtItsOffset) {
+  ExpectNodes(DecodeMessageTree(kDiscovery), {{L"message", 0, 62, 0, L""},
+                                              {L"msgVersion", 2, 3, 1, L"3 (SNMPv3)"},
+                                              {L"msgGlobalData", 5, 19, 1, L""},
+                                              {L"msgID", 7, 6, 2, L"305419896"},
+                                              {L"msgMaxSize", 13, 5, 2, L"65507"},
+                                              {L"msgFlags", 18, 3, 2, L"0x04 (reportable)"},
+                                              {L"msgSecurityModel", 21, 3, 2, L"3 (USM)"},
+                                              {L"msgSecurityParameters", 24, 18, 1, L""},
+                                              {L"UsmSecurityParameters", 26, 16, 2, L""},
+                                              {L"msgAuthoritativeEngineID", 28, 2, 3, L""},
+                                              {L"msgAuthoritativeEngineBoots", 30, 3, 3, L"0"},
+                                              {L"msgAuthoritativeEngineTime", 33, 3, 3, L"0"},
+                                              {L"msgUserName", 36, 2, 3, L""},
+                                              {L"msgAuthenticationParameters", 38, 2, 3, L""},
+                                              {L"msgPrivacyParameters", 40, 2, 3, L""},
+                                              {L"msgData", 42, 20, 1, L"plaintext ScopedPDU"},
+                                              {L"contextEngineID", 44, 2, 2, L""},
+                                              {L"contextName", 46, 2, 2, L""},
+                                              {L"PDU", 48, 14, 2, L"GetRequest"},
+                                              {L"request-id", 50, 4, 3, L"500"},
+                                              {L"error-status", 54, 3, 3, L"0 (noError)"},
+                                              {L"error-index", 57, 3, 3, L"0"},
+                                              {L"variable-bindings", 60, 2, 3, L"0 bindings"}});
+}
+
+TEST(MessageTree, AnEncryptedScopedPduShowsDecryptedWithTheCallersPlaintext) {
+  std::vector<Bytes> given;
+  std::pair<std::int32_t, std::int32_t> clock;
+  const snmp::ScopedPduDecrypter decrypt = [&](const snmp::EncryptedScopedPdu& e) {
+    given = {Bytes(e.engine_id.begin(), e.engine_id.end()),
+             Bytes(e.user_name.begin(), e.user_name.end()),
+             Bytes(e.privacy_parameters.begin(), e.privacy_parameters.end()),
+             Bytes(e.cipher_text.begin(), e.cipher_text.end())};
+    clock = {e.boots, e.time};
+    return std::optional<Bytes>(kAuthPrivPlain);
+  };
+  const std::vector<Node> outside = {
+      {L"message", 0, 122, 0, L""},
+      {L"msgVersion", 2, 3, 1, L"3 (SNMPv3)"},
+      {L"msgGlobalData", 5, 19, 1, L""},
+      {L"msgID", 7, 6, 2, L"12345"},
+      {L"msgMaxSize", 13, 5, 2, L"65507"},
+      {L"msgFlags", 18, 3, 2, L"0x07 (auth, priv, reportable)"},
+      {L"msgSecurityModel", 21, 3, 2, L"3 (USM)"},
+      {L"msgSecurityParameters", 24, 56, 1, L""},
+      {L"UsmSecurityParameters", 26, 54, 2, L""},
+      {L"msgAuthoritativeEngineID", 28, 15, 3,
+       L"80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81 (enterprise 8072, format 128: "
+       L"enterprise-specific)"},
+      {L"msgAuthoritativeEngineBoots", 43, 3, 3, L"5"},
+      {L"msgAuthoritativeEngineTime", 46, 5, 3, L"123456"},
+      {L"msgUserName", 51, 5, 3, L"bob"},
+      {L"msgAuthenticationParameters", 56, 14, 3, L"11 22 33 44 55 66 77 88 99 aa bb cc"},
+      {L"msgPrivacyParameters", 70, 10, 3, L"01 02 03 04 05 06 07 08"},
+      {L"msgData", 80, 42, 1, L"encryptedPDU (40 bytes, encrypted)"}};
+  ExpectNodes(DecodeMessageTree(kAuthPriv), outside);
+
+  std::vector<Node> inside = outside;
+  inside.insert(inside.end(), {{L"decrypted with the key of user 'bob'", 82, 40, 2, L"40 bytes"},
+                               {L"ScopedPDU", 0, 33, 3, L""},
+                               {L"contextEngineID", 2, 2, 4, L""},
+                               {L"contextName", 4, 2, 4, L""},
+                               {L"PDU", 6, 27, 4, L"GetRequest"},
+                               {L"request-id", 8, 3, 5, L"1"},
+                               {L"error-status", 11, 3, 5, L"0 (noError)"},
+                               {L"error-index", 14, 3, 5, L"0"},
+                               {L"variable-bindings", 17, 16, 5, L"1 binding"},
+                               {L"varbind 1", 19, 14, 6, L".1.3.6.1.2.1.1.1.0"},
+                               {L"name", 21, 10, 7, L".1.3.6.1.2.1.1.1.0"},
+                               {L"value", 31, 2, 7, L""},
+                               {L"padding", 33, 7, 3, L"7 bytes"}});
+  const MessageTree tree = DecodeMessageTree(kAuthPriv, decrypt);
+  ExpectNodes(tree, inside);
+  EXPECT_EQ(tree.plaintext, kAuthPrivPlain);
+  for (std::size_t i = 0; i < tree.nodes.size(); ++i)
+    EXPECT_EQ(tree.nodes[i].decrypted, i > outside.size()) << "node " << i;
+  EXPECT_EQ(given,
+            (std::vector<Bytes>{Hex("80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81"), Hex("62 6f 62"),
+                                Hex("01 02 03 04 05 06 07 08"), Bytes(40, 0xc5)}));
+  EXPECT_EQ(clock, std::pair(5, 123456));
+
+  // A wrong key decrypts to noise, which shows where it stops making sense.
+  const MessageTree noise = DecodeMessageTree(kAuthPriv, [](const snmp::EncryptedScopedPdu&) {
+    return std::optional<Bytes>(Bytes{4, 0});
+  });
+  ExpectWellFormed(noise, kAuthPriv.size());
+  ASSERT_NE(noise.Damage(), nullptr);
+  EXPECT_TRUE(noise.Damage()->decrypted);
+  EXPECT_EQ(noise.Damage()->offset, 0u);
+  EXPECT_EQ(noise.Damage()->value, L"expected SEQUENCE (0x30), found 0x04");
 }
 
 }  // namespace
