@@ -19,13 +19,15 @@ using namespace snmp;
 // What the codec takes on purpose and the view names: the indefinite length byte (read as 0),
 // exception values in a version 1 message (the response check refuses them), content bytes of
 // a Null (not read), and lengths the codec does not bound by: the PDU ends with the datagram,
-// not with the message's length, and so do the bindings of a list and the fields of a binding.
+// not with the message's length, and so do the bindings of a list and the fields of a binding
+// (a field's content or its very length octets may run past its binding).
 bool IsLeniency(const MessageNode& damage) {
   const std::wstring& v = damage.value;
   return v == L"indefinite length (0x80) is not allowed in SNMP" ||
          v.ends_with(L" in a version 1 message (SNMPv2 only)") ||
          v.ends_with(L" of content (none allowed)") ||
          v.find(L"runs past the end of the") != std::wstring::npos ||
+         v.find(L"length octets run past the end of the") != std::wstring::npos ||
          v.find(L" after the end of the ") != std::wstring::npos ||
          v.find(L" ends before ") != std::wstring::npos;
 }
