@@ -229,9 +229,13 @@ class MainWndKeyboardTest : public QObject {
   }
 
   void EveryLetterIsTakenOnceOrCyclesWithinThePage() {
+    // Version "3" puts the v3 user's fields in place of the community.
+    for (const QString version : {"2c", "3"})
     for (int page = 0; page < sheet_->count(); ++page) {
       sheet_->setCurrentIndex(page);
-      const QString where = sheet_->tabText(page);
+      for (const char* name : {"getSetVersion", "walkVersion", "sendTrapVersion"})
+        w_.findChild<QComboBox*>(name)->setCurrentText(version);
+      const QString where = sheet_->tabText(page) + " v" + version;
       for (const auto& [key, owners] : Owners(w_)) {
         if (owners.size() == 1)
           continue;
