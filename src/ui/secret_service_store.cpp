@@ -93,8 +93,8 @@ bool CSecretServiceStore::Store(const SecretKey& key, const std::wstring& passwo
                                a.user.c_str(), "kind", a.kind, nullptr);
     return !Failed(error);
   }
-  const std::string label = "Sondara Utility: SNMPv3 " + std::string(a.kind) + " password of " +
-                            a.user + "@" + a.host;
+  const std::string label =
+      "Sondara Utility: SNMPv3 " + std::string(a.kind) + " password of " + a.user + "@" + a.host;
   const std::string text = tvkutil::ToUtf8(password);
   secret_password_store_sync(Schema(), SECRET_COLLECTION_DEFAULT, label.c_str(), text.c_str(),
                              nullptr, &error, "host", a.host.c_str(), "user", a.user.c_str(),

@@ -56,9 +56,9 @@ bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
     return RefuseRange(ui, 0, kMaxPort, kFieldPort);
   // A v3 user stands where each half's community does.
   const auto check_user = [&] {
-    return CheckUsmFields(ui, form_.usm,
-                          {kFieldUsmUser, kFieldUsmAuthPassword, kFieldUsmPrivPassword,
-                           kFieldUsmContextEngineId});
+    return CheckUsmFields(
+        ui, form_.usm,
+        {kFieldUsmUser, kFieldUsmAuthPassword, kFieldUsmPrivPassword, kFieldUsmContextEngineId});
   };
   if (mode == GetSetMode::kGet) {
     if (!CheckOidField(ui, form_.get_oid, kEnterValidGetOid, kFieldGetOid))

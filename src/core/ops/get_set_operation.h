@@ -86,7 +86,7 @@ struct GetSetRequest {
   std::wstring host;
   std::int32_t version = 0;  // snmp::kSnmpVersion1, kSnmpVersion2c or kSnmpVersion3
   std::uint16_t port = 0;
-  std::wstring community;  // empty for version 3
+  std::wstring community;                // empty for version 3
   std::vector<RequestBinding> bindings;  // the page's one; sondara-cli's any number
   std::int32_t request_id = 0;
   snmp::usm::UserSecurity security;  // version 3: who the request speaks as

@@ -72,8 +72,8 @@ struct TrapRequest {
   std::uint16_t port = 0;
   std::int32_t version = 0;  // snmp::kSnmpVersion1, kSnmpVersion2c or kSnmpVersion3
   std::wstring community;    // empty for version 3
-  std::wstring sender_oid;  // the enterprise of a v1 trap
-  std::wstring sender_ip;   // the agent address of a v1 trap
+  std::wstring sender_oid;   // the enterprise of a v1 trap
+  std::wstring sender_ip;    // the agent address of a v1 trap
   std::int32_t generic_trap = 0;
   std::int32_t specific_trap = 0;
   std::int32_t request_id = 0;       // v2c

@@ -97,9 +97,12 @@ void ReadUsm(const CIniFile& ini, std::wstring_view section, UsmSettings& usm) {
   const UsmSettings def;
   usm.user_name = ini.GetString(section, L"V3User", L"", kMaxUsmTextLen);
   usm.level = ReadName(ini, section, L"V3SecurityLevel", kSecurityLevelNames, def.level);
-  usm.auth_protocol = ReadName(ini, section, L"V3AuthProtocol", kAuthProtocolNames, def.auth_protocol);
-  usm.priv_protocol = ReadName(ini, section, L"V3PrivProtocol", kPrivProtocolNames, def.priv_protocol);
-  usm.key_extension = ReadName(ini, section, L"V3KeyExtension", kKeyExtensionNames, def.key_extension);
+  usm.auth_protocol =
+      ReadName(ini, section, L"V3AuthProtocol", kAuthProtocolNames, def.auth_protocol);
+  usm.priv_protocol =
+      ReadName(ini, section, L"V3PrivProtocol", kPrivProtocolNames, def.priv_protocol);
+  usm.key_extension =
+      ReadName(ini, section, L"V3KeyExtension", kKeyExtensionNames, def.key_extension);
   usm.context_name = ini.GetString(section, L"V3ContextName", L"", kMaxUsmTextLen);
   usm.context_engine_id = ini.GetString(section, L"V3ContextEngineID", L"", kMaxUsmTextLen);
 }

@@ -14,8 +14,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 #include <utility>
+#include <vector>
 
 #include "settings/profile_store.h"
 #include "settings/secret_store.h"

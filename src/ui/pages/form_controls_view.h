@@ -5,10 +5,10 @@
 
 #include <QComboBox>
 #include <QGridLayout>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <functional>
-#include <QList>
 #include <string>
 
 #include "settings/settings.h"

@@ -133,12 +133,11 @@ void CGetSetPropertyPage::BuildControls() {
 
   // Enter in a field starts its half's command; the shared target fields start the Get, which
   // only reads.
-  StartOnEnter(get_, QList<QWidget*>{host_, version_, port_, get_oid_, get_community_} +
-                         usm_->Inputs());
+  StartOnEnter(get_,
+               QList<QWidget*>{host_, version_, port_, get_oid_, get_community_} + usm_->Inputs());
   StartOnEnter(set_, {set_oid_, set_community_, set_data_type_, set_value_});
 
-  connect(version_, &QComboBox::currentIndexChanged, this,
-          &CGetSetPropertyPage::ShowVersionFields);
+  connect(version_, &QComboBox::currentIndexChanged, this, &CGetSetPropertyPage::ShowVersionFields);
   request_ = new app::CRequestRunner(this, {get_, set_});
   connect(get_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnGet);
   connect(set_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnSet);
@@ -203,8 +202,8 @@ void CGetSetPropertyPage::MapFields(app::CMessageBoxUi& ui) {
   ui.MapField(kFieldSetCommunity, set_community_);
   ui.MapField(kFieldSetDataType, set_data_type_);
   ui.MapField(kFieldSetValue, set_value_);
-  usm_->MapFields(ui, {kFieldUsmUser, kFieldUsmAuthPassword, kFieldUsmPrivPassword,
-                       kFieldUsmContextEngineId});
+  usm_->MapFields(
+      ui, {kFieldUsmUser, kFieldUsmAuthPassword, kFieldUsmPrivPassword, kFieldUsmContextEngineId});
 }
 
 void CGetSetPropertyPage::OnGet() {

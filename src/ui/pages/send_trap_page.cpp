@@ -172,7 +172,7 @@ void CSendTrapPropertyPage::BuildControls() {
   });
   StartOnEnter(send_, QList<QWidget*>{host_, version_, port_, sender_ip_, sender_oid_, community_,
                                       varbind_num_, trap_type_, specific_type_} +
-                         usm_->Inputs());
+                          usm_->Inputs());
   // The request id of a v2c trap is taken when it is checked, so only the one button waits.
   request_ = new app::CRequestRunner(this, {send_});
   connect(edit_varbinds_, &QPushButton::clicked, this, &CSendTrapPropertyPage::OnEditVarBinds);

@@ -47,13 +47,13 @@ CUsmFieldsView::CUsmFieldsView(const QString& name, const Captions& captions,
     : QGroupBox(QStringLiteral("SNMPv3 User"), parent) {
   setObjectName(name + QStringLiteral("Usm"));
   user_ = Edit(name + QStringLiteral("UsmUser"), kMaxAdminStringLen, this);
-  level_ = ListCombo(qPrintable(name + QStringLiteral("UsmLevel")),
-                     Names(app::kSecurityLevelNames), this);
-  auth_ = ListCombo(qPrintable(name + QStringLiteral("UsmAuth")), Names(app::kAuthProtocolNames),
-                    this);
+  level_ = ListCombo(qPrintable(name + QStringLiteral("UsmLevel")), Names(app::kSecurityLevelNames),
+                     this);
+  auth_ =
+      ListCombo(qPrintable(name + QStringLiteral("UsmAuth")), Names(app::kAuthProtocolNames), this);
   auth_password_ = Edit(name + QStringLiteral("UsmAuthPassword"), kMaxPasswordLen, this);
-  priv_ = ListCombo(qPrintable(name + QStringLiteral("UsmPriv")), Names(app::kPrivProtocolNames),
-                    this);
+  priv_ =
+      ListCombo(qPrintable(name + QStringLiteral("UsmPriv")), Names(app::kPrivProtocolNames), this);
   priv_password_ = Edit(name + QStringLiteral("UsmPrivPassword"), kMaxPasswordLen, this);
   extension_ = ListCombo(qPrintable(name + QStringLiteral("UsmKeyExtension")),
                          Names(app::kKeyExtensionNames), this);
@@ -132,7 +132,7 @@ void CUsmFieldsView::MapFields(app::CMessageBoxUi& ui, const UsmFieldIds& ids) {
 }
 
 QList<QWidget*> CUsmFieldsView::Inputs() const {
-  return {user_, level_, auth_, auth_password_, priv_,
+  return {user_,          level_,     auth_,         auth_password_, priv_,
           priv_password_, extension_, context_name_, engine_id_};
 }
 

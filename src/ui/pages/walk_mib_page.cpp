@@ -147,9 +147,9 @@ void CWalkMIBPropertyPage::BuildControls() {
   save_row->addWidget(progress_line_, 1);
   save_row->addWidget(save_);
 
-  usm_ = new CUsmFieldsView(
-      QStringLiteral("walk"), {QStringLiteral("User &name:"), QStringLiteral("Se&curity level:")},
-      app_.PasswordsOutliveRun(), this);
+  usm_ = new CUsmFieldsView(QStringLiteral("walk"),
+                            {QStringLiteral("User &name:"), QStringLiteral("Se&curity level:")},
+                            app_.PasswordsOutliveRun(), this);
 
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(settings);
@@ -202,10 +202,9 @@ void CWalkMIBPropertyPage::WriteControls() {
 }
 
 void CWalkMIBPropertyPage::EnableInputs(bool enabled) {
-  for (QWidget* w :
-       {static_cast<QWidget*>(host_), static_cast<QWidget*>(version_), static_cast<QWidget*>(port_),
-        static_cast<QWidget*>(community_), static_cast<QWidget*>(get_sys_object_id_),
-        static_cast<QWidget*>(usm_)}) {
+  for (QWidget* w : {static_cast<QWidget*>(host_), static_cast<QWidget*>(version_),
+                     static_cast<QWidget*>(port_), static_cast<QWidget*>(community_),
+                     static_cast<QWidget*>(get_sys_object_id_), static_cast<QWidget*>(usm_)}) {
     w->setEnabled(enabled);
   }
 }

@@ -199,16 +199,18 @@ TEST(GetSetOperation, AV3RequestCarriesTheUserAsTyped) {
   using snmp::usm::PrivProtocol;
   Operation o(9);
   o.op.Form().version = L"3";
-  o.op.Form().usm = {L"t\u00e9chnicien", L"authPriv", L"SHA-512", L"auth-pass",  L"AES-192",
-                     L"priv-pass",        L"Reeder",   L"ctx",     L"0x80:00:1F:88:80"};
+  o.op.Form().usm = {L"t\u00e9chnicien", L"authPriv", L"SHA-512", L"auth-pass",       L"AES-192",
+                     L"priv-pass",       L"Reeder",   L"ctx",     L"0x80:00:1F:88:80"};
   std::optional<pages::GetSetRequest> r = o.op.Prepare(pages::GetSetMode::kSet, o.ui);
   ASSERT_TRUE(r.has_value());
   const snmp::usm::UserSecurity& u = r->security;
   EXPECT_EQ(r->version, snmp::kSnmpVersion3);
   EXPECT_EQ(r->community, L"");
-  EXPECT_EQ((std::vector<std::string>{u.user_name, u.auth_password, u.priv_password,
-                                      u.context_name}),
-            (std::vector<std::string>{"t\xC3\xA9" "chnicien", "auth-pass", "priv-pass", "ctx"}));
+  EXPECT_EQ(
+      (std::vector<std::string>{u.user_name, u.auth_password, u.priv_password, u.context_name}),
+      (std::vector<std::string>{"t\xC3\xA9"
+                                "chnicien",
+                                "auth-pass", "priv-pass", "ctx"}));
   EXPECT_EQ(std::tuple(u.level, u.auth, u.priv, u.extension),
             std::tuple(snmp::usm::SecurityLevel::kAuthPriv, AuthProtocol::kSha512,
                        PrivProtocol::kAes192, snmp::usm::KeyExtensionChoice::kReeder));

@@ -12,8 +12,8 @@
 #include "ops/var_bind_list_rules.h"
 #include "settings/sondara_utility_app.h"
 #include "snmp/asn_data_type.h"
-#include "snmp/type_names.h"
 #include "snmp/snmp_message.h"
+#include "snmp/type_names.h"
 #include "support/recorders.h"
 #include "support/snmptrapd_process.h"
 
@@ -192,7 +192,10 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {{{&F::sender_oid, L"1.3."}, {&F::community, L""}}, kFieldSenderOid},
       {{{&F::community, L""}, {&F::varbind_num_text, L"99"}}, kFieldTrapCommunity},
       // A v3 trap is a v2c one with a user instead of the community.
-      {{{&F::version, L"3"}, {&F::community, L""}, {&F::sender_ip, L""}, {&F::varbind_num_text, L"99"}},
+      {{{&F::version, L"3"},
+        {&F::community, L""},
+        {&F::sender_ip, L""},
+        {&F::varbind_num_text, L"99"}},
        kFieldTrapUsmUser},
       {{{&F::varbind_num_text, L"65"}, {&F::trap_type, L""}}, kFieldVarBindNum},
       {{{&F::varbind_num_text, L"3"}, {&F::trap_type, L""}}, kFieldVarBindNum, too_many},

@@ -189,7 +189,8 @@ class FakeKeyring : public app::ISecretStore {
     return true;
   }
   static std::wstring Name(const app::SecretKey& key) {
-    return key.host + L"/" + key.user_name + (key.kind == app::SecretKey::Kind::kAuth ? L"/a" : L"/p");
+    return key.host + L"/" + key.user_name +
+           (key.kind == app::SecretKey::Kind::kAuth ? L"/a" : L"/p");
   }
   std::map<std::wstring, std::wstring> kept;
 };
@@ -198,14 +199,15 @@ class FakeKeyring : public app::ISecretStore {
 // one stay in memory for the run.
 TEST_F(SettingsTest, V3UserIsSavedWithoutItsPasswords) {
   FakeKeyring keyring;
-  for (app::ISecretStore* secrets : {static_cast<app::ISecretStore*>(nullptr),
-                                     static_cast<app::ISecretStore*>(&keyring)}) {
+  for (app::ISecretStore* secrets :
+       {static_cast<app::ISecretStore*>(nullptr), static_cast<app::ISecretStore*>(&keyring)}) {
     auto a = NewApp();
     a->SetSecretStore(secrets);
     a->GetSet().host = L"sw-3";
     a->GetSet().version = L"3";
-    a->GetSet().usm = {L"engineer", L"authPriv", L"SHA-256", L"authpass-secret1", L"AES-256",
-                       L"privpass-secret2", L"Reeder", L"ctx", L"80001f8880"};
+    a->GetSet().usm = {L"engineer",         L"authPriv", L"SHA-256",
+                       L"authpass-secret1", L"AES-256",  L"privpass-secret2",
+                       L"Reeder",           L"ctx",      L"80001f8880"};
     a->WalkMib().usm = a->GetSet().usm;  // version 2c, but it had a user
     a->WalkMib().usm.user_name = L"walker";
     a->SavePageSettings();
@@ -223,9 +225,8 @@ TEST_F(SettingsTest, V3UserIsSavedWithoutItsPasswords) {
                      u.context_name, u.context_engine_id, b->WalkMib().usm.user_name}),
               (Names{L"engineer", L"authPriv", L"SHA-256", L"AES-256", L"Reeder", L"ctx",
                      L"80001f8880", L"walker"}));
-    const Names restored = secrets != nullptr
-                               ? Names{L"authpass-secret1", L"privpass-secret2"}
-                               : Names{L"", L""};
+    const Names restored =
+        secrets != nullptr ? Names{L"authpass-secret1", L"privpass-secret2"} : Names{L"", L""};
     EXPECT_EQ((Names{u.auth_password, u.priv_password}), restored);
   }
   EXPECT_EQ(keyring.kept.at(L"sw-3/engineer/p"), L"privpass-secret2");
