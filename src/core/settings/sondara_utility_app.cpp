@@ -384,12 +384,12 @@ void CSondaraUtilityApp::FetchPasswords() {
   for (const auto& [host, usm] : UsmUsers()) {
     if (usm->user_name.empty())
       continue;
-    const auto fetch = [&](SecretKey::Kind kind, std::wstring& password) {
-      if (std::optional<std::wstring> kept = secrets_->Lookup({*host, usm->user_name, kind}))
-        password = std::move(*kept);
-    };
-    fetch(SecretKey::Kind::kAuth, usm->auth_password);
-    fetch(SecretKey::Kind::kPriv, usm->priv_password);
+    for (const auto kind : {SecretKey::Kind::kAuth, SecretKey::Kind::kPriv}) {
+      if (std::optional<std::wstring> kept = secrets_->Lookup({*host, usm->user_name, kind})) {
+        (kind == SecretKey::Kind::kAuth ? usm->auth_password : usm->priv_password) =
+            std::move(*kept);
+      }
+    }
   }
 }
 
