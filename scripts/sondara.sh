@@ -6,7 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-BUILD_PACKAGES=(cmake ninja-build g++ libgtest-dev qt6-base-dev libssl-dev fonts-dejavu-core)
+BUILD_PACKAGES=(cmake ninja-build g++ libgtest-dev qt6-base-dev libssl-dev libsecret-1-dev pkg-config
+  fonts-dejavu-core)
 # Test peers and tools: tshark decodes our encodings independently, snmpd/snmptrapd answer our
 # requests, clang builds the fuzzer, iproute2 makes the private network namespaces.
 TEST_PACKAGES=(clang libclang-rt-14-dev tshark snmpd snmptrapd snmp iproute2 procps)

@@ -15,6 +15,7 @@
 #include "net/icmp_echo.h"
 #include "settings/sondara_utility_app.h"
 #include "ui/main_wnd.h"
+#include "ui/secret_service_store.h"
 
 namespace {
 
@@ -57,6 +58,8 @@ int main(int argc, char* argv[]) {
       QString::fromStdWString(app::CSondaraUtilityApp::VersionText()));
 
   app::CSondaraUtilityApp app;
+  app::CSecretServiceStore keyring;
+  app.SetSecretStore(&keyring);
   // Without ICMP the run goes on; the ping toolbar tells the user and pings do nothing.
   app.SetIcmpAvailable(net::LoadIcmp());
   app.RecordStartTime();

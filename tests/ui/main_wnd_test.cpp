@@ -228,7 +228,16 @@ class MainWndKeyboardTest : public QObject {
     QVERIFY(QTest::qWaitForWindowActive(&w_));
   }
 
+  // Version "3" puts the v3 user's fields in place of the community.
+  void EveryLetterIsTakenOnceOrCyclesWithinThePage_data() {
+    QTest::addColumn<QString>("version");
+    QTest::newRow("2c") << "2c";
+    QTest::newRow("3") << "3";
+  }
   void EveryLetterIsTakenOnceOrCyclesWithinThePage() {
+    QFETCH(QString, version);
+    for (const char* name : {"getSetVersion", "walkVersion", "sendTrapVersion"})
+      w_.findChild<QComboBox*>(name)->setCurrentText(version);
     for (int page = 0; page < sheet_->count(); ++page) {
       sheet_->setCurrentIndex(page);
       const QString where = sheet_->tabText(page);
@@ -264,6 +273,8 @@ class MainWndKeyboardTest : public QObject {
         }
       }
     }
+    for (const char* name : {"getSetVersion", "walkVersion", "sendTrapVersion"})
+      w_.findChild<QComboBox*>(name)->setCurrentText("2c");  // as the other tests expect
   }
 
   // From every page: each other tab's letter switches to it, keeping what was typed, and Alt+T

@@ -5,6 +5,7 @@
 #include "net/address.h"
 #include "net/snmp_requester.h"
 #include "ops/operation_common.h"
+#include "ops/usm_fields.h"
 #include "settings/history.h"
 #include "settings/setting_rules.h"
 #include "snmp/response_check.h"
@@ -37,6 +38,11 @@ CGetSetOperation::CGetSetOperation(const app::GetSetSettings& stored, logs::IEve
   form_.set_communities = HistoryFromStored(stored.set_communities);
   form_.set_data_type = stored.set_data_type;
   form_.set_value = stored.set_value;
+  form_.usm = stored.usm;
+}
+
+bool CGetSetOperation::V3() const {
+  return snmp::VersionIndex(form_.version) == snmp::kSnmpVersion3;
 }
 
 bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
@@ -48,17 +54,29 @@ bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
     return Refuse(ui, kSelectVersion, kFieldVersion);
   if (!ReadPort(form_.port_text, port_))
     return RefuseRange(ui, 0, kMaxPort, kFieldPort);
+  // A v3 user stands where each half's community does.
+  const auto check_user = [&] {
+    return CheckUsmFields(
+        ui, form_.usm,
+        {kFieldUsmUser, kFieldUsmAuthPassword, kFieldUsmPrivPassword, kFieldUsmContextEngineId});
+  };
   if (mode == GetSetMode::kGet) {
     if (!CheckOidField(ui, form_.get_oid, kEnterValidGetOid, kFieldGetOid))
       return false;
+    if (V3())
+      return check_user();
     if (form_.get_community.empty())
       return Refuse(ui, kEnterGetCommunity, kFieldGetCommunity);
     return true;
   }
   if (!CheckOidField(ui, form_.set_oid, kEnterValidSetOid, kFieldSetOid))
     return false;
-  if (form_.set_community.empty())
+  if (V3()) {
+    if (!check_user())
+      return false;
+  } else if (form_.set_community.empty()) {
     return Refuse(ui, kEnterSetCommunity, kFieldSetCommunity);
+  }
   if (form_.set_data_type.empty())
     return Refuse(ui, kSelectSetDataType, kFieldSetDataType);
   return CheckValueField(ui, snmp::TagOfTypeName(form_.set_data_type), form_.set_value,
@@ -74,7 +92,10 @@ std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOp
   request.host = form_.host;
   request.version = snmp::VersionIndex(form_.version);
   request.port = port_;
-  request.community = get ? form_.get_community : form_.set_community;
+  if (V3())
+    request.security = UserSecurityOf(form_.usm);
+  else
+    request.community = get ? form_.get_community : form_.set_community;
   if (get)
     request.bindings.push_back({form_.get_oid, snmp::kTagNull, {}});
   else
@@ -169,7 +190,8 @@ void CGetSetOperation::Apply(const GetSetRequest& request, const GetSetReply& re
   if (reply.outcome != RequestOutcome::kDone)
     return;
   AddToHistory(get ? form_.get_oids : form_.set_oids, request.bindings.front().oid);
-  AddToHistory(get ? form_.get_communities : form_.set_communities, request.community);
+  if (request.version != snmp::kSnmpVersion3)
+    AddToHistory(get ? form_.get_communities : form_.set_communities, request.community);
 }
 
 void CGetSetOperation::StoreTo(app::GetSetSettings& settings) {
@@ -186,6 +208,7 @@ void CGetSetOperation::StoreTo(app::GetSetSettings& settings) {
   settings.set_communities = form_.set_communities;
   settings.set_data_type = form_.set_data_type;
   settings.set_value = form_.set_value;
+  settings.usm = form_.usm;
 }
 
 }  // namespace pages

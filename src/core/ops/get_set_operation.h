@@ -39,6 +39,10 @@ enum GetSetField : int {
   kFieldSetCommunity,
   kFieldSetDataType,
   kFieldSetValue,
+  kFieldUsmUser,
+  kFieldUsmAuthPassword,
+  kFieldUsmPrivPassword,
+  kFieldUsmContextEngineId,
 };
 
 // Which button ran last; the checks of the other half are skipped.
@@ -47,8 +51,9 @@ enum class GetSetMode : std::int32_t { kGet = 0, kSet = 1, kGetNext = 2 };
 // The values of the page, all as the user typed or sees them.
 struct GetSetForm {
   std::wstring host;
-  std::wstring version;    // "1" or "2c"; empty when nothing is selected
+  std::wstring version;    // "1", "2c" or "3"; empty when nothing is selected
   std::wstring port_text;  // the port box as typed, checked when a button runs
+  app::UsmSettings usm;    // version 3: stands for both halves' communities
 
   std::wstring get_oid;
   app::History get_oids;  // the drop-down's entries, top first
@@ -79,9 +84,9 @@ struct RequestBinding {
 struct GetSetRequest {
   GetSetMode mode = GetSetMode::kGet;
   std::wstring host;
-  std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
+  std::int32_t version = 0;  // snmp::kSnmpVersion1, kSnmpVersion2c or kSnmpVersion3
   std::uint16_t port = 0;
-  std::wstring community;
+  std::wstring community;                // empty for version 3
   std::vector<RequestBinding> bindings;  // the page's one; sondara-cli's any number
   std::int32_t request_id = 0;
   snmp::usm::UserSecurity security;  // version 3: who the request speaks as
@@ -111,6 +116,8 @@ class CGetSetOperation {
   GetSetForm& Form() { return form_; }
   const GetSetForm& Form() const { return form_; }
   GetSetMode Mode() const { return mode_; }
+  // Version 3 is chosen: the v3 fields stand for the communities.
+  bool V3() const;
 
   // The checks of one button, in their fixed order; the first failure is shown through `ui`
   // with the warning icon and the field to focus. Sets the mode first.

@@ -6,6 +6,7 @@
 #include "net/address.h"
 #include "net/snmp_requester.h"
 #include "ops/operation_common.h"
+#include "ops/usm_fields.h"
 #include "ops/var_bind_list_rules.h"
 #include "settings/history.h"
 #include "settings/setting_rules.h"
@@ -82,6 +83,7 @@ CSendTrapOperation::CSendTrapOperation(const app::SendTrapSettings& stored,
   form_.communities = HistoryFromStored(stored.communities);
   form_.varbind_num_text = std::to_wstring(stored.varbind_count);
   form_.trap_type = stored.trap_type;
+  form_.usm = stored.usm;
   form_.specific_type_text = std::to_wstring(stored.specific_type);
   // What "Use &default" stands for is shown from the start, not only after a click.
   if (form_.use_default)
@@ -89,7 +91,11 @@ CSendTrapOperation::CSendTrapOperation(const app::SendTrapSettings& stored,
 }
 
 bool CSendTrapOperation::Version2c() const {
-  return snmp::VersionIndex(form_.version) == 1;
+  return snmp::VersionIndex(form_.version) != snmp::kSnmpVersion1;
+}
+
+bool CSendTrapOperation::V3() const {
+  return snmp::VersionIndex(form_.version) == snmp::kSnmpVersion3;
 }
 
 void CSendTrapOperation::SetSenderIpChoices(std::vector<std::wstring> choices) {
@@ -151,9 +157,14 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
       return refuse(kEnterValidSenderIp, kFieldSenderIp, app::MessageIcon::kNone);
     if (v1 && !CheckOidField(ui, form_.sender_oid, kEnterValidSenderOid, kFieldSenderOid))
       return std::nullopt;
-    if (form_.community.empty())
+    if (!V3() && form_.community.empty())
       return refuse(kEnterCommunity, kFieldTrapCommunity, kWarning);
   }
+  // "Use &default" fills in no user: a v3 trap is always sent as the one typed.
+  if (V3() && !CheckUsmFields(ui, form_.usm,
+                              {kFieldTrapUsmUser, kFieldTrapUsmAuthPassword,
+                               kFieldTrapUsmPrivPassword, kFieldTrapUsmContextEngineId}))
+    return std::nullopt;
   // "Use &default" leaves VarBind# as the user set it: the trap carries what the page shows.
   int count = 0;
   if (!ReadNumber(form_.varbind_num_text, 0, app::kMaxTrapVarBinds, count)) {
@@ -199,8 +210,11 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
     return std::nullopt;
 
   request.host = form_.host;
-  request.version = v1 ? snmp::kSnmpVersion1 : snmp::kSnmpVersion2c;
-  request.community = form_.community;
+  request.version = snmp::VersionIndex(form_.version);
+  if (V3())
+    request.security = UserSecurityOf(form_.usm);
+  else
+    request.community = form_.community;
   request.sender_oid = form_.sender_oid;
   request.sender_ip = form_.sender_ip;
   request.generic_trap = snmp::GenericTrapNumber(form_.trap_type);
@@ -255,7 +269,8 @@ void CSendTrapOperation::Remember(const TrapRequest& request) {
   // A v2c trap does not check the sender OID box; only an OID goes into its history.
   if (snmp::IsValidOidText(request.sender_oid))
     AddToHistory(form_.sender_oids, request.sender_oid);
-  AddToHistory(form_.communities, request.community);
+  if (request.version != snmp::kSnmpVersion3)
+    AddToHistory(form_.communities, request.community);
 }
 
 TrapOutcome CSendTrapOperation::SendTrap(const net::UdpSettings& settings, app::IOperationUi& ui) {
@@ -288,6 +303,7 @@ void CSendTrapOperation::StoreTo(app::SendTrapSettings& settings) {
   settings.varbind_count = app::Low16(tvkutil::Wtoi(form_.varbind_num_text));
   settings.trap_type = form_.trap_type;
   settings.specific_type = app::Low16(tvkutil::Wtoi(form_.specific_type_text));
+  settings.usm = form_.usm;
 }
 
 }  // namespace pages

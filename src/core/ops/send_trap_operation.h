@@ -38,6 +38,10 @@ enum SendTrapField : int {
   kFieldVarBindNum,
   kFieldTrapType,
   kFieldSpecificType,
+  kFieldTrapUsmUser,
+  kFieldTrapUsmAuthPassword,
+  kFieldTrapUsmPrivPassword,
+  kFieldTrapUsmContextEngineId,
 };
 
 // How a "&Send Trap" ended: refused by the checks (nothing sent), failed (one event-log line
@@ -47,8 +51,9 @@ enum class TrapOutcome { kRefused, kFailed, kSent };
 // The values of the page, as the user typed or sees them.
 struct SendTrapForm {
   std::wstring host;
-  std::wstring version;    // "1" or "2c"; empty when nothing is selected
+  std::wstring version;    // "1", "2c" or "3"; empty when nothing is selected
   std::wstring port_text;  // checked when the trap is sent
+  app::UsmSettings usm;    // version 3: stands for the community
   bool use_default = true;
   std::wstring sender_ip;
   std::vector<std::wstring> sender_ips;  // the drop-down: local addresses, the default first
@@ -65,10 +70,10 @@ struct SendTrapForm {
 struct TrapRequest {
   std::wstring host;
   std::uint16_t port = 0;
-  std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
-  std::wstring community;
-  std::wstring sender_oid;  // the enterprise of a v1 trap
-  std::wstring sender_ip;   // the agent address of a v1 trap
+  std::int32_t version = 0;  // snmp::kSnmpVersion1, kSnmpVersion2c or kSnmpVersion3
+  std::wstring community;    // empty for version 3
+  std::wstring sender_oid;   // the enterprise of a v1 trap
+  std::wstring sender_ip;    // the agent address of a v1 trap
   std::int32_t generic_trap = 0;
   std::int32_t specific_trap = 0;
   std::int32_t request_id = 0;       // v2c
@@ -99,7 +104,11 @@ class CSendTrapOperation {
   SendTrapForm& Form() { return form_; }
   const SendTrapForm& Form() const { return form_; }
   std::mutex& ListLock() { return list_lock_; }
+  // The trap is a version 2 notification (v2c, and v3, which carries the same PDU): its list
+  // starts with sysUpTime.0 and snmpTrapOID.0.
   bool Version2c() const;
+  // Version 3 is chosen: the v3 fields stand for the community.
+  bool V3() const;
   // The current time stamp (the page's "Ti&mestamp:" box).
   std::uint32_t TimeStamp() const { return time_stamp_(); }
 

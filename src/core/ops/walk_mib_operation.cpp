@@ -8,6 +8,7 @@
 
 #include "net/snmp_requester.h"
 #include "ops/results_file.h"
+#include "ops/usm_fields.h"
 #include "settings/history.h"
 #include "settings/setting_rules.h"
 #include "snmp/response_check.h"
@@ -61,6 +62,7 @@ CWalkMIBOperation::CWalkMIBOperation(const app::WalkMibSettings& stored,
   form_.port_text = std::to_wstring(stored.port);
   form_.start_oid = stored.start_oid;
   form_.communities = HistoryFromStored(stored.communities);
+  form_.usm = stored.usm;
 }
 
 CWalkMIBOperation::~CWalkMIBOperation() {
@@ -73,6 +75,10 @@ void CWalkMIBOperation::Log(int string_id, const Args&... args) const {
       tvkutil::FormatN(tvkutil::LoadString(string_id), tvkutil::kMaxLogLineLen, args...));
 }
 
+bool CWalkMIBOperation::V3() const {
+  return snmp::VersionIndex(form_.version) == snmp::kSnmpVersion3;
+}
+
 bool CWalkMIBOperation::Validate(app::IOperationUi& ui) {
   // The port is range-checked while it is read, before the other fields.
   if (!ReadPort(form_.port_text, port_))
@@ -81,8 +87,14 @@ bool CWalkMIBOperation::Validate(app::IOperationUi& ui) {
     return Refuse(ui, ids::kEnterValidHost, kWalkFieldHost);
   if (form_.version.empty())
     return Refuse(ui, ids::kSelectVersion, kWalkFieldVersion);
-  if (form_.community.empty())
+  if (V3()) {
+    if (!CheckUsmFields(ui, form_.usm,
+                        {kWalkFieldUsmUser, kWalkFieldUsmAuthPassword, kWalkFieldUsmPrivPassword,
+                         kWalkFieldUsmContextEngineId}))
+      return false;
+  } else if (form_.community.empty()) {
     return Refuse(ui, ids::kEnterCommunity, kWalkFieldCommunity);
+  }
   if (!CheckOidField(ui, form_.start_oid, ids::kEnterValidStartOid, kWalkFieldStartOid))
     return false;
   return true;
@@ -92,9 +104,10 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
   if (!worker_.Finished() || !Validate(ui))
     return false;
   worker_.Join();  // the last walk's thread, if the timer has not forgotten it yet
-  job_ = WalkJob{
-      {form_.host, snmp::VersionIndex(form_.version), port_, form_.community, form_.start_oid, {}},
-      options};
+  job_ = WalkJob{{form_.host, snmp::VersionIndex(form_.version), port_,
+                  V3() ? std::wstring() : form_.community, form_.start_oid,
+                  V3() ? UserSecurityOf(form_.usm) : snmp::usm::UserSecurity{}},
+                 options};
   Log(ids::kWalkStarted);
   if (!worker_.Start([this](std::stop_token stop) { Walk(job_, stop); })) {
     // No thread to be had: the walk ends before it began, and says so.
@@ -121,13 +134,15 @@ void CWalkMIBOperation::StopWalk() {
 
 void CWalkMIBOperation::EndWalk() {
   worker_.Join();
-  AddToHistory(form_.communities, job_.community);
+  if (job_.version != snmp::kSnmpVersion3)
+    AddToHistory(form_.communities, job_.community);
 }
 
 void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
   results_.Clear();
   progress_.Start(0);
-  const bool v2c = job.version == snmp::kSnmpVersion2c;
+  // Version 3 carries version 2's PDUs: endOfMibView, GetBulk.
+  const bool v2c = job.version != snmp::kSnmpVersion1;
   const bool bulk = job.options.bulk_repetitions > 0 && v2c;
   const std::uint32_t request_type = bulk ? snmp::kPduGetBulkRequest : snmp::kPduGetNextRequest;
   // The reply becomes the next request and the request the holder of the next reply, so the
@@ -275,14 +290,15 @@ RequestOutcome CWalkMIBOperation::GetSysObjectId(const net::UdpSettings& setting
 std::optional<SysObjectIdRequest> CWalkMIBOperation::PrepareSysObjectId(app::IOperationUi& ui) {
   if (!Validate(ui))
     return std::nullopt;
+  const std::wstring community = V3() ? std::wstring() : form_.community;
   return SysObjectIdRequest{
       form_.host,
       snmp::VersionIndex(form_.version),
       port_,
-      form_.community,
+      community,
       request_ids_.Next(form_.host, std::to_wstring(snmp::VersionIndex(form_.version)), port_,
-                        kRequestIdOperation, form_.community),
-      {}};
+                        kRequestIdOperation, community),
+      V3() ? UserSecurityOf(form_.usm) : snmp::usm::UserSecurity{}};
 }
 
 std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjectIdRequest& request,
@@ -319,6 +335,7 @@ void CWalkMIBOperation::StoreTo(app::WalkMibSettings& settings) {
   settings.start_oid = form_.start_oid;
   settings.port = app::Low16(tvkutil::Wtoi(form_.port_text));
   settings.communities = form_.communities;
+  settings.usm = form_.usm;
 }
 
 }  // namespace pages

@@ -44,6 +44,10 @@ enum WalkMibField : int {
   kWalkFieldPort,
   kWalkFieldCommunity,
   kWalkFieldStartOid,
+  kWalkFieldUsmUser,
+  kWalkFieldUsmAuthPassword,
+  kWalkFieldUsmPrivPassword,
+  kWalkFieldUsmContextEngineId,
 };
 
 // Which line closed the last walk.
@@ -60,11 +64,12 @@ using OidFoundFn = std::function<void(const COidInfo&, const snmp::CVarBind&)>;
 // The values of the page as the user typed them.
 struct WalkMibForm {
   std::wstring host;
-  std::wstring version;  // "1" or "2c"; empty when nothing is selected
+  std::wstring version;  // "1", "2c" or "3"; empty when nothing is selected
   std::wstring port_text;
   std::wstring community;
   app::History communities;  // the drop-down's entries, top first
   std::wstring start_oid;
+  app::UsmSettings usm;  // version 3: stands for the community
 };
 
 // How the walk reaches the agent.
@@ -85,7 +90,7 @@ inline constexpr wchar_t kSysObjectIdOid[] = L".1.3.6.1.2.1.1.2.0";
 // sondara-cli's straight from its arguments.
 struct WalkRequest {
   std::wstring host;
-  std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
+  std::int32_t version = 0;  // snmp::kSnmpVersion1, kSnmpVersion2c or kSnmpVersion3
   std::uint16_t port = 0;
   std::wstring community;
   std::wstring start_oid;
@@ -94,7 +99,7 @@ struct WalkRequest {
 
 struct SysObjectIdRequest {
   std::wstring host;
-  std::int32_t version = 0;  // snmp::kSnmpVersion1 or kSnmpVersion2c
+  std::int32_t version = 0;  // snmp::kSnmpVersion1, kSnmpVersion2c or kSnmpVersion3
   std::uint16_t port = 0;
   std::wstring community;
   std::int32_t request_id = 0;
@@ -117,9 +122,11 @@ class CWalkMIBOperation {
   const WalkMibForm& Form() const { return form_; }
 
   // The checks of "Begin &Walk" and "&Get SysObjectID", in their fixed order: port, host,
-  // version, community, start OID. The first failure is shown through `ui` with the field to
-  // focus.
+  // version, community (version 3: the user's fields), start OID. The first failure is shown
+  // through `ui` with the field to focus.
   bool Validate(app::IOperationUi& ui);
+  // Version 3 is chosen: the v3 fields stand for the community.
+  bool V3() const;
 
   // "Begin &Walk" while no walk runs: the checks, then "walkMIB started." and the worker,
   // which clears the results and walks from the start OID until the end of the agent's view,

@@ -24,6 +24,28 @@ struct DiscoverySettings {
   std::wstring end_ip;
 };
 
+// The SNMPv3 choices by the names the pages and the settings file use, in the drop-downs' order.
+inline constexpr const wchar_t* kSecurityLevelNames[] = {L"noAuthNoPriv", L"authNoPriv",
+                                                         L"authPriv"};
+inline constexpr const wchar_t* kAuthProtocolNames[] = {L"MD5",     L"SHA",     L"SHA-224",
+                                                        L"SHA-256", L"SHA-384", L"SHA-512"};
+inline constexpr const wchar_t* kPrivProtocolNames[] = {L"DES", L"AES", L"AES-192", L"AES-256"};
+inline constexpr const wchar_t* kKeyExtensionNames[] = {L"Automatic", L"Blumenthal", L"Reeder"};
+
+// The SNMPv3 user of a page, as text like the rest of the page. The passwords are held in memory
+// and in the desktop keyring only: the settings file never has them.
+struct UsmSettings {
+  std::wstring user_name;
+  std::wstring level = L"authPriv";
+  std::wstring auth_protocol = L"SHA";
+  std::wstring auth_password;
+  std::wstring priv_protocol = L"AES";
+  std::wstring priv_password;
+  std::wstring key_extension = L"Automatic";
+  std::wstring context_name;
+  std::wstring context_engine_id;  // hex; empty: the agent's own engine
+};
+
 struct GetSetSettings {
   std::wstring host;
   std::wstring version = L"2c";
@@ -35,6 +57,7 @@ struct GetSetSettings {
   History set_communities{L"setcomm", L"getcom"};
   std::wstring set_data_type;
   std::wstring set_value;
+  UsmSettings usm;
 };
 
 struct SendTrapSettings {
@@ -48,6 +71,7 @@ struct SendTrapSettings {
   std::uint16_t varbind_count = 0;
   std::wstring trap_type = L"enterpriseSpecific";
   std::uint16_t specific_type = 1;
+  UsmSettings usm;
 };
 
 struct WalkMibSettings {
@@ -56,6 +80,7 @@ struct WalkMibSettings {
   std::wstring start_oid = L".1.3.6.1";
   std::uint16_t port = 161;
   History communities{L"getcom", L"setcomm"};
+  UsmSettings usm;
 };
 
 struct NetworkSettings {

@@ -25,6 +25,7 @@ constexpr std::size_t kMaxVersionLen = 4;
 constexpr std::size_t kMaxCommunityLen = 254;
 constexpr std::size_t kMaxTypeNameLen = 31;
 constexpr std::size_t kMaxValueLen = 2047;
+constexpr std::size_t kMaxUsmTextLen = 254;
 
 constexpr wchar_t kPing[] = L"Ping";
 constexpr wchar_t kDiscovery[] = L"Device Discovery";
@@ -42,7 +43,7 @@ std::wstring Key(std::wstring_view format, int index) {
 std::wstring ReadVersion(const CIniFile& ini, std::wstring_view section) {
   std::wstring v = ini.GetString(section, L"Version", L"2c", kMaxVersionLen);
   // Kept as written when it is valid, so "2C" stays "2C".
-  if (!tvkutil::EqualsNoCase(v, L"2c") && !tvkutil::EqualsNoCase(v, L"1"))
+  if (!tvkutil::EqualsNoCase(v, L"2c") && !tvkutil::EqualsNoCase(v, L"1") && v != L"3")
     v = L"2c";
   return v;
 }
@@ -77,6 +78,48 @@ History ReadHistory(const CIniFile& ini, std::wstring_view section, std::wstring
   if (list.empty())
     list = refill;
   return list;
+}
+
+// One of `names` (without regard to case, kept as the list spells it), else `def`.
+template <std::size_t N>
+std::wstring ReadName(const CIniFile& ini, std::wstring_view section, std::wstring_view key,
+                      const wchar_t* const (&names)[N], const std::wstring& def) {
+  const std::wstring v = ini.GetString(section, key, L"", kMaxTypeNameLen);
+  for (const wchar_t* name : names) {
+    if (tvkutil::EqualsNoCase(v, name))
+      return name;
+  }
+  return def;
+}
+
+// The SNMPv3 user of a page, without its passwords (see the keyring below).
+void ReadUsm(const CIniFile& ini, std::wstring_view section, UsmSettings& usm) {
+  const UsmSettings def;
+  usm.user_name = ini.GetString(section, L"V3User", L"", kMaxUsmTextLen);
+  usm.level = ReadName(ini, section, L"V3SecurityLevel", kSecurityLevelNames, def.level);
+  usm.auth_protocol =
+      ReadName(ini, section, L"V3AuthProtocol", kAuthProtocolNames, def.auth_protocol);
+  usm.priv_protocol =
+      ReadName(ini, section, L"V3PrivProtocol", kPrivProtocolNames, def.priv_protocol);
+  usm.key_extension =
+      ReadName(ini, section, L"V3KeyExtension", kKeyExtensionNames, def.key_extension);
+  usm.context_name = ini.GetString(section, L"V3ContextName", L"", kMaxUsmTextLen);
+  usm.context_engine_id = ini.GetString(section, L"V3ContextEngineID", L"", kMaxUsmTextLen);
+}
+
+// Written only once the page has had a v3 user, so that a v1/v2c settings file stays as it was.
+// The passwords are never written.
+void WriteUsm(CIniFile& ini, std::wstring_view section, std::wstring_view version,
+              const UsmSettings& usm) {
+  if (version != L"3" && usm.user_name.empty())
+    return;
+  ini.WriteString(section, L"V3User", usm.user_name);
+  ini.WriteString(section, L"V3SecurityLevel", usm.level);
+  ini.WriteString(section, L"V3AuthProtocol", usm.auth_protocol);
+  ini.WriteString(section, L"V3PrivProtocol", usm.priv_protocol);
+  ini.WriteString(section, L"V3KeyExtension", usm.key_extension);
+  ini.WriteString(section, L"V3ContextName", usm.context_name);
+  ini.WriteString(section, L"V3ContextEngineID", usm.context_engine_id);
 }
 
 void WriteHistory(CIniFile& ini, std::wstring_view section, std::wstring_view format,
@@ -173,6 +216,7 @@ void CSondaraUtilityApp::LoadPageSettings() {
   if (ini.Load())
     LoadPageSettings(ini);  // no file: every default stays
   settings_file_not_text_ = ini.NotText();
+  FetchPasswords();
 }
 
 void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
@@ -194,11 +238,13 @@ void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
       ReadHistory(ini, kGetSet, L"SETCOMMUNITY-%d", HistoryKind::kCommunity, set_refill);
   get_set_.set_data_type = ini.GetString(kGetSet, L"SetDataType", L"", kMaxTypeNameLen);
   get_set_.set_value = ini.GetString(kGetSet, L"SetValue", L"", kMaxValueLen);
+  ReadUsm(ini, kGetSet, get_set_.usm);
 
   send_trap_.host = ini.GetString(kSendTrap, L"IPHost", L"", kMaxHostLen);
   send_trap_.version = ReadVersion(ini, kSendTrap);
   send_trap_.port = ReadPort(ini, kSendTrap, 162);
   send_trap_.use_default = ini.GetInt(kSendTrap, L"UseDefault", 1);
+  ReadUsm(ini, kSendTrap, send_trap_.usm);  // the default trap is sent as a user too
   // "Use default" means the trap is the built-in one: the rest of the section is not ours to
   // read, and the in-memory defaults stay.
   if (send_trap_.use_default == 0) {
@@ -248,6 +294,7 @@ void CSondaraUtilityApp::LoadPageSettings(const CIniFile& ini) {
   walk_mib_.port = ReadPort(ini, kWalkMib, 161);
   walk_mib_.communities =
       ReadHistory(ini, kWalkMib, L"WALKMIBCOMMUNITY-%d", HistoryKind::kCommunity, get_refill);
+  ReadUsm(ini, kWalkMib, walk_mib_.usm);
 }
 
 bool CSondaraUtilityApp::SavePageSettings() {
@@ -260,6 +307,7 @@ bool CSondaraUtilityApp::SavePageSettings() {
   CIniFile ini(settings_file_);
   ini.Load();
   SavePageSettings(ini);
+  KeepPasswords();
   // Only Save Snapshot tells; at exit a file that cannot be written is dropped without a word.
   return !ini.Save();
 }
@@ -281,12 +329,14 @@ void CSondaraUtilityApp::SavePageSettings(CIniFile& ini) const {
   WriteHistory(ini, kGetSet, L"SETCOMMUNITY-%d", get_set_.set_communities);
   ini.WriteString(kGetSet, L"SetDataType", get_set_.set_data_type);
   ini.WriteString(kGetSet, L"SetValue", get_set_.set_value);
+  WriteUsm(ini, kGetSet, get_set_.version, get_set_.usm);
 
   ini.ClearSection(kSendTrap);
   ini.WriteString(kSendTrap, L"IPHost", send_trap_.host);
   ini.WriteString(kSendTrap, L"Version", send_trap_.version);
   ini.WriteInt(kSendTrap, L"Port", send_trap_.port);
   ini.WriteString(kSendTrap, L"UseDefault", send_trap_.use_default != 0 ? L"1" : L"0");
+  WriteUsm(ini, kSendTrap, send_trap_.version, send_trap_.usm);
   if (send_trap_.use_default == 0) {
     const bool v1 = snmp::VersionIndex(send_trap_.version) == 0;
     if (v1) {
@@ -319,6 +369,40 @@ void CSondaraUtilityApp::SavePageSettings(CIniFile& ini) const {
   ini.WriteString(kWalkMib, L"StartOid", walk_mib_.start_oid);
   ini.WriteInt(kWalkMib, L"Port", walk_mib_.port);
   WriteHistory(ini, kWalkMib, L"WALKMIBCOMMUNITY-%d", walk_mib_.communities);
+  WriteUsm(ini, kWalkMib, walk_mib_.version, walk_mib_.usm);
+}
+
+std::vector<std::pair<const std::wstring*, UsmSettings*>> CSondaraUtilityApp::UsmUsers() {
+  return {{&get_set_.host, &get_set_.usm},
+          {&walk_mib_.host, &walk_mib_.usm},
+          {&send_trap_.host, &send_trap_.usm}};
+}
+
+void CSondaraUtilityApp::FetchPasswords() {
+  if (!PasswordsOutliveRun())
+    return;
+  for (const auto& [host, usm] : UsmUsers()) {
+    if (usm->user_name.empty())
+      continue;
+    for (const auto kind : {SecretKey::Kind::kAuth, SecretKey::Kind::kPriv}) {
+      if (std::optional<std::wstring> kept = secrets_->Lookup({*host, usm->user_name, kind})) {
+        (kind == SecretKey::Kind::kAuth ? usm->auth_password : usm->priv_password) =
+            std::move(*kept);
+      }
+    }
+  }
+}
+
+void CSondaraUtilityApp::KeepPasswords() {
+  // Without a keyring the passwords stay where they are, in memory, until the run ends.
+  if (!PasswordsOutliveRun())
+    return;
+  for (const auto& [host, usm] : UsmUsers()) {
+    if (usm->user_name.empty())
+      continue;
+    secrets_->Store({*host, usm->user_name, SecretKey::Kind::kAuth}, usm->auth_password);
+    secrets_->Store({*host, usm->user_name, SecretKey::Kind::kPriv}, usm->priv_password);
+  }
 }
 
 void CSondaraUtilityApp::LoadNetworkSettings() {

@@ -14,9 +14,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "settings/profile_store.h"
+#include "settings/secret_store.h"
 #include "settings/settings.h"
 #include "snmp/var_bind_list.h"
 
@@ -66,6 +68,11 @@ class CSondaraUtilityApp : public tvkutil::IProfileStore {
   snmp::CVarBindList& TrapVarBinds() { return *trap_var_binds_; }
   const snmp::CVarBindList& TrapVarBinds() const { return *trap_var_binds_; }
 
+  // The keyring that keeps the pages' SNMPv3 passwords across runs (not owned; none: they are
+  // kept for this run only). LoadPageSettings() fills them in, SavePageSettings() hands them on.
+  void SetSecretStore(ISecretStore* store) { secrets_ = store; }
+  bool PasswordsOutliveRun() const { return secrets_ != nullptr && secrets_->Available(); }
+
   // Chooses an adapter: the record and the name saved for it.
   void SetAdapter(const net::_adapterinfo& adapter);
 
@@ -100,6 +107,10 @@ class CSondaraUtilityApp : public tvkutil::IProfileStore {
 
  private:
   void SetDefaults();
+  // Each page's host and SNMPv3 user, for the keyring.
+  std::vector<std::pair<const std::wstring*, UsmSettings*>> UsmUsers();
+  void FetchPasswords();
+  void KeepPasswords();
 
   std::string settings_file_;
   std::string profile_file_;
@@ -114,6 +125,7 @@ class CSondaraUtilityApp : public tvkutil::IProfileStore {
   WalkMibSettings walk_mib_;
   NetworkSettings network_;
   std::unique_ptr<snmp::CVarBindList> trap_var_binds_;
+  ISecretStore* secrets_ = nullptr;
 };
 
 }  // namespace app

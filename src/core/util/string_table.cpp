@@ -142,6 +142,16 @@ constexpr Entry kTable[] = {
     {ids::kRequestDone, L"%s request to %s complete."},
     {ids::kFileSaved, L"Saved to '%s'."},
     {ids::kPingNotAnswered, L"Ping to %s not answered."},
+    {ids::kEnterUsmUserName, L"Please enter the SNMPv3 user name."},
+    {ids::kUsmAuthPasswordTooShort,
+     L"Please enter an authentication password of at least 8 characters."},
+    {ids::kUsmPrivPasswordTooShort, L"Please enter a privacy password of at least 8 characters."},
+    {ids::kEnterValidContextEngineId,
+     L"Please enter the context engine ID as 5 to 32 bytes in hex (such as 80001f8880), or "
+     L"leave it empty for the agent's own."},
+    {ids::kUsmPasswordsForRunOnly,
+     L"No keyring runs: passwords are kept until the program ends and asked for again after a "
+     L"restart."},
 };
 
 }  // namespace

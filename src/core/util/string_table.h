@@ -134,6 +134,12 @@ inline constexpr int kTrapSent = 1092;
 inline constexpr int kRequestDone = 1093;
 inline constexpr int kFileSaved = 1094;
 inline constexpr int kPingNotAnswered = 1095;
+// The SNMPv3 fields.
+inline constexpr int kEnterUsmUserName = 1100;
+inline constexpr int kUsmAuthPasswordTooShort = 1101;
+inline constexpr int kUsmPrivPasswordTooShort = 1102;
+inline constexpr int kEnterValidContextEngineId = 1103;
+inline constexpr int kUsmPasswordsForRunOnly = 1104;
 
 }  // namespace ids
 

@@ -62,7 +62,15 @@ QStringList DataTypeNames(DataTypeList which) {
 }
 
 QStringList VersionNames() {
-  return {QStringLiteral("1"), QStringLiteral("2c")};
+  return {QStringLiteral("1"), QStringLiteral("2c"), QStringLiteral("3")};
+}
+
+void ShowWithCaption(QWidget* control, bool show) {
+  control->setVisible(show);
+  for (QLabel* label : control->parentWidget()->findChildren<QLabel*>()) {
+    if (label->buddy() == control)
+      label->setVisible(show);
+  }
 }
 
 QComboBox* HistoryCombo(const char* object_name, QWidget* parent) {
@@ -92,7 +100,7 @@ void AddRow(QGridLayout* grid, int row, const QString& caption, QWidget* control
   grid->addWidget(control, row, 1);
 }
 
-void StartOnEnter(QPushButton* button, std::initializer_list<QWidget*> inputs,
+void StartOnEnter(QPushButton* button, const QList<QWidget*>& inputs,
                   std::function<bool()> allowed) {
   auto* filter = new CEnterStarts(button, std::move(allowed));
   for (QWidget* input : inputs) {

@@ -5,10 +5,10 @@
 
 #include <QComboBox>
 #include <QGridLayout>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <functional>
-#include <initializer_list>
 #include <string>
 
 #include "settings/settings.h"
@@ -21,8 +21,10 @@ inline QString Q(const std::wstring& text) {
   return QString::fromStdWString(text);
 }
 
-// The version lists of the pages: "1", "2c".
+// The version lists of the pages: "1", "2c", "3".
 QStringList VersionNames();
+// Shows or hides `control` and the captions whose Alt+letter reaches it.
+void ShowWithCaption(QWidget* control, bool show);
 
 // The type lists of the pages, in the order they have always had: every type a Get can read;
 // the types a varbind can hold (no exception values); the types a Set can write (no Null
@@ -44,7 +46,7 @@ void AddRow(QGridLayout* grid, int row, const QString& caption, QWidget* control
 // Enter (or the keypad's Enter) in one of `inputs` clicks `button` when it is enabled and, when
 // given, `allowed` says yes; the key goes no further. An editable drop-down is an input as a
 // whole: Enter in its text does the same and adds nothing to its list.
-void StartOnEnter(QPushButton* button, std::initializer_list<QWidget*> inputs,
+void StartOnEnter(QPushButton* button, const QList<QWidget*>& inputs,
                   std::function<bool()> allowed = {});
 
 // The drop-down shows the history (top first) and the current text.

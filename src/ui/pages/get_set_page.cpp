@@ -15,6 +15,7 @@
 #include "ui/message_box_dialog.h"
 #include "ui/numeric_edit.h"
 #include "ui/pages/form_controls_view.h"
+#include "ui/pages/usm_fields_view.h"
 #include "ui/request_runner.h"
 #include "util/string_table.h"
 
@@ -116,19 +117,27 @@ void CGetSetPropertyPage::BuildControls() {
     button->setDefault(false);
   }
 
+  usm_ = new CUsmFieldsView(
+      QStringLiteral("getSet"),
+      {QStringLiteral("User &name:"), QStringLiteral("Se&curity level:")},  // Alt+C: no community
+      app_.PasswordsOutliveRun(), this);
+
   auto* halves = new QHBoxLayout;
   halves->addWidget(get_group, 1);
   halves->addWidget(set_group, 1);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(device);
+  layout->addWidget(usm_);
   layout->addLayout(halves);
   layout->addStretch();
 
   // Enter in a field starts its half's command; the shared target fields start the Get, which
   // only reads.
-  StartOnEnter(get_, {host_, version_, port_, get_oid_, get_community_});
+  StartOnEnter(get_,
+               QList<QWidget*>{host_, version_, port_, get_oid_, get_community_} + usm_->Inputs());
   StartOnEnter(set_, {set_oid_, set_community_, set_data_type_, set_value_});
 
+  connect(version_, &QComboBox::currentIndexChanged, this, &CGetSetPropertyPage::ShowVersionFields);
   request_ = new app::CRequestRunner(this, {get_, set_});
   connect(get_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnGet);
   connect(set_, &QPushButton::clicked, this, &CGetSetPropertyPage::OnSet);
@@ -147,6 +156,7 @@ void CGetSetPropertyPage::ReadControls() {
   form.set_community = set_community_->currentText().toStdWString();
   form.set_data_type = set_data_type_->currentText().toStdWString();
   form.set_value = set_value_->text().toStdWString();
+  usm_->Read(form.usm);
 }
 
 void CGetSetPropertyPage::WriteControls() {
@@ -160,7 +170,16 @@ void CGetSetPropertyPage::WriteControls() {
   FillHistory(set_community_, form.set_communities, form.set_community);
   SelectText(set_data_type_, form.set_data_type);
   set_value_->setText(Q(form.set_value));
+  usm_->Write(form.usm);
   ShowGetResult();
+  ShowVersionFields();
+}
+
+void CGetSetPropertyPage::ShowVersionFields() {
+  const bool v3 = snmp::VersionIndex(version_->currentText().toStdWString()) == snmp::kSnmpVersion3;
+  usm_->setVisible(v3);
+  ShowWithCaption(get_community_, !v3);
+  ShowWithCaption(set_community_, !v3);
 }
 
 void CGetSetPropertyPage::ShowGetResult() {
@@ -183,6 +202,8 @@ void CGetSetPropertyPage::MapFields(app::CMessageBoxUi& ui) {
   ui.MapField(kFieldSetCommunity, set_community_);
   ui.MapField(kFieldSetDataType, set_data_type_);
   ui.MapField(kFieldSetValue, set_value_);
+  usm_->MapFields(
+      ui, {kFieldUsmUser, kFieldUsmAuthPassword, kFieldUsmPrivPassword, kFieldUsmContextEngineId});
 }
 
 void CGetSetPropertyPage::OnGet() {

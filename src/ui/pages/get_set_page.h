@@ -22,6 +22,8 @@ class CNumericEdit;
 
 namespace pages {
 
+class CUsmFieldsView;
+
 class CGetSetPropertyPage : public app::CPropertyPage {
  public:
   CGetSetPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
@@ -50,6 +52,8 @@ class CGetSetPropertyPage : public app::CPropertyPage {
   net::UdpSettings ExchangeSettings() const;
   void MapFields(app::CMessageBoxUi& ui);
   void Start(GetSetMode mode);
+  // Version "3": the v3 user's fields in place of the communities.
+  void ShowVersionFields();
 
   app::CSondaraUtilityApp& app_;
   CGetSetOperation operation_;
@@ -67,6 +71,7 @@ class CGetSetPropertyPage : public app::CPropertyPage {
   QComboBox* set_data_type_ = nullptr;
   QLineEdit* set_value_ = nullptr;
   QPushButton* set_ = nullptr;
+  CUsmFieldsView* usm_ = nullptr;
   app::CRequestRunner* request_ = nullptr;  // one request at a time: both halves share the ids
 };
 

@@ -16,6 +16,7 @@
 #include "ui/message_box_dialog.h"
 #include "ui/numeric_edit.h"
 #include "ui/pages/form_controls_view.h"
+#include "ui/pages/usm_fields_view.h"
 #include "ui/pages/var_bind_dialog.h"
 #include "ui/request_runner.h"
 #include "util/string_table.h"
@@ -149,9 +150,16 @@ void CSendTrapPropertyPage::BuildControls() {
   trap_type_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   specific_type_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 
+  usm_ = new CUsmFieldsView(
+      QStringLiteral("sendTrap"),
+      // "Se&nder IP:" and "Specifi&c Type:" keep their letters; Comm&unity's is free.
+      {QStringLiteral("&User name:"), QStringLiteral("Security level:")},
+      app_.PasswordsOutliveRun(), this);
+
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(device);
   layout->addWidget(trap);
+  layout->addWidget(usm_);
   layout->addStretch();
 
   connect(use_default_, &QCheckBox::clicked, this, &CSendTrapPropertyPage::OnUseDefault);
@@ -162,8 +170,9 @@ void CSendTrapPropertyPage::BuildControls() {
       OnUseDefault();
     UpdateEnabling();
   });
-  StartOnEnter(send_, {host_, version_, port_, sender_ip_, sender_oid_, community_, varbind_num_,
-                       trap_type_, specific_type_});
+  StartOnEnter(send_, QList<QWidget*>{host_, version_, port_, sender_ip_, sender_oid_, community_,
+                                      varbind_num_, trap_type_, specific_type_} +
+                          usm_->Inputs());
   // The request id of a v2c trap is taken when it is checked, so only the one button waits.
   request_ = new app::CRequestRunner(this, {send_});
   connect(edit_varbinds_, &QPushButton::clicked, this, &CSendTrapPropertyPage::OnEditVarBinds);
@@ -182,6 +191,7 @@ void CSendTrapPropertyPage::ReadControls() {
   form.varbind_num_text = varbind_num_->text().toStdWString();
   form.trap_type = trap_type_->currentText().toStdWString();
   form.specific_type_text = specific_type_->text().toStdWString();
+  usm_->Read(form.usm);
 }
 
 void CSendTrapPropertyPage::WriteControls() {
@@ -200,6 +210,7 @@ void CSendTrapPropertyPage::WriteControls() {
   varbind_num_->SetText(Q(form.varbind_num_text));
   SelectText(trap_type_, form.trap_type);
   specific_type_->SetText(Q(form.specific_type_text));
+  usm_->Write(form.usm);
   UpdateEnabling();
   ShowTimeStamp();
 }
@@ -209,6 +220,8 @@ void CSendTrapPropertyPage::UpdateEnabling() {
   for (QWidget* field :
        std::initializer_list<QWidget*>{sender_ip_, sender_oid_, trap_type_, specific_type_})
     field->setEnabled(v1);
+  usm_->setVisible(operation_.V3());
+  ShowWithCaption(community_, !operation_.V3());
 }
 
 void CSendTrapPropertyPage::ShowTimeStamp() {
@@ -225,6 +238,8 @@ void CSendTrapPropertyPage::MapFields(app::CMessageBoxUi& ui) {
   ui.MapField(kFieldVarBindNum, varbind_num_);
   ui.MapField(kFieldTrapType, trap_type_);
   ui.MapField(kFieldSpecificType, specific_type_);
+  usm_->MapFields(ui, {kFieldTrapUsmUser, kFieldTrapUsmAuthPassword, kFieldTrapUsmPrivPassword,
+                       kFieldTrapUsmContextEngineId});
 }
 
 void CSendTrapPropertyPage::OnUseDefault() {

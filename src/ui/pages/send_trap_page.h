@@ -25,6 +25,8 @@ class CNumericEdit;
 
 namespace pages {
 
+class CUsmFieldsView;
+
 class CSendTrapPropertyPage : public app::CPropertyPage {
  public:
   CSendTrapPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
@@ -63,6 +65,7 @@ class CSendTrapPropertyPage : public app::CPropertyPage {
   QComboBox* sender_ip_ = nullptr;
   QComboBox* sender_oid_ = nullptr;
   QComboBox* community_ = nullptr;
+  CUsmFieldsView* usm_ = nullptr;  // version "3": in place of the community
   tvkutil::CNumericEdit* varbind_num_ = nullptr;
   QPushButton* edit_varbinds_ = nullptr;
   QLineEdit* time_stamp_ = nullptr;

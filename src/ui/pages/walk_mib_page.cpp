@@ -16,10 +16,12 @@
 #include "ops/results_file.h"
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "ui/message_box_dialog.h"
 #include "ui/numeric_edit.h"
 #include "ui/pages/form_controls_view.h"
+#include "ui/pages/usm_fields_view.h"
 #include "ui/request_runner.h"
 #include "ui/results_table_view.h"
 #include "ui/save_file_dialog.h"
@@ -145,13 +147,26 @@ void CWalkMIBPropertyPage::BuildControls() {
   save_row->addWidget(progress_line_, 1);
   save_row->addWidget(save_);
 
+  usm_ = new CUsmFieldsView(QStringLiteral("walk"),
+                            {QStringLiteral("User &name:"), QStringLiteral("Se&curity level:")},
+                            app_.PasswordsOutliveRun(), this);
+
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(settings);
+  layout->addWidget(usm_);
   layout->addWidget(results_, 1);
   layout->addLayout(save_row);
 
   // Enter starts a walk; while one runs it does nothing (the button then reads "St&op").
-  StartOnEnter(walk_, {host_, version_, port_, community_, start_oid_}, [this] { return idle_; });
+  StartOnEnter(walk_,
+               QList<QWidget*>{host_, version_, port_, community_, start_oid_} + usm_->Inputs(),
+               [this] { return idle_; });
+  connect(version_, &QComboBox::currentIndexChanged, this, [this] {
+    const bool v3 =
+        snmp::VersionIndex(version_->currentText().toStdWString()) == snmp::kSnmpVersion3;
+    usm_->setVisible(v3);
+    ShowWithCaption(community_, !v3);
+  });
   request_ = new app::CRequestRunner(this, {get_sys_object_id_, walk_});
 
   timer_ = new QTimer(this);
@@ -170,6 +185,7 @@ void CWalkMIBPropertyPage::ReadControls() {
   form.port_text = port_->text().toStdWString();
   form.community = community_->currentText().toStdWString();
   form.start_oid = start_oid_->currentText().toStdWString();
+  usm_->Read(form.usm);
 }
 
 void CWalkMIBPropertyPage::WriteControls() {
@@ -179,12 +195,16 @@ void CWalkMIBPropertyPage::WriteControls() {
   port_->SetText(Q(form.port_text));
   FillHistory(community_, form.communities, form.community);
   start_oid_->setEditText(Q(form.start_oid));
+  usm_->Write(form.usm);
+  // The version's own fields, also when the stored version was selected without a signal.
+  usm_->setVisible(operation_.V3());
+  ShowWithCaption(community_, !operation_.V3());
 }
 
 void CWalkMIBPropertyPage::EnableInputs(bool enabled) {
-  for (QWidget* w :
-       {static_cast<QWidget*>(host_), static_cast<QWidget*>(version_), static_cast<QWidget*>(port_),
-        static_cast<QWidget*>(community_), static_cast<QWidget*>(get_sys_object_id_)}) {
+  for (QWidget* w : {static_cast<QWidget*>(host_), static_cast<QWidget*>(version_),
+                     static_cast<QWidget*>(port_), static_cast<QWidget*>(community_),
+                     static_cast<QWidget*>(get_sys_object_id_), static_cast<QWidget*>(usm_)}) {
     w->setEnabled(enabled);
   }
 }
@@ -195,6 +215,8 @@ void CWalkMIBPropertyPage::MapFields(app::CMessageBoxUi& ui) {
   ui.MapField(kWalkFieldPort, port_);
   ui.MapField(kWalkFieldCommunity, community_);
   ui.MapField(kWalkFieldStartOid, start_oid_);
+  usm_->MapFields(ui, {kWalkFieldUsmUser, kWalkFieldUsmAuthPassword, kWalkFieldUsmPrivPassword,
+                       kWalkFieldUsmContextEngineId});
 }
 
 void CWalkMIBPropertyPage::OnBeginWalk() {

@@ -25,6 +25,8 @@ class CNumericEdit;
 
 namespace pages {
 
+class CUsmFieldsView;
+
 class CWalkMIBPropertyPage : public app::CPropertyPage {
  public:
   CWalkMIBPropertyPage(app::CSondaraUtilityApp& app, QWidget* parent = nullptr);
@@ -63,6 +65,7 @@ class CWalkMIBPropertyPage : public app::CPropertyPage {
   QComboBox* version_ = nullptr;
   tvkutil::CNumericEdit* port_ = nullptr;
   QComboBox* community_ = nullptr;
+  CUsmFieldsView* usm_ = nullptr;  // version "3": in place of the community
   QComboBox* start_oid_ = nullptr;
   QPushButton* get_sys_object_id_ = nullptr;
   QPushButton* walk_ = nullptr;

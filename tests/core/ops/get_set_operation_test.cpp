@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -132,6 +133,99 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
   }
   EXPECT_EQ(agent.Received().size(), 2U);   // from the two cases that passed
   EXPECT_EQ(logged.Messages().size(), 4U);  // their requests and the answers
+}
+
+// A v3 user stands for the communities: its checks in order, each with its message and field.
+TEST(GetSetOperation, V3ChecksRefuseWithTheirMessageAndField) {
+  using namespace pages;
+  const std::wstring eight = L"12345678", seven = L"1234567";
+  const std::wstring id_5 = L"80 00 1f 88 80", id_32(64, L'a');
+  const auto user = [](std::wstring name, std::wstring level, std::wstring auth_password,
+                       std::wstring priv_password, std::wstring engine_id = L"") {
+    app::UsmSettings u;
+    u.user_name = std::move(name);
+    u.level = std::move(level);
+    u.auth_password = std::move(auth_password);
+    u.priv_password = std::move(priv_password);
+    u.context_engine_id = std::move(engine_id);
+    return u;
+  };
+  const struct {
+    GetSetMode mode;
+    app::UsmSettings usm;
+    int field;  // -1: passes
+    std::wstring message = {};
+  } cases[] = {
+      {GetSetMode::kGet, user(L"", L"noAuthNoPriv", L"", L""), kFieldUsmUser,
+       L"Please enter the SNMPv3 user name."},
+      {GetSetMode::kSet, user(L"u", L"authNoPriv", seven, L""), kFieldUsmAuthPassword,
+       L"Please enter an authentication password of at least 8 characters."},
+      {GetSetMode::kGet, user(L"u", L"authPriv", eight, seven), kFieldUsmPrivPassword,
+       L"Please enter a privacy password of at least 8 characters."},
+      {GetSetMode::kGet, user(L"u", L"authNoPriv", eight, L""), -1},
+      {GetSetMode::kSet, user(L"u", L"noAuthNoPriv", L"", L""), -1},
+      {GetSetMode::kGet, user(L"u", L"authPriv", eight, eight, id_5), -1},
+      {GetSetMode::kGet, user(L"u", L"authPriv", eight, eight, id_32), -1},
+      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", L"80001f88"),
+       kFieldUsmContextEngineId,
+       L"Please enter the context engine ID as 5 to 32 bytes in hex (such as 80001f8880), or "
+       L"leave it empty for the agent's own."},
+      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", id_32 + L"aa"),
+       kFieldUsmContextEngineId},
+      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", L"80001f8880a"),
+       kFieldUsmContextEngineId},
+      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", L"0x80001g8880"),
+       kFieldUsmContextEngineId},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "field " << c.field << " " << c.usm.context_engine_id);
+    Operation o(9);  // nothing is sent: Prepare only
+    o.op.Form().version = L"3";
+    o.op.Form().get_community = o.op.Form().set_community = L"";  // not asked for
+    o.op.Form().usm = c.usm;
+    EXPECT_EQ(o.op.Prepare(c.mode, o.ui).has_value(), c.field < 0);
+    if (c.field >= 0) {
+      ASSERT_EQ(o.ui.shown.size(), 1U);
+      EXPECT_EQ(o.ui.shown[0].field, c.field);
+      if (!c.message.empty()) {
+        EXPECT_EQ(o.ui.shown[0].text, c.message);
+      }
+    }
+  }
+}
+
+TEST(GetSetOperation, AV3RequestCarriesTheUserAsTyped) {
+  using snmp::usm::AuthProtocol;
+  using snmp::usm::PrivProtocol;
+  Operation o(9);
+  o.op.Form().version = L"3";
+  o.op.Form().usm = {L"t\u00e9chnicien", L"authPriv", L"SHA-512", L"auth-pass",       L"AES-192",
+                     L"priv-pass",       L"Reeder",   L"ctx",     L"0x80:00:1F:88:80"};
+  std::optional<pages::GetSetRequest> r = o.op.Prepare(pages::GetSetMode::kSet, o.ui);
+  ASSERT_TRUE(r.has_value());
+  const snmp::usm::UserSecurity& u = r->security;
+  EXPECT_EQ(r->version, snmp::kSnmpVersion3);
+  EXPECT_EQ(r->community, L"");
+  EXPECT_EQ(
+      (std::vector<std::string>{u.user_name, u.auth_password, u.priv_password, u.context_name}),
+      (std::vector<std::string>{"t\xC3\xA9"
+                                "chnicien",
+                                "auth-pass", "priv-pass", "ctx"}));
+  EXPECT_EQ(std::tuple(u.level, u.auth, u.priv, u.extension),
+            std::tuple(snmp::usm::SecurityLevel::kAuthPriv, AuthProtocol::kSha512,
+                       PrivProtocol::kAes192, snmp::usm::KeyExtensionChoice::kReeder));
+  EXPECT_EQ(u.context_engine_id, testing_support::Hex("80 00 1f 88 80"));
+  // What the level does not use is not sent, however it was left on the page.
+  o.op.Form().usm.level = L"authNoPriv";
+  r = o.op.Prepare(pages::GetSetMode::kGet, o.ui);
+  ASSERT_TRUE(r.has_value());
+  EXPECT_EQ(std::tuple(r->security.auth, r->security.priv, r->security.priv_password),
+            std::tuple(AuthProtocol::kSha512, PrivProtocol::kNone, std::string()));
+  o.op.Form().usm.level = L"noAuthNoPriv";
+  r = o.op.Prepare(pages::GetSetMode::kGet, o.ui);
+  ASSERT_TRUE(r.has_value());
+  EXPECT_EQ(std::tuple(r->security.auth, r->security.auth_password),
+            std::tuple(AuthProtocol::kNone, std::string()));
 }
 
 // The counter itself (its restart past 255) is the codec's; here, what the Get counts by.

@@ -12,6 +12,7 @@
 #include "ops/var_bind_list_rules.h"
 #include "settings/sondara_utility_app.h"
 #include "snmp/asn_data_type.h"
+#include "snmp/snmp_message.h"
 #include "snmp/type_names.h"
 #include "support/recorders.h"
 #include "support/snmptrapd_process.h"
@@ -169,7 +170,8 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {kFieldTrapCommunity, L"Please enter a community name."},
       {kFieldVarBindNum, L"Please enter an integer between 0 and 64."},
       {kFieldTrapType, L"Please select a trap type."},
-      {kFieldSpecificType, L"Please enter an integer between 0 and 65535."}};
+      {kFieldSpecificType, L"Please enter an integer between 0 and 65535."},
+      {kFieldTrapUsmUser, L"Please enter the SNMPv3 user name."}};
   const std::wstring counter64 =
       L"A version 1 trap cannot carry a Counter64 value. Use version 2c, or another type.";
   const std::wstring left_out =
@@ -189,6 +191,12 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {{{&F::sender_ip, L"10.0.0"}, {&F::sender_oid, L""}}, kFieldSenderIp},
       {{{&F::sender_oid, L"1.3."}, {&F::community, L""}}, kFieldSenderOid},
       {{{&F::community, L""}, {&F::varbind_num_text, L"99"}}, kFieldTrapCommunity},
+      // A v3 trap is a v2c one with a user instead of the community.
+      {{{&F::version, L"3"},
+        {&F::community, L""},
+        {&F::sender_ip, L""},
+        {&F::varbind_num_text, L"99"}},
+       kFieldTrapUsmUser},
       {{{&F::varbind_num_text, L"65"}, {&F::trap_type, L""}}, kFieldVarBindNum},
       {{{&F::varbind_num_text, L"3"}, {&F::trap_type, L""}}, kFieldVarBindNum, too_many},
       {{{&F::trap_type, L""}, {&F::specific_type_text, L"x"}}, kFieldTrapType},
@@ -233,6 +241,20 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
     EXPECT_EQ(o.sinks.sent.size(), 0U);
     EXPECT_EQ(list.Count(), 2);
   }
+}
+
+TEST_F(SendTrap, AV3TrapIsSentAsTheTypedUserEvenWithTheDefaults) {
+  snmp::CVarBindList list;
+  Operation o(list, Port());
+  o.op.Form().version = L"3";
+  o.op.Form().use_default = true;
+  o.op.Form().varbind_num_text = L"2";  // the fixed entries, as for v2c
+  o.op.Form().usm.user_name = L"trapper";
+  o.op.Form().usm.level = L"noAuthNoPriv";
+  const std::optional<pages::TrapRequest> r = o.op.Validate(o.ui);
+  ASSERT_TRUE(r.has_value());
+  EXPECT_EQ(std::tuple(r->version, r->community, r->security.user_name),
+            std::tuple(snmp::kSnmpVersion3, std::wstring(), std::string("trapper")));
 }
 
 // "Use &default" fills everything but the bindings, and sets VarBind# to the whole list: a v2c

@@ -148,7 +148,8 @@ TEST(WalkMibOperation, ChecksRunInOrderAndRefuseBeforeAnythingIsSent) {
       {pages::kWalkFieldHost, L"Please enter a valid IP/Host address."},
       {pages::kWalkFieldVersion, L"Please select an SNMP version."},
       {pages::kWalkFieldCommunity, L"Please enter a community name."},
-      {pages::kWalkFieldStartOid, L"Please enter a valid Start OID."}};
+      {pages::kWalkFieldStartOid, L"Please enter a valid Start OID."},
+      {pages::kWalkFieldUsmUser, L"Please enter the SNMPv3 user name."}};
   // Each case also breaks a later field, which shows the order.
   const struct {
     std::vector<std::pair<std::wstring F::*, std::wstring>> changes;
@@ -158,6 +159,8 @@ TEST(WalkMibOperation, ChecksRunInOrderAndRefuseBeforeAnythingIsSent) {
       {{{&F::host, L""}, {&F::version, L""}}, pages::kWalkFieldHost},
       {{{&F::version, L""}, {&F::community, L""}}, pages::kWalkFieldVersion},
       {{{&F::community, L""}, {&F::start_oid, L""}}, pages::kWalkFieldCommunity},
+      {{{&F::version, L"3"}, {&F::community, L""}, {&F::start_oid, L""}},
+       pages::kWalkFieldUsmUser},  // the v3 user stands where the community does
       {{{&F::start_oid, L"1.3."}}, pages::kWalkFieldStartOid},
       {{{&F::start_oid, L"1"}}, pages::kWalkFieldStartOid},
   };

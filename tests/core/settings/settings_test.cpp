@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
+#include <optional>
 
 #include "settings/sondara_utility_app.h"
 #include "snmp/snmp_rules.h"
@@ -94,7 +96,7 @@ TEST(SettingRulesTest, OidTextAllowsEmptyPiecesUpTo128ArcsAnd1408Characters) {
 }
 
 TEST_F(SettingsTest, ReadRulesOfThePageSections) {
-  std::string walk = "[walkMIB]\nVersion=3\nPort=abc\n";
+  std::string walk = "[walkMIB]\nVersion=4\nPort=abc\n";
   for (int i = 0; i <= 10; ++i)
     walk += "WALKMIBCOMMUNITY-" + std::to_string(i) + "=c" + std::to_string(i) + "\n";
   auto a =
@@ -172,6 +174,69 @@ TEST_F(SettingsTest, SaveWritesBackWhatWasReadKeyForKey) {
             L"|.1.3.6.1.2.1.1.5.0 Octet String name");
   a->SavePageSettings();
   EXPECT_EQ(sondara_test::ReadFile(SettingsFile()), file);
+}
+
+// A keyring in memory, as the desktop's would keep the passwords.
+class FakeKeyring : public app::ISecretStore {
+ public:
+  bool Available() override { return true; }
+  std::optional<std::wstring> Lookup(const app::SecretKey& key) override {
+    const auto it = kept.find(Name(key));
+    return it == kept.end() ? std::nullopt : std::optional(it->second);
+  }
+  bool Store(const app::SecretKey& key, const std::wstring& password) override {
+    kept[Name(key)] = password;
+    return true;
+  }
+  static std::wstring Name(const app::SecretKey& key) {
+    return key.host + L"/" + key.user_name +
+           (key.kind == app::SecretKey::Kind::kAuth ? L"/a" : L"/p");
+  }
+  std::map<std::wstring, std::wstring> kept;
+};
+
+// The v3 user is saved with the page, its passwords never: they go to the keyring, or without
+// one stay in memory for the run.
+TEST_F(SettingsTest, V3UserIsSavedWithoutItsPasswords) {
+  FakeKeyring keyring;
+  for (app::ISecretStore* secrets :
+       {static_cast<app::ISecretStore*>(nullptr), static_cast<app::ISecretStore*>(&keyring)}) {
+    auto a = NewApp();
+    a->SetSecretStore(secrets);
+    a->GetSet().host = L"sw-3";
+    a->GetSet().version = L"3";
+    a->GetSet().usm = {L"engineer",         L"authPriv", L"SHA-256",
+                       L"authpass-secret1", L"AES-256",  L"privpass-secret2",
+                       L"Reeder",           L"ctx",      L"80001f8880"};
+    a->WalkMib().usm = a->GetSet().usm;  // version 2c, but it had a user
+    a->WalkMib().usm.user_name = L"walker";
+    a->SavePageSettings();
+    a->SaveNetworkSettings();
+    for (const std::string& file : {SettingsFile(), ProfileFile()}) {
+      const std::string text = sondara_test::ReadFile(file);
+      EXPECT_EQ(text.find("secret"), std::string::npos) << file;
+    }
+    EXPECT_EQ(a->GetSet().usm.auth_password, L"authpass-secret1");  // kept for the run
+    auto b = NewApp();
+    b->SetSecretStore(secrets);
+    b->LoadPageSettings();
+    const app::UsmSettings& u = b->GetSet().usm;
+    EXPECT_EQ((Names{u.user_name, u.level, u.auth_protocol, u.priv_protocol, u.key_extension,
+                     u.context_name, u.context_engine_id, b->WalkMib().usm.user_name}),
+              (Names{L"engineer", L"authPriv", L"SHA-256", L"AES-256", L"Reeder", L"ctx",
+                     L"80001f8880", L"walker"}));
+    const Names restored =
+        secrets != nullptr ? Names{L"authpass-secret1", L"privpass-secret2"} : Names{L"", L""};
+    EXPECT_EQ((Names{u.auth_password, u.priv_password}), restored);
+  }
+  EXPECT_EQ(keyring.kept.at(L"sw-3/engineer/p"), L"privpass-secret2");
+  // Names the program does not know read as the defaults.
+  const app::UsmSettings bad =
+      LoadFrom("[GetSet]\nV3SecurityLevel=high\nV3AuthProtocol=sha-512\nV3PrivProtocol=3DES\n")
+          ->GetSet()
+          .usm;
+  EXPECT_EQ((Names{bad.level, bad.auth_protocol, bad.priv_protocol}),
+            (Names{L"authPriv", L"SHA-512", L"AES"}));
 }
 
 TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddress) {

@@ -104,6 +104,59 @@ class AgentPagesTest : public QObject {
     QTRY_COMPARE(value->text(), QString("desk@sondara.test"));
   }
 
+  // Each SNMP page: the v3 user's fields only for "3", in place of the community; the level
+  // enables what it uses; passwords typed blind and kept for the run only without a keyring.
+  void V3FieldsShowOnlyForVersion3() {
+    app::CSondaraUtilityApp sondara(dir_ / "v3.ini", dir_ / "v3_profile.ini");
+    pages::CGetSetPropertyPage get_set(sondara);
+    pages::CWalkMIBPropertyPage walk(sondara);
+    pages::CSendTrapPropertyPage trap(sondara);
+    const struct {
+      QWidget* page;
+      QString name;
+      const char* community;
+    } pages[] = {{&get_set, "getSet", "getCommunity"},
+                 {&walk, "walk", "walkCommunity"},
+                 {&trap, "sendTrap", "trapCommunity"}};
+    for (const auto& p : pages) {
+      p.page->show();
+      const auto child = [&](const QString& suffix) {
+        return p.page->findChild<QWidget*>(p.name + suffix);
+      };
+      auto* version = Combo(p.page, qPrintable(p.name + "Version"));
+      for (const QString v : {"2c", "3", "1"}) {
+        version->setCurrentText(v);
+        QCOMPARE(child("Usm")->isVisible(), v == "3");
+        QCOMPARE(Combo(p.page, p.community)->isVisible(), v != "3");
+      }
+      version->setCurrentText("3");
+      const struct {
+        const char* level;
+        const char* priv;
+        bool auth, privacy, extension;
+      } levels[] = {{"noAuthNoPriv", "AES-256", false, false, false},
+                    {"authNoPriv", "AES-256", true, false, false},
+                    {"authPriv", "AES", true, true, false},
+                    {"authPriv", "AES-192", true, true, true}};
+      for (const auto& l : levels) {
+        qobject_cast<QComboBox*>(child("UsmPriv"))->setCurrentText(l.priv);
+        qobject_cast<QComboBox*>(child("UsmLevel"))->setCurrentText(l.level);
+        QCOMPARE((QList<bool>{child("UsmAuth")->isEnabled(), child("UsmAuthPassword")->isEnabled(),
+                              child("UsmPriv")->isEnabled(), child("UsmPrivPassword")->isEnabled(),
+                              child("UsmKeyExtension")->isEnabled()}),
+                 (QList<bool>{l.auth, l.auth, l.privacy, l.privacy, l.extension}));
+      }
+      for (const char* password : {"UsmAuthPassword", "UsmPrivPassword"})
+        QCOMPARE(qobject_cast<QLineEdit*>(child(password))->echoMode(), QLineEdit::Password);
+      QVERIFY(child("UsmPasswordsNote") != nullptr && child("UsmPasswordsNote")->isVisible());
+    }
+    Type(&get_set, "getSetUsmUser", "engineer");
+    Type(&get_set, "getSetUsmAuthPassword", "typed-blind");
+    get_set.StoreToApp();
+    QCOMPARE(sondara.GetSet().usm.user_name, std::wstring(L"engineer"));
+    QCOMPARE(sondara.GetSet().usm.auth_password, std::wstring(L"typed-blind"));
+  }
+
   // In the main window over a profile whose column widths read -5, 300 and the old default 120:
   // "&Get SysObjectID";
   // the list grows while the walk runs, the log stays at its bottom; leaving the page stops
