@@ -16,6 +16,7 @@
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
 #include "support/recorders.h"
+#include "support/snmpd_process.h"
 
 namespace {
 
@@ -416,4 +417,45 @@ TEST(SnmpRequester, OneSocketAndAQuickAnswerWaitThatTakesOnlyThePeerAndStopsSpin
     for (const auto& d : got)
       EXPECT_EQ(FromPort(d), FromPort(got[0]));
   }
+}
+
+// SNMPv3 against snmpd: the engine is discovered once and the keys kept for the requester's
+// life; after the agent restarts (one more boot) the requester takes its clock from the
+// notInTimeWindow report once and the request goes through.
+TEST(SnmpRequester, Version3DiscoversOnceAndFollowsTheAgentsClockAcrossARestart) {
+  testing_support::SnmpdProcess snmpd;
+  const std::string error =
+      snmpd.Start("createUser ops SHA-256 ops-password AES ops-privacy\nrouser ops priv\n");
+  ASSERT_TRUE(error.empty()) << error;
+  RecordingSink sink;
+  net::CSnmpRequester requester(L"127.0.0.1", snmpd.Port(), Settings(1, 2000), L"Get", sink);
+  snmp::usm::UserSecurity user;
+  user.user_name = "ops";
+  user.level = snmp::usm::SecurityLevel::kAuthPriv;
+  user.auth = snmp::usm::AuthProtocol::kSha256;
+  user.auth_password = "ops-password";
+  user.priv = snmp::usm::PrivProtocol::kAes128;
+  user.priv_password = "ops-privacy";
+  requester.SetSecurity(user);
+  snmp::CSNMPMessage request(snmp::kSnmpVersion3, L"", snmp::kPduGetRequest);
+  request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+  const auto get = [&](std::int32_t id) {
+    request.SetRequestId(id);
+    snmp::CSNMPMessage response(snmp::kPduResponse);
+    const net::ExchangeResult r = requester.Request(request, response);
+    std::wstring value;
+    std::uint32_t tag = 0;
+    if (r.Ok())
+      (void)response.GetVarBind(1)->ValueText(value, tag);
+    EXPECT_EQ(r.failure, Failure::kNone) << id << " " << net::ExchangeFailureText(r, L"", false);
+    EXPECT_EQ(value, L"Sondara test agent") << id;
+  };
+  get(1);
+  get(2);
+  EXPECT_EQ(sink.Count(logs::kDirectionSent), 3U);  // the discovery and two Gets
+  ASSERT_EQ(snmpd.Restart(), "");
+  get(3);
+  EXPECT_EQ(sink.Count(logs::kDirectionSent), 5U);  // refused as out of time, then taken
+  get(4);
+  EXPECT_EQ(sink.Count(logs::kDirectionSent), 6U);
 }
