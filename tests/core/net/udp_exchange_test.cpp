@@ -459,3 +459,54 @@ TEST(SnmpRequester, Version3DiscoversOnceAndFollowsTheAgentsClockAcrossARestart)
   get(4);
   EXPECT_EQ(sink.Count(logs::kDirectionSent), 6U);
 }
+
+// An agent that answers the discovery as RFC 3414 4 says, then answers the signed Get with a
+// digest that is not the message's, or with none: neither answer is believed or shown.
+TEST(SnmpRequester, Version3AnswerWhoseDigestDoesNotVerifyIsNotBelieved) {
+  const Bytes engine = Hex("80 00 1f 88 04 61 62 63 64");
+  // msgID of a request: the first INTEGER of msgGlobalData, after "02 01 03 30 LL".
+  const auto msg_id = [](const Bytes& request) {
+    const std::size_t at = request[1] >= 0x80 ? 3 + (request[1] & 0x7f) : 2;
+    return Bytes(request.begin() + static_cast<std::ptrdiff_t>(at + 5),
+                 request.begin() + static_cast<std::ptrdiff_t>(at + 7 + request[at + 6]));
+  };
+  const auto message = [&](const Bytes& id, std::uint8_t flags, const Bytes& digest,
+                           const Bytes& pdu) {
+    return Tlv(
+        0x30,
+        Cat({Int(3), Tlv(0x30, Cat({id, Int(65507), Tlv(0x04, {flags}), Int(3)})),
+             Tlv(0x04, Tlv(0x30, Cat({Tlv(0x04, engine), Int(1), Int(100),
+                                      Str(flags != 0 ? "ops" : ""), Tlv(0x04, digest), Str("")}))),
+             Tlv(0x30, Cat({Tlv(0x04, engine), Str(""), pdu}))}));
+  };
+  const Bytes report =
+      Tlv(0xA8, Cat({Int(0), Int(0), Int(0),
+                     Tlv(0x30, VarBind(Hex("2b 06 01 06 03 0f 01 01 04 00"), Hex("41 01 01")))}));
+  const Bytes answer =
+      Tlv(0xA2, Cat({Int(7), Int(0), Int(0), Tlv(0x30, VarBind(kSysDescr, Str("forged")))}));
+  for (const Bytes& digest : {Bytes(12, 0x5a), Bytes{}}) {
+    const FakeAgent agent([&](const FakeAgent::Datagram& d, int n) {
+      return Replies{{message(msg_id(d.bytes), n == 0 ? 0 : (digest.empty() ? 0 : 1),
+                              n == 0 ? Bytes{} : digest, n == 0 ? report : answer)}};
+    });
+    snmp::usm::UserSecurity user;
+    user.user_name = "ops";
+    user.level = snmp::usm::SecurityLevel::kAuthNoPriv;
+    user.auth = snmp::usm::AuthProtocol::kMd5;
+    user.auth_password = "maplesyrup";
+    snmp::CSNMPMessage request(snmp::kSnmpVersion3, L"", snmp::kPduGetRequest),
+        response(snmp::kPduResponse);
+    request.SetRequestId(7);
+    request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+    RecordingSink sink;
+    const net::ExchangeResult r =
+        net::ExchangeRequest(L"127.0.0.1", agent.Port(), Settings(0, 2000), L"Get", request,
+                             response, sink, nullptr, {}, user);
+    EXPECT_EQ(r.failure, Failure::kBadDigest) << digest.size();
+    EXPECT_EQ(response.VarBinds().Count(), 0);
+    EXPECT_EQ(net::ExchangeFailureText(r, L"h", false),
+              L"The answer's digest does not verify: it was not believed (check the "
+              L"authentication password and protocol)");
+    EXPECT_EQ(sink.Count(logs::kDirectionSent), 2U);
+  }
+}
