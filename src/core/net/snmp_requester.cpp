@@ -370,8 +370,9 @@ ExchangeResult CSnmpRequester::RequestV3(snmp::CSNMPMessage& request, snmp::CSNM
     return result;
   };
   if (!engine_.known) {
+    // Silence here is no sign of a wrong privacy key: nothing encrypted has gone yet.
     if (ExchangeResult found = Discover(stop); !found.Ok())
-      return finish(std::move(found));
+      return found.failure == ExchangeFailure::kTimeout ? found : finish(std::move(found));
   }
   bool resynchronised = false;
   bool rediscovered = false;

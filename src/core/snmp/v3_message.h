@@ -62,8 +62,8 @@ struct Incoming {
                                  std::span<const std::uint8_t>& out_message,
                                  std::size_t& out_auth_offset);
 
-// Reads msgVersion (kWrongTag unless it is 3... as a kBadLength-free kWrongTag), msgGlobalData,
-// the USM parameters and msgData; nothing after the message.
+// Reads msgVersion (kWrongTag when it is not 3), msgGlobalData, the USM parameters and msgData;
+// nothing may follow the message (kTrailing).
 [[nodiscard]] BerStatus DecodeMessage(std::span<const std::uint8_t> bytes, Incoming& out);
 
 // The digest of `message` with its auth_params zeroed, compared with what it carries (RFC 3414
