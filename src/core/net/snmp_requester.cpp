@@ -107,6 +107,13 @@ ExchangeResult CSnmpRequester::SendOnce(snmp::CSNMPMessage& message) {
   if (!session_)
     return open_failure_;
   try {
+    if (message.Version() == snmp::kSnmpVersion3) {
+      const std::optional<std::span<const std::uint8_t>> encoded = EncodeTrapV3(message);
+      if (!encoded)
+        throw kSnmpBuildError;
+      SendAndLog(*encoded);
+      return {};
+    }
     SendAndLog(Encode(message));
   } catch (SNMPINTERNALERROR code) {
     return ExchangeResult::Thrown(code);
@@ -218,11 +225,11 @@ snmp::v3::Header CSnmpRequester::HeaderFor(bool discovery) {
   return h;
 }
 
-ExchangeResult CSnmpRequester::ExchangeV3(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
-                                          std::stop_token stop, bool discovery) {
+std::optional<std::span<const std::uint8_t>> CSnmpRequester::EncodeV3(snmp::CSNMPMessage& message,
+                                                                      snmp::v3::Header& header,
+                                                                      bool discovery) {
   if (scoped_buffer_.empty())
     scoped_buffer_.resize(snmp::kMessageBufferLen);
-  snmp::v3::Header header = HeaderFor(discovery);
   const bool encrypts = !discovery && Encrypts(security_);
   const bool authenticates = !discovery && Authenticates(security_);
 
@@ -231,8 +238,8 @@ ExchangeResult CSnmpRequester::ExchangeV3(snmp::CSNMPMessage& request, snmp::CSN
   const snmp::usm::Bytes& context_engine =
       discovery || !security_.context_engine_id.empty() ? security_.context_engine_id : engine_.id;
   if (!snmp::v3::EncodeScopedPdu(scoped, discovery ? snmp::usm::Bytes{} : context_engine,
-                                 discovery ? std::string() : security_.context_name, request))
-    return Failed(ExchangeFailure::kBuild);
+                                 discovery ? std::string() : security_.context_name, message))
+    return std::nullopt;
   std::span<const std::uint8_t> data(
       scoped.Begin(), scoped_buffer_.size() - static_cast<std::size_t>(scoped.FreeCount()));
   std::optional<snmp::usm::Encrypted> sealed;
@@ -240,21 +247,32 @@ ExchangeResult CSnmpRequester::ExchangeV3(snmp::CSNMPMessage& request, snmp::CSN
     sealed = snmp::usm::Encrypt(security_.priv, engine_.priv_key, header.boots, header.time,
                                 next_salt_++, data);
     if (!sealed)
-      return Failed(ExchangeFailure::kBuild);
+      return std::nullopt;
     header.priv_params = sealed->salt;
     data = sealed->text;
   }
-  std::span<const std::uint8_t> message;
+  std::span<const std::uint8_t> encoded;
   std::size_t auth_offset = 0;
-  if (!snmp::v3::EncodeMessage(send_buffer_, header, data, encrypts, message, auth_offset))
-    return Failed(ExchangeFailure::kBuild);
+  if (!snmp::v3::EncodeMessage(send_buffer_, header, data, encrypts, encoded, auth_offset))
+    return std::nullopt;
   if (authenticates) {
-    const snmp::usm::Bytes digest = snmp::usm::Digest(security_.auth, engine_.auth_key, message);
+    const snmp::usm::Bytes digest = snmp::usm::Digest(security_.auth, engine_.auth_key, encoded);
     if (digest.size() != header.auth_params.size())
-      return Failed(ExchangeFailure::kBuild);
-    const auto at = static_cast<std::size_t>(message.data() - send_buffer_.data()) + auth_offset;
+      return std::nullopt;
+    const auto at = static_cast<std::size_t>(encoded.data() - send_buffer_.data()) + auth_offset;
     std::memcpy(send_buffer_.data() + at, digest.data(), digest.size());
   }
+  return encoded;
+}
+
+ExchangeResult CSnmpRequester::ExchangeV3(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
+                                          std::stop_token stop, bool discovery) {
+  snmp::v3::Header header = HeaderFor(discovery);
+  const bool encrypts = !discovery && Encrypts(security_);
+  const bool authenticates = !discovery && Authenticates(security_);
+  const std::optional<std::span<const std::uint8_t>> message = EncodeV3(request, header, discovery);
+  if (!message)
+    return Failed(ExchangeFailure::kBuild);
 
   ExchangeResult outcome;
   const AnswerTest answers = [&](std::span<const std::uint8_t> reply) {
@@ -321,7 +339,7 @@ ExchangeResult CSnmpRequester::ExchangeV3(snmp::CSNMPMessage& request, snmp::CSN
     return true;
   };
   try {
-    switch (Try(message, stop, answers)) {
+    switch (Try(*message, stop, answers)) {
       case Tried::kStopped:
         return Failed(ExchangeFailure::kStopped);
       case Tried::kOnlyOtherAnswers:
@@ -334,6 +352,23 @@ ExchangeResult CSnmpRequester::ExchangeV3(snmp::CSNMPMessage& request, snmp::CSN
     return ExchangeResult::Thrown(code);
   }
   return outcome;
+}
+
+std::optional<std::span<const std::uint8_t>> CSnmpRequester::EncodeTrapV3(
+    snmp::CSNMPMessage& message) {
+  // A notification's sender is the authoritative engine (RFC 3414 1.5.1): our own engine ID
+  // (the user's context engine ID when given), our boots and time. The receiver knows the user
+  // by that engine ID (net-snmp: createUser -e).
+  if (!engine_.known) {
+    engine_.known = true;
+    engine_.id = security_.context_engine_id.empty() ? snmp::v3::LocalEngineId()
+                                                     : security_.context_engine_id;
+    SetEngineClock(1, 0);
+    LocaliseKeys();
+  }
+  snmp::v3::Header header = HeaderFor(false);
+  header.flags &= static_cast<std::uint8_t>(~snmp::v3::kFlagReportable);  // nobody answers
+  return EncodeV3(message, header, false);
 }
 
 ExchangeResult CSnmpRequester::Discover(std::stop_token stop) {

@@ -45,7 +45,9 @@ class CSnmpRequester {
   ExchangeResult Request(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                          std::stop_token stop = {});
 
-  // A trap: encoded, sent once and logged, never waited for (kBuild, kTransmit).
+  // A trap: encoded, sent once and logged, never waited for (kBuild, kTransmit). A version 3
+  // trap speaks as SetSecurity's user from this program's own engine (snmp::v3::LocalEngineId,
+  // or the user's context engine ID when set).
   ExchangeResult SendOnce(snmp::CSNMPMessage& message);
 
   // Who SNMPv3 requests (version kSnmpVersion3) speak as; kept for the requester's life, with
@@ -82,6 +84,12 @@ class CSnmpRequester {
   ExchangeResult ExchangeV3(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                             std::stop_token stop, bool discovery);
   ExchangeResult Discover(std::stop_token stop);
+  // The whole v3 message of `message` in the send buffer (scoped PDU, encryption, digest), or
+  // nothing when it cannot be built; `header` gets the salt.
+  std::optional<std::span<const std::uint8_t>> EncodeV3(snmp::CSNMPMessage& message,
+                                                        snmp::v3::Header& header, bool discovery);
+  // A v3 notification, sent as its own authoritative engine.
+  std::optional<std::span<const std::uint8_t>> EncodeTrapV3(snmp::CSNMPMessage& message);
   // The agent's clock now, as its boots and time plus what elapsed here since we learnt them.
   std::uint32_t EngineTime() const;
   void SetEngineClock(std::uint32_t boots, std::uint32_t time);

@@ -1,6 +1,9 @@
 #include "snmp/v3_message.h"
 
 #include <openssl/crypto.h>
+#include <unistd.h>
+
+#include <algorithm>
 
 #include <array>
 #include <vector>
@@ -224,6 +227,22 @@ BerStatus DecodeScopedPdu(std::span<const std::uint8_t> bytes, bool padded, Scop
   out.context_name.assign(name.begin(), name.end());
   out.pdu = {scoped.Cursor(), static_cast<std::size_t>(scoped.Remaining())};
   return BerStatus::kOk;
+}
+
+Bytes LocalEngineId() {
+  // The program's private enterprise number (the default enterprise of its v1 traps).
+  constexpr std::uint32_t kEnterprise = 59871;
+  Bytes id = {static_cast<std::uint8_t>(0x80 | (kEnterprise >> 24)),
+              static_cast<std::uint8_t>(kEnterprise >> 16),
+              static_cast<std::uint8_t>(kEnterprise >> 8), static_cast<std::uint8_t>(kEnterprise),
+              4};
+  std::array<char, 256> host{};
+  if (::gethostname(host.data(), host.size() - 1) != 0)
+    host[0] = '\0';
+  const std::string text = std::string("sondara@") + host.data();
+  id.insert(id.end(), text.begin(),
+            text.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(text.size(), 27)));
+  return id;
 }
 
 Report ReadReport(std::span<const std::uint8_t> pdu_bytes) {

@@ -81,6 +81,11 @@ struct ScopedPdu {
 [[nodiscard]] BerStatus DecodeScopedPdu(std::span<const std::uint8_t> bytes, bool padded,
                                         ScopedPdu& out);
 
+// This program's own engine ID, for the notifications it sends (RFC 3411 SnmpEngineID: our
+// enterprise number, format 4 "text", then "sondara@" and the host name, 32 bytes at most), the
+// same on every run on one host.
+Bytes LocalEngineId();
+
 // The counters a report names (RFC 3414 5: usmStats; RFC 3412: snmpUnknownContexts...).
 enum class ReportKind : std::uint8_t {
   kNone,

@@ -17,6 +17,7 @@
 #include "support/hex_bytes.h"
 #include "support/recorders.h"
 #include "support/snmpd_process.h"
+#include "support/snmptrapd_process.h"
 
 namespace {
 
@@ -509,4 +510,45 @@ TEST(SnmpRequester, Version3AnswerWhoseDigestDoesNotVerifyIsNotBelieved) {
               L"authentication password and protocol)");
     EXPECT_EQ(sink.Count(logs::kDirectionSent), 2U);
   }
+}
+
+// A v3 notification goes from this program's own engine (80 00 e9 df: enterprise 59871, then
+// text), which snmptrapd knows the user by; a wrong privacy password leaves it unread.
+TEST(SnmpRequester, Version3TrapIsReadByTheUserOfOurEngine) {
+  char host[256] = {};
+  ASSERT_EQ(::gethostname(host, sizeof host - 1), 0);
+  std::string engine = "0x8000e9df04";
+  for (const char c : (std::string("sondara@") + host).substr(0, 27)) {
+    char pair[3];
+    std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned char>(c));
+    engine += pair;
+  }
+  testing_support::SnmptrapdProcess trapd;
+  const std::string error =
+      trapd.Start("createUser -e " + engine + " ops SHA ops-password AES ops-privacy\n");
+  ASSERT_TRUE(error.empty()) << error;
+  for (const char* privacy : {"not-the-privacy", "ops-privacy"}) {
+    RecordingSink sink;
+    net::CSnmpRequester requester(L"127.0.0.1", trapd.Port(), Settings(0, 1000), L"sendTrap", sink);
+    snmp::usm::UserSecurity user;
+    user.user_name = "ops";
+    user.level = snmp::usm::SecurityLevel::kAuthPriv;
+    user.auth = snmp::usm::AuthProtocol::kSha1;
+    user.auth_password = "ops-password";
+    user.priv = snmp::usm::PrivProtocol::kAes128;
+    user.priv_password = privacy;
+    requester.SetSecurity(user);
+    snmp::CSNMPMessage trap(snmp::kSnmpVersion3, L"", snmp::kPduTrapV2);
+    trap.SetRequestId(9);
+    trap.AddVarBind(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
+    trap.AddVarBind(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.1");
+    trap.AddVarBind(L".1.3.6.1.2.1.1.5.0", snmp::kTagOctetString,
+                    std::wstring(privacy, privacy + std::strlen(privacy)));
+    EXPECT_TRUE(requester.SendOnce(trap).Ok());
+    EXPECT_EQ(sink.Count(logs::kDirectionSent), 1U);
+  }
+  const std::vector<std::string> traps = trapd.Traps(2, std::chrono::seconds(2));
+  ASSERT_EQ(traps.size(), 1U);
+  EXPECT_NE(traps[0].find(".1.3.6.1.2.1.1.5.0 = STRING: \"ops-privacy\""), std::string::npos)
+      << traps[0];
 }
