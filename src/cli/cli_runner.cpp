@@ -89,7 +89,7 @@ class CTempFilesOnSignal {
 
 int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
            bool err_terminal) {
-  const ParseResult parsed = ParseCommandLine(args);
+  ParseResult parsed = ParseCommandLine(args);
   if (!parsed.error.empty()) {
     err << "sondara-cli: " << parsed.error << "\n";
     return kExitUsage;
@@ -102,6 +102,12 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
   if (line.show_version) {
     out << "sondara-cli " << tvkutil::ToUtf8(app::CSondaraUtilityApp::VersionText()) << "\n";
     return kExitDone;
+  }
+  if (const std::string refused =
+          FillPasswords(parsed.line, ::isatty(STDIN_FILENO) != 0 ? AskPasswordOnTerminal : nullptr);
+      !refused.empty()) {
+    err << "sondara-cli: " << refused << "\n";
+    return kExitUsage;
   }
 
   const CommandRun* command = nullptr;

@@ -1,7 +1,13 @@
 #include "cli/command_line.h"
 
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <cstring>
 
 #include "net/address.h"
 #include "ops/operation_common.h"
@@ -27,6 +33,7 @@ enum class Shape {
 
 constexpr unsigned kCommonOptions = kOptSnmpVersion | kOptCommunity | kOptPort | kOptTimeout |
                                     kOptRetries | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng;
+constexpr unsigned kRequestOptions = kCommonOptions | kV3Options;
 
 struct CommandSpec {
   std::string_view name;
@@ -37,17 +44,17 @@ struct CommandSpec {
 };
 
 constexpr std::array<CommandSpec, 7> kCommands = {{
-    {"get", Shape::kHostOids, kCommonOptions, "get HOST OID...",
+    {"get", Shape::kHostOids, kRequestOptions, "get HOST OID...",
      "Reads the objects with one GetRequest and prints each binding of the answer."},
-    {"getnext", Shape::kHostOids, kCommonOptions, "getnext HOST OID...",
+    {"getnext", Shape::kHostOids, kRequestOptions, "getnext HOST OID...",
      "Reads the object after each OID with one GetNextRequest."},
-    {"set", Shape::kHostBindings, kCommonOptions, "set HOST OID TYPE VALUE [OID TYPE VALUE]...",
+    {"set", Shape::kHostBindings, kRequestOptions, "set HOST OID TYPE VALUE [OID TYPE VALUE]...",
      "Writes the values with one SetRequest (community \"setcomm\" unless -c is given) and\n"
      "prints the bindings of the answer. TYPE is Integer32, Octet String, Object Identifier,\n"
      "IPAddress, Counter32, Gauge32, UInteger32, Timeticks, Opaque or Counter64 (case is\n"
      "ignored); VALUE is checked against its TYPE before anything is sent; \"\" is an empty\n"
      "Octet String or Opaque."},
-    {"walk", Shape::kHostOptionalOid, kCommonOptions | kOptBulk, "walk HOST [OID] [--bulk N]",
+    {"walk", Shape::kHostOptionalOid, kRequestOptions | kOptBulk, "walk HOST [OID] [--bulk N]",
      "Walks the agent's MIB as the walkMIB page does, from OID (default .1.3.6.1) to the end of\n"
      "its view, printing each object as it comes: with GetNext requests, or with GetBulk\n"
      "requests of N repetitions for --bulk N (-v 2c). The closing line (\"walkMIB complete. No.\n"
@@ -82,8 +89,8 @@ struct OptionSpec {
   std::string_view help;
 };
 
-constexpr std::array<OptionSpec, 18> kOptions = {{
-    {'v', "snmp-version", kOptSnmpVersion, "1|2c", "SNMP version (default 2c)"},
+constexpr std::array<OptionSpec, 27> kOptions = {{
+    {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c; 3 not for trap)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
     {'p', "port", kOptPort, "PORT", "agent port (default 161, 162 for trap)"},
@@ -102,6 +109,20 @@ constexpr std::array<OptionSpec, 18> kOptions = {{
     {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 0 to 65535"},
     {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
     {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
+    {'u', "user", kOptUser, "USER", "v3: the user (needed with -v 3)"},
+    {'l', "level", kOptLevel, "LEVEL", "v3: noAuthNoPriv (default), authNoPriv or authPriv"},
+    {'a', "auth-protocol", kOptAuthProtocol, "PROTOCOL",
+     "v3: MD5, SHA, SHA-224, SHA-256, SHA-384 or SHA-512"},
+    {'A', "auth-password", kOptAuthPassword, "PASS",
+     "v3: authentication password (else $SONDARA_AUTH_PASSWORD or asked)"},
+    {'x', "priv-protocol", kOptPrivProtocol, "PROTOCOL", "v3: DES, AES, AES-192 or AES-256"},
+    {'X', "priv-password", kOptPrivPassword, "PASS",
+     "v3: privacy password (else $SONDARA_PRIV_PASSWORD or asked)"},
+    {'n', "context", kOptContext, "CONTEXT", "v3: context name (default empty)"},
+    {'E', "context-engine", kOptEngineId, "ENGINEID",
+     "v3: context engine ID in hex (default the agent's)"},
+    {0, "key-extension", kOptKeyExtension, "blumenthal|reeder|auto",
+     "v3: how AES-192/256 keys are stretched (default auto: Blumenthal, then Reeder)"},
     {'h', "help", 0, "", "this help"},
     {0, "version", 0, "", "the program's version"},
 }};
@@ -208,6 +229,89 @@ std::string BadOid(std::string_view what, std::string_view text) {
   return "bad " + std::string(what) + " " + Quoted(text) + " (" + why + ")";
 }
 
+bool ReadLevel(std::string_view text, snmp::usm::SecurityLevel& out) {
+  using snmp::usm::SecurityLevel;
+  constexpr std::array<std::pair<std::string_view, SecurityLevel>, 3> kLevels = {{
+      {"noAuthNoPriv", SecurityLevel::kNoAuthNoPriv},
+      {"authNoPriv", SecurityLevel::kAuthNoPriv},
+      {"authPriv", SecurityLevel::kAuthPriv},
+  }};
+  for (const auto& [name, level] : kLevels) {
+    if (tvkutil::EqualsNoCase(Wide(text), Wide(name))) {
+      out = level;
+      return true;
+    }
+  }
+  return false;
+}
+
+std::string LevelName(snmp::usm::SecurityLevel level) {
+  return level == snmp::usm::SecurityLevel::kAuthPriv     ? "authPriv"
+         : level == snmp::usm::SecurityLevel::kAuthNoPriv ? "authNoPriv"
+                                                          : "noAuthNoPriv";
+}
+
+bool ReadAuth(std::string_view text, snmp::usm::AuthProtocol& out) {
+  using snmp::usm::AuthProtocol;
+  constexpr std::array<std::pair<std::string_view, AuthProtocol>, 7> kAuths = {{
+      {"MD5", AuthProtocol::kMd5},
+      {"SHA", AuthProtocol::kSha1},
+      {"SHA-1", AuthProtocol::kSha1},
+      {"SHA-224", AuthProtocol::kSha224},
+      {"SHA-256", AuthProtocol::kSha256},
+      {"SHA-384", AuthProtocol::kSha384},
+      {"SHA-512", AuthProtocol::kSha512},
+  }};
+  for (const auto& [name, auth] : kAuths) {
+    if (tvkutil::EqualsNoCase(Wide(text), Wide(name))) {
+      out = auth;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool ReadPriv(std::string_view text, snmp::usm::PrivProtocol& out) {
+  using snmp::usm::PrivProtocol;
+  constexpr std::array<std::pair<std::string_view, PrivProtocol>, 5> kPrivs = {{
+      {"DES", PrivProtocol::kDes},
+      {"AES", PrivProtocol::kAes128},
+      {"AES-128", PrivProtocol::kAes128},
+      {"AES-192", PrivProtocol::kAes192},
+      {"AES-256", PrivProtocol::kAes256},
+  }};
+  for (const auto& [name, priv] : kPrivs) {
+    if (tvkutil::EqualsNoCase(Wide(text), Wide(name))) {
+      out = priv;
+      return true;
+    }
+  }
+  return false;
+}
+
+// An engine ID in hex, "0x" allowed in front: 5 to 32 bytes (RFC 3411 SnmpEngineID).
+bool ReadHex(std::string_view text, snmp::usm::Bytes& out) {
+  if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X'))
+    text.remove_prefix(2);
+  out.clear();
+  if (text.size() % 2 != 0 || text.size() < 10 || text.size() > 64)
+    return false;
+  const auto nibble = [](char c) {
+    return c >= '0' && c <= '9'   ? c - '0'
+           : c >= 'a' && c <= 'f' ? c - 'a' + 10
+           : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                  : -1;
+  };
+  for (std::size_t i = 0; i < text.size(); i += 2) {
+    const int hi = nibble(text[i]);
+    const int lo = nibble(text[i + 1]);
+    if (hi < 0 || lo < 0)
+      return false;
+    out.push_back(static_cast<std::uint8_t>(hi * 16 + lo));
+  }
+  return true;
+}
+
 class CParser {
  public:
   explicit CParser(const std::vector<std::string>& args) : args_(args) {}
@@ -295,10 +399,10 @@ class CParser {
           line_.show_version = true;
         break;
       case kOptSnmpVersion:
-        if (value == "1" || value == "2c" || value == "2C")
-          line_.snmp_version = value == "1" ? L"1" : L"2c";
+        if (value == "1" || value == "2c" || value == "2C" || value == "3")
+          line_.snmp_version = value == "2C" ? L"2c" : Wide(value);
         else
-          error_ = "bad SNMP version " + Quoted(value) + " (1 or 2c)";
+          error_ = "bad SNMP version " + Quoted(value) + " (1, 2c or 3)";
         break;
       case kOptCommunity:
         if (value.empty())
@@ -383,6 +487,55 @@ class CParser {
         line_.fast = true;
         break;
       default:
+        ReadV3Option(o, value);
+        break;
+    }
+  }
+
+  void ReadV3Option(const OptionSpec& o, const std::string& value) {
+    snmp::usm::UserSecurity& user = line_.security;
+    switch (o.bit) {
+      case kOptUser:
+        if (value.empty() || value.size() > 32)
+          error_ = "bad -u " + Quoted(value) + " (1 to 32 characters)";
+        user.user_name = value;
+        break;
+      case kOptLevel:
+        if (!ReadLevel(value, user.level))
+          error_ = "bad -l " + Quoted(value) + " (noAuthNoPriv, authNoPriv or authPriv)";
+        break;
+      case kOptAuthProtocol:
+        if (!ReadAuth(value, user.auth))
+          error_ = "bad -a " + Quoted(value) + " (MD5, SHA, SHA-224, SHA-256, SHA-384 or SHA-512)";
+        break;
+      case kOptAuthPassword:
+        user.auth_password = value;
+        break;
+      case kOptPrivProtocol:
+        if (!ReadPriv(value, user.priv))
+          error_ = "bad -x " + Quoted(value) + " (DES, AES, AES-192 or AES-256)";
+        break;
+      case kOptPrivPassword:
+        user.priv_password = value;
+        break;
+      case kOptContext:
+        user.context_name = value;
+        break;
+      case kOptEngineId:
+        if (!ReadHex(value, user.context_engine_id))
+          error_ = "bad -E " + Quoted(value) + " (5 to 32 bytes in hex, as 80001f8880...)";
+        break;
+      case kOptKeyExtension:
+        if (value == "blumenthal")
+          user.extension = snmp::usm::KeyExtensionChoice::kBlumenthal;
+        else if (value == "reeder")
+          user.extension = snmp::usm::KeyExtensionChoice::kReeder;
+        else if (value == "auto")
+          user.extension = snmp::usm::KeyExtensionChoice::kAutomatic;
+        else
+          error_ = "bad --key-extension " + Quoted(value) + " (blumenthal, reeder or auto)";
+        break;
+      default:
         break;
     }
   }
@@ -396,6 +549,29 @@ class CParser {
       }
     }
     const bool v1 = line_.snmp_version == L"1";
+    const bool v3 = line_.snmp_version == L"3";
+    const snmp::usm::UserSecurity& user = line_.security;
+    if (!v3 && (line_.given & kV3Options) != 0)
+      error_ = "-u, -l, -a, -A, -x, -X, -n, -E and --key-extension are for -v 3";
+    else if (v3 && line_.command == "trap")
+      error_ = "trap sends -v 1 or 2c";
+    else if (v3 && user.user_name.empty())
+      error_ = "-v 3 needs -u USER";
+    else if (v3 && user.level != snmp::usm::SecurityLevel::kNoAuthNoPriv &&
+             user.auth == snmp::usm::AuthProtocol::kNone)
+      error_ = "-l " + LevelName(user.level) + " needs -a PROTOCOL";
+    else if (v3 && user.level == snmp::usm::SecurityLevel::kAuthPriv &&
+             user.priv == snmp::usm::PrivProtocol::kNone)
+      error_ = "-l authPriv needs -x PROTOCOL";
+    else if (v3 && user.level == snmp::usm::SecurityLevel::kNoAuthNoPriv &&
+             (line_.given &
+              (kOptAuthProtocol | kOptAuthPassword | kOptPrivProtocol | kOptPrivPassword)) != 0)
+      error_ = "-a, -A, -x and -X need -l authNoPriv or authPriv";
+    else if (v3 && user.level == snmp::usm::SecurityLevel::kAuthNoPriv &&
+             (line_.given & (kOptPrivProtocol | kOptPrivPassword)) != 0)
+      error_ = "-x and -X need -l authPriv";
+    if (!error_.empty())
+      return;
     if (line_.bulk && v1)
       error_ = "--bulk needs -v 2c (GetBulk is a version 2c request)";
     else if (line_.trap_oid && v1)
@@ -521,6 +697,59 @@ std::string OptionLines(unsigned mask) {
 
 }  // namespace
 
+// RFC 3414 11.2: net-snmp refuses shorter passwords, and so do we rather than have the agent
+// answer a digest nobody can match.
+constexpr std::size_t kMinPasswordLength = 8;
+
+std::string FillPasswords(CommandLine& line, PasswordPrompt prompt) {
+  snmp::usm::UserSecurity& user = line.security;
+  if (line.snmp_version != L"3" || user.level == snmp::usm::SecurityLevel::kNoAuthNoPriv)
+    return {};
+  const auto fill = [&](std::string& password, const char* variable, const char* option,
+                        const char* question) -> std::string {
+    if (password.empty()) {
+      if (const char* from_env = std::getenv(variable); from_env != nullptr)
+        password = from_env;
+      else if (prompt != nullptr)
+        password = prompt(question).value_or(std::string());
+    }
+    if (password.empty())
+      return std::string(option) + " needs PASS (or " + variable + ")";
+    if (password.size() < kMinPasswordLength)
+      return std::string("bad ") + option + ": at least 8 characters (RFC 3414)";
+    return {};
+  };
+  std::string error =
+      fill(user.auth_password, "SONDARA_AUTH_PASSWORD", "-A", "Authentication password: ");
+  if (error.empty() && user.level == snmp::usm::SecurityLevel::kAuthPriv)
+    error = fill(user.priv_password, "SONDARA_PRIV_PASSWORD", "-X", "Privacy password: ");
+  return error.empty() ? error : line.command + ": " + error;
+}
+
+std::optional<std::string> AskPasswordOnTerminal(const char* question) {
+  const int tty = ::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (tty < 0)
+    return std::nullopt;
+  termios saved{};
+  if (::tcgetattr(tty, &saved) != 0) {
+    ::close(tty);
+    return std::nullopt;
+  }
+  termios quiet = saved;
+  quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  quiet.c_lflag |= ICANON;
+  (void)::write(tty, question, std::strlen(question));
+  (void)::tcsetattr(tty, TCSAFLUSH, &quiet);
+  std::string answer;
+  char c = 0;
+  while (::read(tty, &c, 1) == 1 && c != '\n' && answer.size() < 1024)
+    answer.push_back(c);
+  (void)::tcsetattr(tty, TCSAFLUSH, &saved);
+  (void)::write(tty, "\n", 1);
+  ::close(tty);
+  return answer;
+}
+
 ParseResult ParseCommandLine(const std::vector<std::string>& args) {
   return CParser(args).Run();
 }
@@ -532,7 +761,8 @@ bool IsCommand(std::string_view name) {
 std::string ProgramHelp() {
   std::string out =
       "Usage: sondara-cli COMMAND [options] ...\n"
-      "SNMP v1/v2c requests, traps, ping and sweeps from a shell, as Sondara Utility does them.\n"
+      "SNMP v1/v2c/v3 requests, v1/v2c traps, ping and sweeps from a shell, as Sondara Utility "
+      "does them.\n"
       "\nCommands:\n";
   for (const CommandSpec& c : kCommands)
     out += "  " + std::string(c.synopsis) + "\n";

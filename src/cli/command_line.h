@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "snmp/usm_user.h"
+
 namespace cli {
 
 enum class OutputFormat { kText, kCsv, kJson };
@@ -37,7 +39,19 @@ enum OptionBit : unsigned {
   kOptTrapOid = 1u << 13,
   kOptFast = 1u << 14,
   kOptPcapng = 1u << 15,
+  kOptUser = 1u << 16,  // the SNMPv3 options, -u to --key-extension
+  kOptLevel = 1u << 17,
+  kOptAuthProtocol = 1u << 18,
+  kOptAuthPassword = 1u << 19,
+  kOptPrivProtocol = 1u << 20,
+  kOptPrivPassword = 1u << 21,
+  kOptContext = 1u << 22,
+  kOptEngineId = 1u << 23,
+  kOptKeyExtension = 1u << 24,
 };
+inline constexpr unsigned kV3Options = kOptUser | kOptLevel | kOptAuthProtocol | kOptAuthPassword |
+                                       kOptPrivProtocol | kOptPrivPassword | kOptContext |
+                                       kOptEngineId | kOptKeyExtension;
 
 // Everything a command runs with. Defaults that depend on the command (community, port) are
 // filled in once the command is known; time-out and retries stay empty unless given, so the
@@ -53,7 +67,7 @@ struct CommandLine {
   std::vector<BindingArg> bindings;  // set, trap
   std::wstring start_ip, end_ip;     // sweep
 
-  std::wstring snmp_version = L"2c";  // "1" or "2c"
+  std::wstring snmp_version = L"2c";  // "1", "2c" or "3"
   std::wstring community;
   std::uint16_t port = 0;
   std::optional<int> timeout_ms;
@@ -70,6 +84,9 @@ struct CommandLine {
   std::optional<std::uint32_t> specific_trap;  // v1 trap, 1 to 65535
   std::optional<std::wstring> trap_oid;        // v2c trap: snmpTrapOID.0
   bool fast = false;                           // sweep
+  // -v 3: who the requests speak as. Passwords not on the command line are empty here and
+  // filled from the environment or a prompt (FillPasswords) before anything is sent.
+  snmp::usm::UserSecurity security;
 };
 
 // The command line, or why it was refused (one line, without the program name).
@@ -82,6 +99,14 @@ struct ParseResult {
 // positional arguments; "--" ends the options; the VALUE of an OID TYPE VALUE is taken as
 // written even when it starts with "-".
 ParseResult ParseCommandLine(const std::vector<std::string>& args);
+
+// The -v 3 passwords the level needs and the command line lacks: from SONDARA_AUTH_PASSWORD
+// and SONDARA_PRIV_PASSWORD, else asked for on the terminal without echo (`prompt` non-null).
+// Why not, when one is still missing or too short (one line, as ParseResult::error).
+using PasswordPrompt = std::optional<std::string> (*)(const char* question);
+std::string FillPasswords(CommandLine& line, PasswordPrompt prompt);
+// The terminal prompt: reads one line from /dev/tty with echo off; nothing without a terminal.
+std::optional<std::string> AskPasswordOnTerminal(const char* question);
 
 // True for the names of the commands.
 bool IsCommand(std::string_view name);

@@ -19,6 +19,7 @@ int RunRequest(CliContext& context, pages::GetSetMode mode) {
   request.version = snmp::VersionIndex(line.snmp_version);
   request.port = line.port;
   request.community = line.community;
+  request.security = line.security;
   if (mode == pages::GetSetMode::kSet) {
     for (const BindingArg& b : line.bindings)
       request.bindings.push_back({b.oid, b.tag, b.value});
@@ -40,6 +41,7 @@ int RunRequest(CliContext& context, pages::GetSetMode mode) {
     case net::ExchangeFailure::kTimeout:
       return kExitNoAnswer;
     case net::ExchangeFailure::kAgentError:
+    case net::ExchangeFailure::kReport:  // the agent refused the user: its error, in words
       return kExitAgentError;
     default:
       return kExitFailure;

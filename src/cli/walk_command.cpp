@@ -14,7 +14,7 @@ int RunWalk(CliContext& context) {
   pages::CWalkMIBOperation walk(app::WalkMibSettings{}, events, context.transactions);
   const pages::WalkRequest request{line.host,         snmp::VersionIndex(line.snmp_version),
                                    line.port,         line.community,
-                                   line.oids.front(), {}};
+                                   line.oids.front(), line.security};
   pages::WalkOptions options;
   options.udp = context.udp;
   // GetNext unless --bulk: a script walks the same way whatever the Options say.

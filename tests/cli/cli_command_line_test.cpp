@@ -4,7 +4,10 @@
 #include <signal.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/command_line.h"
@@ -38,6 +41,67 @@ TEST(CliCommandLine, DefaultsDependOnTheCommand) {
     EXPECT_EQ(line.port, c.port) << c.args[0];
   }
   EXPECT_EQ(Accepted({"walk", "h"}).oids, std::vector<std::wstring>{L".1.3.6.1"});
+}
+
+// -v 3: net-snmp's options, and passwords from the command line, the environment or a prompt.
+TEST(CliCommandLine, Version3TakesNetSnmpsOptionsAndFindsItsPasswords) {
+  using snmp::usm::SecurityLevel;
+  cli::CommandLine line = Accepted({"get",
+                                    "h",
+                                    ".1.3",
+                                    "-v",
+                                    "3",
+                                    "-u",
+                                    "ops",
+                                    "-l",
+                                    "authPriv",
+                                    "-a",
+                                    "SHA-256",
+                                    "-x",
+                                    "AES-256",
+                                    "-X",
+                                    "privpass1",
+                                    "-n",
+                                    "ctx",
+                                    "-E",
+                                    "0x80001f8880aabbccdd",
+                                    "--key-extension",
+                                    "reeder"});
+  const snmp::usm::UserSecurity& user = line.security;
+  EXPECT_EQ(user.user_name, "ops");
+  EXPECT_EQ(user.level, SecurityLevel::kAuthPriv);
+  EXPECT_EQ(user.auth, snmp::usm::AuthProtocol::kSha256);
+  EXPECT_EQ(user.priv, snmp::usm::PrivProtocol::kAes256);
+  EXPECT_EQ(user.extension, snmp::usm::KeyExtensionChoice::kReeder);
+  EXPECT_EQ(user.context_name, "ctx");
+  EXPECT_EQ(user.context_engine_id,
+            (snmp::usm::Bytes{0x80, 0x00, 0x1f, 0x88, 0x80, 0xaa, 0xbb, 0xcc, 0xdd}));
+  struct Level {
+    std::vector<std::string> args;
+    SecurityLevel level;
+  };
+  for (const Level& c :
+       std::vector<Level>{{{"-l", "noAuthNoPriv"}, SecurityLevel::kNoAuthNoPriv},
+                          {{}, SecurityLevel::kNoAuthNoPriv},
+                          {{"-l", "authNoPriv", "-aMD5"}, SecurityLevel::kAuthNoPriv},
+                          {{"-lAUTHPRIV", "-aMD5", "-xDES"}, SecurityLevel::kAuthPriv}}) {
+    std::vector<std::string> args = {"walk", "h", "-v3", "-uops"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    EXPECT_EQ(Accepted(args).security.level, c.level) << args.size();
+  }
+  // -X given, -A from the environment, nothing asked; then both asked for.
+  ::setenv("SONDARA_AUTH_PASSWORD", "authpass1", 1);
+  EXPECT_EQ(cli::FillPasswords(line, nullptr), "");
+  EXPECT_EQ(line.security.auth_password, "authpass1");
+  EXPECT_EQ(line.security.priv_password, "privpass1");
+  ::unsetenv("SONDARA_AUTH_PASSWORD");
+  line.security.auth_password.clear();
+  line.security.priv_password.clear();
+  EXPECT_EQ(cli::FillPasswords(line, nullptr), "get: -A needs PASS (or SONDARA_AUTH_PASSWORD)");
+  EXPECT_EQ(cli::FillPasswords(
+                line, [](const char*) -> std::optional<std::string> { return "asked-for"; }),
+            "");
+  EXPECT_EQ(line.security.priv_password, "asked-for");
 }
 
 TEST(CliCommandLine, ValuesAndOptionsInAnyOrder) {

@@ -1,7 +1,8 @@
 // Fuzz target: message decoding and response checks end with a code and never crash. A clean
 // decode re-encodes; decoding that encoding gives the same message, field by field, and encoding
 // it again gives the same bytes. (The first encoding may differ from the input: lengths and
-// integers come out in their shortest form.)
+// integers come out in their shortest form.) An SNMPv3 envelope reads as far as it goes, its
+// digest field inside the message.
 #include <cstdint>
 #include <cstdlib>
 #include <span>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "snmp/response_check.h"
+#include "snmp/v3_message.h"
 
 namespace {
 
@@ -83,6 +85,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (result.Ok() && response.VarBinds().KeepOnlyNameOf(response.VarBinds().Count())) {
       response.SetPduType(type);
       (void)Encoded(response);
+    }
+  }
+  v3::Incoming in;
+  if (v3::DecodeMessage(bytes, in) == BerStatus::kOk) {
+    if (in.auth_offset + in.header.auth_params.size() > size)
+      std::abort();  // the digest is zeroed in place for its check
+    v3::ScopedPdu scoped;
+    if (v3::DecodeScopedPdu(in.data, in.encrypted, scoped) == BerStatus::kOk) {
+      (void)v3::ReadReport(scoped.pdu);
+      CSNMPMessage request(kSnmpVersion3, L"", kPduGetRequest), response(kPduResponse);
+      request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+      if (ValidateScopedResponse(scoped.pdu, response, request).Ok() &&
+          (response.Version() != kSnmpVersion3 || response.VarBinds().Count() != 1))
+        std::abort();
     }
   }
   return 0;

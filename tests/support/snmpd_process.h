@@ -121,10 +121,27 @@ class SnmpdProcess : public NetSnmpDaemon {
     std::ofstream(conf) << "rocommunity getcom 127.0.0.1\nrwcommunity setcomm 127.0.0.1\nsysdescr "
                         << kSnmpdSysDescr << "\nsyslocation Test bench\n"
                         << extra_conf;
-    if (!Spawn({"/usr/sbin/snmpd", "-f", "-C", "-c", conf, "-Lf", log, Endpoint()}, {}))
+    argv_ = {"/usr/sbin/snmpd", "-f", "-C", "-c", conf, "-Lf", log, Endpoint()};
+    if (!Spawn(argv_, {}))
       return "snmpd could not be started";
     return WaitUntilBound("snmpd");
   }
+  // Stops the daemon and starts it again on its port with its state, as a device reboots: the
+  // same engine ID, one more boot, its clock from zero.
+  std::string Restart() {
+    ::kill(pid_, SIGTERM);
+    ::waitpid(pid_, nullptr, 0);
+    pid_ = -1;
+    // -C reads no state on its own: what the daemon saved at its end is named beside the config.
+    std::vector<std::string> argv = argv_;
+    argv[4] += "," + folder_ + "/persist/snmpd.conf";
+    if (!Spawn(argv, {}))
+      return "snmpd could not be started again";
+    return WaitUntilBound("snmpd");
+  }
+
+ private:
+  std::vector<std::string> argv_;
 };
 
 }  // namespace testing_support

@@ -14,13 +14,13 @@ namespace testing_support {
 
 class SnmptrapdProcess : public NetSnmpDaemon {
  public:
-  // Empty when it started; otherwise why not.
-  std::string Start() {
+  // Empty when it started; otherwise why not. `extra_conf` adds snmptrapd.conf lines.
+  std::string Start(const std::string& extra_conf = "") {
     if (!Prepare("snmptrapd"))
       return "no temporary folder";
     const std::string conf = folder_ + "/snmptrapd.conf";
     out_ = folder_ + "/traps.log";
-    std::ofstream(conf) << "disableAuthorization yes\n";
+    std::ofstream(conf) << "disableAuthorization yes\n" << extra_conf;
     if (!Spawn({"/usr/sbin/snmptrapd", "-f", "-C", "-c", conf, "-m", "", "-On", "-Lf", out_, "-F",
                 "%V~%N~%a~%w~%q~%T~%v\n", Endpoint()},
                {"MIBS="}))

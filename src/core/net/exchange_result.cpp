@@ -42,6 +42,49 @@ ExchangeResult ExchangeResult::Thrown(int code) {
   return result;
 }
 
+namespace {
+
+const wchar_t* LevelName(snmp::usm::SecurityLevel level) {
+  switch (level) {
+    case snmp::usm::SecurityLevel::kAuthNoPriv:
+      return L"authNoPriv";
+    case snmp::usm::SecurityLevel::kAuthPriv:
+      return L"authPriv";
+    default:
+      return L"noAuthNoPriv";
+  }
+}
+
+std::wstring ReportText(const V3Outcome& v3) {
+  using snmp::v3::ReportKind;
+  const std::wstring user = tvkutil::FromUtf8Lenient(v3.user_name);
+  switch (v3.report) {
+    case ReportKind::kUnknownUserName:
+      return L"The agent does not know the user '" + user + L"'";
+    case ReportKind::kUnknownEngineId:
+      return L"The agent does not know the engine ID the request was sent to";
+    case ReportKind::kWrongDigest:
+      return L"Authentication failed: check the authentication password and protocol";
+    case ReportKind::kDecryptionError:
+      return v3.priv == snmp::usm::PrivProtocol::kAes192 ||
+                     v3.priv == snmp::usm::PrivProtocol::kAes256
+                 ? L"Decryption failed: check the privacy password and protocol (AES-" +
+                       std::wstring(v3.priv == snmp::usm::PrivProtocol::kAes192 ? L"192" : L"256") +
+                       L": try the other key extension)"
+                 : L"Decryption failed: check the privacy password and protocol";
+    case ReportKind::kNotInTimeWindow:
+      return L"The agent's clock and ours still disagree after a re-synchronisation (not in "
+             L"time window)";
+    case ReportKind::kUnsupportedSecLevel:
+      return L"The agent does not accept security level '" + std::wstring(LevelName(v3.level)) +
+             L"' for user '" + user + L"'";
+    default:
+      return L"The agent answered with a report: " + v3.report_oid;
+  }
+}
+
+}  // namespace
+
 std::wstring ExchangeFailureText(const ExchangeResult& result, const std::wstring& host,
                                  bool use_ipv6) {
   using namespace tvkutil::ids;
@@ -57,7 +100,16 @@ std::wstring ExchangeFailureText(const ExchangeResult& result, const std::wstrin
     case ExchangeFailure::kTransmit:
       return tvkutil::LoadString(kUnableToTransmit);
     case ExchangeFailure::kTimeout:
+      if (result.v3 && result.v3->level == snmp::usm::SecurityLevel::kAuthPriv)
+        return tvkutil::LoadString(kTimedOut) +
+               L" (a wrong privacy password or protocol is a likely cause: some agents do not "
+               L"answer what they cannot decrypt)";
       return tvkutil::LoadString(kTimedOut);
+    case ExchangeFailure::kReport:
+      return result.v3 ? ReportText(*result.v3) : std::wstring();
+    case ExchangeFailure::kBadDigest:
+      return L"The answer's digest does not verify: it was not believed (check the "
+             L"authentication password and protocol)";
     case ExchangeFailure::kNone:
     case ExchangeFailure::kStopped:
     case ExchangeFailure::kCheck:

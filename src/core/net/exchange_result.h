@@ -3,9 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "snmp/response_check.h"
+#include "snmp/usm_user.h"
+#include "snmp/v3_message.h"
 
 namespace net {
 
@@ -32,12 +35,29 @@ enum class ExchangeFailure : std::uint8_t {
   kStopped,     // a stop was requested while it waited
   kCheck,       // the answer does not fit the request: `check` says how
   kAgentError,  // the agent refused it: `check.error_status`
+  kReport,      // SNMPv3: the agent answered with a report, `v3.report` says which
+  kBadDigest,   // SNMPv3: an answer whose digest does not verify; nothing of it is believed
+};
+
+// What an SNMPv3 failure line needs to say who was refused and how.
+struct V3Outcome {
+  snmp::v3::ReportKind report = snmp::v3::ReportKind::kNone;
+  std::wstring report_oid;  // the counter, for ReportKind::kOther
+  std::string user_name;
+  snmp::usm::SecurityLevel level = snmp::usm::SecurityLevel::kNoAuthNoPriv;
+  snmp::usm::PrivProtocol priv = snmp::usm::PrivProtocol::kNone;
 };
 
 struct [[nodiscard]] ExchangeResult {
   ExchangeFailure failure = ExchangeFailure::kNone;
   snmp::ResponseCheck check;    // of the answer, for kNone, kCheck and kAgentError
   std::wstring lookup_failure;  // the resolver's reason, for kResolve
+  // SNMPv3: who spoke, for kReport, kBadDigest and a kTimeout at authPriv (which some agents
+  // give for a wrong privacy key); set only for version 3 requests.
+  std::optional<V3Outcome> v3;
+  // A line worth keeping in the event log although the request succeeded (how AES keys were
+  // stretched when the agent took the second way).
+  std::wstring note;
 
   bool Ok() const { return failure == ExchangeFailure::kNone; }
   // kNone, kCheck or kAgentError by what the answer's check found.
@@ -46,9 +66,10 @@ struct [[nodiscard]] ExchangeResult {
   static ExchangeResult Thrown(int code);
 };
 
-// The reason text of the exchange's own failures (kResolve to kTimeout) as the pages show it:
-// "Unable to bind to local adapter" ..., the resolve failure naming the host, the family by
-// use_ipv6 and the resolver's reason. Empty for kNone, kStopped, kCheck and kAgentError.
+// The reason text of the exchange's own failures (kResolve to kTimeout, kReport, kBadDigest) as
+// the pages show it: "Unable to bind to local adapter" ..., the resolve failure naming the host,
+// the family by use_ipv6 and the resolver's reason, an SNMPv3 report in words. Empty for kNone,
+// kStopped, kCheck and kAgentError.
 std::wstring ExchangeFailureText(const ExchangeResult& result, const std::wstring& host,
                                  bool use_ipv6);
 

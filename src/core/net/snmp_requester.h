@@ -5,6 +5,7 @@
 // is thrown past it.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -18,6 +19,7 @@
 #include "net/udp_session.h"
 #include "snmp/snmp_message.h"
 #include "snmp/usm_user.h"
+#include "snmp/v3_message.h"
 
 namespace net {
 
@@ -43,12 +45,15 @@ class CSnmpRequester {
   ExchangeResult Request(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
                          std::stop_token stop = {});
 
-  // A trap: encoded, sent once and logged, never waited for (kBuild, kTransmit).
+  // A trap: encoded, sent once and logged, never waited for (kBuild, kTransmit). A version 3
+  // trap speaks as SetSecurity's user from this program's own engine (snmp::v3::LocalEngineId,
+  // or the user's context engine ID when set).
   ExchangeResult SendOnce(snmp::CSNMPMessage& message);
 
   // Who SNMPv3 requests (version kSnmpVersion3) speak as; kept for the requester's life, with
-  // the agent's engine ID, boots, time and the keys localised to it once learnt.
-  void SetSecurity(const snmp::usm::UserSecurity& user) { security_ = user; }
+  // the agent's engine ID, boots, time and the keys localised to it once learnt (RFC 3414 4:
+  // the first request discovers them). Setting another user forgets the keys.
+  void SetSecurity(const snmp::usm::UserSecurity& user);
 
   // The socket is open: requests will be sent.
   bool IsOpen() const { return session_.has_value(); }
@@ -70,7 +75,46 @@ class CSnmpRequester {
   // kSnmpTimeoutError when no try got anything.
   Tried Try(std::span<const std::uint8_t> message, std::stop_token stop, const AnswerTest& answers);
 
+  // SNMPv3 (RFC 3412, 3414): the user's request with discovery, one re-synchronisation of the
+  // clock and, for AES-192/256 with the automatic choice, the other key extension once.
+  ExchangeResult RequestV3(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
+                           std::stop_token stop);
+  // One v3 exchange of `request` (tries and waits as Request). `discovery`: noAuthNoPriv with
+  // an empty engine ID and user, answered by a report that names the engine.
+  ExchangeResult ExchangeV3(snmp::CSNMPMessage& request, snmp::CSNMPMessage& response,
+                            std::stop_token stop, bool discovery);
+  ExchangeResult Discover(std::stop_token stop);
+  // The whole v3 message of `message` in the send buffer (scoped PDU, encryption, digest), or
+  // nothing when it cannot be built; `header` gets the salt.
+  std::optional<std::span<const std::uint8_t>> EncodeV3(snmp::CSNMPMessage& message,
+                                                        snmp::v3::Header& header, bool discovery);
+  // A v3 notification, sent as its own authoritative engine.
+  std::optional<std::span<const std::uint8_t>> EncodeTrapV3(snmp::CSNMPMessage& message);
+  // The agent's clock now, as its boots and time plus what elapsed here since we learnt them.
+  std::uint32_t EngineTime() const;
+  void SetEngineClock(std::uint32_t boots, std::uint32_t time);
+  // The localised keys for the engine and key extension now in use.
+  void LocaliseKeys();
+  snmp::v3::Header HeaderFor(bool discovery);
+  snmp::usm::KeyExtension Extension() const;
+
   snmp::usm::UserSecurity security_;
+  struct Engine {
+    bool known = false;
+    snmp::usm::Bytes id;
+    std::uint32_t boots = 0;
+    std::uint32_t time = 0;
+    std::chrono::steady_clock::time_point learnt;
+    snmp::usm::Bytes auth_key;  // localised
+    snmp::usm::Bytes priv_key;  // localised and stretched
+    bool reeder = false;        // the automatic choice fell back to the Reeder extension
+  };
+  Engine engine_;
+  snmp::usm::Bytes auth_master_key_;  // the password's key, made once (a megabyte hashed)
+  std::int32_t next_msg_id_ = 0;
+  std::uint64_t next_salt_ = 0;
+  snmp::v3::Header last_report_;  // the header of the last report, for its engine's clock
+  std::vector<std::uint8_t> scoped_buffer_;
   std::optional<CUdpSession> session_;  // empty when it could not be opened
   ExchangeResult open_failure_;
   int retries_;

@@ -160,6 +160,8 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
       net::ExchangeRequest(request.host, request.port, settings, SourceOf(request.mode), message,
                            *response, transactions_, nullptr, stop, request.security);
   reply.response = response;
+  if (!reply.result.note.empty())
+    events_.AddEventLine(reply.result.note);
   if (!reply.result.Ok()) {
     // A stop (the window is closing) fails without a line.
     if (const std::wstring line =

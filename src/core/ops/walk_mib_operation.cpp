@@ -141,7 +141,7 @@ void CWalkMIBOperation::EndWalk() {
 void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
   results_.Clear();
   progress_.Start(0);
-  // Version 3 carries version 2's PDUs: endOfMibView, GetBulk.
+  // Version 3 carries version 2c's PDUs: endOfMibView and GetBulk alike.
   const bool v2c = job.version != snmp::kSnmpVersion1;
   const bool bulk = job.options.bulk_repetitions > 0 && v2c;
   const std::uint32_t request_type = bulk ? snmp::kPduGetBulkRequest : snmp::kPduGetNextRequest;
@@ -194,9 +194,11 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
       return Judgement::kGoOn;
     events_.AddEventLine(RequestResultLine(result, current_oid, *request, *reply, job.host,
                                            job.options.udp.use_ipv6));
-    failure = result.failure == net::ExchangeFailure::kAgentError ? WalkFailure::kAgentError
-              : result.failure == net::ExchangeFailure::kTimeout  ? WalkFailure::kNoAnswer
-                                                                  : WalkFailure::kOther;
+    failure = result.failure == net::ExchangeFailure::kAgentError ||
+                      result.failure == net::ExchangeFailure::kReport
+                  ? WalkFailure::kAgentError
+              : result.failure == net::ExchangeFailure::kTimeout ? WalkFailure::kNoAnswer
+                                                                 : WalkFailure::kOther;
     return Judgement::kFailed;
   };
 
@@ -213,6 +215,8 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
         request->SetMaxRepetitions(repetitions);
       }
       const net::ExchangeResult result = requester.Request(*request, *reply, stop);
+      if (!result.note.empty())
+        events_.AddEventLine(result.note);
       if (result.failure == net::ExchangeFailure::kStopped) {
         status = WalkStatus::kStopped;
         return;
@@ -311,6 +315,8 @@ std::optional<std::wstring> CWalkMIBOperation::RequestSysObjectId(const SysObjec
   const net::ExchangeResult result =
       net::ExchangeRequest(request.host, request.port, settings, L"Get", message, response,
                            transactions_, nullptr, stop, request.security);
+  if (!result.note.empty())
+    events_.AddEventLine(result.note);
   if (!result.Ok()) {
     // A stop (the window is closing) fails without a line.
     if (const std::wstring line =

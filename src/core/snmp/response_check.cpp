@@ -99,6 +99,21 @@ bool HasExceptionValue(const CVarBindList& binds) {
 // ValidateResponse without the reason; a friend of the message, as ValidateResponse is.
 ResponseCheck CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
                                   const CSNMPMessage& request);
+// The checks from the PDU on, for v1/v2c after the community and for v3 in the scoped PDU.
+ResponseCheck CheckPduFields(CBerReader& in, CSNMPMessage& response, const CSNMPMessage& request);
+
+ResponseCheck ValidateScopedResponse(std::span<const std::uint8_t> pdu, CSNMPMessage& response,
+                                     const CSNMPMessage& request) {
+  response.malformed_reason_.clear();
+  if (request.IsTrap() || response.Pdu() == nullptr ||
+      pdu.size() > static_cast<std::size_t>(INT32_MAX))
+    return ResponseCheck::Failed(CheckFailure::kWrongForm);
+  response.version_.SetValue(kSnmpVersion3);
+  response.community_.SetText(L"");
+  response.community_text_made_ = false;
+  CBerReader in(pdu.data(), static_cast<std::int32_t>(pdu.size()));
+  return CheckPduFields(in, response, request);
+}
 
 ResponseCheck ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
                                const CSNMPMessage& request) {
@@ -138,7 +153,13 @@ ResponseCheck CheckResponseFields(std::span<const std::uint8_t> bytes, CSNMPMess
     return Check::NotDecoded(r);
   if (!std::ranges::equal(response.CommunityBytes(), request.CommunityBytes()))
     return Check::Failed(CheckFailure::kCommunityMismatch);  // exact: byte for byte, so case counts
+  return CheckPduFields(in, response, request);
+}
 
+ResponseCheck CheckPduFields(CBerReader& in, CSNMPMessage& response, const CSNMPMessage& request) {
+  using Check = ResponseCheck;
+  CPDU* pdu = response.Pdu();
+  std::uint32_t len = 0;
   // The PDU is read member by member so that each can be compared as soon as it is known.
   if (const BerStatus r = in.ExpectTag(kPduResponse); r != BerStatus::kOk)
     return Check::NotDecoded(r);

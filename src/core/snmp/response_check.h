@@ -56,6 +56,11 @@ struct [[nodiscard]] ResponseCheck {
 ResponseCheck ValidateResponse(std::span<const std::uint8_t> bytes, CSNMPMessage& response,
                                const CSNMPMessage& request);
 
+// ValidateResponse for the PDU element of an SNMPv3 scoped PDU (its envelope was checked by
+// the requester): `response` becomes a version 3 message without community.
+ResponseCheck ValidateScopedResponse(std::span<const std::uint8_t> pdu, CSNMPMessage& response,
+                                     const CSNMPMessage& request);
+
 // "Unsupported value type", "OID mismatch in request/response message" ... for a failure;
 // "Unknown internal application error" for the rest.
 std::wstring InternalErrorText(const ResponseCheck& check);

@@ -1,5 +1,6 @@
 // CSNMPMessage: an SNMP v1 or v2c message (RFC 1157 / RFC 1901): SEQUENCE of version,
-// community and one PDU. Version 0 is "1", version 1 is "2c".
+// community and one PDU. Version 0 is "1", version 1 is "2c". A version 3 message holds its
+// PDU here too; the requester wraps it in the v3 envelope (v3_message.h).
 #pragma once
 
 #include <cstdint>
@@ -78,6 +79,8 @@ class CSNMPMessage : public CASNDataType {
                                 std::span<const std::uint8_t>& out_message);
   // Decodes a whole message from bytes; bytes left after the PDU give kTrailing.
   [[nodiscard]] BerStatus DecodeFrom(std::span<const std::uint8_t> bytes);
+  // The PDU alone, for the scoped PDU of an SNMPv3 message (see v3_message.h).
+  [[nodiscard]] bool EncodePdu(CBerWriter& out) { return PduObject().Encode(out); }
 
   // What was wrong with the bytes a response was last checked from, and where ("length 64 runs
   // past the end of the message (12 bytes left) at offset 1"); empty when they decoded.
@@ -92,6 +95,9 @@ class CSNMPMessage : public CASNDataType {
                                         const CSNMPMessage&);
   friend ResponseCheck CheckResponseFields(std::span<const std::uint8_t>, CSNMPMessage&,
                                            const CSNMPMessage&);
+  friend ResponseCheck CheckPduFields(CBerReader&, CSNMPMessage&, const CSNMPMessage&);
+  friend ResponseCheck ValidateScopedResponse(std::span<const std::uint8_t>, CSNMPMessage&,
+                                              const CSNMPMessage&);
 
   CPDU* Pdu() { return std::get_if<CPDU>(&pdu_); }
   const CPDU* Pdu() const { return std::get_if<CPDU>(&pdu_); }

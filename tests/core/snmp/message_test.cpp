@@ -6,6 +6,7 @@
 
 #include "message_kinds.h"
 #include "snmp/response_check.h"
+#include "snmp/v3_message.h"
 #include "support/hex_bytes.h"
 
 namespace snmp {
@@ -129,3 +130,120 @@ TEST(VarBind, ListAccessAndCopy) {
 
 }  // namespace
 }  // namespace snmp
+
+namespace snmp::v3 {
+namespace {
+
+using testing_support::Hex;
+using testing_support::ToHex;
+
+// An authNoPriv GetRequest of user "ops" (RFC 3412 6, RFC 3414 2.4), written by hand; the
+// digest's 12 bytes are still zero, as they are while it is computed.
+constexpr char kV3Get[] =
+    "30 66 02 01 03 "
+    "30 0f 02 02 12 34 02 03 00 ff e3 04 01 05 02 01 03 "  // msgID, msgMaxSize, flags, USM
+    "04 29 30 27 04 09 80 00 1f 88 04 61 62 63 64 02 01 02 02 02 01 00 "  // engine, boots, time
+    "04 03 6f 70 73 04 0c 00 00 00 00 00 00 00 00 00 00 00 00 04 00 "     // user, digest, salt
+    "30 25 04 09 80 00 1f 88 04 61 62 63 64 04 00 "  // contextEngineID, contextName
+    "a0 16 02 01 07 02 01 00 02 01 00 30 0b 30 09 06 05 2b 06 01 02 01 05 00";
+constexpr std::size_t kDigestAt = 51;
+
+TEST(V3Message, HeaderAndUsmParametersEncodeAndDecodeAsWritten) {
+  Header h;
+  h.msg_id = 0x1234;
+  h.flags = kFlagAuth | kFlagReportable;
+  h.engine_id = Hex("80 00 1f 88 04 61 62 63 64");
+  h.boots = 2;
+  h.time = 256;
+  h.user_name = "ops";
+  h.auth_params.assign(12, 0);
+  CSNMPMessage get(kSnmpVersion3, L"", kPduGetRequest);
+  get.SetRequestId(7);
+  get.AddNullVarBind(L".1.3.6.1.2.1");
+  std::vector<std::uint8_t> scoped_buffer(64), buffer(200);
+  CBerWriter scoped(&scoped_buffer.back(), 64);
+  ASSERT_TRUE(EncodeScopedPdu(scoped, h.engine_id, "", get));
+  const std::span<const std::uint8_t> scoped_pdu(
+      scoped.Begin(), scoped_buffer.size() - static_cast<std::size_t>(scoped.FreeCount()));
+  std::span<const std::uint8_t> message;
+  std::size_t digest_at = 0;
+  ASSERT_TRUE(EncodeMessage(buffer, h, scoped_pdu, false, message, digest_at));
+  EXPECT_EQ(ToHex(message), kV3Get);
+  EXPECT_EQ(digest_at, kDigestAt);
+
+  Incoming in;
+  const std::vector<std::uint8_t> bytes = Hex(kV3Get);  // `in` views them
+  ASSERT_EQ(DecodeMessage(bytes, in), BerStatus::kOk);
+  EXPECT_EQ(in.header.msg_id, 0x1234);
+  EXPECT_EQ(in.header.max_size, kMaxMessageSize);
+  EXPECT_EQ(in.header.flags, h.flags);
+  EXPECT_EQ(in.header.security_model, kSecurityModelUsm);
+  EXPECT_EQ(in.header.engine_id, h.engine_id);
+  EXPECT_EQ(std::tie(in.header.boots, in.header.time, in.header.user_name),
+            std::tie(h.boots, h.time, h.user_name));
+  EXPECT_EQ(in.header.auth_params, h.auth_params);
+  EXPECT_TRUE(in.header.priv_params.empty());
+  EXPECT_EQ(in.auth_offset, kDigestAt);
+  EXPECT_FALSE(in.encrypted);
+  EXPECT_EQ(ToHex(in.data), ToHex(scoped_pdu));
+  ScopedPdu pdu;
+  ASSERT_EQ(DecodeScopedPdu(in.data, false, pdu), BerStatus::kOk);
+  EXPECT_EQ(pdu.context_engine_id, h.engine_id);
+  EXPECT_EQ(ToHex(pdu.pdu).substr(0, 5), "a0 16");
+
+  // Version 2c, a byte after the message, a flags string of two bytes.
+  std::vector<std::uint8_t> bad = bytes;
+  bad[4] = 1;
+  EXPECT_EQ(DecodeMessage(bad, in), BerStatus::kWrongTag);
+  EXPECT_EQ(DecodeMessage(Hex(std::string(kV3Get) + " 00"), in), BerStatus::kTrailing);
+}
+
+// RFC 3414 6.3.2: the digest is checked over the whole message with its own field zeroed; any
+// byte changed, the digest's own included, fails it.
+TEST(V3Message, DigestFailsOnAnyFlippedByte) {
+  const usm::Bytes key = Hex("52 6f 5e ed 9f cc e2 6f 89 64 c2 93 07 87 d8 2b");  // RFC 3414 A.3.1
+  std::vector<std::uint8_t> message = Hex(kV3Get);
+  const usm::Bytes digest = usm::Digest(usm::AuthProtocol::kMd5, key, message);
+  std::copy(digest.begin(), digest.end(), message.begin() + kDigestAt);
+  Incoming in;
+  ASSERT_EQ(DecodeMessage(message, in), BerStatus::kOk);
+  EXPECT_TRUE(DigestMatches(usm::AuthProtocol::kMd5, key, message, in));
+  EXPECT_FALSE(DigestMatches(usm::AuthProtocol::kSha1, key, message, in));  // 12 bytes, other hash
+  for (std::size_t i = 0; i < message.size(); ++i) {
+    std::vector<std::uint8_t> changed = message;
+    changed[i] ^= 0x01;
+    Incoming read;
+    if (DecodeMessage(changed, read) == BerStatus::kOk) {
+      EXPECT_FALSE(DigestMatches(usm::AuthProtocol::kMd5, key, changed, read)) << "byte " << i;
+    }
+  }
+}
+
+// RFC 3414 5: usmStats 1 to 6 by name; any other counter by its OID; a Response is no report.
+TEST(V3Message, ReportsNameTheirCounter) {
+  const auto report = [](const std::string& oid) {
+    return Hex("a8 1c 02 01 2a 02 01 00 02 01 00 30 11 30 0f 06 0a " + oid + " 41 01 05");
+  };
+  const std::vector<std::pair<std::string, ReportKind>> cases = {
+      {"2b 06 01 06 03 0f 01 01 01 00", ReportKind::kUnsupportedSecLevel},
+      {"2b 06 01 06 03 0f 01 01 02 00", ReportKind::kNotInTimeWindow},
+      {"2b 06 01 06 03 0f 01 01 03 00", ReportKind::kUnknownUserName},
+      {"2b 06 01 06 03 0f 01 01 04 00", ReportKind::kUnknownEngineId},
+      {"2b 06 01 06 03 0f 01 01 05 00", ReportKind::kWrongDigest},
+      {"2b 06 01 06 03 0f 01 01 06 00", ReportKind::kDecryptionError},
+      {"2b 06 01 06 03 0f 01 01 07 00", ReportKind::kOther},
+      {"2b 06 01 06 03 0b 02 01 03 00", ReportKind::kOther},  // snmpUnknownPDUHandlers
+  };
+  for (const auto& [oid, kind] : cases) {
+    const Report r = ReadReport(report(oid));
+    EXPECT_EQ(r.kind, kind) << oid;
+    EXPECT_EQ(r.request_id, 42);
+  }
+  EXPECT_EQ(ReadReport(report("2b 06 01 06 03 0b 02 01 03 00")).oid, L".1.3.6.1.6.3.11.2.1.3.0");
+  std::vector<std::uint8_t> response = report("2b 06 01 06 03 0f 01 01 03 00");
+  response[0] = 0xa2;
+  EXPECT_EQ(ReadReport(response).kind, ReportKind::kNone);
+}
+
+}  // namespace
+}  // namespace snmp::v3
