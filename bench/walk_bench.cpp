@@ -1,5 +1,6 @@
-// walk_bench HOST PORT COMMUNITY [--bulk N]
+// walk_bench HOST PORT COMMUNITY [--bulk N] [--v3 USER AUTH_PASSWORD PRIV_PASSWORD]
 //
+// With --v3 the walk speaks SNMPv3 as USER at authPriv with SHA-256 and AES-128 instead of v2c.
 // Walks an agent from .1.3.6.1 with version 2c through the walk operation of the walkMIB page,
 // with both logs registered and drained the way the window drains them: every 100 ms the
 // pending rows are moved in and the rows in view are formatted as the panes paint them, and
@@ -62,20 +63,27 @@ std::size_t DrainTick(logs::CEventLog& events, logs::CTransactionLog& transactio
 }
 
 int Usage() {
-  std::cerr << "usage: walk_bench HOST PORT COMMUNITY [--bulk N]\n";
+  std::cerr << "usage: walk_bench HOST PORT COMMUNITY [--bulk N] [--v3 USER AUTH_PASSWORD "
+               "PRIV_PASSWORD]\n";
   return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4 && argc != 6)
+  if (argc < 4)
     return Usage();
   int bulk = 0;
-  if (argc == 6) {
-    if (std::strcmp(argv[4], "--bulk") != 0)
+  const char* v3[3] = {};
+  for (int i = 4; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--bulk") == 0 && i + 1 < argc) {
+      bulk = std::atoi(argv[++i]);
+    } else if (std::strcmp(argv[i], "--v3") == 0 && i + 3 < argc) {
+      for (const char*& field : v3)
+        field = argv[++i];
+    } else {
       return Usage();
-    bulk = std::atoi(argv[5]);
+    }
   }
 
   logs::CEventLog events;
@@ -107,6 +115,12 @@ int main(int argc, char** argv) {
   form.version = L"2c";
   form.port_text = tvkutil::FromUtf8Lenient(argv[2]);
   form.community = tvkutil::FromUtf8Lenient(argv[3]);
+  if (v3[0] != nullptr) {
+    form.version = L"3";
+    form.usm = {tvkutil::FromUtf8Lenient(v3[0]), L"authPriv", L"SHA-256",
+                tvkutil::FromUtf8Lenient(v3[1]), L"AES", tvkutil::FromUtf8Lenient(v3[2]),
+                L"Automatic", L"", L""};
+  }
   form.start_oid = L".1.3.6.1";
   pages::WalkOptions options;
   options.udp.request_timeout_ms = 1000;
