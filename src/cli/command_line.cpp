@@ -61,13 +61,16 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "of OIDs found: 'N'.\") goes to standard error. Ctrl+C stops the walk: what was found is\n"
      "printed, then the stopped line, and the exit status is 130."},
     {"trap", Shape::kHostOptionalBindings,
-     kCommonOptions | kOptEnterprise | kOptAgentAddress | kOptGeneric | kOptSpecific | kOptTrapOid,
+     kCommonOptions | kV3Options | kOptEnterprise | kOptAgentAddress | kOptGeneric | kOptSpecific |
+         kOptTrapOid,
      "trap HOST [OID TYPE VALUE]...",
      "Sends one trap (port 162 unless -p is given) carrying the bindings, as the sendTrap page\n"
      "does, and prints the bindings it carried. Version 1 takes --enterprise OID (default the\n"
      "program's own), --agent-address IP (default the adapter's address), --generic NAME|N\n"
      "(default enterpriseSpecific) and --specific N (default 1); version 2c puts sysUpTime.0\n"
-     "(the run's time ticks) and snmpTrapOID.0 (--trap-oid OID, default .1.3.6.1) first.\n"
+     "(the run's time ticks) and snmpTrapOID.0 (--trap-oid OID, default .1.3.6.1) first;\n"
+     "version 3 does the same as the -u user of this program's own engine, whose ID the\n"
+     "receiver's createUser -e needs.\n"
      "At most 64 bindings, the two fixed ones included. TYPE is one of set's types or Null\n"
      "(no Counter64 in a version 1 trap)."},
     {"ping", Shape::kHost, kOptTimeout | kOptRetries | kOptIPv6 | kOptFormat | kOptLog, "ping HOST",
@@ -553,8 +556,6 @@ class CParser {
     const snmp::usm::UserSecurity& user = line_.security;
     if (!v3 && (line_.given & kV3Options) != 0)
       error_ = "-u, -l, -a, -A, -x, -X, -n, -E and --key-extension are for -v 3";
-    else if (v3 && line_.command == "trap")
-      error_ = "trap sends -v 1 or 2c";
     else if (v3 && user.user_name.empty())
       error_ = "-v 3 needs -u USER";
     else if (v3 && user.level != snmp::usm::SecurityLevel::kNoAuthNoPriv &&

@@ -8,7 +8,9 @@
 #include "ops/send_trap_operation.h"
 #include "ops/var_bind_list_rules.h"
 #include "settings/settings.h"
+#include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
+#include "util/string_table.h"
 
 namespace cli {
 
@@ -39,37 +41,37 @@ int RunTrap(CliContext& context) {
     return kExitUsage;
   }
 
+  // RFC 1157 has no 64-bit type, as the page says too.
+  for (int i = 1; v1 && i <= list.Count(); ++i) {
+    if (list.Get(i)->Value()->Tag() == snmp::kTagCounter64) {
+      context.Error(tvkutil::LoadString(tvkutil::ids::kCounter64InV1Trap));
+      return kExitUsage;
+    }
+  }
+
   // The trap's time stamp counts from the start of this run, as the window's does from its own.
   const app::StartTime start{std::chrono::system_clock::now()};
   CCliEventLines events(context);
   pages::CSendTrapOperation trap(
       app::SendTrapSettings{}, list, [start] { return pages::HundredthsSince(start); }, events,
       context.transactions);
-  pages::SendTrapForm& form = trap.Form();
-  form.host = line.host;
-  form.version = line.snmp_version;
-  form.port_text = std::to_wstring(line.port);
-  form.use_default = false;
-  form.community = line.community;
-  form.varbind_num_text = std::to_wstring(list.Count());
-  // A v1 trap's own fields; what "Use default" would put there unless given.
-  form.sender_ip = line.agent_address.value_or(
+  // The command line is checked already: the typed request straight from it. A v1 trap's own
+  // fields are what "Use default" would put there unless given.
+  pages::TrapRequest request;
+  request.host = line.host;
+  request.port = line.port;
+  request.version = snmp::VersionIndex(line.snmp_version);
+  request.community = line.community;
+  request.sender_oid = line.enterprise.value_or(app::DefaultSenderOid());
+  request.sender_ip = line.agent_address.value_or(
       pages::SenderIpChoices(net::CAdapterTable::Instance().IPv4Adapters(), context.udp.adapter)
           .front());
-  form.sender_oid = line.enterprise.value_or(app::DefaultSenderOid());
-  form.trap_type = snmp::kGenericTrapNames[static_cast<std::size_t>(
-      line.generic_trap.value_or(snmp::kEnterpriseSpecificTrap))];
-  form.specific_type_text = std::to_wstring(line.specific_trap.value_or(1));
-
-  CCliOperationUi ui(context);
-  switch (trap.SendTrap(context.udp, ui)) {
-    case pages::TrapOutcome::kRefused:
-      return kExitUsage;
-    case pages::TrapOutcome::kFailed:
-      return kExitFailure;
-    case pages::TrapOutcome::kSent:
-      break;
-  }
+  request.generic_trap = line.generic_trap.value_or(snmp::kEnterpriseSpecificTrap);
+  request.specific_trap = static_cast<std::int32_t>(line.specific_trap.value_or(1));
+  request.varbind_count = list.Count();
+  request.security = line.security;
+  if (trap.Send(request, context.udp) != pages::TrapOutcome::kSent)
+    return kExitFailure;
   for (int i = 1; const snmp::CVarBind* bind = list.Get(i); ++i)
     context.printer.PrintBinding(*bind);
   return kExitDone;

@@ -15,7 +15,9 @@ using sondara_test::ProcessResult;
 class CliTrap : public testing::Test {
  protected:
   void SetUp() override {
-    const std::string error = manager_.Start();
+    // A v3 user of our engine too, for the notification.
+    const std::string error = manager_.Start("createUser -e " + testing_support::OurEngineIdHex() +
+                                             " ops SHA-256 ops-password AES ops-privacy\n");
     ASSERT_TRUE(error.empty()) << error;
   }
   ProcessResult Trap(std::vector<std::string> args) {
@@ -38,15 +40,18 @@ const std::vector<std::string> kArrived = {
     ".1.3.6.1.4.1.59871.1.4 = OID: .1.3.6.1.4.1.59871.2", ".1.3.6.1.4.1.59871.1.5 = Gauge32: 77",
     ".1.3.6.1.4.1.59871.1.9 = NULL", ".1.3.6.1.4.1.59871.1.11 = \"\""};
 
-// One trap of each version and one with the most bindings a trap may carry, as snmptrapd reads
-// them; one binding more is refused.
+// One trap of each version (v3 as an authPriv user) and one with the most bindings a trap may
+// carry, as snmptrapd reads them; one binding more is refused.
 TEST_F(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
   std::vector<std::string> v1 = sondara_test::Args(
       "-v|1|-c|trapcom|--enterprise|.1.3.6.1.4.1.59871.7|--agent-address|10.20.30.40|--generic|"
       "linkUp|--specific|0");
   std::vector<std::string> v2c = {"--trap-oid", ".1.3.6.1.6.3.1.1.5.4", "--format", "json"};
+  std::vector<std::string> v3 = sondara_test::Args(
+      "-v|3|-u|ops|-l|authPriv|-a|SHA-256|-A|ops-password|-x|AES|-X|ops-privacy");
   v1.insert(v1.end(), kBindings.begin(), kBindings.end());
   v2c.insert(v2c.end(), kBindings.begin(), kBindings.end());
+  v3.insert(v3.end(), kBindings.begin(), kBindings.end());
   std::vector<std::string> most;
   for (int i = 1; i <= 63; ++i)
     most.insert(most.end(), {".1.3.6.1.4.1.59871.1." + std::to_string(i), "Integer32", "1"});
@@ -56,15 +61,15 @@ TEST_F(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
             "sondara-cli: trap: too many bindings (at most 64, sysUpTime.0 and snmpTrapOID.0 "
             "included)\n");
   most.resize(3 * 62);
-  const ProcessResult r1 = Trap(v1), r2 = Trap(v2c), r3 = Trap(most);
-  for (const ProcessResult& r : {r1, r2, r3})
+  const ProcessResult r1 = Trap(v1), r2 = Trap(v2c), r3 = Trap(most), r4 = Trap(v3);
+  for (const ProcessResult& r : {r1, r2, r3, r4})
     ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r1.err, "");
   // What was sent is printed as the get prints what it read.
   EXPECT_NE(r1.out.find(".1.3.6.1.4.1.59871.1.9 = Null: \n"), std::string::npos) << r1.out;
 
-  std::vector<std::vector<std::string>> traps = manager_.TrapFields(3);
-  ASSERT_EQ(traps.size(), 3U);
+  std::vector<std::vector<std::string>> traps = manager_.TrapFields(4);
+  ASSERT_EQ(traps.size(), 4U);
   for (std::vector<std::string>& f : traps)
     ASSERT_GE(f.size(), 6U);
   EXPECT_LT(std::stoul(traps[0][4]), 6000UL);  // counts from the start of the run
@@ -89,6 +94,11 @@ TEST_F(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
   ASSERT_EQ(traps[2].size(), 5U + 64U);  // five fields, then the two fixed entries and 62 more
   EXPECT_EQ(traps[2][6], ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1");
   EXPECT_EQ(traps[2].back(), ".1.3.6.1.4.1.59871.1.62 = INTEGER: 1");
+  // v3: the v2c notification, read by the user of our engine.
+  expected = {".", "0.0.0.0", "0", "0", "0", ".1.3.6.1.6.3.1.1.4.1.0 = OID: .1.3.6.1"};
+  expected.insert(expected.end(), kArrived.begin(), kArrived.end());
+  traps[3].erase(traps[3].begin() + 5);
+  EXPECT_EQ(traps[3], expected);
 }
 
 }  // namespace

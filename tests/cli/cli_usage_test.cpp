@@ -77,7 +77,7 @@ TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
        "get: bad -A: at least 8 characters"},
       {{"walk", "127.0.0.1", "-p", port, "-v3", "-uops", "--key-extension", "cisco"},
        "bad --key-extension 'cisco'"},
-      {{"trap", "127.0.0.1", "-p", port, "-v3"}, "trap sends -v 1 or 2c"},
+      {{"trap", "127.0.0.1", "-p", port, "-v3"}, "-v 3 needs -u USER"},
       {{"trap", "127.0.0.1", "-p", port, "-uops"}, "trap: option -u does not apply"},
       {{"get", "127.0.0.1", "-p", port, "--format", "xml", oid}, "bad format 'xml'"},
       {{"get", "127.0.0.1", "-p", port, "--bogus", oid}, "unknown option '--bogus'"},

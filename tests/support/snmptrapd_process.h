@@ -3,6 +3,8 @@
 // each varbind "OID = TYPE: value" with numeric OIDs; a v2c trap starts ". ~ 0.0.0.0 ~ 0 ~ 0 ~ 0".
 #pragma once
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
 #include <sstream>
@@ -11,6 +13,21 @@
 #include "support/snmpd_process.h"
 
 namespace testing_support {
+
+// The engine ID our traps go out from, as snmptrapd's createUser -e wants it, worked out by
+// hand: RFC 3411 text format under enterprise 59871 (80 00 e9 df 04), then "sondara@" and the
+// host name, 27 bytes at most.
+inline std::string OurEngineIdHex() {
+  char host[256] = {};
+  ::gethostname(host, sizeof host - 1);
+  std::string engine = "0x8000e9df04";
+  for (const char c : (std::string("sondara@") + host).substr(0, 27)) {
+    char pair[3];
+    std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned char>(c));
+    engine += pair;
+  }
+  return engine;
+}
 
 class SnmptrapdProcess : public NetSnmpDaemon {
  public:

@@ -515,17 +515,9 @@ TEST(SnmpRequester, Version3AnswerWhoseDigestDoesNotVerifyIsNotBelieved) {
 // A v3 notification goes from this program's own engine (80 00 e9 df: enterprise 59871, then
 // text), which snmptrapd knows the user by; a wrong privacy password leaves it unread.
 TEST(SnmpRequester, Version3TrapIsReadByTheUserOfOurEngine) {
-  char host[256] = {};
-  ASSERT_EQ(::gethostname(host, sizeof host - 1), 0);
-  std::string engine = "0x8000e9df04";
-  for (const char c : (std::string("sondara@") + host).substr(0, 27)) {
-    char pair[3];
-    std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned char>(c));
-    engine += pair;
-  }
   testing_support::SnmptrapdProcess trapd;
-  const std::string error =
-      trapd.Start("createUser -e " + engine + " ops SHA ops-password AES ops-privacy\n");
+  const std::string error = trapd.Start("createUser -e " + testing_support::OurEngineIdHex() +
+                                        " ops SHA ops-password AES ops-privacy\n");
   ASSERT_TRUE(error.empty()) << error;
   for (const char* privacy : {"not-the-privacy", "ops-privacy"}) {
     RecordingSink sink;
