@@ -78,7 +78,7 @@ TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
       {{"walk", "127.0.0.1", "-p", port, "-v3", "-uops", "--key-extension", "cisco"},
        "bad --key-extension 'cisco'"},
       {{"trap", "127.0.0.1", "-p", port, "-v3"}, "-v 3 needs -u USER"},
-      {{"trap", "127.0.0.1", "-p", port, "-uops"}, "trap: option -u does not apply"},
+      {{"trap", "127.0.0.1", "-p", port, "-uops"}, "are for -v 3"},
       {{"get", "127.0.0.1", "-p", port, "--format", "xml", oid}, "bad format 'xml'"},
       {{"get", "127.0.0.1", "-p", port, "--bogus", oid}, "unknown option '--bogus'"},
       {{"walk", "127.0.0.1", "-p", port, "-v", "1", "--bulk", "10"}, "--bulk needs -v 2c"},

@@ -15,23 +15,14 @@ namespace pages {
 
 namespace {
 
-int DigitValue(wchar_t ch) {
-  if (ch >= L'0' && ch <= L'9')
-    return ch - L'0';
-  if (ch >= L'a' && ch <= L'f')
-    return ch - L'a' + 10;
-  if (ch >= L'A' && ch <= L'F')
-    return ch - L'A' + 10;
-  return 99;
-}
-
 // Every character a digit of `base` (at least one) and the number at most `max`.
 bool ReadWhole(std::wstring_view digits, unsigned base, std::uint64_t max) {
   if (digits.empty())
     return false;
   std::uint64_t value = 0;
   for (wchar_t ch : digits) {
-    const auto d = static_cast<unsigned>(DigitValue(ch));
+    // Not a digit (-1) becomes a number above any base.
+    const auto d = static_cast<unsigned>(tvkutil::HexDigitValue(ch));
     if (d >= base || value > (max - d) / base)
       return false;
     value = value * base + d;

@@ -34,16 +34,6 @@ SecurityLevel LevelOf(const app::UsmSettings& usm) {
   }
 }
 
-int HexDigit(wchar_t c) {
-  if (c >= L'0' && c <= L'9')
-    return c - L'0';
-  if (c >= L'a' && c <= L'f')
-    return c - L'a' + 10;
-  if (c >= L'A' && c <= L'F')
-    return c - L'A' + 10;
-  return -1;
-}
-
 }  // namespace
 
 UsmFieldsInUse FieldsInUse(const app::UsmSettings& usm) {
@@ -66,8 +56,8 @@ std::optional<snmp::usm::Bytes> ReadHexBytes(std::wstring_view text) {
       ++i;
       continue;
     }
-    const int high = HexDigit(text[i]);
-    const int low = i + 1 < text.size() ? HexDigit(text[i + 1]) : -1;
+    const int high = tvkutil::HexDigitValue(text[i]);
+    const int low = i + 1 < text.size() ? tvkutil::HexDigitValue(text[i + 1]) : -1;
     if (high < 0 || low < 0)
       return std::nullopt;
     bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));

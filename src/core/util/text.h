@@ -14,6 +14,17 @@
 
 namespace tvkutil {
 
+// The value of a hexadecimal digit of either case, or -1.
+inline int HexDigitValue(wchar_t c) {
+  if (c >= L'0' && c <= L'9')
+    return c - L'0';
+  if (c >= L'a' && c <= L'f')
+    return c - L'a' + 10;
+  if (c >= L'A' && c <= L'F')
+    return c - L'A' + 10;
+  return -1;
+}
+
 // Wide text to UTF-8. Code points that cannot be encoded (surrogates, > U+10FFFF) become U+FFFD.
 std::string ToUtf8(std::wstring_view text);
 
