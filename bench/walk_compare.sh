@@ -12,6 +12,8 @@
 # a busy machine from landing between a request and its answer; figures taken so say so.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=bench/compare_common.sh
+. bench/compare_common.sh
 
 bench=${1:-build-bench/bench/walk_bench}
 runs=${2:-5}
@@ -23,16 +25,10 @@ for tool in snmpd snmpwalk snmpbulkwalk snmpget taskset; do
     { echo "$tool is missing (apt-get install snmpd snmp util-linux)" >&2; exit 2; }
 done
 
-work=$(mktemp -d /tmp/sondara-walk-compare-XXXXXX)
-snmpd_pid=
-cleanup() {
-  [ -n "$snmpd_pid" ] && kill "$snmpd_pid" 2>/dev/null && wait "$snmpd_pid" 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
+compare_init sondara-walk-compare
 
 # A free UDP port on loopback, and an agent on it with the tests' read community.
-port=$(python3 -c 'import socket; s=socket.socket(socket.AF_INET, socket.SOCK_DGRAM); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+port=$(free_udp_port)
 printf 'rocommunity getcom 127.0.0.1\nsysdescr Sondara bench agent\n' >"$work/snmpd.conf"
 mkdir -p "$work/persist"
 [ "${WALK_COMPARE_RT:-0}" = 1 ] && agent_rt=(chrt -f 10) || agent_rt=()
@@ -47,17 +43,6 @@ done
 target="127.0.0.1:$port"
 rt=()
 [ "${WALK_COMPARE_RT:-0}" = 1 ] && rt=(chrt -f 10)
-
-# Seconds one command takes, its output thrown away; "fail" when it does not succeed.
-timed() {
-  local start end
-  start=$EPOCHREALTIME
-  "$@" >"$work/out" 2>&1 || { echo fail; return; }
-  end=$EPOCHREALTIME
-  awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }'
-}
-median() { tr ' ' '\n' | grep -v '^$' | sort -g | awk '{ v[NR] = $1 } END { print (NR ? v[int((NR + 1) / 2)] : "n/a") }'; }
-ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "n/a" }'; }
 
 # Objects each client lists, once, so a ratio never compares unequal work.
 theirs=$(snmpwalk -v2c -On -c getcom "$target" .1.3.6.1 | grep -c '^\.1\.' || true)

@@ -8,6 +8,8 @@
 #   bench/walk_v3_compare.sh [WALK_BENCH] [RUNS]
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=bench/compare_common.sh
+. bench/compare_common.sh
 
 bench=${1:-build-bench/bench/walk_bench}
 runs=${2:-5}
@@ -18,16 +20,10 @@ for tool in snmpd snmpbulkwalk snmpget taskset; do
     { echo "$tool is missing (apt-get install snmpd snmp util-linux)" >&2; exit 2; }
 done
 
-work=$(mktemp -d /tmp/sondara-walk-v3-XXXXXX)
-snmpd_pid=
-cleanup() {
-  [ -n "$snmpd_pid" ] && kill "$snmpd_pid" 2>/dev/null && wait "$snmpd_pid" 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
+compare_init sondara-walk-v3
 
 user=benchuser auth_pass=benchauthpass priv_pass=benchprivpass
-port=$(python3 -c 'import socket; s=socket.socket(socket.AF_INET, socket.SOCK_DGRAM); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+port=$(free_udp_port)
 printf 'rocommunity getcom 127.0.0.1\nrouser %s priv\ncreateUser %s SHA-256 %s AES %s\n' \
   "$user" "$user" "$auth_pass" "$priv_pass" >"$work/snmpd.conf"
 mkdir -p "$work/persist"
@@ -40,16 +36,6 @@ for _ in $(seq 50); do
 done
 target="127.0.0.1:$port"
 v3=(-v3 -l authPriv -u "$user" -a SHA-256 -A "$auth_pass" -x AES -X "$priv_pass")
-
-timed() {
-  local start end
-  start=$EPOCHREALTIME
-  "$@" >"$work/out" 2>&1 || { echo fail; return; }
-  end=$EPOCHREALTIME
-  awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }'
-}
-median() { tr ' ' '\n' | grep -v '^$' | sort -g | awk '{ v[NR] = $1 } END { print (NR ? v[int((NR + 1) / 2)] : "n/a") }'; }
-ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "n/a" }'; }
 
 pin=(taskset -c "$core")
 theirs_cmd=(snmpbulkwalk "${v3[@]}" -Cr50 -On "$target" .1.3.6.1)

@@ -1,0 +1,29 @@
+# What the comparison scripts share, sourced by them: a work folder removed at exit with the
+# agent they start, a free loopback port, and the timing helpers.
+#   compare_init PREFIX         makes $work; sets the EXIT trap that stops $snmpd_pid
+#   free_udp_port               prints a free UDP port on 127.0.0.1
+#   timed CMD...                seconds CMD takes, its output in $work/out; "fail" on failure
+#   median <<< "t1 t2 ..."      the median of the times
+#   ratio A B                   A / B with two decimals
+
+compare_init() {
+  work=$(mktemp -d "/tmp/$1-XXXXXX")
+  snmpd_pid=
+  trap compare_cleanup EXIT
+}
+compare_cleanup() {
+  [ -n "$snmpd_pid" ] && kill "$snmpd_pid" 2>/dev/null && wait "$snmpd_pid" 2>/dev/null
+  rm -rf "$work"
+}
+free_udp_port() {
+  python3 -c 'import socket; s=socket.socket(socket.AF_INET, socket.SOCK_DGRAM); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
+}
+timed() {
+  local start end
+  start=$EPOCHREALTIME
+  "$@" >"$work/out" 2>&1 || { echo fail; return; }
+  end=$EPOCHREALTIME
+  awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }'
+}
+median() { tr ' ' '\n' | grep -v '^$' | sort -g | awk '{ v[NR] = $1 } END { print (NR ? v[int((NR + 1) / 2)] : "n/a") }'; }
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "n/a" }'; }
