@@ -42,11 +42,9 @@ int RunTrap(CliContext& context) {
   }
 
   // RFC 1157 has no 64-bit type, as the page says too.
-  for (int i = 1; v1 && i <= list.Count(); ++i) {
-    if (list.Get(i)->Value()->Tag() == snmp::kTagCounter64) {
-      context.Error(tvkutil::LoadString(tvkutil::ids::kCounter64InV1Trap));
-      return kExitUsage;
-    }
+  if (v1 && pages::V1TrapCarriesCounter64(list, list.Count())) {
+    context.Error(tvkutil::LoadString(tvkutil::ids::kCounter64InV1Trap));
+    return kExitUsage;
   }
 
   // The trap's time stamp counts from the start of this run, as the window's does from its own.

@@ -176,12 +176,7 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
   {
     const std::lock_guard hold(list_lock_);
     listed = TrapListLength(list_, !v1);
-    const int skipped = v1 ? FixedTrapEntriesAtStart(list_) : 0;
-    for (int i = 1; i <= count && i <= listed; ++i) {
-      const snmp::CVarBind* bind = list_.Get(i + skipped);
-      const snmp::CASNDataType* value = bind != nullptr ? bind->Value() : nullptr;
-      counter64 = counter64 || (value != nullptr && value->Tag() == snmp::kTagCounter64);
-    }
+    counter64 = v1 && V1TrapCarriesCounter64(list_, std::min(count, listed));
   }
   if (count > listed) {
     ui.ShowMessage(

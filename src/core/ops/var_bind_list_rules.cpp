@@ -55,6 +55,17 @@ int TrapListLength(const snmp::CVarBindList& list, bool version_2c) {
   return with_fixed.Count();
 }
 
+bool V1TrapCarriesCounter64(const snmp::CVarBindList& list, int count) {
+  const int skipped = FixedTrapEntriesAtStart(list);
+  for (int i = 1; i <= count; ++i) {
+    const snmp::CVarBind* bind = list.Get(i + skipped);
+    const snmp::CASNDataType* value = bind != nullptr ? bind->Value() : nullptr;
+    if (value != nullptr && value->Tag() == snmp::kTagCounter64)
+      return true;
+  }
+  return false;
+}
+
 CVarBindListRules::CVarBindListRules(snmp::CVarBindList& list, bool version_2c, std::mutex& lock)
     : list_(list),
       version_2c_(version_2c),

@@ -46,6 +46,9 @@ int FixedTrapEntriesAtStart(const snmp::CVarBindList& list);
 // The bindings a trap of this version carries when VarBind# takes the whole list: a v2c list
 // with its fixed entries in place, a v1 list without them.
 int TrapListLength(const snmp::CVarBindList& list, bool version_2c);
+// True when a v1 trap sending the first `count` bindings of `list` after its fixed entries
+// would carry a Counter64 value, a type version 1 does not have (RFC 1157).
+bool V1TrapCarriesCounter64(const snmp::CVarBindList& list, int count);
 
 // "Edit Varbinds" over the page's list, which it changes in place. Item numbers are 0-based,
 // as the dialog's rows are. A v1 list shows neither of a v2c trap's fixed entries; they stay in
