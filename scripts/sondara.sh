@@ -9,8 +9,9 @@ cd "$(dirname "$0")/.."
 BUILD_PACKAGES=(cmake ninja-build g++ libgtest-dev qt6-base-dev libssl-dev libsecret-1-dev pkg-config
   fonts-dejavu-core)
 # Test peers and tools: tshark decodes our encodings independently, snmpd/snmptrapd answer our
-# requests, clang builds the fuzzer, iproute2 makes the private network namespaces.
-TEST_PACKAGES=(clang libclang-rt-14-dev tshark snmpd snmptrapd snmp iproute2 procps)
+# requests (snmpsim as a second SNMPv3 agent, one that stretches keys the other way), clang builds
+# the fuzzer, iproute2 makes the private network namespaces.
+TEST_PACKAGES=(clang libclang-rt-14-dev tshark snmpd snmptrapd snmp snmpsim iproute2 procps)
 # Benchmarks only: bench/netsnmp_codec_bench times libnetsnmp's codec against ours. Nothing else
 # links it, and the bench is left out of the build where the library is missing.
 BENCH_PACKAGES=(libsnmp-dev)

@@ -93,7 +93,7 @@ struct OptionSpec {
 };
 
 constexpr std::array<OptionSpec, 27> kOptions = {{
-    {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c; 3 not for trap)"},
+    {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
     {'p', "port", kOptPort, "PORT", "agent port (default 161, 162 for trap)"},
@@ -762,7 +762,7 @@ bool IsCommand(std::string_view name) {
 std::string ProgramHelp() {
   std::string out =
       "Usage: sondara-cli COMMAND [options] ...\n"
-      "SNMP v1/v2c/v3 requests, v1/v2c traps, ping and sweeps from a shell, as Sondara Utility "
+      "SNMP v1/v2c/v3 requests and traps, ping and sweeps from a shell, as Sondara Utility "
       "does them.\n"
       "\nCommands:\n";
   for (const CommandSpec& c : kCommands)

@@ -88,13 +88,13 @@ class NetSnmpDaemon {
     return true;
   }
   // Empty once the daemon's socket is bound to 127.0.0.1 and the port, as the kernel lists
-  // them (datagrams sent from then on wait for it), else why not within 5 s.
-  std::string WaitUntilBound(const std::string& name) {
+  // them (datagrams sent from then on wait for it), else why not within `seconds`.
+  std::string WaitUntilBound(const std::string& name, int seconds = 5) {
     char bound[32];
     std::snprintf(bound, sizeof bound, "0100007F:%04X", port_);
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < seconds * 20; ++i) {
       if (Exited())
-        return name + " exited (is /usr/sbin/" + name + " installed?); see " + folder_;
+        return name + " exited (is " + name + " installed?); see " + folder_;
       std::ifstream udp("/proc/net/udp");
       for (std::string line; std::getline(udp, line);) {
         if (line.find(bound) != std::string::npos)
@@ -102,7 +102,7 @@ class NetSnmpDaemon {
       }
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
-    return name + " did not start within 5 s";
+    return name + " did not start within " + std::to_string(seconds) + " s";
   }
 
   std::string folder_;
