@@ -313,15 +313,19 @@ TEST(CliV3Reeder, AutomaticKeyExtensionFindsTheReederWayAndSaysSo) {
   testing_support::SnmpsimProcess agent;
   const std::string error = agent.Start(
       "1.3.6.1.2.1.1.1.0|4|Reeder switch\n1.3.6.1.2.1.1.3.0|67|4200\n1.3.6.1.2.1.1.5.0|4|core-1\n",
-      {"--v3-user=ops", "--v3-auth-proto=SHA", "--v3-auth-key=maplesyrup",
-       "--v3-priv-proto=AES256", "--v3-priv-key=privsyrup"});
+      {"--v3-user=ops", "--v3-auth-proto=SHA", "--v3-auth-key=maplesyrup", "--v3-priv-proto=AES256",
+       "--v3-priv-key=privsyrup"});
   ASSERT_TRUE(error.empty()) << error;  // CI installs snmpsim: a missing one fails
+  const std::vector<std::string> user = {"-v", "3",         "-u", "ops",        "-l", "authPriv",
+                                         "-a", "SHA",       "-A", "maplesyrup", "-x", "AES-256",
+                                         "-X", "privsyrup", "-t", "2000",       "-r", "0"};
   const auto run = [&](const std::string& command, const std::string& oid,
                        const std::string& extension) {
-    return Cli().Run({command, "127.0.0.1", oid, "-p", std::to_string(agent.Port()), "-v", "3",
-                      "-u", "ops", "-l", "authPriv", "-a", "SHA", "-A", "maplesyrup", "-x",
-                      "AES-256", "-X", "privsyrup", "-n", testing_support::kSnmpsimContext, "-t",
-                      "2000", "-r", "0", "--key-extension", extension});
+    std::vector<std::string> args = user;
+    args.insert(args.begin(), {command, "127.0.0.1", oid, "--key-extension", extension});
+    args.insert(args.end(),
+                {"-p", std::to_string(agent.Port()), "-n", testing_support::kSnmpsimContext});
+    return Cli().Run(args);
   };
   const std::string note =
       "sondara-cli: The agent accepted AES-256 keys stretched the Reeder way.\n";

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "snmp/response_check.h"
+#include "snmp/usm_key_book.h"
 
 namespace net {
 
@@ -188,6 +189,9 @@ void CSnmpRequester::LocaliseKeys() {
   if (Encrypts(security_)) {
     engine_.priv_key = snmp::usm::PrivacyKey(security_.auth, security_.priv, Extension(),
                                              security_.priv_password, engine_.id);
+    // The transaction log's decoded view shows these messages' scoped PDUs with it.
+    snmp::usm::RememberPrivacyKey(engine_.id, security_.user_name, security_.priv,
+                                  engine_.priv_key);
   }
 }
 

@@ -127,6 +127,7 @@ constexpr Entry kTable[] = {
     {ids::kDecodedNotKept,
      L"This message is no longer kept: the log keeps the most recent %d datagrams or %d MB."},
     {ids::kDecodedError, L"Error at offset %d: %s"},
+    {ids::kDecodedPlaintext, L"Decrypted scoped PDU:"},
     {ids::kOidArcTooLarge, L"Each number of an OID must be between 0 and 4294967295."},
     {ids::kOidFirstArcs,
      L"An OID must begin with 0, 1 or 2, and after 0 or 1 its second number must be below 40."},

@@ -121,6 +121,7 @@ inline constexpr int kPcapngExtension = 1072;
 inline constexpr int kDecodedTextRow = 1073;
 inline constexpr int kDecodedNotKept = 1074;
 inline constexpr int kDecodedError = 1075;
+inline constexpr int kDecodedPlaintext = 1076;
 // Values the codec cannot send as typed, and values that need a second look.
 inline constexpr int kOidArcTooLarge = 1080;
 inline constexpr int kOidFirstArcs = 1081;

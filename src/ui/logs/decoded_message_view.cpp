@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "snmp/message_tree.h"
+#include "snmp/usm_key_book.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -23,6 +24,7 @@ enum Column { kField, kValue, kType, kOffset, kTag, kLength, kColumns };
 
 constexpr int kOffsetRole = Qt::UserRole;
 constexpr int kSizeRole = Qt::UserRole + 1;
+constexpr int kPlaintextRole = Qt::UserRole + 2;
 
 // "0010  30 26 02 01 00 04 06 67  65 74 63 6f 6d a0 19 02  0&.....getcom..."
 constexpr std::uint32_t kBytesPerLine = 16;
@@ -89,10 +91,11 @@ CDecodedMessageView::CDecodedMessageView(QWidget* parent) : QWidget(parent) {
 
   connect(tree_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
     if (item == nullptr) {
-      Highlight(0, 0);
+      Highlight(0, 0, false);
       return;
     }
-    Highlight(item->data(kField, kOffsetRole).toUInt(), item->data(kField, kSizeRole).toUInt());
+    Highlight(item->data(kField, kOffsetRole).toUInt(), item->data(kField, kSizeRole).toUInt(),
+              item->data(kField, kPlaintextRole).toBool());
   });
 }
 
@@ -113,9 +116,18 @@ void CDecodedMessageView::ShowDatagram(const std::shared_ptr<const KeptDatagram>
   datagram_ = datagram;
   tree_->clear();
   highlighted_ = {0, 0};
-  bytes_->setPlainText(HexDump(datagram_->bytes));
+  snmp::MessageTree decoded =
+      snmp::DecodeMessageTree(datagram_->bytes, snmp::usm::DecryptWithRememberedKey);
+  plaintext_ = std::move(decoded.plaintext);
+  QString dump = HexDump(datagram_->bytes);
+  plaintext_line_ = static_cast<int>(dump.count(QLatin1Char('\n'))) + 3;
+  if (!plaintext_.empty()) {
+    dump += QLatin1String("\n\n") +
+            QString::fromStdWString(tvkutil::LoadString(tvkutil::ids::kDecodedPlaintext)) +
+            QLatin1Char('\n') + HexDump(plaintext_);
+  }
+  bytes_->setPlainText(dump);
 
-  const snmp::MessageTree decoded = snmp::DecodeMessageTree(datagram_->bytes);
   std::vector<QTreeWidgetItem*> items;
   items.reserve(decoded.nodes.size());
   QTreeWidgetItem* damage = nullptr;
@@ -126,6 +138,7 @@ void CDecodedMessageView::ShowDatagram(const std::shared_ptr<const KeptDatagram>
     items.push_back(item);
     item->setData(kField, kOffsetRole, node.offset);
     item->setData(kField, kSizeRole, node.size);
+    item->setData(kField, kPlaintextRole, node.decrypted);
     item->setText(kOffset, QString::number(node.offset));
     if (node.tag >= 0)
       item->setText(
@@ -159,6 +172,7 @@ void CDecodedMessageView::ShowDatagram(const std::shared_ptr<const KeptDatagram>
 
 void CDecodedMessageView::ShowNote(const QString& note) {
   datagram_.reset();
+  plaintext_.clear();
   tree_->clear();
   bytes_->clear();
   highlighted_ = {0, 0};
@@ -166,12 +180,14 @@ void CDecodedMessageView::ShowNote(const QString& note) {
   item->setFirstColumnSpanned(true);
 }
 
-void CDecodedMessageView::Highlight(std::uint32_t offset, std::uint32_t size) {
+void CDecodedMessageView::Highlight(std::uint32_t offset, std::uint32_t size, bool in_plaintext) {
   highlighted_ = {offset, size};
   QList<QTextEdit::ExtraSelection> marks;
   if (datagram_ != nullptr && size != 0) {
+    const std::size_t shown = in_plaintext ? plaintext_.size() : datagram_->bytes.size();
+    const int first_line = in_plaintext ? plaintext_line_ : 0;
     const std::uint32_t end =
-        std::min<std::uint32_t>(offset + size, static_cast<std::uint32_t>(datagram_->bytes.size()));
+        std::min<std::uint32_t>(offset + size, static_cast<std::uint32_t>(shown));
     QTextCharFormat look;
     look.setBackground(palette().highlight());
     look.setForeground(palette().highlightedText());
@@ -184,7 +200,8 @@ void CDecodedMessageView::Highlight(std::uint32_t offset, std::uint32_t size) {
       marks << s;
     };
     for (std::uint32_t line = offset / kBytesPerLine; line * kBytesPerLine < end; ++line) {
-      const QTextBlock block = bytes_->document()->findBlockByNumber(static_cast<int>(line));
+      const QTextBlock block =
+          bytes_->document()->findBlockByNumber(first_line + static_cast<int>(line));
       const std::uint32_t first = std::max(offset, line * kBytesPerLine) - line * kBytesPerLine;
       const std::uint32_t last =
           std::min(end, (line + 1) * kBytesPerLine) - 1 - line * kBytesPerLine;

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "snmp/usm_key_book.h"
+
 #include <string>
 
 #include "support/hex_bytes.h"
@@ -124,6 +126,33 @@ TEST(UsmCrypto, CiphersTakeTheirIvFromTheSaltAndTheEngineClock) {
   const Bytes des = Hex("526f5eed9fcce26f8964c2930787d82b");
   EXPECT_FALSE(Decrypt(PrivProtocol::kDes, des, 1, 2, Hex("0000000105060708"), Bytes(9, 0)));
   EXPECT_FALSE(Decrypt(PrivProtocol::kAes128, des, 1, 2, Hex("01"), Bytes(16, 0)));  // short salt
+}
+
+// The decoded view decrypts with the keys this run made: the one of the message's engine and
+// user whose plaintext is a whole scoped PDU, whatever was remembered after it.
+TEST(UsmKeyBook, DecryptsWithTheKeyOfTheMessagesEngineAndUser) {
+  const Bytes plain = Hex("30 0a 04 00 04 00 a0 04 02 01 01 00");  // DES pads it to 16
+  const Bytes engine = Hex("80 00 1f 88 04 6b 65 79 62 6f 6f 6b");
+  const Bytes des_key = Hex("526f5eed9fcce26f8964c2930787d82b");
+  const auto sealed = Encrypt(PrivProtocol::kDes, des_key, 7, 9, 42, plain);
+  ASSERT_TRUE(sealed.has_value());
+  const auto decrypt = [&](const char* user, const Bytes& engine_id) {
+    const std::string name = user;
+    return DecryptWithRememberedKey(
+        {engine_id, 7, 9,
+         std::span(reinterpret_cast<const std::uint8_t*>(name.data()), name.size()), sealed->salt,
+         sealed->text});
+  };
+  EXPECT_FALSE(decrypt("keybook", engine));  // nothing remembered yet
+  RememberPrivacyKey(engine, "keybook", PrivProtocol::kDes, des_key);
+  RememberPrivacyKey(engine, "keybook", PrivProtocol::kDes,
+                     Hex("00112233445566778899aabbccddeeff"));
+  RememberPrivacyKey(engine, "other", PrivProtocol::kDes, des_key);
+  const auto opened = decrypt("keybook", engine);
+  ASSERT_TRUE(opened.has_value());
+  EXPECT_EQ(Bytes(opened->begin(), opened->begin() + 12), plain);
+  EXPECT_FALSE(decrypt("keybook", Hex("80 00 1f 88 04 6f 74 68 65 72")));
+  EXPECT_FALSE(decrypt("keyboo", engine));
 }
 
 }  // namespace
