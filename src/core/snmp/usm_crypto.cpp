@@ -1,7 +1,8 @@
 #include "snmp/usm_crypto.h"
 
+#include <openssl/core_names.h>
 #include <openssl/evp.h>
-#include <openssl/hmac.h>
+#include <openssl/params.h>
 #include <openssl/provider.h>
 
 #include <algorithm>
@@ -16,31 +17,74 @@ constexpr std::size_t kPasswordStretch = 1048576;  // RFC 3414 A.2.1: one megaby
 constexpr std::size_t kSaltLength = 8;
 constexpr std::size_t kDesBlock = 8;
 
+// OpenSSL 3 looks an algorithm up by name on every use of EVP_sha256() and the like; fetched
+// once here, a walk's thousands of digests and ciphers skip that. Kept until exit.
+EVP_MD* Fetched(const char* name) {
+  return EVP_MD_fetch(nullptr, name, nullptr);
+}
+
 const EVP_MD* Md(AuthProtocol auth) {
   switch (auth) {
-    case AuthProtocol::kMd5:
-      return EVP_md5();
-    case AuthProtocol::kSha1:
-      return EVP_sha1();
-    case AuthProtocol::kSha224:
-      return EVP_sha224();
-    case AuthProtocol::kSha256:
-      return EVP_sha256();
-    case AuthProtocol::kSha384:
-      return EVP_sha384();
-    case AuthProtocol::kSha512:
-      return EVP_sha512();
+    case AuthProtocol::kMd5: {
+      static EVP_MD* const md = Fetched("MD5");
+      return md;
+    }
+    case AuthProtocol::kSha1: {
+      static EVP_MD* const md = Fetched("SHA1");
+      return md;
+    }
+    case AuthProtocol::kSha224: {
+      static EVP_MD* const md = Fetched("SHA224");
+      return md;
+    }
+    case AuthProtocol::kSha256: {
+      static EVP_MD* const md = Fetched("SHA256");
+      return md;
+    }
+    case AuthProtocol::kSha384: {
+      static EVP_MD* const md = Fetched("SHA384");
+      return md;
+    }
+    case AuthProtocol::kSha512: {
+      static EVP_MD* const md = Fetched("SHA512");
+      return md;
+    }
     case AuthProtocol::kNone:
       break;
   }
   return nullptr;
 }
 
+struct MacContextFree {
+  void operator()(EVP_MAC_CTX* ctx) const { EVP_MAC_CTX_free(ctx); }
+};
+
+// One HMAC context per hash and thread, keyed afresh for each message: no lookup by name and no
+// allocation per message.
+EVP_MAC_CTX* HmacContext(AuthProtocol auth) {
+  static EVP_MAC* const hmac = EVP_MAC_fetch(nullptr, "HMAC", nullptr);
+  thread_local std::array<std::unique_ptr<EVP_MAC_CTX, MacContextFree>, 7> contexts;
+  const EVP_MD* md = Md(auth);
+  if (hmac == nullptr || md == nullptr)
+    return nullptr;
+  std::unique_ptr<EVP_MAC_CTX, MacContextFree>& ctx = contexts[static_cast<std::size_t>(auth)];
+  if (ctx == nullptr) {
+    ctx.reset(EVP_MAC_CTX_new(hmac));
+    const OSSL_PARAM params[] = {
+        OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST,
+                                         const_cast<char*>(EVP_MD_get0_name(md)), 0),
+        OSSL_PARAM_construct_end()};
+    if (ctx != nullptr && EVP_MAC_CTX_set_params(ctx.get(), params) != 1)
+      ctx.reset();
+  }
+  return ctx.get();
+}
+
 using DigestContext = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
 
 // Hash of the pieces one after the other; empty when the hash fails.
-Bytes Hash(AuthProtocol auth, std::initializer_list<std::span<const std::uint8_t>> pieces) {
+Bytes Hash(AuthProtocol auth, std::span<const std::span<const std::uint8_t>> pieces) {
   const EVP_MD* md = Md(auth);
   DigestContext ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
   if (md == nullptr || ctx == nullptr || EVP_DigestInit_ex(ctx.get(), md, nullptr) != 1)
@@ -56,26 +100,37 @@ Bytes Hash(AuthProtocol auth, std::initializer_list<std::span<const std::uint8_t
   out.resize(len);
   return out;
 }
+Bytes Hash(AuthProtocol auth, std::initializer_list<std::span<const std::uint8_t>> pieces) {
+  return Hash(auth, std::span(pieces.begin(), pieces.size()));
+}
 
 // DES lives in OpenSSL's legacy provider; it is loaded into a context of its own so that no
 // other algorithm of the program can come from there.
 const EVP_CIPHER* Cipher(PrivProtocol priv) {
-  static EVP_CIPHER* const des = [] {
-    OSSL_LIB_CTX* legacy = OSSL_LIB_CTX_new();
-    if (legacy == nullptr || OSSL_PROVIDER_load(legacy, "legacy") == nullptr ||
-        OSSL_PROVIDER_load(legacy, "default") == nullptr)
-      return static_cast<EVP_CIPHER*>(nullptr);
-    return EVP_CIPHER_fetch(legacy, "DES-CBC", nullptr);
-  }();
   switch (priv) {
-    case PrivProtocol::kDes:
+    case PrivProtocol::kDes: {
+      // Loading a provider costs milliseconds: only DES users pay it.
+      static EVP_CIPHER* const des = [] {
+        OSSL_LIB_CTX* legacy = OSSL_LIB_CTX_new();
+        if (legacy == nullptr || OSSL_PROVIDER_load(legacy, "legacy") == nullptr ||
+            OSSL_PROVIDER_load(legacy, "default") == nullptr)
+          return static_cast<EVP_CIPHER*>(nullptr);
+        return EVP_CIPHER_fetch(legacy, "DES-CBC", nullptr);
+      }();
       return des;
-    case PrivProtocol::kAes128:
-      return EVP_aes_128_cfb128();
-    case PrivProtocol::kAes192:
-      return EVP_aes_192_cfb128();
-    case PrivProtocol::kAes256:
-      return EVP_aes_256_cfb128();
+    }
+    case PrivProtocol::kAes128: {
+      static EVP_CIPHER* const aes = EVP_CIPHER_fetch(nullptr, "AES-128-CFB", nullptr);
+      return aes;
+    }
+    case PrivProtocol::kAes192: {
+      static EVP_CIPHER* const aes = EVP_CIPHER_fetch(nullptr, "AES-192-CFB", nullptr);
+      return aes;
+    }
+    case PrivProtocol::kAes256: {
+      static EVP_CIPHER* const aes = EVP_CIPHER_fetch(nullptr, "AES-256-CFB", nullptr);
+      return aes;
+    }
     case PrivProtocol::kNone:
       break;
   }
@@ -165,13 +220,15 @@ std::size_t PrivKeyLength(PrivProtocol priv) {
 Bytes PasswordToKey(AuthProtocol auth, std::string_view password) {
   if (password.empty())
     return {};
-  // The password repeated to one megabyte, hashed once: keys are made once per agent.
-  Bytes stretched;
-  stretched.reserve(kPasswordStretch + password.size());
-  while (stretched.size() < kPasswordStretch)
-    stretched.insert(stretched.end(), password.begin(), password.end());
-  stretched.resize(kPasswordStretch);
-  return Hash(auth, {stretched});
+  // The password repeated to one megabyte, hashed once: keys are made once per agent. A few
+  // kilobytes of whole repetitions stand for the megabyte, hashed over and over.
+  Bytes chunk;
+  while (chunk.size() < 4096)
+    chunk.insert(chunk.end(), password.begin(), password.end());
+  std::vector<std::span<const std::uint8_t>> stretched;
+  for (std::size_t done = 0; done < kPasswordStretch; done += chunk.size())
+    stretched.emplace_back(chunk.data(), std::min(chunk.size(), kPasswordStretch - done));
+  return Hash(auth, stretched);
 }
 
 Bytes LocalizeKey(AuthProtocol auth, std::span<const std::uint8_t> key,
@@ -207,13 +264,13 @@ Bytes PrivacyKey(AuthProtocol auth, PrivProtocol priv, KeyExtension extension,
 
 Bytes Digest(AuthProtocol auth, std::span<const std::uint8_t> localized_key,
              std::span<const std::uint8_t> message) {
-  const EVP_MD* md = Md(auth);
-  if (md == nullptr)
-    return {};
+  EVP_MAC_CTX* ctx = HmacContext(auth);
   Bytes mac(EVP_MAX_MD_SIZE);
-  unsigned int len = 0;
-  if (HMAC(md, localized_key.data(), static_cast<int>(localized_key.size()), message.data(),
-           message.size(), mac.data(), &len) == nullptr)
+  std::size_t len = 0;
+  if (ctx == nullptr || localized_key.empty() ||
+      EVP_MAC_init(ctx, localized_key.data(), localized_key.size(), nullptr) != 1 ||
+      EVP_MAC_update(ctx, message.data(), message.size()) != 1 ||
+      EVP_MAC_final(ctx, mac.data(), &len, mac.size()) != 1)
     return {};
   mac.resize(std::min<std::size_t>(len, DigestLength(auth)));
   return mac;
