@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <map>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -53,21 +52,12 @@ std::string AsOurs(const std::string& net_snmp) {
   return out;
 }
 
-// tshark's reading of a capture: one row of `fields` per packet.
-std::vector<std::vector<std::string>> TsharkFields(const std::string& capture,
-                                                   const std::string& port,
-                                                   const std::vector<std::string>& fields) {
-  std::string options = "-d udp.port==" + port + ",snmp -T fields -E separator='|'";
-  for (const std::string& f : fields)
-    options += " -e " + f;
-  std::vector<std::vector<std::string>> rows;
-  for (const std::string& packet : sondara_test::TsharkLines(capture, options)) {
-    rows.emplace_back();
-    std::istringstream in(packet + "|");
-    for (std::string field; std::getline(in, field, '|');)
-      rows.back().push_back(field);
-  }
-  return rows;
+// tshark's reading of a capture: per packet, the fields asked for ("-e snmp.data ...") with "|"
+// between them.
+std::vector<std::string> Tshark(const std::string& capture, const std::string& port,
+                                const std::string& fields) {
+  return sondara_test::TsharkLines(
+      capture, "-d udp.port==" + port + ",snmp -T fields -E separator='|' " + fields);
 }
 
 class CliAgainstSnmpd : public testing::Test {
@@ -136,10 +126,10 @@ TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {
   for (std::size_t at = 0; (at = logged.find(row, at)) != std::string::npos; ++at)
     ++rows;
   EXPECT_EQ(rows, 2 * (found + 1));
-  const auto packets = TsharkFields(capture, port_, {"snmp.data"});
+  const auto packets = Tshark(capture, port_, "-e snmp.data");
   ASSERT_EQ(packets.size(), 2 * (found + 1));
   for (std::size_t i = 0; i < packets.size(); ++i)
-    EXPECT_EQ(packets[i][0], i % 2 == 0 ? "1" : "2") << "packet " << i;
+    EXPECT_EQ(packets[i], i % 2 == 0 ? "1" : "2") << "packet " << i;
 
   // --bulk N: GetBulk requests of N repetitions, each answered with several objects.
   const std::string bulk_capture = folder / "bulk.pcapng";
@@ -147,11 +137,10 @@ TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {
       Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "25", "-t", "5000", "--pcapng", bulk_capture});
   ASSERT_EQ(bulk.status, 0) << bulk.err;
   ASSERT_EQ(Lines(bulk.out).size(), found);  // the objects are the walk operation's test
-  const auto bulk_packets =
-      TsharkFields(bulk_capture, port_, {"snmp.data", "snmp.max_repetitions"});
+  const auto bulk_packets = Tshark(bulk_capture, port_, "-e snmp.data -e snmp.max_repetitions");
   EXPECT_LT(bulk_packets.size(), found / 5);
   for (std::size_t i = 0; i < bulk_packets.size(); i += 2)
-    EXPECT_EQ(bulk_packets[i], (std::vector<std::string>{"5", "25"})) << "packet " << i;
+    EXPECT_EQ(bulk_packets[i], "5|25") << "packet " << i;
 
   // Standard error on a terminal (script's): the progress line, written over in place, is
   // cleared before the closing line, whose count is this walk's own.
@@ -365,12 +354,11 @@ TEST_F(CliExactValues, WideValuesReadAsSnmpgetAndTsharkReadThemAndSetValuesOfOne
   const ProcessResult get = Ours("get", {kCounter, kWideArc, kArc2999, "--pcapng", capture});
   ASSERT_EQ(get.status, 0) << get.err;
   EXPECT_EQ(get.out, AsOurs(NetSnmp("snmpget", {kCounter, kWideArc, kArc2999})));
-  const auto rows =
-      TsharkFields(capture, port_, {"snmp.name", "snmp.value.counter", "snmp.value.oid"});
+  const auto rows = Tshark(capture, port_, "-e snmp.name -e snmp.value.counter -e snmp.value.oid");
   ASSERT_EQ(rows.size(), 2U);
-  EXPECT_EQ(rows[1], (std::vector<std::string>{
-                         "1.3.6.1.4.1.59871.9.1.0,1.3.6.1.4.1.59871.9.2.0,1.3.6.1.4.1.59871.9.3.0",
-                         "37505809994", "1.3.6.1.4.1.4294967295.7,2.999.3"}));
+  EXPECT_EQ(rows[1],
+            "1.3.6.1.4.1.59871.9.1.0,1.3.6.1.4.1.59871.9.2.0,1.3.6.1.4.1.59871.9.3.0|37505809994|"
+            "1.3.6.1.4.1.4294967295.7,2.999.3");
 
   // What we set, snmpget reads back; an empty string too. snmpd hands a pass script no text
   // for a Counter64 that is set, so tshark reads that one, in the request and in the answer.
@@ -385,8 +373,8 @@ TEST_F(CliExactValues, WideValuesReadAsSnmpgetAndTsharkReadThemAndSetValuesOfOne
   ASSERT_EQ(set.status, 0) << set.err;
   EXPECT_EQ(set.out, std::string(kCounter) + " = Counter64: 18446744073709551615\n" + printed);
   EXPECT_EQ(AsOurs(NetSnmp("snmpget", {kWideArc, kArc2999, kEmpty})), printed);
-  EXPECT_EQ(TsharkFields(set_capture, port_, {"snmp.value.counter"}),
-            (std::vector<std::vector<std::string>>(2, {"18446744073709551615"})));
+  EXPECT_EQ(Tshark(set_capture, port_, "-e snmp.value.counter"),
+            std::vector<std::string>(2, "18446744073709551615"));
 }
 
 }  // namespace
