@@ -95,10 +95,8 @@ TEST(CliInterrupt, CtrlCRequestsTheStopAndTheOldHandlerComesBack) {
   std::stop_source stop;
   {
     cli::CInterruptStop interrupt(stop);
-    EXPECT_FALSE(interrupt.Interrupted());
     ::raise(SIGINT);
     EXPECT_TRUE(tvkutil::SleepUnlessStopped(stop.get_token(), std::chrono::seconds(5)));
-    EXPECT_TRUE(interrupt.Interrupted());
   }
   struct sigaction now {};
   ::sigaction(SIGINT, nullptr, &now);
