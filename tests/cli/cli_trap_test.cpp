@@ -13,23 +13,6 @@ namespace {
 using sondara_test::Cli;
 using sondara_test::ProcessResult;
 
-class CliTrap : public testing::Test {
- protected:
-  void SetUp() override {
-    // A v3 user of our engine too, for the notification.
-    const std::string error = manager_.Start("createUser -e " + testing_support::OurEngineIdHex() +
-                                             " ops SHA-256 ops-password AES ops-privacy\n");
-    ASSERT_TRUE(error.empty()) << error;
-  }
-  ProcessResult Trap(std::vector<std::string> args) {
-    args.insert(args.begin(), {"trap", "127.0.0.1", "-p", std::to_string(manager_.Port())});
-    return cli_.Run(args);
-  }
-
-  testing_support::SnmptrapdProcess manager_;
-  Cli cli_;
-};
-
 // Type names as typed (any case, several spellings), a hex value, Null's "-" and an empty last
 // VALUE, as snmptrapd prints them; every type's encoding is the trap operation's to show.
 const std::vector<std::string> kBindings = sondara_test::Args(
@@ -43,11 +26,20 @@ const std::vector<std::string> kArrived = {
 
 // One trap of each version (v3 as an authPriv user) and one with the most bindings a trap may
 // carry, as snmptrapd reads them; one binding more is refused.
-TEST_F(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
+TEST(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
+  testing_support::SnmptrapdProcess manager;
+  // A v3 user of our engine too, for the notification.
+  const std::string error = manager.Start("createUser -e " + testing_support::OurEngineIdHex() +
+                                          " ops SHA-256 ops-password AES ops-privacy\n");
+  ASSERT_TRUE(error.empty()) << error;
+  const auto trap = [&manager](std::vector<std::string> args) {
+    args.insert(args.begin(), {"trap", "127.0.0.1", "-p", std::to_string(manager.Port())});
+    return Cli().Run(args);
+  };
   std::vector<std::string> most;
   for (int i = 1; i <= 63; ++i)
     most.insert(most.end(), {".1.3.6.1.4.1.59871.1." + std::to_string(i), "Integer32", "1"});
-  const ProcessResult refused = Trap(most);  // 63 and the two fixed entries
+  const ProcessResult refused = trap(most);  // 63 and the two fixed entries
   EXPECT_EQ(refused.status, 2);
   EXPECT_EQ(refused.err,
             "sondara-cli: trap: too many bindings (at most 64, sysUpTime.0 and snmpTrapOID.0 "
@@ -61,16 +53,16 @@ TEST_F(CliTrap, EachVersionArrivesWithEveryFieldAndBinding) {
         "-v|3|-u|ops|-l|authPriv|-a|SHA-256|-A|ops-password|-x|AES|-X|ops-privacy"}) {
     std::vector<std::string> args = sondara_test::Args(options);
     args.insert(args.end(), kBindings.begin(), kBindings.end());
-    runs.push_back(Trap(args));
+    runs.push_back(trap(args));
   }
-  runs.push_back(Trap(most));
+  runs.push_back(trap(most));
   for (const ProcessResult& r : runs)
     ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(runs[0].err, "");
   // What was sent is printed as the get prints what it read.
   EXPECT_NE(runs[0].out.find(".1.3.6.1.4.1.59871.1.9 = Null: \n"), std::string::npos);
 
-  std::vector<std::vector<std::string>> traps = manager_.TrapFields(4);
+  std::vector<std::vector<std::string>> traps = manager.TrapFields(4);
   ASSERT_EQ(traps.size(), 4U);
   for (std::vector<std::string>& f : traps)
     ASSERT_GE(f.size(), 6U);
