@@ -1,6 +1,5 @@
-// ping answers 0 on a reply, 3 without one, 2 for a bad address and 4 for an unknown name; inside
-// a private namespace only the addresses that exist answer a ping or a sweep, and Ctrl+C ends a
-// sweep with what it found. A user outside ping_group_range pings with cap_net_raw only.
+// ping's exit statuses and lines, sweeps in text and csv, Ctrl+C ending a sweep with what it found,
+// all inside a private namespace; a user outside ping_group_range pings with cap_net_raw only.
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -34,17 +33,13 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
       return std::string("no answering addresses");
     Cli cli;
     std::string out;
-    for (const char* host : {"bravo.test", "198.18.0.9", "10.0.0.300", "nosuch.test"}) {
-      const ProcessResult r = cli.Run({"ping", "-t", "300", "-r", "0", host});
+    for (const char* args :
+         {"ping|bravo.test", "ping|198.18.0.9", "ping|10.0.0.300", "ping|nosuch.test",
+          "sweep|198.18.0.1|198.18.0.14", "sweep|198.18.0.1|198.18.0.14|--fast|--format|csv"}) {
+      std::vector<std::string> argv = sondara_test::Args(args);
+      argv.insert(argv.end(), {"-t", "300", "-r", "0"});
+      const ProcessResult r = cli.Run(argv);
       out += std::to_string(r.status) + " " + r.out + r.err;
-    }
-    for (const std::vector<std::string>& extra :
-         {std::vector<std::string>{}, {"--fast", "--format", "csv"}}) {
-      std::vector<std::string> args = {"sweep", "198.18.0.1", "198.18.0.14", "-t", "100",
-                                       "-r",    "0"};
-      args.insert(args.end(), extra.begin(), extra.end());
-      const ProcessResult r = cli.Run(args);
-      out += std::to_string(r.status) + "\n" + r.out + r.err;
     }
     // Stopped once bravo has been printed, long before .254.
     const auto sweep = cli.Start({"sweep", "198.18.0.1", "198.18.0.254", "-t", "300", "-r", "0"});
@@ -53,7 +48,7 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
         std::chrono::seconds(20));
     sweep->Signal(SIGINT);
     const ProcessResult r = sweep->Wait(10000);
-    return out + std::to_string(r.status) + "\n" + r.out;
+    return out + std::to_string(r.status) + " " + r.out;
   });
   SONDARA_REQUIRE_NETNS(run);
   const std::string started = "sondara-cli: Device discovery started.\n",
@@ -61,22 +56,23 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
                         "sondara-cli: Device discovery complete. No. of devices discovered "
                         "'3'.\n",
                     found = "198.18.0.1 alpha.test\n198.18.0.7 bravo.test\n";
-  const std::regex expected(
-      "0 Ping command sent to IP 198\\.18\\.0\\.7\\.\n"
-      "Reply from 198\\.18\\.0\\.7: bytes=14 time=[0-9]+ms\\.\n"
-      "3 Ping command sent to IP 198\\.18\\.0\\.9\\.\n"
-      "Reply from 198\\.18\\.0\\.9 not received\\.\n"
-      "2 sondara-cli: Invalid IPv4 address '10\\.0\\.0\\.300'\\.\n"
-      "4 sondara-cli: Unable to resolve IPv4 host 'nosuch\\.test': [A-Za-z ]+\n([\\s\\S]*)");
   std::smatch ping;
-  ASSERT_TRUE(std::regex_match(run.output, ping, expected)) << run.output;
+  ASSERT_TRUE(std::regex_match(
+      run.output, ping,
+      std::regex(
+          "0 Ping command sent to IP 198\\.18\\.0\\.7\\.\n"
+          "Reply from 198\\.18\\.0\\.7: bytes=14 time=[0-9]+ms\\.\n"
+          "3 Ping command sent to IP 198\\.18\\.0\\.9\\.\n"
+          "Reply from 198\\.18\\.0\\.9 not received\\.\n"
+          "2 sondara-cli: Invalid IPv4 address '10\\.0\\.0\\.300'\\.\n"
+          "4 sondara-cli: Unable to resolve IPv4 host 'nosuch\\.test': [A-Za-z ]+\n([\\s\\S]*)")))
+      << run.output;
   EXPECT_EQ(ping[1].str(),
-            "0\n" + found + "198.18.0.12\n" + started + complete +
-                "0\nNo.,IP,Description\n\"1\",\"198.18.0.1\",\"alpha.test\",\n"
+            "0 " + found + "198.18.0.12\n" + started + complete +
+                "0 No.,IP,Description\n\"1\",\"198.18.0.1\",\"alpha.test\",\n"
                 "\"2\",\"198.18.0.7\",\"bravo.test\",\n\"3\",\"198.18.0.12\",\"\",\n" +
-                started + complete + "130\n" + started + found +
-                "sondara-cli: Device discovery stopped. No. of devices discovered "
-                "'2'.\n");
+                started + complete + "130 " + started + found +
+                "sondara-cli: Device discovery stopped. No. of devices discovered '2'.\n");
 }
 
 // ping_group_range is per namespace: in a private one that lets nobody open an ICMP datagram

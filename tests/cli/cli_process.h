@@ -27,9 +27,8 @@ struct ProcessResult {
   std::string out, err;
 };
 
-// A subprocess that runs while the test goes on, so the test can signal it. `env` entries
-// ("NAME=value") replace those of this process. With `merge_err` standard error goes into
-// `out` too, in the order the two were written.
+// A subprocess the test can signal while it runs. `env` entries ("NAME=value") replace this
+// process's; with `merge_err` standard error goes into `out` too, in the order written.
 class RunningProcess {
  public:
   RunningProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env = {},
@@ -70,15 +69,12 @@ class RunningProcess {
   RunningProcess& operator=(const RunningProcess&) = delete;
 
   void Signal(int signal) const {
-    if (pid_ > 0)
+    if (pid_ > 0)  // never kill(-1, ...)
       ::kill(pid_, signal);
   }
-
-  // What the program has written to standard output so far.
   std::string OutputSoFar() const { return ReadFile(out_path_); }
 
-  // Waits for the end; kills the program after `deadline_ms`, so a hanging run fails the test
-  // instead of blocking it.
+  // Waits for the end; kills the program after `deadline_ms`: a hanging run fails the test.
   ProcessResult Wait(int deadline_ms = 30000) {
     ProcessResult result;
     if (pid_ < 0)
@@ -116,7 +112,6 @@ inline std::vector<std::string> Args(const std::string& text) {
   return args;
 }
 
-// The lines of a program's output, without their line feeds.
 inline std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
@@ -131,11 +126,10 @@ class Cli {
   ProcessResult Run(const std::vector<std::string>& args) const {
     return RunningProcess(Argv(args), Env()).Wait();
   }
-  // Runs while the test goes on; standard error mixed into standard output.
+  // Standard error mixed into standard output.
   std::unique_ptr<RunningProcess> Start(const std::vector<std::string>& args) const {
     return std::make_unique<RunningProcess>(Argv(args), Env(), true);
   }
-  // The network settings the Options would have saved.
   void WriteNetworkSettings(const std::string& lines) const {
     std::filesystem::create_directories(home_ / "Tarvik Technologies");
     WriteFile(home_ / "Tarvik Technologies/Sondara Utility.ini",

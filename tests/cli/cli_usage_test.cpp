@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -32,81 +33,59 @@ FakeAgent::Script Silent() {
 
 TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
   FakeAgent agent(Silent());
-  const std::string port = std::to_string(agent.Port());
-  const std::string oid = ".1.3.6.1.2.1.1.4.0";
   struct Case {
-    std::vector<std::string> args;
+    std::string args;  // "|" between arguments; H is the agent's address and port, O an OID
     std::string says;
     int status = 2;
   };
   std::vector<Case> cases = {
-      {{"frob", "127.0.0.1", oid}, "unknown command 'frob'"},
-      {{}, "missing COMMAND"},
-      {{"get", "-p", port}, "get: missing HOST"},
-      {{"get", "127.0.0.1", "-p", port}, "get: missing OID"},
-      {{"get", "127.0.0.1", "-p", port, ".1.3.6.1.2.1.1.1.0", "1.3."}, "bad OID '1.3.'"},
-      {{"set", "127.0.0.1", "-p", port, oid, "Null", "x"}, "unknown TYPE 'Null'"},
-      {{"set", "127.0.0.1", "-p", port, oid, "integer32", "2147483648"},
-       "'2147483648' does not fit Integer32"},
-      {{"set", "127.0.0.1", "-p", port, oid, "IPAddress", "300.1.1.1"},
-       "'300.1.1.1' does not fit IPAddress"},
-      {{"set", "127.0.0.1", "-p", port, oid, "Octet String"}, "needs a VALUE"},
-      {{"get", "127.0.0.1", "-p", "70000", oid}, "bad port '70000'"},
-      {{"get", "127.0.0.1", "-p", "0", oid}, "bad port '0'"},
-      {{"get", "127.0.0.1", "-p", port, "-t", "0", oid}, "bad time-out '0'"},
-      {{"get", "127.0.0.1", "-p", port, "-r", "11", oid}, "bad retries '11'"},
-      {{"get", "127.0.0.1", "-p", port, "-v", "4", oid}, "bad SNMP version '4' (1, 2c or 3)"},
-      {{"get", "127.0.0.1", "-p", port, "-v", "3", oid}, "get: -v 3 needs -u USER"},
-      {{"get", "127.0.0.1", "-p", port, "-u", "ops", oid}, "are for -v 3"},
-      {{"get", "127.0.0.1", "-p", port, "-v", "3", "-u", "ops", "-l", "authpriv", oid},
-       "-l authPriv needs -a PROTOCOL"},
-      {{"get", "127.0.0.1", "-p", port, "-v", "3", "-u", "ops", "-l", "auth", oid},
-       "bad -l 'auth' (noAuthNoPriv, authNoPriv or authPriv)"},
-      {{"get", "127.0.0.1", "-p", port, "-v3", "-uops", "-lauthPriv", "-aSHA", oid},
-       "-l authPriv needs -x PROTOCOL"},
-      {{"get", "127.0.0.1", "-p", port, "-v3", "-uops", "-aSHA", oid},
-       "-a, -A, -x and -X need -l authNoPriv or authPriv"},
-      {{"get", "127.0.0.1", "-p", port, "-v3", "-uops", "-lauthNoPriv", "-aSHA", "-xAES", oid},
-       "-x and -X need -l authPriv"},
-      {{"get", "127.0.0.1", "-p", port, "-v3", "-uops", "-lauthNoPriv", "-aSHA-1024", oid},
-       "bad -a 'SHA-1024'"},
-      {{"get", "127.0.0.1", "-p", port, "-v3", "-uops", "-E", "80001f88", oid},
-       "bad -E '80001f88'"},
-      {{"get", "127.0.0.1", "-p", port, "-v3", "-uops", "-lauthNoPriv", "-aMD5", "-A", "short",
-        oid},
-       "get: bad -A: at least 8 characters"},
-      {{"walk", "127.0.0.1", "-p", port, "-v3", "-uops", "--key-extension", "cisco"},
-       "bad --key-extension 'cisco'"},
-      {{"trap", "127.0.0.1", "-p", port, "-v3"}, "-v 3 needs -u USER"},
-      {{"trap", "127.0.0.1", "-p", port, "-uops"}, "are for -v 3"},
-      {{"get", "127.0.0.1", "-p", port, "--format", "xml", oid}, "bad format 'xml'"},
-      {{"get", "127.0.0.1", "-p", port, "--bogus", oid}, "unknown option '--bogus'"},
-      {{"walk", "127.0.0.1", "-p", port, "-v", "1", "--bulk", "10"}, "--bulk needs -v 2c"},
-      {{"trap", "127.0.0.1", "-p", port, "--generic", "linkUp"}, "are for -v 1 traps"},
-      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--specific", "65536"},
-       "bad --specific '65536' (0 to 65535)"},
-      {{"trap", "127.0.0.1", "-p", port, "-v", "1", oid, "Counter64", "5"},
-       "A version 1 trap cannot carry a Counter64 value"},
-      {{"trap", "127.0.0.1", "-p", port, "-v", "1", ".1.3.6.1.2.1.1.3.0", "Timeticks", "5",
-        ".1.3.6.1.6.3.1.1.4.1.0", "Object Identifier", ".1.3.6.1"},
+      {"frob|127.0.0.1|O", "unknown command 'frob'"},
+      {"", "missing COMMAND"},
+      {"get|-p|1161", "get: missing HOST"},
+      {"get|H", "get: missing OID"},
+      {"get|H|.1.3.6.1.2.1.1.1.0|1.3.", "bad OID '1.3.'"},
+      {"set|H|O|Null|x", "unknown TYPE 'Null'"},
+      {"set|H|O|integer32|2147483648", "'2147483648' does not fit Integer32"},
+      {"set|H|O|Octet String", "needs a VALUE"},
+      {"get|127.0.0.1|-p|70000|O", "bad port '70000'"},
+      {"get|127.0.0.1|-p|0|O", "bad port '0'"},
+      {"get|H|-t|0|O", "bad time-out '0'"},
+      {"get|H|-r|11|O", "bad retries '11'"},
+      {"get|H|-v|4|O", "bad SNMP version '4' (1, 2c or 3)"},
+      {"get|H|-v|3|O", "get: -v 3 needs -u USER"},
+      {"get|H|-u|ops|O", "are for -v 3"},
+      {"get|H|-v|3|-u|ops|-l|authpriv|O", "-l authPriv needs -a PROTOCOL"},
+      {"get|H|-v|3|-u|ops|-l|auth|O", "bad -l 'auth' (noAuthNoPriv, authNoPriv or authPriv)"},
+      {"get|H|-v3|-uops|-lauthPriv|-aSHA|O", "-l authPriv needs -x PROTOCOL"},
+      {"get|H|-v3|-uops|-aSHA|O", "-a, -A, -x and -X need -l authNoPriv or authPriv"},
+      {"get|H|-v3|-uops|-lauthNoPriv|-aSHA|-xAES|O", "-x and -X need -l authPriv"},
+      {"get|H|-v3|-uops|-lauthNoPriv|-aSHA-1024|O", "bad -a 'SHA-1024'"},
+      {"get|H|-v3|-uops|-E|80001f88|O", "bad -E '80001f88'"},
+      {"get|H|-v3|-uops|-lauthNoPriv|-aMD5|-A|short|O", "get: bad -A: at least 8 characters"},
+      {"walk|H|-v3|-uops|--key-extension|cisco", "bad --key-extension 'cisco'"},
+      {"get|10.0.0.300|O", "Unable to resolve IPv4 host '10.0.0.300'", 4},
+      {"get|H|--format|xml|O", "bad format 'xml'"},
+      {"get|H|--bogus|O", "unknown option '--bogus'"},
+      {"walk|H|-v|1|--bulk|10", "--bulk needs -v 2c"},
+      {"trap|H|--generic|linkUp", "are for -v 1 traps"},
+      {"trap|H|-v|1|--specific|65536", "bad --specific '65536' (0 to 65535)"},
+      {"trap|H|-v|1|O|Counter64|5", "A version 1 trap cannot carry a Counter64 value"},
+      {"trap|H|-v|1|.1.3.6.1.2.1.1.3.0|Timeticks|5|.1.3.6.1.6.3.1.1.4.1.0|Object Identifier|.1.3",
        "carries sysUpTime.0 and snmpTrapOID.0 in its own fields"},
-      {{"get", "127.0.0.1", "-p", port, "1.3.6.4294967296"},
-       "bad OID '1.3.6.4294967296' (each number at most 4294967295)"},
-      {{"walk", "127.0.0.1", "-p", port, "1.40"}, "bad OID '1.40' (first number 0, 1 or 2"},
-      {{"sweep", "10.0.0.1"}, "sweep: missing END"},
-      {{"sweep", "10.0.0.1", "10.0.0.256"}, "bad END '10.0.0.256'"},
-      {{"sweep", "10.0.0.x", "10.0.0.2"}, "bad START '10.0.0.x'"},
-      {{"walk", "127.0.0.1", "-p", port, ".1.3", ".1.4"}, "unexpected argument '.1.4'"},
-      {{"walk", "127.0.0.1", "-p", port, "--bulk", "0"}, "bad --bulk '0'"},
-      {{"trap", "127.0.0.1", "-p", port, "--trap-oid", "1.3."}, "bad --trap-oid '1.3.'"},
-      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--trap-oid", ".1.3"}, "for -v 2c traps"},
-      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--enterprise", "x"}, "bad --enterprise 'x'"},
-      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--agent-address", "10.0.0"},
-       "bad --agent-address '10.0.0'"},
-      {{"trap", "127.0.0.1", "-p", port, "-v", "1", "--generic", "linkSideways"},
-       "bad --generic 'linkSideways'"},
-      {{"ping", "--pcapng", "x.pcapng", "127.0.0.1"}, "ping: option --pcapng does not apply"},
-      {{"get", "127.0.0.1", "-p", port, oid, "--pcapng"}, "--pcapng needs FILE"},
+      {"get|H|1.3.6.4294967296", "bad OID '1.3.6.4294967296' (each number at most 4294967295)"},
+      {"walk|H|1.40", "bad OID '1.40' (first number 0, 1 or 2"},
+      {"sweep|10.0.0.1", "sweep: missing END"},
+      {"sweep|10.0.0.1|10.0.0.256", "bad END '10.0.0.256'"},
+      {"sweep|10.0.0.x|10.0.0.2", "bad START '10.0.0.x'"},
+      {"walk|H|.1.3|.1.4", "unexpected argument '.1.4'"},
+      {"walk|H|--bulk|0", "bad --bulk '0'"},
+      {"trap|H|--trap-oid|1.3.", "bad --trap-oid '1.3.'"},
+      {"trap|H|-v|1|--trap-oid|.1.3", "for -v 2c traps"},
+      {"trap|H|-v|1|--enterprise|x", "bad --enterprise 'x'"},
+      {"trap|H|-v|1|--agent-address|10.0.0", "bad --agent-address '10.0.0'"},
+      {"trap|H|-v|1|--generic|linkSideways", "bad --generic 'linkSideways'"},
+      {"ping|--pcapng|x.pcapng|127.0.0.1", "ping: option --pcapng does not apply"},
+      {"get|H|O|--pcapng", "--pcapng needs FILE"},
   };
   // A file that cannot be made is found out before anything goes, and the reason is said.
   testing_support::SmallFileSystem read_only(true);
@@ -115,14 +94,19 @@ TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
   if (read_only.Why().empty())
     files.emplace_back(read_only / "f", "Read-only file system");
   for (const auto& [path, reason] : files) {
-    for (const char* option : {"--log", "--pcapng"})
-      cases.push_back({{"walk", "127.0.0.1", "-p", port, option, path},
-                       "unable to write " + path + ": " + reason,
-                       4});
+    for (const char* option : {"|--log|", "|--pcapng|"})
+      cases.push_back({"walk|H"s + option + path, "unable to write " + path + ": " + reason, 4});
   }
   Cli cli;
   for (const Case& c : cases) {
-    const ProcessResult r = cli.Run(c.args);
+    std::vector<std::string> args;
+    for (const std::string& a : sondara_test::Args(c.args)) {
+      if (a == "H")
+        args.insert(args.end(), {"127.0.0.1", "-p", std::to_string(agent.Port())});
+      else if (!a.empty())
+        args.push_back(a == "O" ? ".1.3.6.1.2.1.1.4.0" : a);
+    }
+    const ProcessResult r = cli.Run(args);
     EXPECT_EQ(r.status, c.status) << c.says;
     EXPECT_EQ(r.out, "") << c.says;
     EXPECT_EQ(r.err.rfind("sondara-cli: ", 0), 0U) << r.err;
@@ -153,44 +137,20 @@ TEST(CliUsage, OutputFilesThatCannotBeFinishedKeepTheOldOnes) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(fs / ""), {}), 3);
 }
 
-// Ctrl+C ends a get at once: its old log stays and no temporary file is left.
-// Ctrl+C ends a Get's wait at once, however long its time-out (15 s here, longer than the
-// test waits for the process), and the log of what was sent replaces the old one.
-TEST(CliUsage, CtrlCDuringAGetStopsItsWaitAndWritesTheLog) {
-  sondara_test::TempFolder dir;
-  sondara_test::WriteFile(dir / "get.log", "old log");
-  FakeAgent agent(Silent());
-  Cli cli;
-  const auto get = cli.Start({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "15000",
-                              "--log", dir / "get.log", ".1.3.6.1.2.1.1.4.0"});
-  WaitUntil([&] { return !agent.Received().empty(); }, std::chrono::seconds(10));
-  get->Signal(SIGINT);
-  EXPECT_EQ(get->Wait(10000).status, 130);
-  EXPECT_NE(sondara_test::ReadFile(dir / "get.log"), "old log");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
-  EXPECT_EQ(agent.Received().size(), 1U);  // no retry after the stop
-}
-
+// Read as the window reads them: stored 0 retries are 0, text is the default 3.
 TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
   FakeAgent agent(Silent());
   Cli cli;
-  cli.WriteNetworkSettings("RequestTimeoutMS=150\nRetries=2\n");
-  const std::vector<std::string> get = {"get", "127.0.0.1", "-p", std::to_string(agent.Port()),
-                                        ".1.3.6.1.2.1.1.5.0"};
-  EXPECT_EQ(cli.Run(get).status, 3);
-  EXPECT_EQ(agent.Received().size(), 3U);  // the first try and two retries
-
-  std::vector<std::string> once = get;
-  once.insert(once.end(), {"-r", "0"});
-  EXPECT_EQ(cli.Run(once).status, 3);
-  const auto received = agent.Received();
-  ASSERT_EQ(received.size(), 4U);
-  EXPECT_EQ(received[3].bytes, received[0].bytes);
-  // Read as the window reads them: stored 0 retries are 0, text is the default 3.
-  for (const auto& [retries, sent] : {std::pair{"0", 5U}, {"abc", 9U}}) {
+  std::size_t sent = 0;
+  for (const auto& [retries, option, tries] :
+       {std::tuple{"2", "", 3U}, {"2", "-r0", 1U}, {"0", "", 1U}, {"abc", "", 4U}}) {
     cli.WriteNetworkSettings("RequestTimeoutMS=150\nRetries=" + std::string(retries) + "\n");
+    std::vector<std::string> get = {"get", "127.0.0.1", "-p", std::to_string(agent.Port()),
+                                    ".1.3.6.1.2.1.1.5.0"};
+    if (*option != '\0')
+      get.push_back(option);
     EXPECT_EQ(cli.Run(get).status, 3);
-    EXPECT_EQ(agent.Received().size(), sent) << retries;
+    EXPECT_EQ(agent.Received().size(), sent += tries) << retries << option;
   }
 }
 
@@ -198,8 +158,6 @@ TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
 // other bytes: text escapes it, json gives an OCTET STRING's bytes beside its text (and no other
 // type's), csv disarms a formula.
 TEST(CliUsage, DeviceTextIsEscapedOnTheTerminalAndItsBytesGivenInJson) {
-  // "ok\rEVIL\t\\" U+202E "x" U+2066 "\n" and a final zero; the bytes DE AD BE EF; the text "de ad
-  // be ef"; a formula.
   const Bytes binds = Cat(
       {VarBind(Hex("2b 06 01 02 01 01 04 00"),
                Tlv(0x04, Hex("6f 6b 0d 45 56 49 4c 09 5c e2 80 ae 78 e2 81 a6 0a 00"))),
@@ -244,85 +202,86 @@ TEST(CliUsage, DeviceTextIsEscapedOnTheTerminalAndItsBytesGivenInJson) {
             ".1.3.6.1.2.1.1.2.0,Object Identifier,\".1.3.6.1.4.1.8072.3.2.10\",\n"s);
 }
 
-TEST(CliUsage, CtrlCStopsAWalkThatPrintsWhatItFoundThenTheStoppedLine) {
-  // Object n is .1.3.6.1.2.1.1.9.1.3.n = "object n"; the fifth request is never answered, and
-  // its 15 s time-out would outlast the test's wait for the process: only a stop that wakes the
-  // wait ends it in time.
+// Ctrl+C wakes the wait however long its time-out (15 s, longer than the test waits for the
+// process): a walk prints what it found, then the stopped line; the files replace the old ones.
+TEST(CliUsage, CtrlCStopsTheWaitOfAWalkOrAGetAndTheirFilesAreWritten) {
+  // Object n is .1.3.6.1.2.1.1.9.1.3.n = "object n"; from the fifth request on, silence.
   FakeAgent agent([](const FakeAgent::Datagram& d, int n) {
     const auto index = static_cast<std::uint8_t>(n + 1);
-    const Bytes oid = Cat({Hex("2b 06 01 02 01 01 09 01 03"), Bytes{index}});
     if (index > 4)
       return std::vector<FakeAgent::Reply>{};
+    const Bytes oid = Cat({Hex("2b 06 01 02 01 01 09 01 03"), Bytes{index}});
     return std::vector<FakeAgent::Reply>{
         {Response(1, "getcom", ReadRequestFields(d.bytes).id, 0, 0,
                   VarBind(oid, Str("object " + std::to_string(index))))}};
   });
+  sondara_test::TempFolder dir;
+  sondara_test::WriteFile(dir / "get.log", "old log");
   Cli cli;
-  sondara_test::TempFolder dir;  // the capture is put in place at the stop as well
-  const auto walk = cli.Start({"walk", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t",
-                               "15000", ".1.3.6.1.2.1.1.9", "--pcapng", dir / "walk.pcapng"});
-  WaitUntil([&] { return agent.Received().size() >= 5; }, std::chrono::seconds(10));
-  walk->Signal(SIGINT);
-  const ProcessResult r = walk->Wait(10000);
-  EXPECT_EQ(r.status, 130) << r.out;
-
+  const auto stopped = [&](std::vector<std::string> args, std::size_t requests) {
+    args.insert(args.begin() + 1, {"127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "15000"});
+    const auto run = cli.Start(args);
+    WaitUntil([&] { return agent.Received().size() >= requests; }, std::chrono::seconds(10));
+    run->Signal(SIGINT);
+    const ProcessResult r = run->Wait(10000);
+    EXPECT_EQ(r.status, 130) << r.out;
+    EXPECT_EQ(agent.Received().size(), requests);  // no retry after the stop
+    return r.out;
+  };
   // Standard error is mixed in: the objects come before the line that ends the walk.
-  const std::vector<std::string> lines = sondara_test::Lines(r.out);
-  ASSERT_EQ(lines.size(), 6U) << r.out;
-  EXPECT_EQ(lines.front(), "sondara-cli: walkMIB started.");
-  for (std::size_t i = 1; i <= 4; ++i) {
-    EXPECT_EQ(lines[i], ".1.3.6.1.2.1.1.9.1.3." + std::to_string(i) + " = Octet String: object " +
-                            std::to_string(i));
-  }
-  EXPECT_EQ(lines.back(), "sondara-cli: walkMIB stopped. No. of OIDs found: '4'.");
-  EXPECT_EQ(agent.Received().size(), 5U);  // no retry after the stop
-  const std::string capture = sondara_test::ReadFile(dir / "walk.pcapng");
-  EXPECT_NE(capture.find("object 4"), std::string::npos);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
+  std::string walked = "sondara-cli: walkMIB started.\n";
+  for (int i = 1; i <= 4; ++i)
+    walked += ".1.3.6.1.2.1.1.9.1.3." + std::to_string(i) + " = Octet String: object " +
+              std::to_string(i) + "\n";
+  EXPECT_EQ(stopped({"walk", ".1.3.6.1.2.1.1.9", "--pcapng", dir / "walk.pcapng"}, 5),
+            walked + "sondara-cli: walkMIB stopped. No. of OIDs found: '4'.\n");
+  EXPECT_NE(sondara_test::ReadFile(dir / "walk.pcapng").find("object 4"), std::string::npos);
+  stopped({"get", "--log", dir / "get.log", ".1.3.6.1.2.1.1.4.0"}, 6);
+  EXPECT_NE(sondara_test::ReadFile(dir / "get.log"), "old log");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 2);
 }
 
-TEST(CliUsage, AWalkThatFailsSaysHowByItsStatus) {
-  const Bytes system = Hex("2b 06 01 02 01 01 01 00");  // sysDescr.0
+// An agent error exits 1 (its line names the binding the index points at), silence 3, an answer
+// that does not move a walk on 4.
+TEST(CliUsage, AFailureSaysHowByItsStatus) {
   struct Case {
-    std::string what;
-    std::uint32_t error_status;  // answered with this status and sysDescr.0
+    std::string args;
+    std::uint32_t error_status;  // answered with this status and sysDescr.0, unless silent
     bool silent;
     int exit_status;
     std::string line;
   };
-  const std::vector<Case> cases = {
-      {"genErr", 5, false, 1, "Error Code:5, Error Index:1."},
-      {"silence", 0, true, 3, "Timed out while waiting for response from remote host"},
-      // The second answer names sysDescr.0 again: the walk would go round in circles.
-      {"no progress", 0, false, 4, "'.1.3.6.1.2.1.1.1.0'"},
-  };
-  for (const Case& c : cases) {
+  for (const Case& c : std::vector<Case>{
+           {"walk|.1.3.6.1.2.1.1", 5, false, 1, "walkMIB failed. No. of OIDs found: '0'"},
+           {"walk|.1.3.6.1.2.1.1", 0, true, 3, "Timed out while waiting for response"},
+           {"walk|.1.3.6.1.2.1.1", 0, false, 4, "'.1.3.6.1.2.1.1.1.0'"},
+           {"set|.1.3.6.1.2.1.1.1.0|Octet String|x", 17, false, 1,
+            "Set request failed for OID '.1.3.6.1.2.1.1.1.0'. Error Code:17"}}) {
     FakeAgent agent([&](const FakeAgent::Datagram& d, int) {
       if (c.silent)
         return std::vector<FakeAgent::Reply>{};
+      const ReadRequest request = ReadRequestFields(d.bytes);
       return std::vector<FakeAgent::Reply>{
-          {Response(1, "getcom", ReadRequestFields(d.bytes).id, c.error_status,
-                    c.error_status != 0 ? 1 : 0, VarBind(system, Str("x")))}};
+          {Response(1, request.community, request.id, c.error_status, c.error_status != 0 ? 1 : 0,
+                    VarBind(Hex("2b 06 01 02 01 01 01 00"), Str("x")))}};
     });
-    const ProcessResult r = Cli().Run({"walk", "127.0.0.1", "-p", std::to_string(agent.Port()),
-                                       "-t", "200", "-r", "0", ".1.3.6.1.2.1.1"});
-    EXPECT_EQ(r.status, c.exit_status) << c.what << "\n" << r.err;
-    EXPECT_NE(r.err.find(c.line), std::string::npos) << c.what << "\n" << r.err;
-    EXPECT_NE(r.err.find("sondara-cli: walkMIB failed. No. of OIDs found: '"), std::string::npos)
-        << r.err;
+    std::vector<std::string> args = sondara_test::Args(c.args);
+    args.insert(args.begin() + 1,
+                {"127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "200", "-r", "0"});
+    const ProcessResult r = Cli().Run(args);
+    EXPECT_EQ(r.status, c.exit_status) << r.err;
+    EXPECT_NE(r.err.find(c.line), std::string::npos) << r.err;
   }
 }
 
+// On a command, only the options it takes.
 TEST(CliUsage, HelpDescribesEveryCommand) {
   Cli cli;
-  const ProcessResult help = cli.Run({"--help"});
-  EXPECT_EQ(help.status, 0);
+  const ProcessResult help = cli.Run({"--help"}), walk = cli.Run({"walk", "--help"});
+  EXPECT_EQ(help.status + walk.status, 0);
   for (const char* synopsis : {"get HOST OID...", "getnext HOST OID...", "set HOST OID TYPE VALUE",
                                "walk HOST [OID]", "trap HOST", "ping HOST", "sweep START END"})
     EXPECT_NE(help.out.find(synopsis), std::string::npos) << synopsis;
-  // On a command, only the options it takes.
-  const ProcessResult walk = cli.Run({"walk", "--help"});
-  EXPECT_EQ(walk.status, 0);
   EXPECT_EQ(walk.out.rfind("Usage: sondara-cli walk HOST [OID] [--bulk N]", 0), 0U) << walk.out;
   EXPECT_EQ(walk.out.find("--trap-oid"), std::string::npos);
 }

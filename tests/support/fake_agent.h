@@ -1,7 +1,6 @@
-// A scripted SNMP agent on 127.0.0.1 or ::1: records every datagram it gets and answers as the
-// script says (nothing, late, twice, from another port, any bytes), from its own thread. The
-// replies are bytes the test wrote (support/ber_builder.h, hex), never the product's encoding.
-// It can also flood whoever sent to it last, from a thread of its own.
+// A scripted SNMP agent on 127.0.0.1 or ::1 that records every datagram and answers from its own
+// thread as the script says (nothing, late, twice, from another port, any bytes the test wrote,
+// never the product's encoding); it can also flood whoever sent to it last.
 #pragma once
 
 #include <netinet/in.h>
@@ -22,12 +21,10 @@ namespace testing_support {
 
 class FakeAgent {
  public:
-  using Clock = std::chrono::steady_clock;
   struct Datagram {
     std::vector<std::uint8_t> bytes;
     sockaddr_storage from{};
     socklen_t from_len = sizeof from;
-    Clock::time_point at;
   };
   struct Reply {
     std::vector<std::uint8_t> bytes;
@@ -74,10 +71,9 @@ class FakeAgent {
           const sockaddr_storage to = last.from;
           const socklen_t to_len = last.from_len;
           lock.unlock();
-          for (const Reply& r : datagrams) {
+          for (const Reply& r : datagrams)
             ::sendto(r.from_other_port ? other_ : main_, r.bytes.data(), r.bytes.size(), 0,
                      reinterpret_cast<const sockaddr*>(&to), to_len);
-          }
         } else {
           lock.unlock();
         }
@@ -111,13 +107,13 @@ class FakeAgent {
       if (n < 0)
         continue;
       d.bytes.resize(static_cast<std::size_t>(n));
-      d.at = Clock::now();
+      const auto at = std::chrono::steady_clock::now();
       std::unique_lock lock(mutex_);
       received_.push_back(d);
       const int index = static_cast<int>(received_.size()) - 1;
       lock.unlock();
       for (const auto& r : script_(d, index)) {
-        std::this_thread::sleep_until(d.at + std::chrono::milliseconds(r.delay_ms));
+        std::this_thread::sleep_until(at + std::chrono::milliseconds(r.delay_ms));
         ::sendto(r.from_other_port ? other_ : main_, r.bytes.data(), r.bytes.size(), 0,
                  reinterpret_cast<const sockaddr*>(&d.from), d.from_len);
         ++replies_sent_;

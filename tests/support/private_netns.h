@@ -1,8 +1,6 @@
-// Runs body() in a forked child inside a fresh network namespace (needs root) holding only lo
-// and d0, an interface that swallows everything (dummy, else ifb) with 198.18.0.1/24 and
-// 2001:db8:18::1/64: addresses there stay silent and no packet leaves the machine. Extra /32
-// addresses added on d0 are the namespace's own and answer pings; a hosts file mounted over
-// /etc/hosts in a private mount namespace gives them names.
+// A fresh network namespace (needs root) holding only lo and d0, an interface that swallows
+// everything (dummy, else ifb) with 198.18.0.1/24 and 2001:db8:18::1/64: addresses there stay
+// silent and no packet leaves the machine; /32 addresses added on d0 answer pings.
 #pragma once
 
 #include <sched.h>
@@ -29,9 +27,8 @@ struct NetnsRun {
   std::string output;
 };
 
-// Moves the calling process into a fresh network namespace with lo and d0 as above: 0 when
-// done, else kNoNetns (no permission) or another non-zero code, with the reason in `why`. A
-// process that is still single-threaded may call it for itself (a test's main before Qt starts).
+// Moves the calling process (still single-threaded) into the namespace: 0 when done, else
+// kNoNetns (no permission) or another code, with the reason in `why`.
 inline int EnterPrivateNetns(std::string& why) {
   if (::unshare(CLONE_NEWNET) != 0) {
     why = "cannot create a network namespace (needs root)";
@@ -55,8 +52,7 @@ inline bool AddAnsweringAddresses(const std::vector<std::string>& addresses) {
   return true;
 }
 
-// Gives the calling process a private mount namespace in which /etc/hosts reads `content`, so
-// reverse lookups find the names a test chose. Empty when done, else why not.
+// A private mount namespace in which /etc/hosts reads `content`: empty when done, else why not.
 inline std::string UseHostsFile(const std::string& content) {
   if (::unshare(CLONE_NEWNS) != 0)
     return "cannot create a mount namespace (needs root)";
@@ -73,8 +69,8 @@ inline std::string UseHostsFile(const std::string& content) {
   return mounted ? std::string() : "cannot mount the hosts file over /etc/hosts";
 }
 
-// The kernel's count of echoes sent in this namespace. /proc/net/snmp6 has "Icmp6OutEchos <n>";
-// /proc/net/snmp has an "Icmp:" line of names followed by an "Icmp:" line of values.
+// The kernel's count of echoes sent: "Icmp6OutEchos <n>" in /proc/net/snmp6; in /proc/net/snmp
+// an "Icmp:" line of names, then one of values.
 inline long EchoesSent(bool v6) {
   std::ifstream in(v6 ? "/proc/net/snmp6" : "/proc/net/snmp");
   const std::vector<std::string> t{std::istream_iterator<std::string>(in), {}};
@@ -87,6 +83,7 @@ inline long EchoesSent(bool v6) {
   return value < t.size() ? std::stol(t[value]) : -1;
 }
 
+// Runs body() in a forked child inside the namespace.
 inline NetnsRun RunInPrivateNetns(const std::function<std::string()>& body) {
   int fds[2];
   if (::pipe(fds) != 0)
@@ -116,8 +113,7 @@ inline NetnsRun RunInPrivateNetns(const std::function<std::string()>& body) {
 
 }  // namespace testing_support
 
-// In a GoogleTest body: skips the test when no namespace can be made, stops it when the body
-// in the namespace failed.
+// Skips the test when no namespace can be made; fails it when the body failed.
 #define SONDARA_REQUIRE_NETNS(run)               \
   do {                                           \
     if ((run).code == testing_support::kNoNetns) \

@@ -1,5 +1,5 @@
-// A tmpfs of 1 MB mounted on a folder of the test's own and unmounted again: a disk that fills
-// up (or a read-only one) without touching the machine's. Mounting needs root; Why() says so.
+// A 1 MB tmpfs on a folder of the test's own: a disk that fills up (or a read-only one) without
+// touching the machine's. Mounting needs root; Why() says so.
 #pragma once
 
 #include <sys/mount.h>
@@ -42,7 +42,6 @@ class SmallFileSystem {
   SmallFileSystem(const SmallFileSystem&) = delete;
   SmallFileSystem& operator=(const SmallFileSystem&) = delete;
 
-  // Empty when the file system is ready; else why the test must skip.
   const std::string& Why() const { return why_; }
   std::string operator/(const std::string& name) const { return dir_ / name; }
 

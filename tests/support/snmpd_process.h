@@ -37,24 +37,18 @@ class NetSnmpDaemon {
     std::filesystem::remove_all(folder_, ec);
   }
   std::uint16_t Port() const { return port_; }
-  const std::string& Folder() const { return folder_; }
 
-  // A UDP port on 127.0.0.1 that nobody used a moment ago.
-  static std::uint16_t FreeUdpPort() {
+ protected:
+  // Makes the folder and picks a UDP port on 127.0.0.1 that nobody used a moment ago.
+  bool Prepare(const std::string& name) {
+    folder_ = (std::filesystem::temp_directory_path() / ("sondara-" + name + "-XXXXXX")).string();
     const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in a{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
     socklen_t len = sizeof a;
     ::bind(fd, reinterpret_cast<sockaddr*>(&a), len);
     ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
     ::close(fd);
-    return ntohs(a.sin_port);
-  }
-
- protected:
-  // Makes the folder and picks the port.
-  bool Prepare(const std::string& name) {
-    folder_ = (std::filesystem::temp_directory_path() / ("sondara-" + name + "-XXXXXX")).string();
-    port_ = FreeUdpPort();
+    port_ = ntohs(a.sin_port);
     return ::mkdtemp(folder_.data()) != nullptr;
   }
   std::string Endpoint() const { return "udp:127.0.0.1:" + std::to_string(port_); }
@@ -81,20 +75,16 @@ class NetSnmpDaemon {
     }
     return pid_ > 0;
   }
-  bool Exited() {
-    if (::waitpid(pid_, nullptr, WNOHANG) != pid_)
-      return false;
-    pid_ = -1;
-    return true;
-  }
   // Empty once the daemon's socket is bound to 127.0.0.1 and the port, as the kernel lists
   // them (datagrams sent from then on wait for it), else why not within `seconds`.
-  std::string WaitUntilBound(const std::string& name, int seconds = 5) {
+  std::string WaitUntilBound(const std::string& name, int seconds = 30) {
     char bound[32];
     std::snprintf(bound, sizeof bound, "0100007F:%04X", port_);
     for (int i = 0; i < seconds * 20; ++i) {
-      if (Exited())
+      if (::waitpid(pid_, nullptr, WNOHANG) == pid_) {
+        pid_ = -1;
         return name + " exited (is " + name + " installed?); see " + folder_;
+      }
       std::ifstream udp("/proc/net/udp");
       for (std::string line; std::getline(udp, line);) {
         if (line.find(bound) != std::string::npos)

@@ -14,9 +14,8 @@
 
 namespace testing_support {
 
-// The engine ID our traps go out from, as snmptrapd's createUser -e wants it, worked out by
-// hand: RFC 3411 text format under enterprise 59871 (80 00 e9 df 04), then "sondara@" and the
-// host name, 27 bytes at most.
+// The engine ID our traps go out from, for snmptrapd's createUser -e, by hand: RFC 3411 text
+// format under enterprise 59871 (80 00 e9 df 04), "sondara@" and the host name, 27 bytes at most.
 inline std::string OurEngineIdHex() {
   char host[256] = {};
   ::gethostname(host, sizeof host - 1);
@@ -61,7 +60,6 @@ class SnmptrapdProcess : public NetSnmpDaemon {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
   }
-  // The same, each split into its fields.
   std::vector<std::vector<std::string>> TrapFields(std::size_t count) const {
     std::vector<std::vector<std::string>> traps;
     for (const std::string& line : Traps(count)) {
