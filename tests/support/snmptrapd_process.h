@@ -1,4 +1,5 @@
-// A real net-snmp snmptrapd accepting every community and writing each trap as one line:
+// A real net-snmp snmptrapd accepting every community (unless told otherwise) and writing each
+// trap as one line:
 //   enterprise ~ agent address ~ generic ~ .specific ~ time stamp ~ varbind ~ varbind ...
 // each varbind "OID = TYPE: value" with numeric OIDs; a v2c trap starts ". ~ 0.0.0.0 ~ 0 ~ 0 ~ 0".
 #pragma once
@@ -30,13 +31,14 @@ inline std::string OurEngineIdHex() {
 
 class SnmptrapdProcess : public NetSnmpDaemon {
  public:
-  // Empty when it started; otherwise why not. `extra_conf` adds snmptrapd.conf lines.
-  std::string Start(const std::string& extra_conf = "") {
+  // Empty when it started; otherwise why not. `extra_conf` adds snmptrapd.conf lines; without
+  // `accept_all` only what they authorise is written.
+  std::string Start(const std::string& extra_conf = "", bool accept_all = true) {
     if (!Prepare("snmptrapd"))
       return "no temporary folder";
     const std::string conf = folder_ + "/snmptrapd.conf";
     out_ = folder_ + "/traps.log";
-    std::ofstream(conf) << "disableAuthorization yes\n" << extra_conf;
+    std::ofstream(conf) << (accept_all ? "disableAuthorization yes\n" : "") << extra_conf;
     if (!Spawn({"/usr/sbin/snmptrapd", "-f", "-C", "-c", conf, "-m", "", "-On", "-Lf", out_, "-F",
                 "%V~%N~%a~%w~%q~%T~%v\n", Endpoint()},
                {"MIBS="}))
@@ -46,7 +48,7 @@ class SnmptrapdProcess : public NetSnmpDaemon {
 
   // The trap lines written so far, waiting up to `timeout` for at least `count` of them.
   std::vector<std::string> Traps(
-      std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(3)) const {
+      std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) const {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {
       std::vector<std::string> traps;
