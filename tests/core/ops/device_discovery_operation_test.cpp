@@ -1,6 +1,4 @@
-// Device discovery: real sweeps inside a private network namespace (answering /32 addresses,
-// names from a hosts file mounted over /etc/hosts), the checks, Stop and the results file; the
-// device limit through a stand-in probe.
+// Device discovery: real sweeps inside a private network namespace, the rest through a stand-in.
 #include "ops/device_discovery_operation.h"
 
 #include <arpa/inet.h>

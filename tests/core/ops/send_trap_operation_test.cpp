@@ -1,5 +1,5 @@
-// The trap operation: its checks, "Use &default", and v1 and v2c traps as a real snmptrapd
-// reads them (each trap one line: enterprise~agent~generic~.specific~timestamp~varbind...).
+// The trap operation against a real snmptrapd (each trap: enterprise, agent, generic, .specific,
+// timestamp, then the bindings).
 #include "ops/send_trap_operation.h"
 
 #include <gtest/gtest.h>

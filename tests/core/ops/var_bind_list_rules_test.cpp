@@ -1,6 +1,4 @@
-// The varbind editor's rules without its dialogs: the limit, the protected entries of a v2c
-// list, the selection after a delete, the checks of one binding and its value text, and the
-// fixed v2c entries.
+// The varbind editor's rules without its dialogs.
 #include "ops/var_bind_list_rules.h"
 
 #include <gtest/gtest.h>
