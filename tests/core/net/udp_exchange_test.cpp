@@ -17,6 +17,8 @@
 #include "support/hex_bytes.h"
 #include "support/recorders.h"
 #include "support/snmpd_process.h"
+#include "support/snmptrapd_process.h"
+#include "util/text.h"
 
 namespace {
 
@@ -500,4 +502,35 @@ TEST(SnmpRequester, Version3AnswerWhoseDigestDoesNotVerifyIsNotBelieved) {
               L"authentication password and protocol)");
     EXPECT_EQ(sink.Count(logs::kDirectionSent), 2U);
   }
+}
+
+// A v3 trap is encrypted: snmptrapd reads it with the user's privacy password alone (which user
+// and engine it comes from is the CLI trap test's).
+TEST(SnmpRequester, Version3TrapIsReadOnlyWithThePrivacyPassword) {
+  testing_support::SnmptrapdProcess trapd;
+  const std::string error = trapd.Start("createUser -e " + testing_support::OurEngineIdHex() +
+                                        " ops SHA ops-password AES ops-privacy\n");
+  ASSERT_TRUE(error.empty()) << error;
+  for (const std::string privacy : {"not-the-privacy", "ops-privacy"}) {
+    RecordingSink sink;
+    net::CSnmpRequester requester(L"127.0.0.1", trapd.Port(), Settings(0, 1000), L"sendTrap", sink);
+    snmp::usm::UserSecurity user;
+    user.user_name = "ops";
+    user.level = snmp::usm::SecurityLevel::kAuthPriv;
+    user.auth = snmp::usm::AuthProtocol::kSha1;
+    user.auth_password = "ops-password";
+    user.priv = snmp::usm::PrivProtocol::kAes128;
+    user.priv_password = privacy;
+    requester.SetSecurity(user);
+    snmp::CSNMPMessage trap(snmp::kSnmpVersion3, L"", snmp::kPduTrapV2);
+    trap.AddVarBind(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
+    trap.AddVarBind(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.1");
+    trap.AddVarBind(L".1.3.6.1.2.1.1.5.0", snmp::kTagOctetString,
+                    tvkutil::FromUtf8Lenient(privacy));
+    EXPECT_TRUE(requester.SendOnce(trap).Ok());
+  }
+  const std::vector<std::string> traps = trapd.Traps(2, std::chrono::seconds(2));
+  ASSERT_EQ(traps.size(), 1U);
+  EXPECT_NE(traps[0].find(".1.3.6.1.2.1.1.5.0 = STRING: \"ops-privacy\""), std::string::npos)
+      << traps[0];
 }
