@@ -310,7 +310,7 @@ TEST_F(SendTrap, DefaultSenderIpIsTheChosenAdapterElseTheFirstElseLoopback) {
 }
 
 // The settings file's side of this is the settings test's.
-TEST_F(SendTrap, VarBindNumTrapTypeAndHistoriesAreStoredForTheNextStartAFailedSendChangesNone) {
+TEST_F(SendTrap, VarBindNumTrapTypeAndHistoriesAreStoredUnlessTheSendFails) {
   snmp::CVarBindList list;
   list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42");
   app::SendTrapSettings stored;
