@@ -21,23 +21,22 @@ using logs::CDatagramStore;
 using logs::DatagramEnds;
 using testing_support::Hex;
 
-// A numeric address and port as a socket address.
-sockaddr_storage End(const char* address, std::uint16_t port) {
-  addrinfo hints{};
-  hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
-  hints.ai_socktype = SOCK_DGRAM;
-  addrinfo* found = nullptr;
-  sockaddr_storage end{};
-  if (::getaddrinfo(address, std::to_string(port).c_str(), &hints, &found) == 0) {
-    std::memcpy(&end, found->ai_addr, found->ai_addrlen);
-    ::freeaddrinfo(found);
-  }
-  return end;
-}
-
+// Numeric addresses and ports as the two ends of a datagram.
 DatagramEnds Ends(const char* local, std::uint16_t local_port, const char* remote,
                   std::uint16_t remote_port) {
-  return {End(local, local_port), End(remote, remote_port)};
+  const auto end_at = [](const char* address, std::uint16_t port) {
+    addrinfo hints{};
+    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
+    hints.ai_socktype = SOCK_DGRAM;
+    addrinfo* found = nullptr;
+    sockaddr_storage end{};
+    if (::getaddrinfo(address, std::to_string(port).c_str(), &hints, &found) == 0) {
+      std::memcpy(&end, found->ai_addr, found->ai_addrlen);
+      ::freeaddrinfo(found);
+    }
+    return end;
+  };
+  return {end_at(local, local_port), end_at(remote, remote_port)};
 }
 
 TEST(DatagramStore, KeepsTheNewestWithinCountAndMemoryAndForgetsOnReset) {

@@ -169,9 +169,7 @@ TEST(PolledList, ThePendingArrayDoublesAndKeepsItsCapacityForTheNextBurst) {
     // 1024, 2048 ... 131072 the first time; the same array again the second.
     EXPECT_EQ(capacities.size(), burst == 0 ? 8U : 1U);
     EXPECT_EQ(*capacities.rbegin(), 131072U);
-    const tvkutil::LogTickResult tick = queue.MovePending();
-    EXPECT_EQ(tick.appended, tvkutil::kMaxShownRows);
-    EXPECT_EQ(*queue.Shown(0), 100000 - 1024);
+    queue.MovePending();
     EXPECT_EQ(queue.PendingCount(), 0U);
   }
 }
@@ -192,8 +190,8 @@ TEST(PolledList, ATickKeepsAtMost1024Rows) {
     list.MovePending();
     add(c.arriving);
     const tvkutil::LogTickResult tick = list.MovePending();
-    EXPECT_EQ(tick.removed_front, c.removed) << c.before << '+' << c.arriving;
-    EXPECT_EQ(tick.appended, c.appended) << c.before << '+' << c.arriving;
+    EXPECT_EQ(std::pair(tick.removed_front, tick.appended), std::pair(c.removed, c.appended))
+        << c.before << '+' << c.arriving;
     ASSERT_EQ(list.ShownCount(), std::min<std::size_t>(c.before + c.arriving, 1024));
     EXPECT_EQ(*list.Shown(0), n - list.ShownCount());
   }

@@ -51,7 +51,7 @@ int FakeLookup(const char* node, const char*, const addrinfo* hints, addrinfo** 
 
 // Host names, dotted or not, are looked up; digits and dots, IPv6 addresses and texts that are
 // no RFC 1123 host name never are. IPv6 gets the chosen scope.
-TEST(AddressTest, OnlyNamesAreLookedUp) {
+TEST(AddressTest, OnlyNamesAreLookedUpAndAFailedLookupSaysWhy) {
   SetHostLookupForTesting(&FakeLookup);
   const std::wstring label63(63, L'a'),
       name253 = label63 + L'.' + label63 + L'.' + label63 + L'.' + std::wstring(61, L'b');
@@ -83,22 +83,18 @@ TEST(AddressTest, OnlyNamesAreLookedUp) {
   EXPECT_TRUE(ResolveIPv6Host(L"printer", 2, text));
   EXPECT_EQ(text, L"::1");  // only addresses that need a scope get one
   EXPECT_EQ(g_lookups, 1);
-  SetHostLookupForTesting(nullptr);
-}
 
-// A failed lookup's message names the host and the resolver's reason; the next resolve that
-// needs no lookup forgets it.
-TEST(AddressTest, AFailedLookupSaysWhy) {
-  SetHostLookupForTesting(&FakeLookup);
+  // A failed lookup's reason is told with its host; the next resolve that needs no lookup
+  // forgets it.
+  const auto failed = [](const wchar_t* host) {
+    return ExchangeFailureText(ExchangeResult::Thrown(kSnmpResolveError), host, false);
+  };
   std::uint32_t addr = 0;
   EXPECT_FALSE(ResolveIPv4Host(L"nosuch.example", addr));
-  EXPECT_EQ(
-      ExchangeFailureText(ExchangeResult::Thrown(kSnmpResolveError), L"nosuch.example", false),
-      L"Unable to resolve IPv4 host 'nosuch.example': " +
-          tvkutil::FromUtf8Lenient(::gai_strerror(EAI_NONAME)));
+  EXPECT_EQ(failed(L"nosuch.example"), L"Unable to resolve IPv4 host 'nosuch.example': " +
+                                           tvkutil::FromUtf8Lenient(::gai_strerror(EAI_NONAME)));
   EXPECT_FALSE(ResolveIPv4Host(L"10.0.0.300", addr));
-  EXPECT_EQ(ExchangeFailureText(ExchangeResult::Thrown(kSnmpResolveError), L"10.0.0.300", false),
-            L"Unable to resolve IPv4 host '10.0.0.300'");
+  EXPECT_EQ(failed(L"10.0.0.300"), L"Unable to resolve IPv4 host '10.0.0.300'");
   SetHostLookupForTesting(nullptr);
 }
 

@@ -1,6 +1,4 @@
-// ICMP echo inside a private network namespace: loopback and extra addresses answer, silent
-// addresses do not, refusing routes are told in words; the sweep's bookkeeping through a
-// scripted port (its matching of real answers is the device discovery's test).
+// ICMP echo inside a private network namespace; the sweep's bookkeeping through a scripted port.
 #include "net/icmp_echo.h"
 
 #include <arpa/inet.h>

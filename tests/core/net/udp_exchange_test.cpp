@@ -18,6 +18,7 @@
 #include "support/recorders.h"
 #include "support/snmpd_process.h"
 #include "support/snmptrapd_process.h"
+#include "util/text.h"
 
 namespace {
 
@@ -118,6 +119,7 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
     snmp::ResponseCheck result;
     long min_ms;         // how long the exchange must have waited at least
     std::size_t logged;  // datagrams received and logged: only the agent's
+    int retries = 0;
   } cases[] = {
       {"another community", {{GoodReply(7, "public")}}, kCommunityMismatch, 0, 1},
       // An answer to another request is waited past within the same try; with nothing else by
@@ -133,11 +135,13 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
        kOk,
        100,
        1},
+      // Taken while the retry waits: both tries go from the same socket.
+      {"an answer to the first try", {{GoodReply(), 400}}, kOk, 400, 1, 1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     const FakeAgent agent = Always(c.replies);
-    const Outcome o = RunGet(agent.Port(), Settings(0, 300));
+    const Outcome o = RunGet(agent.Port(), Settings(c.retries, 300));
     EXPECT_EQ(o.failure == Failure::kNone, o.result == kOk);
     EXPECT_EQ(o.result, c.result);
     EXPECT_GE(o.ms, c.min_ms - 10);
@@ -145,7 +149,7 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
       EXPECT_EQ(o.value, L"hello");
       EXPECT_EQ(o.bindings, 1);
     }
-    EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 1U);
+    EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 1U + c.retries);
     EXPECT_EQ(o.sink.Count(logs::kDirectionReceived), c.logged);
   }
 }
@@ -183,17 +187,6 @@ TEST(RequestExchange, AFloodNeverStretchesTheWait) {
       EXPECT_EQ(FromPort(got[i]), FromPort(got[0])) << i;
     }
   }
-}
-
-// An agent that always answers after 0.7 s is read with a 0.5 s time-out and one retry: the
-// answer to the first try arrives while the second waits, on the same socket, and is taken.
-TEST(RequestExchange, AnAnswerToAnEarlierTryIsTakenDuringALaterOne) {
-  const FakeAgent agent = Always({{GoodReply(), 700}});
-  const Outcome o = RunGet(agent.Port(), Settings(1, 500));
-  EXPECT_EQ(o.failure == Failure::kNone, o.result == kOk);
-  EXPECT_EQ(o.result, kOk);
-  EXPECT_EQ(o.value, L"hello");
-  EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 2U);
 }
 
 TEST(RequestExchange, EmptyOrTruncatedReplyIsJudgedAtOnceAndNeverCrashes) {
@@ -346,7 +339,6 @@ TEST(RequestExchange, EachFailureComesBackWithItsText) {
             L"Unable to resolve IPv4 host '::1': an IPv6 address needs Tools > Options > \"Use "
             L"IPv6\".");
   EXPECT_EQ(unresolved(L"::1", true), L"Unable to resolve IPv6 host '::1'");
-  EXPECT_EQ(unresolved(L"h", false), L"Unable to resolve IPv4 host 'h'");
 }
 
 // A socket never empty for 3 s: the stale datagrams drained before a send are bounded.
@@ -512,14 +504,14 @@ TEST(SnmpRequester, Version3AnswerWhoseDigestDoesNotVerifyIsNotBelieved) {
   }
 }
 
-// A v3 notification goes from this program's own engine (80 00 e9 df: enterprise 59871, then
-// text), which snmptrapd knows the user by; a wrong privacy password leaves it unread.
-TEST(SnmpRequester, Version3TrapIsReadByTheUserOfOurEngine) {
+// A v3 trap is encrypted: snmptrapd reads it with the user's privacy password alone (which user
+// and engine it comes from is the CLI trap test's).
+TEST(SnmpRequester, Version3TrapIsReadOnlyWithThePrivacyPassword) {
   testing_support::SnmptrapdProcess trapd;
   const std::string error = trapd.Start("createUser -e " + testing_support::OurEngineIdHex() +
                                         " ops SHA ops-password AES ops-privacy\n");
   ASSERT_TRUE(error.empty()) << error;
-  for (const char* privacy : {"not-the-privacy", "ops-privacy"}) {
+  for (const std::string privacy : {"not-the-privacy", "ops-privacy"}) {
     RecordingSink sink;
     net::CSnmpRequester requester(L"127.0.0.1", trapd.Port(), Settings(0, 1000), L"sendTrap", sink);
     snmp::usm::UserSecurity user;
@@ -531,13 +523,11 @@ TEST(SnmpRequester, Version3TrapIsReadByTheUserOfOurEngine) {
     user.priv_password = privacy;
     requester.SetSecurity(user);
     snmp::CSNMPMessage trap(snmp::kSnmpVersion3, L"", snmp::kPduTrapV2);
-    trap.SetRequestId(9);
     trap.AddVarBind(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
     trap.AddVarBind(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.1");
     trap.AddVarBind(L".1.3.6.1.2.1.1.5.0", snmp::kTagOctetString,
-                    std::wstring(privacy, privacy + std::strlen(privacy)));
+                    tvkutil::FromUtf8Lenient(privacy));
     EXPECT_TRUE(requester.SendOnce(trap).Ok());
-    EXPECT_EQ(sink.Count(logs::kDirectionSent), 1U);
   }
   const std::vector<std::string> traps = trapd.Traps(2, std::chrono::seconds(2));
   ASSERT_EQ(traps.size(), 1U);

@@ -1,6 +1,4 @@
-// Device discovery: real sweeps inside a private network namespace (answering /32 addresses,
-// names from a hosts file mounted over /etc/hosts), the checks, Stop and the results file; the
-// device limit through a stand-in probe.
+// Device discovery: real sweeps inside a private network namespace, the rest through a stand-in.
 #include "ops/device_discovery_operation.h"
 
 #include <arpa/inet.h>
@@ -158,7 +156,6 @@ TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
       {L"10.0.0.300", L"10.0.0.9", bad_start, warning, pages::kFieldStartIp},
       {L"0.0.0.0", L"", bad_start, warning, pages::kFieldStartIp},
       {L"10.0.0.1", L"255.255.255.255", bad_end, none, pages::kFieldEndIp},
-      {L"10.0.0.1", L"", bad_end, none, pages::kFieldEndIp},
       {L"10.0.0.9", L"10.0.0.1", L"", none, 0},
   };
   for (const auto& c : cases) {

@@ -1,5 +1,4 @@
-// The walk: checks, endings by version and agent, GetBulk with tooBig, stopping, the results
-// file, "&Get SysObjectID", and whole walks against a real snmpd compared with snmpwalk's.
+// The walk against scripted agents, and against a real snmpd compared with snmpwalk's.
 #include "ops/walk_mib_operation.h"
 
 #include <gtest/gtest.h>
