@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "net/snmp_requester.h"
+#include "snmp/message_tree.h"
+#include "snmp/usm_key_book.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
@@ -451,6 +453,22 @@ TEST(SnmpRequester, Version3DiscoversOnceAndFollowsTheAgentsClockAcrossARestart)
   EXPECT_EQ(sink.Count(logs::kDirectionSent), 5U);  // refused as out of time, then taken
   get(4);
   EXPECT_EQ(sink.Count(logs::kDirectionSent), 6U);
+  // The decoded view reads what went both ways with the keys the requester made: the Gets and
+  // their answers, before the restart and after it (same engine ID, same keys).
+  std::size_t decrypted = 0;
+  for (const RecordingSink::Entry& e : sink.entries) {
+    const snmp::MessageTree tree =
+        snmp::DecodeMessageTree(e.bytes, snmp::usm::DecryptWithRememberedKey);
+    if (tree.plaintext.empty())
+      continue;
+    ++decrypted;
+    EXPECT_EQ(tree.Damage(), nullptr);
+    EXPECT_TRUE(std::ranges::any_of(tree.nodes, [](const snmp::MessageNode& n) {
+      return n.decrypted && n.value == L".1.3.6.1.2.1.1.1.0";
+    }));
+  }
+  // Five Gets (one refused as out of time) and four answers; discovery and report go unencrypted.
+  EXPECT_EQ(decrypted, 9U);
 }
 
 // An agent that answers the discovery as RFC 3414 4 says, then answers the signed Get with a
