@@ -356,6 +356,11 @@ class AgentPagesTest : public QObject {
     QCOMPARE(asked, QStringList{"VarBind# ('3') leaves 1 of the 4 varbinds in the VarBind list "
                                 "out of the trap. Send it anyway?"});
     QCOMPARE(manager.Traps(2, std::chrono::milliseconds(200)).size(), std::size_t{1});
+    Combo(&page, "sendTrapVersion")->setCurrentText("1");  // a v1 list: the user's two alone
+    QTimer::singleShot(0, this,
+                       [] { qobject_cast<QDialog*>(QApplication::activeModalWidget())->accept(); });
+    Click(&page, "editVarBinds");
+    QCOMPARE(page.findChild<QLineEdit*>("varBindNum")->text(), QString("2"));
   }
 
  private:
