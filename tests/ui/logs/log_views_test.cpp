@@ -1,5 +1,5 @@
-// The log panes: lines from another thread, the row cap, Reset and Save from the menu, and the
-// decoded view of a selected message.
+// The log panes: the row cap, Reset and Save from the menu, the decoded view of a selected
+// message, and saves into a full disk.
 #include <QAbstractItemModelTester>
 #include <QDir>
 #include <QMenu>
@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "logs/log_entry_points.h"
@@ -25,7 +24,6 @@
 #include "ui/pages/device_discovery_page.h"
 #include "ui/pages/walk_mib_page.h"
 #include "ui/save_file_dialog.h"
-#include "util/string_table.h"
 
 namespace {
 
@@ -49,27 +47,12 @@ class LogViewsTest : public QObject {
     app_ = std::make_unique<app::CSondaraUtilityApp>(dir_ / "sondara.ini", dir_ / "profile.ini");
   }
 
-  void LinesFromAnotherThreadAppear() {
-    logs::CTransactionLogView transactions(*app_);
-    logs::CEventLogView events(*app_);
-    std::thread([] {
-      logs::LogEvent(tvkutil::ids::kDiscoveryStarted);
-      const std::vector<std::uint8_t> message(200, 0xab);  // rows of 86, 86 and 28 bytes
-      logs::LogTransaction(logs::kDirectionSent, L"Get", message.data(), message.size(), 0);
-    }).join();
-    QTRY_COMPARE_WITH_TIMEOUT(events.Table()->model()->rowCount(), 1, 1000);
-    QTRY_COMPARE_WITH_TIMEOUT(transactions.Table()->model()->rowCount(), 3, 1000);
-    QCOMPARE(Cell(transactions, 2, 2).toString(), QString());  // continuation rows: bytes only
-    QCOMPARE(Cell(transactions, 2, 3).toString(), QString("ab ").repeated(28));
-    QCOMPARE(Cell(transactions, 1, 3, Qt::ForegroundRole).value<QColor>(), QColor(Qt::white));
-    QCOMPARE(Cell(transactions, 1, 3, Qt::BackgroundRole).value<QColor>(), QColor(Qt::black));
-  }
-
+  // Past the 1024-row cap the oldest rows leave the model at the top; the menu's Save writes the
+  // log's file and says so after a Reset, with a line that was pending through the Reset.
   void CapResetAndSave() {
     logs::CEventLogView p(*app_);
     QAbstractItemModelTester tester(p.Table()->model(),
                                     QAbstractItemModelTester::FailureReportingMode::QtTest);
-    // Past the 1024-row cap the oldest rows leave the model at the top.
     for (int n = 1; n <= 1025; ++n) {
       p.AddEvent(L"line " + std::to_wstring(n));
       if (n >= 1024)
@@ -79,21 +62,17 @@ class LogViewsTest : public QObject {
     QCOMPARE(Cell(p, 0, 2).toString(), QStringLiteral("line 2"));
 
     const auto menu = p.BuildContextMenu();
-    QCOMPARE(menu->actions().size(), 2);
-    QCOMPARE(menu->actions()[0]->text(), QStringLiteral("&Reset"));
-    QCOMPARE(menu->actions()[1]->text(), QStringLiteral("&Save"));
     const QString chosen = QString::fromStdString(dir_ / "saved.txt");
     app::SetSaveDialog(
         [&](QWidget*, const QString&, const QString&, const QString&) { return chosen; });
-    menu->actions()[1]->trigger();
+    menu->findChild<QAction*>("save")->trigger();
     QCOMPARE(sondara_test::ReadFile(chosen.toStdString()), p.Log().SavedFileBytes());
     app::SetSaveDialog({});
-
-    p.AddEvent(L"line 2000");  // pending through the reset, shown at the next tick
-    menu->actions()[0]->trigger();
+    p.AddEvent(L"line 2000");
+    menu->findChild<QAction*>("reset")->trigger();
     QCOMPARE(p.Table()->model()->rowCount(), 0);
     p.Tick();
-    QCOMPARE(Cell(p, 0, 2).toString(), "Saved to '" + chosen + "'.");  // the save said so
+    QCOMPARE(Cell(p, 0, 2).toString(), "Saved to '" + chosen + "'.");
     QCOMPARE(Cell(p, 1, 2).toString(), QStringLiteral("line 2000"));
   }
 
@@ -112,6 +91,8 @@ class LogViewsTest : public QObject {
     logs::LogDatagram(logs::kDirectionReceived, L"Get", broken, {});
     view.Tick();
     QCOMPARE(view.Table()->model()->rowCount(), 2);
+    QCOMPARE(Cell(view, 0, 3, Qt::ForegroundRole).value<QColor>(), QColor(Qt::white));
+    QCOMPARE(Cell(view, 0, 3, Qt::BackgroundRole).value<QColor>(), QColor(Qt::black));
 
     auto click_row = [&](int row) {
       const QModelIndex cell = view.Table()->model()->index(row, 3);
@@ -150,7 +131,6 @@ class LogViewsTest : public QObject {
     auto menu = view.BuildContextMenu();
     QAction* exported = menu->findChild<QAction*>("exportPcapng");
     QVERIFY(exported != nullptr && exported->isEnabled());
-    QCOMPARE(exported->text(), QString::fromWCharArray(L"Export as &pcapng\u2026"));
     const QString chosen = QString::fromStdString(dir_ / "log.pcapng");
     app::SetSaveDialog([&](QWidget*, const QString&, const QString& filter, const QString& suffix) {
       return filter == "pcapng Files (*.pcapng)" && suffix == "pcapng" ? chosen : QString();
