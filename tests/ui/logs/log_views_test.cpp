@@ -6,6 +6,7 @@
 #include <QPlainTextEdit>
 #include <QTableView>
 #include <QTest>
+#include <QTextBlock>
 #include <QTreeWidget>
 #include <cstdlib>
 #include <functional>
@@ -14,6 +15,7 @@
 
 #include "logs/log_entry_points.h"
 #include "settings/sondara_utility_app.h"
+#include "snmp/usm_key_book.h"
 #include "support/hex_bytes.h"
 #include "support/small_filesystem.h"
 #include "support/temp_folder.h"
@@ -122,6 +124,42 @@ class LogViewsTest : public QObject {
     QCOMPARE(tree->currentItem()->text(0),
              "Error at offset 40: 3 bytes after the end of the message");
     QCOMPARE(decoded->Highlighted(), (std::pair<std::uint32_t, std::uint32_t>(40, 3)));
+
+    // A v3 Get of user "bob", its scoped PDU DES-encrypted with a key this run remembers: its
+    // nodes highlight the plaintext's bytes, shown below the datagram's 8 lines and a title.
+    using testing_support::Hex;
+    const auto engine = Hex("80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81");
+    const auto key = Hex("526f5eed9fcce26f8964c2930787d82b");
+    const auto sealed = snmp::usm::Encrypt(
+        snmp::usm::PrivProtocol::kDes, key, 5, 123456, 0x05060708,
+        Hex("30 1f 04 00 04 00 a0 19 02 01 07 02 01 00 02 01 00 30 0e 30 0c 06 08 2b 06 01 02 01"
+            "01 01 00 05 00 07 07 07 07 07 07 07"));
+    QVERIFY(sealed.has_value());
+    snmp::usm::RememberPrivacyKey(engine, "bob", snmp::usm::PrivProtocol::kDes, key);
+    auto v3 =
+        Hex("30 78 02 01 03 30 11 02 04 00 00 30 39 02 03 00 ff e3 04 01 07 02 01 03 04 36 30 34 04"
+            "0d 80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81 02 01 05 02 03 01 e2 40 04 03 62 6f 62 04 0c"
+            "11 22 33 44 55 66 77 88 99 aa bb cc 04 08");
+    v3.insert(v3.end(), sealed->salt.begin(), sealed->salt.end());
+    v3.insert(v3.end(), {0x04, 0x28});
+    v3.insert(v3.end(), sealed->text.begin(), sealed->text.end());
+    logs::LogDatagram(logs::kDirectionSent, L"Get", v3, {});
+    view.Tick();
+    click_row(2);
+    QCOMPARE(tree->findItems("decrypted with the key of user 'bob'",
+                             Qt::MatchExactly | Qt::MatchRecursive)
+                 .size(),
+             1);
+    const auto id = tree->findItems("request-id", Qt::MatchExactly | Qt::MatchRecursive);
+    QCOMPARE(id.size(), 1);
+    QCOMPARE(id.front()->text(1), QStringLiteral("7"));
+    tree->setCurrentItem(id.front());
+    marked.clear();
+    for (const auto& mark : decoded->Bytes()->extraSelections()) {
+      marked << mark.cursor.selectedText();
+      QCOMPARE(mark.cursor.block().blockNumber(), 10);
+    }
+    QCOMPARE(marked, (QStringList{"02 01 07", "..."}));
 
     view.SetDecodedPaneEnabled(false);
     QVERIFY(decoded->isHidden());
