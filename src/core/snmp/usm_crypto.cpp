@@ -19,40 +19,17 @@ constexpr std::size_t kDesBlock = 8;
 
 // OpenSSL 3 looks an algorithm up by name on every use of EVP_sha256() and the like; fetched
 // once here, a walk's thousands of digests and ciphers skip that. Kept until exit.
-EVP_MD* Fetched(const char* name) {
-  return EVP_MD_fetch(nullptr, name, nullptr);
-}
-
 const EVP_MD* Md(AuthProtocol auth) {
-  switch (auth) {
-    case AuthProtocol::kMd5: {
-      static EVP_MD* const md = Fetched("MD5");
-      return md;
-    }
-    case AuthProtocol::kSha1: {
-      static EVP_MD* const md = Fetched("SHA1");
-      return md;
-    }
-    case AuthProtocol::kSha224: {
-      static EVP_MD* const md = Fetched("SHA224");
-      return md;
-    }
-    case AuthProtocol::kSha256: {
-      static EVP_MD* const md = Fetched("SHA256");
-      return md;
-    }
-    case AuthProtocol::kSha384: {
-      static EVP_MD* const md = Fetched("SHA384");
-      return md;
-    }
-    case AuthProtocol::kSha512: {
-      static EVP_MD* const md = Fetched("SHA512");
-      return md;
-    }
-    case AuthProtocol::kNone:
-      break;
-  }
-  return nullptr;
+  // In the order of AuthProtocol.
+  static const std::array<EVP_MD*, 7> mds = {nullptr,
+                                             EVP_MD_fetch(nullptr, "MD5", nullptr),
+                                             EVP_MD_fetch(nullptr, "SHA1", nullptr),
+                                             EVP_MD_fetch(nullptr, "SHA224", nullptr),
+                                             EVP_MD_fetch(nullptr, "SHA256", nullptr),
+                                             EVP_MD_fetch(nullptr, "SHA384", nullptr),
+                                             EVP_MD_fetch(nullptr, "SHA512", nullptr)};
+  const auto i = static_cast<std::size_t>(auth);
+  return i < mds.size() ? mds[i] : nullptr;
 }
 
 struct MacContextFree {
@@ -119,17 +96,14 @@ const EVP_CIPHER* Cipher(PrivProtocol priv) {
       }();
       return des;
     }
-    case PrivProtocol::kAes128: {
-      static EVP_CIPHER* const aes = EVP_CIPHER_fetch(nullptr, "AES-128-CFB", nullptr);
-      return aes;
-    }
-    case PrivProtocol::kAes192: {
-      static EVP_CIPHER* const aes = EVP_CIPHER_fetch(nullptr, "AES-192-CFB", nullptr);
-      return aes;
-    }
+    case PrivProtocol::kAes128:
+    case PrivProtocol::kAes192:
     case PrivProtocol::kAes256: {
-      static EVP_CIPHER* const aes = EVP_CIPHER_fetch(nullptr, "AES-256-CFB", nullptr);
-      return aes;
+      static const std::array<EVP_CIPHER*, 3> aes = {
+          EVP_CIPHER_fetch(nullptr, "AES-128-CFB", nullptr),
+          EVP_CIPHER_fetch(nullptr, "AES-192-CFB", nullptr),
+          EVP_CIPHER_fetch(nullptr, "AES-256-CFB", nullptr)};
+      return aes[static_cast<std::size_t>(priv) - static_cast<std::size_t>(PrivProtocol::kAes128)];
     }
     case PrivProtocol::kNone:
       break;
