@@ -122,6 +122,10 @@ def main():
             if not isinstance(oid, tuple) or not oid:
                 continue
             rows.append((oid, module, name, kind, symbol))
+    # An instance some module names (DISMAN-EXPRESSION-MIB's sysUpTimeInstance) would hide the
+    # object's own name, sysUpTime.0: objects are named, instances numbered.
+    objects = {r[0] for r in rows if r[3] in ("scalar", "column")}
+    rows = [r for r in rows if r[0][:-1] not in objects]
     rows.sort(key=lambda r: (r[0], r[1]))
     os.makedirs(out_dir, exist_ok=True)
     tab_path = os.path.join(out_dir, "builtin.tab")
