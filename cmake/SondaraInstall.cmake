@@ -19,6 +19,11 @@ if(TARGET sondara-cli)
   add_custom_target(sondara_manpage ALL DEPENDS ${manpage})
   install(FILES ${manpage} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
+# The standard MIB modules' table; the programs look in ../share/sondara/mibs from bin.
+if(SONDARA_HAVE_MIB_TABLE)
+  install(FILES ${SONDARA_MIB_TABLE_DIR}/builtin.tab ${SONDARA_MIB_TABLE_DIR}/builtin.desc
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/sondara/mibs)
+endif()
 # Help > Readme looks here when the readme is not beside the program.
 install(FILES docs/Sondara.txt DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/sondara)
 

@@ -27,7 +27,7 @@ struct CommandRun {
 constexpr CommandRun kRuns[] = {
     {"get", RunGet, true},     {"getnext", RunGetNext, true}, {"set", RunSet, true},
     {"walk", RunWalk, true},   {"trap", RunTrap, false},      {"ping", RunPing, true},
-    {"sweep", RunSweep, true},
+    {"sweep", RunSweep, true}, {"mib", RunMib, false},
 };
 
 // The network settings of the program's profile (read only: the command line never changes
@@ -127,7 +127,7 @@ int RunCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
     err << "sondara-cli: unable to write " << failed << "\n";
     return kExitFailure;  // as for any other failure before sending
   }
-  CResultPrinter printer(out, line.format);
+  CResultPrinter printer(out, line.format, !line.numeric);
   std::stop_source stop;
   CProgressLine progress(err, err_terminal);
   CliContext context{line, RequestSettings(line), transactions, printer, out,

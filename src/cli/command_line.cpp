@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "mib/mib_set.h"
 #include "net/address.h"
 #include "ops/operation_common.h"
 #include "settings/setting_rules.h"
@@ -29,10 +30,12 @@ enum class Shape {
   kHostOptionalBindings,  // HOST [OID TYPE VALUE]...
   kHost,                  // HOST
   kRange,                 // START END
+  kMib,                   // ACTION NAME|OID
 };
 
 constexpr unsigned kCommonOptions = kOptSnmpVersion | kOptCommunity | kOptPort | kOptTimeout |
-                                    kOptRetries | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng;
+                                    kOptRetries | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng |
+                                    kOptNumeric;
 constexpr unsigned kRequestOptions = kCommonOptions | kV3Options;
 
 struct CommandSpec {
@@ -43,7 +46,7 @@ struct CommandSpec {
   std::string_view description;
 };
 
-constexpr std::array<CommandSpec, 7> kCommands = {{
+constexpr std::array<CommandSpec, 8> kCommands = {{
     {"get", Shape::kHostOids, kRequestOptions, "get HOST OID...",
      "Reads the objects with one GetRequest and prints each binding of the answer."},
     {"getnext", Shape::kHostOids, kRequestOptions, "getnext HOST OID...",
@@ -82,6 +85,11 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "host name, as the Device Discovery page does. --fast sends without waiting for each\n"
      "answer and prints the devices in address order when the sweep ends. Ctrl+C stops the\n"
      "sweep: what was found is printed, then the stopped line, and the exit status is 130."},
+    {"mib", Shape::kMib, 0, "mib translate NAME|OID",
+     "Prints the object's name and number, as the programs find it in the standard MIB\n"
+     "modules built in, and what the module says of it: kind, syntax, access, status, units,\n"
+     "index, values and description. NAME is \"sysDescr.0\", \"IF-MIB::ifDescr.1\" or\n"
+     "\"ifDescr\"; exit status 2 for a name no module has."},
 }};
 
 struct OptionSpec {
@@ -92,7 +100,7 @@ struct OptionSpec {
   std::string_view help;
 };
 
-constexpr std::array<OptionSpec, 27> kOptions = {{
+constexpr std::array<OptionSpec, 28> kOptions = {{
     {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
@@ -112,6 +120,7 @@ constexpr std::array<OptionSpec, 27> kOptions = {{
     {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 0 to 65535"},
     {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
     {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
+    {'O', "output", kOptNumeric, "n", "-On: OIDs as numbers and values without MIB names"},
     {'u', "user", kOptUser, "USER", "v3: the user (needed with -v 3)"},
     {'l', "level", kOptLevel, "LEVEL", "v3: noAuthNoPriv (default), authNoPriv or authPriv"},
     {'a', "auth-protocol", kOptAuthProtocol, "PROTOCOL",
@@ -458,9 +467,9 @@ class CParser {
         line_.bulk = static_cast<int>(n);
         break;
       case kOptEnterprise:
-        if (!snmp::IsValidOidText(Wide(value)))
+        line_.enterprise = Numbers(value);
+        if (error_.empty() && !snmp::IsValidOidText(*line_.enterprise))
           error_ = BadOid("--enterprise", value);
-        line_.enterprise = Wide(value);
         break;
       case kOptAgentAddress:
         if (!net::IsValidIPv4Text(Wide(value)))
@@ -482,12 +491,17 @@ class CParser {
         line_.specific_trap = static_cast<std::uint32_t>(n);
         break;
       case kOptTrapOid:
-        if (!snmp::IsValidOidText(Wide(value)))
+        line_.trap_oid = Numbers(value);
+        if (error_.empty() && !snmp::IsValidOidText(*line_.trap_oid))
           error_ = BadOid("--trap-oid", value);
-        line_.trap_oid = Wide(value);
         break;
       case kOptFast:
         line_.fast = true;
+        break;
+      case kOptNumeric:
+        if (value != "n")
+          error_ = "bad -O " + Quoted(value) + " (n: OIDs as numbers)";
+        line_.numeric = true;
         break;
       default:
         ReadV3Option(o, value);
@@ -607,6 +621,18 @@ class CParser {
         error_ = "bad END " + Quoted(p[1]) + " (a dotted IPv4 address)";
       return;
     }
+    if (shape == Shape::kMib) {
+      if (p.empty() || p[0] != "translate")
+        error_ = p.empty() ? "missing ACTION (translate)"
+                           : "unknown action " + Quoted(p[0]) + " (translate)";
+      else if (p.size() < 2)
+        error_ = "missing NAME or OID";
+      else if (p.size() > 2)
+        error_ = "unexpected argument " + Quoted(p[2]);
+      else
+        line_.mib_action = p[0], line_.mib_subject = p[1];
+      return;
+    }
     if (p.empty() || p[0].empty()) {
       error_ = "missing HOST";
       return;
@@ -625,9 +651,11 @@ class CParser {
         else if (rest.size() > 1 && shape == Shape::kHostOptionalOid)
           error_ = "unexpected argument " + Quoted(rest[1]);
         for (const std::string& oid : rest) {
-          if (error_.empty() && !snmp::IsValidOidText(Wide(oid)))
+          if (!error_.empty())
+            break;
+          line_.oids.push_back(Numbers(oid));
+          if (error_.empty() && !snmp::IsValidOidText(line_.oids.back()))
             error_ = BadOid("OID", oid);
-          line_.oids.push_back(Wide(oid));
         }
         if (line_.oids.empty())
           line_.oids.push_back(L".1.3.6.1");
@@ -640,13 +668,17 @@ class CParser {
           TakeBinding(rest, i);
         break;
       case Shape::kRange:
+      case Shape::kMib:
         break;
     }
   }
 
   void TakeBinding(const std::vector<std::string>& rest, std::size_t i) {
     const std::string& oid = rest[i];
-    if (!snmp::IsValidOidText(Wide(oid))) {
+    const std::wstring numbers = Numbers(oid);
+    if (!error_.empty())
+      return;
+    if (!snmp::IsValidOidText(numbers)) {
       error_ = BadOid("OID", oid);
       return;
     }
@@ -661,13 +693,24 @@ class CParser {
       error_ = "unknown TYPE " + Quoted(type) + " (" + TypeList(line_.command) + ")";
       return;
     }
-    const std::wstring value = Wide(rest[i + 2]);
+    const std::wstring value = tag == snmp::kTagOid ? Numbers(rest[i + 2]) : Wide(rest[i + 2]);
+    if (!error_.empty())
+      return;
     if (!pages::IsValidValueText(tag, value)) {
       error_ = "value " + Quoted(rest[i + 2]) + " does not fit " +
                tvkutil::ToUtf8(snmp::TypeNameOfTag(tag));
       return;
     }
-    line_.bindings.push_back({Wide(oid), tag, value});
+    line_.bindings.push_back({numbers, tag, value});
+  }
+
+  // A typed OID as numbers; a name no module has is the command line's error.
+  std::wstring Numbers(std::string_view text) {
+    std::string why;
+    std::wstring numbers = OidOfName(text, why);
+    if (!why.empty())
+      error_ = why;
+    return numbers;
   }
 
   const std::vector<std::string>& args_;
@@ -755,6 +798,20 @@ ParseResult ParseCommandLine(const std::vector<std::string>& args) {
   return CParser(args).Run();
 }
 
+std::wstring OidOfName(std::string_view text, std::string& error) {
+  error.clear();
+  // Numbers go to the OID checks as typed, which name their faults more closely.
+  if (text.empty() || text.front() == '.' || (text.front() >= '0' && text.front() <= '9'))
+    return Wide(text);
+  mib::Arcs arcs;
+  if (!mib::CMibSet::Builtin().ToOid(text, arcs, error))
+    return {};
+  std::wstring out;
+  for (std::uint32_t arc : arcs)
+    out += L"." + std::to_wstring(arc);
+  return out;
+}
+
 bool IsCommand(std::string_view name) {
   return FindCommand(name) != nullptr;
 }
@@ -769,11 +826,14 @@ std::string ProgramHelp() {
     out += "  " + std::string(c.synopsis) + "\n";
   out += "\nOptions:\n" + OptionLines(~0u);
   out +=
-      "\nOutput: text prints \"OID = TypeName: value\" per binding, control characters and\n"
-      "bidirectional controls as escapes (\\r, \\x00, \\u202e, \\\\); csv the walk file's rows "
-      "under a\n"
-      "header, a field a spreadsheet would run as a formula with a leading '; json one object\n"
-      "per line, an OCTET STRING's bytes in \"hex\". The operations' own lines (started,\n"
+      "\nAn OID may be typed as a name of the standard MIB modules: sysUpTime.0, ifDescr.1,\n"
+      "IF-MIB::ifDescr.1.\n"
+      "\nOutput: text prints \"NAME = TypeName: value\" per binding (\"IF-MIB::ifOperStatus.3 =\n"
+      "Integer32: down(2)\"), or \"OID = TypeName: value\" with -On; control characters and\n"
+      "bidirectional controls as escapes (\\r, \\x00, \\u202e, \\\\); csv the walk file's rows\n"
+      "under a header, with a Name column after the OID unless -On, a field a spreadsheet\n"
+      "would run as a formula with a leading '; json one object per line, \"name\" after \"oid\"\n"
+      "unless -On, an OCTET STRING's bytes in \"hex\". The operations' own lines (started,\n"
       "complete, stopped, failures) go to standard error.\n"
       "Exit status: 0 done, 1 the agent answered with an error status, 2 a usage error (nothing\n"
       "is sent), 3 no answer, 4 any other failure, 130 stopped by Ctrl+C.\n"

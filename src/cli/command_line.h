@@ -48,6 +48,7 @@ enum OptionBit : unsigned {
   kOptContext = 1u << 22,
   kOptEngineId = 1u << 23,
   kOptKeyExtension = 1u << 24,
+  kOptNumeric = 1u << 25,  // -On
 };
 inline constexpr unsigned kV3Options = kOptUser | kOptLevel | kOptAuthProtocol | kOptAuthPassword |
                                        kOptPrivProtocol | kOptPrivPassword | kOptContext |
@@ -84,6 +85,9 @@ struct CommandLine {
   std::optional<std::uint32_t> specific_trap;  // v1 trap, 1 to 65535
   std::optional<std::wstring> trap_oid;        // v2c trap: snmpTrapOID.0
   bool fast = false;                           // sweep
+  bool numeric = false;                        // -On: OIDs as numbers, values as without names
+  std::string mib_action;                      // mib: "translate"
+  std::string mib_subject;                     // mib translate: the NAME or OID
   // -v 3: who the requests speak as. Passwords not on the command line are empty here and
   // filled from the environment or a prompt (FillPasswords) before anything is sent.
   snmp::usm::UserSecurity security;
@@ -107,6 +111,11 @@ using PasswordPrompt = std::optional<std::string> (*)(const char* question);
 std::string FillPasswords(CommandLine& line, PasswordPrompt prompt);
 // The terminal prompt: reads one line from /dev/tty with echo off; nothing without a terminal.
 std::optional<std::string> AskPasswordOnTerminal(const char* question);
+
+// `text` as dotted numbers: a name ("sysDescr.0", "IF-MIB::ifDescr.1") from the built-in
+// modules; dotted text is left for the OID checks as it is. Empty, with `error`, for an unknown
+// name.
+std::wstring OidOfName(std::string_view text, std::string& error);
 
 // True for the names of the commands.
 bool IsCommand(std::string_view name);

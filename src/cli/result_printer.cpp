@@ -2,8 +2,11 @@
 
 #include <cstdio>
 
+#include "mib/mib_set.h"
+#include "mib/mib_value.h"
 #include "ops/results_file.h"
 #include "snmp/octet_string.h"
+#include "snmp/oid.h"
 #include "snmp/type_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
@@ -28,6 +31,12 @@ bool NeedsEscape(wchar_t ch) {
 std::string Header(int first, int second, int third) {
   using tvkutil::LoadString;
   return Utf8(LoadString(first) + L"," + LoadString(second) + L"," + LoadString(third));
+}
+
+std::wstring NameOf(const snmp::COid& oid) {
+  const auto& arcs = oid.Arcs();
+  return tvkutil::FromUtf8Lenient(
+      mib::CMibSet::Builtin().NameOf(std::span<const std::uint32_t>(arcs.data(), arcs.size())));
 }
 
 }  // namespace
@@ -92,29 +101,53 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
   std::optional<std::span<const std::uint8_t>> octets;
   if (const snmp::CASNDataType* value = bind.Value(); value && tag == snmp::kTagOctetString)
     octets = static_cast<const snmp::COctetString*>(value)->Bytes();
-  PrintBinding(bind.Name() ? bind.Name()->Text() : std::wstring(), snmp::TypeNameOfTag(tag), text,
-               octets);
+  std::wstring name;
+  if (names_ && bind.Name() != nullptr) {
+    const auto& arcs = bind.Name()->Arcs();
+    const mib::OidMatch match =
+        mib::CMibSet::Builtin().Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
+    name = NameOf(*bind.Name());
+    const snmp::CASNDataType* value = bind.Value();
+    if (value != nullptr && tag == snmp::kTagOid) {
+      if (std::wstring value_name = NameOf(*static_cast<const snmp::COid*>(value));
+          !value_name.empty())
+        text = value_name;
+    } else if (value != nullptr && match.node != nullptr) {
+      if (const auto shown = mib::ValueText(*match.node, *value))
+        text = tvkutil::FromUtf8Lenient(*shown);
+    }
+  }
+  PrintBinding(bind.Name() ? bind.Name()->Text() : std::wstring(), name, snmp::TypeNameOfTag(tag),
+               text, octets);
 }
 
-void CResultPrinter::PrintBinding(std::wstring_view oid, std::wstring_view type_name,
-                                  std::wstring_view value,
+void CResultPrinter::PrintBinding(std::wstring_view oid, std::wstring_view name,
+                                  std::wstring_view type_name, std::wstring_view value,
                                   std::optional<std::span<const std::uint8_t>> octets) {
   using namespace tvkutil::ids;
   switch (format_) {
     case OutputFormat::kText:
-      out_ << TerminalText(oid) << " = " << TerminalText(type_name) << ": " << TerminalText(value)
-           << "\n";
+      out_ << TerminalText(name.empty() ? oid : name) << " = " << TerminalText(type_name) << ": "
+           << TerminalText(value) << "\n";
       break;
     case OutputFormat::kCsv:
-      if (!header_written_)
+      if (!header_written_ && names_)
+        out_ << Utf8(tvkutil::LoadString(kColumnOid)) << ",Name,"
+             << Utf8(tvkutil::LoadString(kColumnDataType)) << ","
+             << Utf8(tvkutil::LoadString(kColumnValue)) << "\n";
+      else if (!header_written_)
         out_ << Header(kColumnOid, kColumnDataType, kColumnValue) << "\n";
       header_written_ = true;
-      out_ << CsvField(oid, false) << "," << CsvField(type_name, false) << ","
-           << CsvField(value, true) << ",\n";
+      out_ << CsvField(oid, false) << ",";
+      if (names_)
+        out_ << CsvField(name, false) << ",";
+      out_ << CsvField(type_name, false) << "," << CsvField(value, true) << ",\n";
       break;
     case OutputFormat::kJson:
-      out_ << "{\"oid\":" << JsonString(oid) << ",\"type\":" << JsonString(type_name)
-           << ",\"value\":" << JsonString(value);
+      out_ << "{\"oid\":" << JsonString(oid);
+      if (names_)
+        out_ << ",\"name\":" << JsonString(name);
+      out_ << ",\"type\":" << JsonString(type_name) << ",\"value\":" << JsonString(value);
       if (octets)
         out_ << ",\"hex\":\"" << Utf8(snmp::HexPairsText(*octets)) << "\"";
       out_ << "}\n";

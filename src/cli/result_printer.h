@@ -20,20 +20,24 @@ namespace cli {
 
 class CResultPrinter {
  public:
-  CResultPrinter(std::ostream& out, OutputFormat format) : out_(out), format_(format) {}
+  // `names`: objects by their names in the built-in modules and values as their nodes
+  // describe them; without, numbers only, as -On.
+  CResultPrinter(std::ostream& out, OutputFormat format, bool names = false)
+      : out_(out), format_(format), names_(names) {}
 
-  // One binding: its OID text, the type name of its value and the value's text.
+  // One binding: its OID text (and name), the type name of its value and the value's text.
   void PrintBinding(const snmp::CVarBind& bind);
   // One device of a sweep: its address and host name (empty when it has none).
   void PrintDevice(std::wstring_view address, std::wstring_view name);
 
  private:
   // `octets`: the bytes of an OCTET STRING value, for json's "hex".
-  void PrintBinding(std::wstring_view oid, std::wstring_view type_name, std::wstring_view value,
-                    std::optional<std::span<const std::uint8_t>> octets);
+  void PrintBinding(std::wstring_view oid, std::wstring_view name, std::wstring_view type_name,
+                    std::wstring_view value, std::optional<std::span<const std::uint8_t>> octets);
 
   std::ostream& out_;
   OutputFormat format_;
+  bool names_;
   bool header_written_ = false;
   std::size_t devices_ = 0;
 };

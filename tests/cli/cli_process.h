@@ -11,6 +11,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -120,9 +121,12 @@ inline std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-// sondara-cli with a profile folder of its own (no user settings leak in).
+// sondara-cli with a profile folder of its own (no user settings leak in). The commands that
+// print bindings run with -On, as net-snmp's tools are run to compare, unless `names`.
 class Cli {
  public:
+  bool names = false;
+
   ProcessResult Run(const std::vector<std::string>& args) const {
     return RunningProcess(Argv(args), Env()).Wait();
   }
@@ -137,9 +141,12 @@ class Cli {
   }
 
  private:
-  static std::vector<std::string> Argv(const std::vector<std::string>& args) {
+  std::vector<std::string> Argv(const std::vector<std::string>& args) const {
     std::vector<std::string> argv{SONDARA_CLI};
     argv.insert(argv.end(), args.begin(), args.end());
+    static const std::set<std::string> kPrinting = {"get", "getnext", "set", "walk", "trap"};
+    if (!names && args.size() > 1 && kPrinting.count(args[0]) != 0)
+      argv.insert(argv.begin() + 2, "-On");
     return argv;
   }
   std::vector<std::string> Env() const {

@@ -107,6 +107,54 @@ TEST_F(CliAgainstSnmpd, GetNextGivesWhatNetSnmpReads) {
   }
 }
 
+// Names as an independent resolver (pysnmp's MibViewController over the same Debian modules)
+// gives them, for every object of the agent, enumerations labelled; names typed are taken.
+TEST_F(CliAgainstSnmpd, NamesAreThoseOfPysnmpAndNamesAreTaken) {
+  cli_.names = true;
+  const ProcessResult get = Ours("get", {"sysUpTime.0", "IF-MIB::ifDescr.1"});
+  ASSERT_EQ(get.status, 0) << get.err;
+  EXPECT_TRUE(std::regex_match(get.out, std::regex("SNMPv2-MIB::sysUpTime.0 = Timeticks: [0-9]+\n"
+                                                   "IF-MIB::ifDescr.1 = Octet String: lo\n")))
+      << get.out;
+
+  const ProcessResult walk = Ours("walk", {"--format", "json", "--bulk", "50"});
+  ASSERT_EQ(walk.status, 0) << walk.err;
+  const std::regex row_re(
+      R"re(\{"oid":"([.0-9]+)","name":"([^"]*)","type":"([^"]*)","value":"((?:[^"\\]|\\.)*)".*)re");
+  const std::regex enum_re(R"((.*)\((-?[0-9]+)\))");
+  sondara_test::TempFolder folder;
+  std::string asked;
+  std::vector<std::string> names, values, numbers;
+  for (const std::string& line : Lines(walk.out)) {
+    std::smatch m, e;
+    ASSERT_TRUE(std::regex_match(line, m, row_re)) << line;
+    const std::string value = m[4];
+    const bool labelled = m[3] == "Integer32" && std::regex_match(value, e, enum_re);
+    numbers.push_back(labelled ? e[2].str() : m[3] == "Integer32" ? value : "-");
+    asked += m[1].str() + " " + numbers.back() + "\n";
+    names.push_back(m[2]);
+    values.push_back(labelled ? value : "");
+  }
+  ASSERT_GT(names.size(), 1000U);
+  sondara_test::WriteFile(folder / "oids", asked);
+  const ProcessResult pysnmp =
+      sondara_test::RunningProcess(
+          {"/usr/bin/python3", SONDARA_TEST_DATA_DIR "/cli/mib_names.py", folder / "oids"})
+          .Wait();
+  ASSERT_EQ(pysnmp.status, 0) << pysnmp.err;
+  const std::vector<std::string> expected = Lines(pysnmp.out);
+  ASSERT_EQ(expected.size(), names.size());
+  int labels = 0;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const std::size_t tab = expected[i].find('\t');
+    EXPECT_EQ(names[i], expected[i].substr(0, tab));
+    const std::string label = expected[i].substr(tab + 1);
+    EXPECT_EQ(values[i], label.empty() ? "" : label + "(" + numbers[i] + ")") << names[i];
+    labels += !label.empty();
+  }
+  EXPECT_GT(labels, 20);
+}
+
 // The files of a long walk and --bulk; on a terminal, a progress line that never reaches the
 // results (CSV and JSON lines are the escape test's).
 TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {

@@ -1,0 +1,281 @@
+#include "mib/mib_set.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <mutex>
+#include <set>
+
+namespace mib {
+
+namespace {
+
+constexpr std::array<std::string_view, 7> kKindNames = {"node",   "scalar",       "table", "row",
+                                                        "column", "notification", "group"};
+
+std::vector<std::string_view> Split(std::string_view text, char by) {
+  std::vector<std::string_view> out;
+  for (std::size_t from = 0;;) {
+    const std::size_t at = text.find(by, from);
+    out.push_back(text.substr(from, at == std::string_view::npos ? at : at - from));
+    if (at == std::string_view::npos)
+      return out;
+    from = at + 1;
+  }
+}
+
+// Dotted decimal arcs, a leading dot allowed; false for anything else or an arc above 2^32-1.
+bool ReadArcs(std::string_view text, Arcs& out) {
+  if (!text.empty() && text.front() == '.')
+    text.remove_prefix(1);
+  if (text.empty())
+    return true;
+  for (std::string_view piece : Split(text, '.')) {
+    if (piece.empty() || piece.size() > 10)
+      return false;
+    std::uint64_t n = 0;
+    for (char c : piece) {
+      if (c < '0' || c > '9')
+        return false;
+      n = n * 10 + static_cast<std::uint64_t>(c - '0');
+    }
+    if (n > 0xFFFFFFFFu)
+      return false;
+    out.push_back(static_cast<std::uint32_t>(n));
+  }
+  return true;
+}
+
+std::uint32_t Number(std::string_view text) {
+  std::uint32_t n = 0;
+  for (char c : text)
+    n = n * 10 + static_cast<std::uint32_t>(c - '0');
+  return n;
+}
+
+// The program's folder, "/" at the end; empty when unknown.
+std::string ProgramFolder() {
+  std::string path(4096, '\0');
+  const ssize_t n = ::readlink("/proc/self/exe", path.data(), path.size());
+  if (n <= 0)
+    return {};
+  path.resize(static_cast<std::size_t>(n));
+  return path.substr(0, path.rfind('/') + 1);
+}
+
+bool IsFile(const std::string& path) {
+  return std::ifstream(path).good();
+}
+
+}  // namespace
+
+const CMibSet& CMibSet::Builtin() {
+  return MutableBuiltin();
+}
+
+CMibSet& CMibSet::MutableBuiltin() {
+  // Read by the first caller; C++ makes the others wait for it.
+  static CMibSet* const set = [] {
+    auto* loaded = new CMibSet;  // never freed: names are asked for until the very end
+    loaded->LoadTable(TableFolder());
+    return loaded;
+  }();
+  return *set;
+}
+
+std::string CMibSet::TableFolder() {
+  if (const char* folder = std::getenv("SONDARA_MIB_TABLE"); folder != nullptr && *folder != 0)
+    return std::string(folder) + (std::string_view(folder).ends_with('/') ? "" : "/");
+  const std::string program = ProgramFolder();
+  for (const std::string& candidate : {program + "mibs/", program + "../share/sondara/mibs/"}) {
+    if (IsFile(candidate + "builtin.tab"))
+      return candidate;
+  }
+  return {};
+}
+
+bool CMibSet::LoadTable(const std::string& folder) {
+  std::ifstream in(folder + "builtin.tab", std::ios::binary);
+  if (folder.empty() || !in)
+    return false;
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::unique_lock lock(mutex_);
+  description_file_ = folder + "builtin.desc";
+  for (std::size_t from = 0; from < text.size();) {
+    std::size_t end = text.find('\n', from);
+    if (end == std::string::npos)
+      end = text.size();
+    const std::vector<std::string_view> f =
+        Split(std::string_view(text).substr(from, end - from), '\t');
+    from = end + 1;
+    if (f.size() != 15)
+      continue;
+    MibNode node;
+    if (!ReadArcs(f[0], node.oid) || node.oid.empty())
+      continue;
+    node.module = f[1];
+    node.name = f[2];
+    const auto kind = std::find(kKindNames.begin(), kKindNames.end(), f[3]);
+    node.kind = static_cast<NodeKind>(kind == kKindNames.end() ? 0 : kind - kKindNames.begin());
+    node.syntax = f[4];
+    node.type_name = f[5];
+    node.display_hint = f[6];
+    if (!f[7].empty()) {
+      for (std::string_view pair : Split(f[7], ',')) {
+        const std::size_t eq = pair.rfind('=');
+        if (eq == std::string_view::npos)
+          continue;
+        const bool negative = pair.substr(eq + 1).starts_with('-');
+        const std::int64_t n = Number(pair.substr(eq + 1 + (negative ? 1 : 0)));
+        node.enums.emplace_back(negative ? -n : n, std::string(pair.substr(0, eq)));
+      }
+      std::sort(node.enums.begin(), node.enums.end());
+    }
+    node.access = f[8];
+    node.status = f[9];
+    node.units = f[10];
+    if (!f[11].empty()) {
+      for (std::string_view index : Split(f[11], ','))
+        node.index.emplace_back(index);
+    }
+    node.augments = f[12];
+    const MibNode& kept = nodes_.emplace_back(std::move(node));
+    description_at_[&kept] = {Number(f[13]), Number(f[14])};
+    Index(kept);
+  }
+  return true;
+}
+
+int CMibSet::Rank(const MibNode& node) const {
+  static const std::set<std::string_view> kPreferred = {"SNMPv2-SMI", "SNMPv2-MIB", "IF-MIB",
+                                                        "IP-MIB"};
+  static const std::set<std::string_view> kReplaced = {"RFC1213-MIB", "RFC1158-MIB", "RFC1155-SMI"};
+  if (user_modules_.count(node.module) != 0)
+    return 0;
+  if (kPreferred.count(node.module) != 0)
+    return 1;
+  return kReplaced.count(node.module) != 0 ? 3 : 2;
+}
+
+void CMibSet::Index(const MibNode& node) {
+  auto [at, added] = by_oid_.emplace(node.oid, &node);
+  if (!added && Rank(node) < Rank(*at->second))
+    at->second = &node;
+  by_name_.emplace(node.name, &node);
+}
+
+void CMibSet::Reindex() {
+  by_oid_.clear();
+  by_name_.clear();
+  for (const MibNode& node : nodes_) {
+    if (replaced_.count(&node) == 0)
+      Index(node);
+  }
+}
+
+void CMibSet::AddModules(std::vector<MibNode> nodes) {
+  std::unique_lock lock(mutex_);
+  std::set<std::string> modules;
+  for (const MibNode& node : nodes)
+    modules.insert(node.module);
+  for (const MibNode& node : nodes_) {
+    if (modules.count(node.module) != 0)
+      replaced_[&node] = true;
+  }
+  for (const std::string& module : modules)
+    user_modules_[module] = true;
+  for (MibNode& node : nodes)
+    nodes_.push_back(std::move(node));
+  Reindex();
+}
+
+std::size_t CMibSet::Size() const {
+  std::shared_lock lock(mutex_);
+  return by_oid_.size();
+}
+
+OidMatch CMibSet::Match(std::span<const std::uint32_t> oid) const {
+  std::shared_lock lock(mutex_);
+  Arcs prefix(oid.begin(), oid.end());
+  for (std::size_t length = oid.size(); length > 0; --length) {
+    prefix.resize(length);
+    if (const auto at = by_oid_.find(prefix); at != by_oid_.end())
+      return {at->second, Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end())};
+  }
+  return {};
+}
+
+std::string CMibSet::NameOf(std::span<const std::uint32_t> oid) const {
+  const OidMatch match = Match(oid);
+  if (match.node == nullptr)
+    return {};
+  std::string out = match.node->module + "::" + match.node->name;
+  for (std::uint32_t arc : match.suffix)
+    out += "." + std::to_string(arc);
+  return out;
+}
+
+const MibNode* CMibSet::Find(std::string_view module, std::string_view name) const {
+  std::shared_lock lock(mutex_);
+  const MibNode* best = nullptr;
+  const auto [first, last] = by_name_.equal_range(std::string(name));
+  for (auto it = first; it != last; ++it) {
+    const MibNode* node = it->second;
+    if (!module.empty() && node->module != module)
+      continue;
+    if (best == nullptr || Rank(*node) < Rank(*best))
+      best = node;
+  }
+  return best;
+}
+
+bool CMibSet::ToOid(std::string_view text, Arcs& out, std::string& error) const {
+  out.clear();
+  const std::string quoted = "'" + std::string(text) + "'";
+  if (text.empty() || text.front() == '.' || (text.front() >= '0' && text.front() <= '9')) {
+    if (ReadArcs(text, out) && !out.empty())
+      return true;
+    error = "bad OID " + quoted;
+    return false;
+  }
+  std::string_view module;
+  if (const std::size_t colons = text.find("::"); colons != std::string_view::npos) {
+    module = text.substr(0, colons);
+    text.remove_prefix(colons + 2);
+  }
+  const std::size_t dot = text.find('.');
+  const std::string_view name = text.substr(0, dot);
+  const MibNode* node = Find(module, name);
+  if (node == nullptr) {
+    error = "no object named '" + std::string(module) + (module.empty() ? "" : "::") +
+            std::string(name) + "'";
+    return false;
+  }
+  out = node->oid;
+  if (dot != std::string_view::npos && !ReadArcs(text.substr(dot), out)) {
+    error = "bad instance '" + std::string(text.substr(dot)) + "' after '" + std::string(name) +
+            "' (digits and dots)";
+    return false;
+  }
+  return true;
+}
+
+std::string CMibSet::Description(const MibNode& node) const {
+  std::shared_lock lock(mutex_);
+  if (!node.description.empty())
+    return node.description;
+  const auto at = description_at_.find(&node);
+  if (at == description_at_.end() || at->second.second == 0)
+    return {};
+  std::ifstream in(description_file_, std::ios::binary);
+  std::string text(at->second.second, '\0');
+  in.seekg(at->second.first);
+  if (!in.read(text.data(), static_cast<std::streamsize>(text.size())))
+    return {};
+  return text;
+}
+
+}  // namespace mib

@@ -1,0 +1,74 @@
+// The MIB nodes this program knows, found by OID or by name: the standard modules' table
+// written at build time (read on first use) and the modules read from the user's files.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <shared_mutex>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "mib/mib_node.h"
+
+namespace mib {
+
+using Arcs = std::vector<std::uint32_t>;
+
+// The node of the longest known prefix of an OID and what follows it (the instance).
+struct OidMatch {
+  const MibNode* node = nullptr;
+  Arcs suffix;
+};
+
+class CMibSet {
+ public:
+  CMibSet() = default;
+  CMibSet(const CMibSet&) = delete;
+  CMibSet& operator=(const CMibSet&) = delete;
+
+  // The standard modules, read from TableFolder() by the first caller (any thread). Empty when
+  // the build had no table to write: names are then not shown, numbers are.
+  static const CMibSet& Builtin();
+  static CMibSet& MutableBuiltin();
+  // $SONDARA_MIB_TABLE when set; else "mibs/" beside the program (the build tree), else
+  // "../share/sondara/mibs/" from the program's folder (an installed program).
+  static std::string TableFolder();
+
+  // Reads folder + "builtin.tab"; its descriptions stay in "builtin.desc" until asked for.
+  // False, and nothing added, when there is no table.
+  bool LoadTable(const std::string& folder);
+  // Nodes of modules read elsewhere (the user's files): a module of a name already known
+  // replaces the one there, and names and OIDs prefer these over built-in ones.
+  void AddModules(std::vector<MibNode> nodes);
+
+  std::size_t Size() const;
+  OidMatch Match(std::span<const std::uint32_t> oid) const;
+  // "IF-MIB::ifDescr.1"; empty when no prefix of `oid` is known.
+  std::string NameOf(std::span<const std::uint32_t> oid) const;
+  // "sysDescr.0", "IF-MIB::ifDescr.1", "ifDescr": the OID; false with the reason in `error`.
+  bool ToOid(std::string_view name, Arcs& out, std::string& error) const;
+  const MibNode* Find(std::string_view module, std::string_view name) const;
+  std::string Description(const MibNode& node) const;
+
+ private:
+  // Lower wins where modules define one OID or one name: the user's modules, then the standard
+  // SNMPv2/IF/IP modules, then the rest, then the SMIv1 ones they replaced (RFC1213-MIB...).
+  int Rank(const MibNode& node) const;
+  void Index(const MibNode& node);  // unique lock held
+  void Reindex();                   // unique lock held
+
+  mutable std::shared_mutex mutex_;
+  std::deque<MibNode> nodes_;  // never shrinks: pointers handed out stay valid
+  std::map<Arcs, const MibNode*> by_oid_;
+  std::unordered_multimap<std::string, const MibNode*> by_name_;
+  std::unordered_map<const MibNode*, std::pair<std::uint32_t, std::uint32_t>> description_at_;
+  std::unordered_map<std::string, bool> user_modules_;
+  std::unordered_map<const MibNode*, bool> replaced_;
+  std::string description_file_;
+};
+
+}  // namespace mib

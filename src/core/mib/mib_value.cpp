@@ -1,0 +1,177 @@
+#include "mib/mib_value.h"
+
+#include <cstdio>
+
+#include "snmp/counter64.h"
+#include "snmp/integer32.h"
+#include "snmp/octet_string.h"
+#include "snmp/unsigned32.h"
+
+namespace mib {
+
+namespace {
+
+std::string Unsigned(std::uint64_t n, char format, std::size_t width = 0) {
+  const unsigned base = format == 'x' ? 16 : format == 'o' ? 8 : format == 'b' ? 2 : 10;
+  std::string out;
+  do {
+    out.insert(out.begin(), "0123456789abcdef"[n % base]);
+    n /= base;
+  } while (n != 0);
+  if (out.size() < width)
+    out.insert(0, width - out.size(), '0');
+  return out;
+}
+
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// One octet-format specification of RFC 2579 3.1.
+struct OctetSpec {
+  bool repeat = false;  // '*': the first octet counts the repetitions
+  std::size_t length = 0;
+  char format = 0;
+  std::optional<char> separator;
+  std::optional<char> terminator;
+};
+
+bool ReadSpecs(std::string_view hint, std::vector<OctetSpec>& out) {
+  std::size_t i = 0;
+  while (i < hint.size()) {
+    OctetSpec spec;
+    if (hint[i] == '*') {
+      spec.repeat = true;
+      ++i;
+    }
+    const std::size_t digits = i;
+    while (i < hint.size() && IsDigit(hint[i]))
+      spec.length = spec.length * 10 + static_cast<std::size_t>(hint[i++] - '0');
+    if (i == digits || i >= hint.size() || spec.length > 255)
+      return false;
+    spec.format = hint[i++];
+    if (spec.format != 'd' && spec.format != 'x' && spec.format != 'o' && spec.format != 'a' &&
+        spec.format != 't')
+      return false;
+    // A separator is any character that cannot start the next specification.
+    if (i < hint.size() && !IsDigit(hint[i]) && hint[i] != '*')
+      spec.separator = hint[i++];
+    if (spec.repeat && i < hint.size() && !IsDigit(hint[i]) && hint[i] != '*')
+      spec.terminator = hint[i++];
+    out.push_back(spec);
+  }
+  return !out.empty();
+}
+
+}  // namespace
+
+std::optional<std::string> OctetsByHint(std::string_view hint,
+                                        std::span<const std::uint8_t> octets) {
+  std::vector<OctetSpec> specs;
+  if (!ReadSpecs(hint, specs))
+    return std::nullopt;
+  std::string out;
+  std::size_t at = 0;
+  // The last specification is used again for as long as octets remain.
+  for (std::size_t s = 0; at < octets.size(); s = std::min(s + 1, specs.size() - 1)) {
+    const OctetSpec& spec = specs[s];
+    std::size_t repeats = 1;
+    if (spec.repeat)
+      repeats = octets[at++];
+    for (std::size_t r = 0; r < repeats && at < octets.size(); ++r) {
+      const std::size_t take = std::min(spec.length, octets.size() - at);
+      if (spec.format == 'a' || spec.format == 't') {
+        out.append(reinterpret_cast<const char*>(octets.data() + at), take);
+      } else {
+        std::uint64_t n = 0;
+        for (std::size_t k = 0; k < take; ++k)
+          n = (n << 8) | octets[at + k];
+        out += Unsigned(n, spec.format, spec.format == 'x' ? 2 * take : 0);
+      }
+      at += take;
+      // No separator after the last octet; a terminator ends the repetitions instead.
+      const bool last_repeat = r + 1 == repeats;
+      if (at < octets.size() && spec.separator && !(last_repeat && spec.terminator))
+        out += *spec.separator;
+    }
+    if (spec.terminator && at < octets.size())
+      out += *spec.terminator;
+  }
+  return out;
+}
+
+std::optional<std::string> IntegerByHint(std::string_view hint, std::int64_t value) {
+  if (hint.empty())
+    return std::nullopt;
+  const bool negative = value < 0;
+  const std::uint64_t magnitude =
+      negative ? static_cast<std::uint64_t>(-(value + 1)) + 1 : static_cast<std::uint64_t>(value);
+  std::string digits;
+  if (hint == "x" || hint == "o" || hint == "b" || hint == "d") {
+    digits = Unsigned(magnitude, hint[0]);
+  } else if (hint.starts_with("d-") && hint.size() > 2 && hint.size() <= 4) {
+    std::size_t places = 0;
+    for (char c : hint.substr(2)) {
+      if (!IsDigit(c))
+        return std::nullopt;
+      places = places * 10 + static_cast<std::size_t>(c - '0');
+    }
+    digits = Unsigned(magnitude, 'd', places + 1);
+    if (places > 0)
+      digits.insert(digits.size() - places, 1, '.');
+  } else {
+    return std::nullopt;
+  }
+  return negative ? "-" + digits : digits;
+}
+
+std::optional<std::string> ValueText(const MibNode& node, const snmp::CASNDataType& value) {
+  std::optional<std::int64_t> number;
+  switch (value.Tag()) {
+    case snmp::kTagInteger32:
+      number = static_cast<const snmp::CInteger32&>(value).Value();
+      break;
+    case snmp::kTagCounter32:
+    case snmp::kTagGauge32:
+    case snmp::kTagUnsigned32:
+      number = static_cast<const snmp::CUnsigned32&>(value).Value();
+      break;
+    case snmp::kTagCounter64: {
+      const std::uint64_t n = static_cast<const snmp::CCounter64&>(value).Value();
+      if (n <= static_cast<std::uint64_t>(INT64_MAX))
+        number = static_cast<std::int64_t>(n);
+      break;
+    }
+    case snmp::kTagOctetString: {
+      const auto octets = static_cast<const snmp::COctetString&>(value).Bytes();
+      if (node.syntax == "BITS") {
+        std::string out;
+        for (const auto& [bit, label] : node.enums) {
+          const auto byte = static_cast<std::size_t>(bit / 8);
+          if (bit >= 0 && byte < octets.size() && (octets[byte] & (0x80u >> (bit % 8))) != 0)
+            out += (out.empty() ? "" : " ") + label + "(" + std::to_string(bit) + ")";
+        }
+        return out;
+      }
+      // Text hints ("255a", "255t") read as the value's own text does.
+      if (node.display_hint.empty() ||
+          node.display_hint.find_first_not_of("0123456789at") == std::string::npos)
+        return std::nullopt;
+      return OctetsByHint(node.display_hint, octets);
+    }
+    default:
+      return std::nullopt;
+  }
+  if (!number)
+    return std::nullopt;
+  for (const auto& [n, label] : node.enums) {
+    if (n == *number)
+      return label + "(" + std::to_string(n) + ")";
+  }
+  std::optional<std::string> text = IntegerByHint(node.display_hint, *number);
+  if (node.units.empty())
+    return text;
+  return text.value_or(std::to_string(*number)) + " " + node.units;
+}
+
+}  // namespace mib
