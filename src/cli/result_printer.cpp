@@ -106,7 +106,7 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
     const auto& arcs = bind.Name()->Arcs();
     const mib::OidMatch match =
         mib::CMibSet::Builtin().Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
-    name = NameOf(*bind.Name());
+    name = tvkutil::FromUtf8Lenient(mib::CMibSet::NameOf(match));
     const snmp::CASNDataType* value = bind.Value();
     if (value != nullptr && tag == snmp::kTagOid) {
       if (std::wstring value_name = NameOf(*static_cast<const snmp::COid*>(value));

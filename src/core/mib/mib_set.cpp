@@ -33,18 +33,20 @@ bool ReadArcs(std::string_view text, Arcs& out) {
     text.remove_prefix(1);
   if (text.empty())
     return true;
-  for (std::string_view piece : Split(text, '.')) {
-    if (piece.empty() || piece.size() > 10)
-      return false;
-    std::uint64_t n = 0;
-    for (char c : piece) {
-      if (c < '0' || c > '9')
+  std::uint64_t n = 0;
+  std::size_t digits = 0;
+  for (std::size_t i = 0; i <= text.size(); ++i) {
+    if (i == text.size() || text[i] == '.') {
+      if (digits == 0 || n > 0xFFFFFFFFu)
         return false;
-      n = n * 10 + static_cast<std::uint64_t>(c - '0');
-    }
-    if (n > 0xFFFFFFFFu)
+      out.push_back(static_cast<std::uint32_t>(n));
+      n = 0;
+      digits = 0;
+    } else if (text[i] < '0' || text[i] > '9' || ++digits > 10) {
       return false;
-    out.push_back(static_cast<std::uint32_t>(n));
+    } else {
+      n = n * 10 + static_cast<std::uint64_t>(text[i] - '0');
+    }
   }
   return true;
 }
@@ -101,17 +103,32 @@ bool CMibSet::LoadTable(const std::string& folder) {
   std::ifstream in(folder + "builtin.tab", std::ios::binary);
   if (folder.empty() || !in)
     return false;
-  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  // Read whole and cut in place: the table's 20,000 lines make no allocation of their own.
+  in.seekg(0, std::ios::end);
+  std::string text(static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0)), '\0');
+  in.seekg(0);
+  if (!in.read(text.data(), static_cast<std::streamsize>(text.size())))
+    return false;
   std::unique_lock lock(mutex_);
   description_file_ = folder + "builtin.desc";
+  std::array<std::string_view, 15> f;
   for (std::size_t from = 0; from < text.size();) {
     std::size_t end = text.find('\n', from);
     if (end == std::string::npos)
       end = text.size();
-    const std::vector<std::string_view> f =
-        Split(std::string_view(text).substr(from, end - from), '\t');
+    const std::string_view line = std::string_view(text).substr(from, end - from);
     from = end + 1;
-    if (f.size() != 15)
+    std::size_t fields = 0;
+    for (std::size_t at = 0; fields < f.size(); ++fields) {
+      const std::size_t tab = line.find('\t', at);
+      f[fields] = line.substr(at, tab == std::string_view::npos ? tab : tab - at);
+      if (tab == std::string_view::npos) {
+        ++fields;
+        break;
+      }
+      at = tab + 1;
+    }
+    if (fields != f.size())
       continue;
     MibNode node;
     if (!ReadArcs(f[0], node.oid) || node.oid.empty())
@@ -199,17 +216,31 @@ std::size_t CMibSet::Size() const {
 
 OidMatch CMibSet::Match(std::span<const std::uint32_t> oid) const {
   std::shared_lock lock(mutex_);
-  Arcs prefix(oid.begin(), oid.end());
-  for (std::size_t length = oid.size(); length > 0; --length) {
-    prefix.resize(length);
-    if (const auto at = by_oid_.find(prefix); at != by_oid_.end())
+  // The known OID sorted last at or before `oid` shares some prefix with it; no key longer than
+  // that prefix can be a prefix of `oid` (it would sort between the two), so look that prefix up
+  // and go on with it: a few steps, no allocation.
+  std::span<const std::uint32_t> rest = oid;
+  while (!rest.empty()) {
+    auto at = by_oid_.upper_bound(rest);
+    if (at == by_oid_.begin())
+      break;
+    --at;
+    const auto [mine, theirs] =
+        std::mismatch(rest.begin(), rest.end(), at->first.begin(), at->first.end());
+    if (theirs == at->first.end()) {
+      const auto length = at->first.size();
       return {at->second, Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end())};
+    }
+    rest = rest.first(static_cast<std::size_t>(mine - rest.begin()));
   }
   return {};
 }
 
 std::string CMibSet::NameOf(std::span<const std::uint32_t> oid) const {
-  const OidMatch match = Match(oid);
+  return NameOf(Match(oid));
+}
+
+std::string CMibSet::NameOf(const OidMatch& match) {
   if (match.node == nullptr)
     return {};
   std::string out = match.node->module + "::" + match.node->name;

@@ -2,6 +2,7 @@
 // written at build time (read on first use) and the modules read from the user's files.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -22,6 +23,14 @@ using Arcs = std::vector<std::uint32_t>;
 struct OidMatch {
   const MibNode* node = nullptr;
   Arcs suffix;
+};
+
+// OIDs in the order of their arcs; a span is looked up without copying it into a key.
+struct ArcsLess {
+  using is_transparent = void;
+  bool operator()(std::span<const std::uint32_t> a, std::span<const std::uint32_t> b) const {
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+  }
 };
 
 class CMibSet {
@@ -49,6 +58,7 @@ class CMibSet {
   OidMatch Match(std::span<const std::uint32_t> oid) const;
   // "IF-MIB::ifDescr.1"; empty when no prefix of `oid` is known.
   std::string NameOf(std::span<const std::uint32_t> oid) const;
+  static std::string NameOf(const OidMatch& match);
   // "sysDescr.0", "IF-MIB::ifDescr.1", "ifDescr": the OID; false with the reason in `error`.
   bool ToOid(std::string_view name, Arcs& out, std::string& error) const;
   const MibNode* Find(std::string_view module, std::string_view name) const;
@@ -63,7 +73,7 @@ class CMibSet {
 
   mutable std::shared_mutex mutex_;
   std::deque<MibNode> nodes_;  // never shrinks: pointers handed out stay valid
-  std::map<Arcs, const MibNode*> by_oid_;
+  std::map<Arcs, const MibNode*, ArcsLess> by_oid_;
   std::unordered_multimap<std::string, const MibNode*> by_name_;
   std::unordered_map<const MibNode*, std::pair<std::uint32_t, std::uint32_t>> description_at_;
   std::unordered_map<std::string, bool> user_modules_;
