@@ -111,6 +111,9 @@ bool CMibSet::LoadTable(const std::string& folder) {
     return false;
   std::unique_lock lock(mutex_);
   description_file_ = folder + "builtin.desc";
+  const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  by_name_.reserve(by_name_.size() + lines);
+  description_at_.reserve(description_at_.size() + lines);
   std::array<std::string_view, 15> f;
   for (std::size_t from = 0; from < text.size();) {
     std::size_t end = text.find('\n', from);
@@ -131,6 +134,7 @@ bool CMibSet::LoadTable(const std::string& folder) {
     if (fields != f.size())
       continue;
     MibNode node;
+    node.oid.reserve(static_cast<std::size_t>(std::count(f[0].begin(), f[0].end(), '.')) + 1);
     if (!ReadArcs(f[0], node.oid) || node.oid.empty())
       continue;
     node.module = f[1];
