@@ -19,6 +19,8 @@ if(TARGET sondara-cli)
   add_custom_target(sondara_manpage ALL DEPENDS ${manpage})
   install(FILES ${manpage} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
+# The SMI base modules libsmi needs to read any MIB module, which Debian does not ship.
+install(DIRECTORY data/mibs/base DESTINATION ${CMAKE_INSTALL_DATADIR}/sondara/mibs)
 # Help > Readme looks here when the readme is not beside the program.
 install(FILES docs/Sondara.txt DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/sondara)
 

@@ -100,8 +100,12 @@ std::string ReadHead(const std::string& file, std::size_t limit, bool* ok) {
     *ok = false;
     return bytes;
   }
-  bytes.resize(limit);
-  in.read(bytes.data(), static_cast<std::streamsize>(limit));
+  // Sized to the file, not the limit: a folder of small modules must not cost a limit each.
+  in.seekg(0, std::ios::end);
+  const std::streamoff size = in.tellg();
+  in.seekg(0);
+  bytes.resize(std::min<std::size_t>(size > 0 ? static_cast<std::size_t>(size) : 0, limit));
+  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   bytes.resize(static_cast<std::size_t>(in.gcount()));
   *ok = !in.bad();
   return bytes;
@@ -235,7 +239,14 @@ class Loader {
     // ERRORS makes libsmi pass errors to the handler, which keeps them from stderr.
     smiSetFlags((smiGetFlags() & ~(SMI_FLAG_RECURSIVE | SMI_FLAG_STATS)) | SMI_FLAG_ERRORS);
     smiSetPath(links.path().c_str());
+    // Imports first: libsmi says nothing about the errors of a module it reads for another's
+    // IMPORTS, and reads no module twice.
+    std::vector<std::string> order;
+    std::set<std::string> seen;
     for (const std::string& name : wanted) {
+      ImportsFirst(name, seen, order);
+    }
+    for (const std::string& name : order) {
       smiLoadModule(name.c_str());
     }
     auto file_of = [&](const std::string& path) {
@@ -255,6 +266,22 @@ class Loader {
     Report(messages, file_of);
     g_messages = nullptr;
     smiExit();
+  }
+
+  void ImportsFirst(const std::string& name, std::set<std::string>& seen,
+                    std::vector<std::string>& order) {
+    auto it = modules_.find(name);
+    if (it == modules_.end() || it->second.base || !seen.insert(name).second) {
+      return;
+    }
+    for (const DeclaredModule& d : declared_[it->second.file]) {
+      if (d.name == name) {
+        for (const ModuleImport& imp : d.imports) {
+          ImportsFirst(imp.module, seen, order);
+        }
+      }
+    }
+    order.push_back(name);
   }
 
   template <typename FileOf>

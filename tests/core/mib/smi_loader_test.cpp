@@ -95,6 +95,20 @@ lostFrobs OBJECT-TYPE SYNTAX FrobCount MAX-ACCESS read-only STATUS current
 END
 )";
 
+// SMIv1, through the base modules of RFC 1155, 1212, 1215 and 1213; imports LOST-MIB, whose
+// file sorts after this one.
+const char kOldStyle[] = R"(OLD-MIB DEFINITIONS ::= BEGIN
+IMPORTS Counter, enterprises FROM RFC1155-SMI OBJECT-TYPE FROM RFC-1212
+    TRAP-TYPE FROM RFC-1215 DisplayString FROM RFC1213-MIB lost FROM LOST-MIB;
+old OBJECT IDENTIFIER ::= { enterprises 99996 }
+oldName OBJECT-TYPE SYNTAX DisplayString ACCESS read-only STATUS mandatory
+    DESCRIPTION "Name." ::= { old 1 }
+oldDrops OBJECT-TYPE SYNTAX Counter ACCESS read-only STATUS optional
+    DESCRIPTION "Drops." ::= { lost 2 }
+oldFault TRAP-TYPE ENTERPRISE old VARIABLES { oldName } DESCRIPTION "Fault." ::= 3
+END
+)";
+
 const char kSyntaxError[] = R"(BROKEN-MIB DEFINITIONS ::= BEGIN
 IMPORTS OBJECT-TYPE, enterprises, Integer32 FROM SNMPv2-SMI;
 broken OBJECT IDENTIFIER ::= { enterprises 99997 }
@@ -119,6 +133,7 @@ std::string Utf16(const std::string& ascii) {
 TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   const std::string acme = Write("acme_v2.my", kAcme);
   Write("ext.txt", kAcmeExt);
+  Write("a_old.mib", kOldStyle);
   const std::string lost = Write("lost.mib", kMissingImport);
   const std::string broken = Write("broken.mib", kSyntaxError);
   const std::string dup = Write("dup.txt", "\nACME-MIB DEFINITIONS ::= BEGIN\nEND\n");
@@ -176,6 +191,9 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
        "notReady(3),createAndGo(4),createAndWait(5),destroy(6)] read-create current  "},
       {"acmeUptime", "1.3.6.1.4.1.99999.10 scalar [TimeTicks|||] read-only current  "},
       {"lostValue", "1.3.6.1.4.1.99998.1 scalar [Integer32|||] read-only current  "},
+      {"oldName", "1.3.6.1.4.1.99996.1 scalar [OCTET STRING|DisplayString||] read-only current  "},
+      {"oldDrops", "1.3.6.1.4.1.99998.2 scalar [Counter32|||] read-only deprecated  "},
+      {"oldFault", "1.3.6.1.4.1.99996.0.3 notification [|||]  current  "},
   };
   std::map<std::string, std::string> got;
   for (const mib::MibNode& n : r.nodes) {
