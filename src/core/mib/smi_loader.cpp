@@ -78,8 +78,18 @@ class LinkFolder {
 
   const std::string& path() const { return path_; }
   bool Add(const std::string& module, const std::string& file) {
+    const fs::path link = fs::path(path_) / module;
+    // libsmi cannot read past a UTF-8 byte order mark, which Windows editors write: such a
+    // file is copied without it.
+    std::ifstream in(file, std::ios::binary);
+    char bom[3] = {};
+    if (in.read(bom, 3) && std::string_view(bom, 3) == "\xef\xbb\xbf") {
+      std::ofstream out(link, std::ios::binary);
+      out << in.rdbuf();
+      return static_cast<bool>(out);
+    }
     std::error_code ec;
-    fs::create_symlink(fs::absolute(file, ec), fs::path(path_) / module, ec);
+    fs::create_symlink(fs::absolute(file, ec), link, ec);
     return !ec;
   }
 
@@ -263,7 +273,7 @@ class Loader {
       CollectNodes(module);
       result_.modules.push_back({name, where.file, result_.nodes.size() - before});
     }
-    Report(messages, file_of);
+    Report(messages, links.path() + '/', file_of);
     g_messages = nullptr;
     smiExit();
   }
@@ -285,13 +295,20 @@ class Loader {
   }
 
   template <typename FileOf>
-  void Report(const std::vector<SmiMessage>& messages, const FileOf& file_of) {
+  void Report(const std::vector<SmiMessage>& messages, const std::string& link_prefix,
+              const FileOf& file_of) {
     // A missing module makes one problem naming what it was needed for; the errors that
     // follow from its symbols being unknown would only repeat it.
     std::map<std::string, std::set<std::string>> hidden;  // file -> symbols of missing modules
     std::set<std::string> said;
     std::set<std::string> gave_up;  // files with a syntax error: what follows is its echo
-    for (const SmiMessage& m : messages) {
+    for (SmiMessage m : messages) {
+      // Some messages carry their file in the text: "<file>: unable to determine SMI version".
+      if (const std::size_t colon = m.text.find(": ");
+          m.path.empty() && m.text.rfind(link_prefix, 0) == 0 && colon != std::string::npos) {
+        m.path = m.text.substr(0, colon);
+        m.text.erase(0, colon + 2);
+      }
       const std::string file = file_of(m.path);
       if (!Reported(m.severity, m.text) || gave_up.count(file) != 0) {
         continue;
@@ -325,7 +342,9 @@ class Loader {
       if (MentionsAny(m.text, hidden[file])) {
         continue;
       }
-      Problem(file, m.line, ModuleAt(file), m.text);
+      if (said.insert(file + '\n' + std::to_string(m.line) + '\n' + m.text).second) {
+        Problem(file, m.line, ModuleAt(file), m.text);
+      }
       if (m.text.rfind("syntax error", 0) == 0) {
         gave_up.insert(file);
       }

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -133,7 +134,7 @@ std::string Utf16(const std::string& ascii) {
 TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   const std::string acme = Write("acme_v2.my", kAcme);
   Write("ext.txt", kAcmeExt);
-  Write("a_old.mib", kOldStyle);
+  Write("a_old.mib", std::string("\xef\xbb\xbf") + kOldStyle);  // as Windows editors save it
   const std::string lost = Write("lost.mib", kMissingImport);
   const std::string broken = Write("broken.mib", kSyntaxError);
   const std::string dup = Write("dup.txt", "\nACME-MIB DEFINITIONS ::= BEGIN\nEND\n");
@@ -206,17 +207,30 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   EXPECT_EQ(got.count("sysDescr") + got.count("enterprises"), 0u);  // base modules stay out
 }
 
-// `mib check FILE`: only the named file's modules are read, their imports from the folders.
+// `mib check FILE`: only the named file's modules are read, their imports from the folders;
+// loads on several threads at once each get the whole result.
 TEST_F(MibFolder, NamedFileReadsOnlyItsModules) {
   Write("acme_v2.my", kAcme);
   const std::string ext = Write("elsewhere.txt", kAcmeExt);
   Write("page.htm", "<html>");
-  const mib::SmiLoadResult r = mib::LoadMibModules({{dir_.string()}, {ext}, SONDARA_MIB_BASE_DIR});
-  EXPECT_EQ(r.problems.size(), 0u);
-  ASSERT_EQ(r.modules.size(), 1u);
-  EXPECT_EQ(r.modules[0].name, "ACME-EXT-MIB");
-  ASSERT_EQ(r.nodes.size(), 1u);
-  EXPECT_EQ(r.nodes[0].name, "acmeUptime");
+  std::vector<mib::SmiLoadResult> results(4);
+  std::vector<std::thread> threads;
+  for (mib::SmiLoadResult& r : results) {
+    threads.emplace_back([&] {
+      r = mib::LoadMibModules({{dir_.string()}, {ext}, SONDARA_MIB_BASE_DIR});
+    });
+  }
+  for (std::thread& t : threads) {
+    t.join();
+  }
+  for (const mib::SmiLoadResult& r : results) {
+    EXPECT_EQ(r.problems.size(), 0u);
+    ASSERT_EQ(r.modules.size(), 1u);
+    EXPECT_EQ(r.modules[0].name, "ACME-EXT-MIB");
+    ASSERT_EQ(r.nodes.size(), 1u);
+    EXPECT_EQ(Describe(r.nodes[0]),
+              "1.3.6.1.4.1.99999.10 scalar [TimeTicks|||] read-only current  ");
+  }
 }
 
 // Modules as Debian ships them, read with only the program's base modules beside them.
