@@ -42,9 +42,11 @@ struct SmiLoadRequest {
 };
 
 struct SmiLoadResult {
-  std::vector<MibNode> nodes;         // of the modules read, not of the base modules
-  std::vector<LoadedModule> modules;  // the modules read, in the order read
-  std::vector<MibProblem> problems;   // in the order found
+  std::vector<MibNode> nodes;  // of the modules read, not of the base modules
+  // The modules read, in the order read; one with a problem is here too with what libsmi
+  // could read of it.
+  std::vector<LoadedModule> modules;
+  std::vector<MibProblem> problems;  // in the order found
 };
 
 SmiLoadResult LoadMibModules(const SmiLoadRequest& request);
