@@ -207,17 +207,25 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   EXPECT_EQ(got.count("sysDescr") + got.count("enterprises"), 0u);  // base modules stay out
 }
 
-// `mib check FILE`: only the named file's modules are read, their imports from the folders;
-// loads on several threads at once each get the whole result.
+// `mib check FILE`: only the named file's modules are read, their imports from the folders,
+// where a user's copy of a base module wins; loads on several threads at once each get the
+// whole result.
 TEST_F(MibFolder, NamedFileReadsOnlyItsModules) {
-  Write("acme_v2.my", kAcme);
-  const std::string ext = Write("elsewhere.txt", kAcmeExt);
+  const std::string acme = Write("acme_v2.my", kAcme);
+  Write("ext.txt", kAcmeExt);
   Write("page.htm", "<html>");
+  Write("my-tc.txt", R"(SNMPv2-TC DEFINITIONS ::= BEGIN
+TEXTUAL-CONVENTION MACRO ::= BEGIN END
+DisplayString ::= TEXTUAL-CONVENTION DISPLAY-HINT "32a" STATUS current DESCRIPTION "Mine."
+    SYNTAX OCTET STRING (SIZE (0..32))
+RowStatus ::= TEXTUAL-CONVENTION STATUS current DESCRIPTION "Mine." SYNTAX INTEGER { active(1) }
+END
+)");
   std::vector<mib::SmiLoadResult> results(4);
   std::vector<std::thread> threads;
   for (mib::SmiLoadResult& r : results) {
     threads.emplace_back([&] {
-      r = mib::LoadMibModules({{dir_.string()}, {ext}, SONDARA_MIB_BASE_DIR});
+      r = mib::LoadMibModules({{dir_.string()}, {acme}, SONDARA_MIB_BASE_DIR});
     });
   }
   for (std::thread& t : threads) {
@@ -226,10 +234,10 @@ TEST_F(MibFolder, NamedFileReadsOnlyItsModules) {
   for (const mib::SmiLoadResult& r : results) {
     EXPECT_EQ(r.problems.size(), 0u);
     ASSERT_EQ(r.modules.size(), 1u);
-    EXPECT_EQ(r.modules[0].name, "ACME-EXT-MIB");
-    ASSERT_EQ(r.nodes.size(), 1u);
-    EXPECT_EQ(Describe(r.nodes[0]),
-              "1.3.6.1.4.1.99999.10 scalar [TimeTicks|||] read-only current  ");
+    EXPECT_EQ(r.modules[0].name, "ACME-MIB");
+    ASSERT_EQ(r.nodes.size(), 8u);
+    EXPECT_EQ(Describe(r.nodes[1]),
+              "1.3.6.1.4.1.99999.1 scalar [OCTET STRING|DisplayString|32a|] read-only current  ");
   }
 }
 
