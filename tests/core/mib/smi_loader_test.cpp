@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <latch>
 #include <map>
 #include <string>
 #include <thread>
@@ -54,7 +55,7 @@ IMPORTS
     DisplayString, RowStatus FROM SNMPv2-TC;
 acme MODULE-IDENTITY
     LAST-UPDATED "202401010000Z" ORGANIZATION "ACME" CONTACT-INFO "noc"
-    DESCRIPTION "ACME DEFINITIONS ::= BEGIN is no header inside a string."
+    DESCRIPTION "ACME-EXT-MIB DEFINITIONS ::= BEGIN in a string is no header."
     REVISION "202401010000Z" DESCRIPTION "First."
     ::= { enterprises 99999 }
 acmeName OBJECT-TYPE SYNTAX DisplayString (SIZE (0..32)) MAX-ACCESS read-only
@@ -77,7 +78,7 @@ END
 )";
 
 // Imports from ACME-MIB by its declared name, which no file is called.
-const char kAcmeExt[] = R"(-- was OLD-EXT-MIB DEFINITIONS ::= BEGIN
+const char kAcmeExt[] = R"(-- split out of ACME-MIB DEFINITIONS ::= BEGIN
 ACME-EXT-MIB DEFINITIONS ::= BEGIN
 IMPORTS OBJECT-TYPE, TimeTicks FROM SNMPv2-SMI acme FROM ACME-MIB;
 acmeUptime OBJECT-TYPE SYNTAX TimeTicks MAX-ACCESS read-only STATUS current
@@ -221,11 +222,15 @@ DisplayString ::= TEXTUAL-CONVENTION DISPLAY-HINT "32a" STATUS current DESCRIPTI
 RowStatus ::= TEXTUAL-CONVENTION STATUS current DESCRIPTION "Mine." SYNTAX INTEGER { active(1) }
 END
 )");
-  std::vector<mib::SmiLoadResult> results(4);
+  std::vector<mib::SmiLoadResult> results(8);
   std::vector<std::thread> threads;
+  std::latch start(static_cast<std::ptrdiff_t>(results.size()));
   for (mib::SmiLoadResult& r : results) {
     threads.emplace_back([&] {
-      r = mib::LoadMibModules({{dir_.string()}, {acme}, SONDARA_MIB_BASE_DIR});
+      start.arrive_and_wait();
+      for (int i = 0; i < 3; ++i) {
+        r = mib::LoadMibModules({{dir_.string()}, {acme}, SONDARA_MIB_BASE_DIR});
+      }
     });
   }
   for (std::thread& t : threads) {
