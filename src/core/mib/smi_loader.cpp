@@ -1,9 +1,16 @@
 #include "mib/smi_loader.h"
 
 // smi.h is C and names a parameter "class".
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wkeyword-macro"
+#endif
 #define class smi_class
 #include <smi.h>
 #undef class
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
 #include <stdlib.h>
 #include <unistd.h>
 
