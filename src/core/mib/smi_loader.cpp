@@ -27,6 +27,21 @@
 
 #include "mib/smi_scan.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#define SONDARA_LSAN_LIBSMI 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define SONDARA_LSAN_LIBSMI 1
+#endif
+#endif
+#ifdef SONDARA_LSAN_LIBSMI
+// libsmi keeps some of what it parses past smiExit(); the leak checker of sanitizer builds is
+// told so, and only about libsmi's own allocations.
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libsmi.so\n";
+}
+#endif
+
 namespace mib {
 namespace {
 
@@ -57,10 +72,12 @@ struct SmiMessage {
 // Filled by the error handler while SmiMutex() is held.
 std::vector<SmiMessage>* g_messages = nullptr;
 
+// The handler owns the message libsmi formatted for it.
 void CollectSmiMessage(char* path, int line, int severity, char* msg, char* /*tag*/) {
   if (g_messages != nullptr && severity <= kCollectedSeverity) {
     g_messages->push_back({path ? path : "", line, severity, msg ? msg : ""});
   }
+  free(msg);
 }
 
 // A private folder of links named after the modules, the one place libsmi looks: it finds a
@@ -340,9 +357,13 @@ class Loader {
           }
         }
         if (said.insert(file + '\n' + module).second) {
-          Problem(file, m.line, ModuleAt(file),
-                  "module '" + module + "' not found" +
-                      (symbols.empty() ? std::string() : "; needed for " + symbols));
+          auto known = modules_.find(module);
+          Problem(
+              file, m.line, ModuleAt(file),
+              "module '" + module + "' " +
+                  (known == modules_.end() ? "not found"
+                                           : "in " + known->second.file + " could not be read") +
+                  (symbols.empty() ? std::string() : "; needed for " + symbols));
         }
         continue;
       }

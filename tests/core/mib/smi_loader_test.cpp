@@ -146,7 +146,7 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   const std::string zip = Write("mibs.zip", std::string("PK\x03\x04\x14\0\0\0", 8));
   const std::string notes = Write("notes.txt", "Which MIBs go where.\n");
 
-  const mib::SmiLoadResult r = mib::LoadMibModules({{dir_.string()}, {}, SONDARA_MIB_BASE_DIR});
+  const mib::SmiLoadResult r = mib::LoadMibModules({{dir_.string()}, {}, mib::BaseMibFolder()});
 
   const struct {
     std::string file;
@@ -229,7 +229,7 @@ END
     threads.emplace_back([&] {
       start.arrive_and_wait();
       for (int i = 0; i < 3; ++i) {
-        r = mib::LoadMibModules({{dir_.string()}, {acme}, SONDARA_MIB_BASE_DIR});
+        r = mib::LoadMibModules({{dir_.string()}, {acme}, mib::BaseMibFolder()});
       }
     });
   }
@@ -244,6 +244,17 @@ END
     EXPECT_EQ(Describe(r.nodes[1]),
               "1.3.6.1.4.1.99999.1 scalar [OCTET STRING|DisplayString|32a|] read-only current  ");
   }
+}
+
+TEST_F(MibFolder, StandardFoldersStartWithTheUsersOwn) {
+  const char* old = std::getenv("XDG_DATA_HOME");
+  const std::string saved = old ? old : "";
+  fs::create_directories(dir_ / "sondara/mibs");
+  setenv("XDG_DATA_HOME", dir_.c_str(), 1);
+  const std::vector<std::string> folders = mib::StandardMibFolders();
+  old ? setenv("XDG_DATA_HOME", saved.c_str(), 1) : unsetenv("XDG_DATA_HOME");
+  ASSERT_FALSE(folders.empty());
+  EXPECT_EQ(folders[0], (dir_ / "sondara/mibs").string());
 }
 
 // Modules as Debian ships them, read with only the program's base modules beside them.
@@ -273,7 +284,7 @@ TEST(DebianMibs, LoadWithNamesTypesEnumsAndHints) {
     SCOPED_TRACE(row.file);
     const fs::path folder = fs::path(row.file).parent_path();
     const mib::SmiLoadResult r = mib::LoadMibModules(
-        {{folder.string(), "/usr/share/snmp/mibs"}, {row.file}, SONDARA_MIB_BASE_DIR});
+        {{folder.string(), "/usr/share/snmp/mibs"}, {row.file}, mib::BaseMibFolder()});
     std::string got;
     for (const mib::MibNode& n : r.nodes) {
       got = n.name == row.node ? Describe(n) : got;
