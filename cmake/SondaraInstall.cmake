@@ -24,6 +24,8 @@ if(SONDARA_HAVE_MIB_TABLE)
   install(FILES ${SONDARA_MIB_TABLE_DIR}/builtin.tab ${SONDARA_MIB_TABLE_DIR}/builtin.desc
           DESTINATION ${CMAKE_INSTALL_DATADIR}/sondara/mibs)
 endif()
+# The SMI base modules libsmi needs to read any MIB module, which Debian does not ship.
+install(DIRECTORY data/mibs/base DESTINATION ${CMAKE_INSTALL_DATADIR}/sondara/mibs)
 # Help > Readme looks here when the readme is not beside the program.
 install(FILES docs/Sondara.txt DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/sondara)
 

@@ -6,8 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-BUILD_PACKAGES=(cmake ninja-build g++ libgtest-dev qt6-base-dev libssl-dev libsecret-1-dev pkg-config
-  python3 python3-pysnmp4 python3-pysnmp4-mibs fonts-dejavu-core)
+BUILD_PACKAGES=(cmake ninja-build g++ libgtest-dev qt6-base-dev libssl-dev libsecret-1-dev libsmi2-dev
+  pkg-config python3 python3-pysnmp4 python3-pysnmp4-mibs fonts-dejavu-core)
 # Test peers and tools: tshark decodes our encodings independently, snmpd/snmptrapd answer our
 # requests (snmpsim as a second SNMPv3 agent, one that stretches keys the other way), clang builds
 # the fuzzer, iproute2 makes the private network namespaces.
