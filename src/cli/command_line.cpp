@@ -35,7 +35,7 @@ enum class Shape {
 
 constexpr unsigned kCommonOptions = kOptSnmpVersion | kOptCommunity | kOptPort | kOptTimeout |
                                     kOptRetries | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng |
-                                    kOptNumeric;
+                                    kOptNumeric | kOptMibDir;
 constexpr unsigned kRequestOptions = kCommonOptions | kV3Options;
 
 struct CommandSpec {
@@ -85,11 +85,13 @@ constexpr std::array<CommandSpec, 8> kCommands = {{
      "host name, as the Device Discovery page does. --fast sends without waiting for each\n"
      "answer and prints the devices in address order when the sweep ends. Ctrl+C stops the\n"
      "sweep: what was found is printed, then the stopped line, and the exit status is 130."},
-    {"mib", Shape::kMib, 0, "mib translate NAME|OID",
-     "Prints the object's name and number, as the programs find it in the standard MIB\n"
-     "modules built in, and what the module says of it: kind, syntax, access, status, units,\n"
-     "index, values and description. NAME is \"sysDescr.0\", \"IF-MIB::ifDescr.1\" or\n"
-     "\"ifDescr\"; exit status 2 for a name no module has."},
+    {"mib", Shape::kMib, kOptMibDir, "mib translate NAME|OID | mib check FILE...",
+     "translate prints the object's name and number, as the programs find it in the standard\n"
+     "MIB modules built in and the MIB files of the MIB folders, and what the module says of\n"
+     "it: kind, syntax, access, status, units, index, values and description. NAME is\n"
+     "\"sysDescr.0\", \"IF-MIB::ifDescr.1\" or \"ifDescr\"; exit status 2 for a name no module\n"
+     "has. check reads the MIB files given (what they import from the MIB folders) and prints\n"
+     "each module read and each problem with file, line and cause; exit status 4 if any."},
 }};
 
 struct OptionSpec {
@@ -100,7 +102,7 @@ struct OptionSpec {
   std::string_view help;
 };
 
-constexpr std::array<OptionSpec, 28> kOptions = {{
+constexpr std::array<OptionSpec, 29> kOptions = {{
     {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
@@ -121,6 +123,7 @@ constexpr std::array<OptionSpec, 28> kOptions = {{
     {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
     {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
     {'O', "output", kOptNumeric, "n", "-On: OIDs as numbers and values without MIB names"},
+    {0, "mibdir", kOptMibDir, "DIR", "a folder of MIB files, read before the usual ones"},
     {'u', "user", kOptUser, "USER", "v3: the user (needed with -v 3)"},
     {'l', "level", kOptLevel, "LEVEL", "v3: noAuthNoPriv (default), authNoPriv or authPriv"},
     {'a', "auth-protocol", kOptAuthProtocol, "PROTOCOL",
@@ -329,6 +332,15 @@ class CParser {
   explicit CParser(const std::vector<std::string>& args) : args_(args) {}
 
   ParseResult Run() {
+    // Names in options (--trap-oid) are read as they come: the MIB folders must be known first.
+    std::vector<std::string> mib_dirs;
+    for (std::size_t i = 0; i < args_.size() && args_[i] != "--"; ++i) {
+      if (args_[i] == "--mibdir" && i + 1 < args_.size())
+        mib_dirs.push_back(args_[i + 1]);
+      else if (args_[i].starts_with("--mibdir="))
+        mib_dirs.push_back(args_[i].substr(9));
+    }
+    mib::CMibSet::AddFolders(std::move(mib_dirs));
     std::vector<std::string> positionals;
     bool options_ended = false;
     for (std::size_t i = 0; i < args_.size() && error_.empty(); ++i) {
@@ -498,6 +510,9 @@ class CParser {
       case kOptFast:
         line_.fast = true;
         break;
+      case kOptMibDir:
+        line_.mib_dirs.push_back(value);
+        break;
       case kOptNumeric:
         if (value != "n")
           error_ = "bad -O " + Quoted(value) + " (n: OIDs as numbers)";
@@ -622,10 +637,14 @@ class CParser {
       return;
     }
     if (shape == Shape::kMib) {
-      if (p.empty() || p[0] != "translate")
-        error_ = p.empty() ? "missing ACTION (translate)"
-                           : "unknown action " + Quoted(p[0]) + " (translate)";
+      if (!p.empty() && p[0] == "check" && p.size() > 1)
+        line_.mib_action = p[0], line_.mib_files.assign(p.begin() + 1, p.end());
+      else if (p.empty() || (p[0] != "translate" && p[0] != "check"))
+        error_ = p.empty() ? "missing ACTION (translate or check)"
+                           : "unknown action " + Quoted(p[0]) + " (translate or check)";
       else if (p.size() < 2)
+        error_ = p[0] == "check" ? "missing FILE" : "missing NAME or OID";
+      else if (p.size() > 2)
         error_ = "missing NAME or OID";
       else if (p.size() > 2)
         error_ = "unexpected argument " + Quoted(p[2]);

@@ -49,6 +49,7 @@ enum OptionBit : unsigned {
   kOptEngineId = 1u << 23,
   kOptKeyExtension = 1u << 24,
   kOptNumeric = 1u << 25,  // -On
+  kOptMibDir = 1u << 26,
 };
 inline constexpr unsigned kV3Options = kOptUser | kOptLevel | kOptAuthProtocol | kOptAuthPassword |
                                        kOptPrivProtocol | kOptPrivPassword | kOptContext |
@@ -86,8 +87,10 @@ struct CommandLine {
   std::optional<std::wstring> trap_oid;        // v2c trap: snmpTrapOID.0
   bool fast = false;                           // sweep
   bool numeric = false;                        // -On: OIDs as numbers, values as without names
-  std::string mib_action;                      // mib: "translate"
+  std::vector<std::string> mib_dirs;           // --mibdir, in the order given
+  std::string mib_action;                      // mib: "translate" or "check"
   std::string mib_subject;                     // mib translate: the NAME or OID
+  std::vector<std::string> mib_files;          // mib check: the files
   // -v 3: who the requests speak as. Passwords not on the command line are empty here and
   // filled from the environment or a prompt (FillPasswords) before anything is sent.
   snmp::usm::UserSecurity security;

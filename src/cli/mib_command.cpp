@@ -1,14 +1,38 @@
 // mib translate: a name as its number and a number as its name, with what the module says of
-// the object.
+// the object. mib check: what the MIB files given make of themselves.
 #include <string>
 
 #include "cli/commands.h"
 #include "mib/mib_set.h"
+#include "mib/smi_loader.h"
 #include "util/text.h"
 
 namespace cli {
 
+namespace {
+
+// Each module read and each problem, "file:line: cause"; a failure when there is any problem.
+int CheckFiles(CliContext& context) {
+  mib::SmiLoadRequest request;
+  request.folders = context.line.mib_dirs;
+  for (std::string& folder : mib::StandardMibFolders())
+    request.folders.push_back(std::move(folder));
+  request.files = context.line.mib_files;
+  request.base_folder = mib::BaseMibFolder();
+  const mib::SmiLoadResult read = mib::LoadMibModules(request);
+  for (const mib::LoadedModule& module : read.modules)
+    context.out << module.name << ": " << module.nodes << (module.nodes == 1 ? " node" : " nodes")
+                << " from " << module.file << "\n";
+  for (const mib::MibProblem& problem : read.problems)
+    context.Error(tvkutil::FromUtf8Lenient("mib: " + mib::FormatProblem(problem)));
+  return read.problems.empty() ? kExitDone : kExitFailure;
+}
+
+}  // namespace
+
 int RunMib(CliContext& context) {
+  if (context.line.mib_action == "check")
+    return CheckFiles(context);
   const mib::CMibSet& mibs = mib::CMibSet::Builtin();
   mib::Arcs oid;
   std::string error;

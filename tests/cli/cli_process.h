@@ -126,6 +126,7 @@ inline std::vector<std::string> Lines(const std::string& text) {
 class Cli {
  public:
   bool names = false;
+  std::vector<std::string> env;  // more of the environment
 
   ProcessResult Run(const std::vector<std::string>& args) const {
     return RunningProcess(Argv(args), Env()).Wait();
@@ -150,8 +151,10 @@ class Cli {
     return argv;
   }
   std::vector<std::string> Env() const {
-    return {"HOME=" + home_.Path(), "XDG_CONFIG_HOME=" + home_.Path(),
-            "SONDARA_HOME=" + home_.Path(), "LC_ALL=C.UTF-8"};
+    std::vector<std::string> all = {"HOME=" + home_.Path(), "XDG_CONFIG_HOME=" + home_.Path(),
+                                    "SONDARA_HOME=" + home_.Path(), "LC_ALL=C.UTF-8"};
+    all.insert(all.end(), env.begin(), env.end());
+    return all;
   }
 
   TempFolder home_;

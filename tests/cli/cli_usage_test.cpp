@@ -277,6 +277,43 @@ TEST(CliUsage, AFailureSaysHowByItsStatus) {
 }
 
 // On a command, only the options it takes.
+// A vendor module saved under another name is found by the module it declares, for typed names
+// too; a module whose import is missing is named with file, line and cause.
+TEST(CliUsage, MibFilesAreFoundByTheirModuleAndTheirFaultsNamed) {
+  sondara_test::TempFolder dir;
+  sondara_test::WriteFile(dir / "acme_v2.my", R"(ACME-SWITCH-MIB DEFINITIONS ::= BEGIN
+IMPORTS MODULE-IDENTITY, OBJECT-TYPE, enterprises FROM SNMPv2-SMI;
+acmeSwitch MODULE-IDENTITY LAST-UPDATED "202611240000Z" ORGANIZATION "Acme" CONTACT-INFO "-"
+    DESCRIPTION "Acme switch." ::= { enterprises 59871 99 }
+acmeFanState OBJECT-TYPE SYNTAX INTEGER { ok(1), failed(2) } MAX-ACCESS read-only
+    STATUS current DESCRIPTION "The fan." ::= { acmeSwitch 1 }
+END
+)");
+  sondara_test::WriteFile(dir / "lost.mib", R"(LOST-MIB DEFINITIONS ::= BEGIN
+IMPORTS OBJECT-TYPE, Integer32 FROM SNMPv2-SMI
+    frobRoot FROM FROB-MIB;
+lostThing OBJECT-TYPE SYNTAX Integer32 MAX-ACCESS read-only STATUS current DESCRIPTION "x"
+    ::= { frobRoot 1 }
+END
+)");
+  const Cli cli;
+  const ProcessResult check =
+      cli.Run({"mib", "check", dir / "acme_v2.my", dir / "lost.mib", "--mibdir", dir.Path()});
+  EXPECT_EQ(check.status, 4);
+  EXPECT_EQ(check.out, "ACME-SWITCH-MIB: 2 nodes from " + dir / "acme_v2.my" +
+                           "\nLOST-MIB: 1 node from " + dir / "lost.mib" + "\n");
+  EXPECT_EQ(check.err, "sondara-cli: mib: " + dir / "lost.mib" +
+                           ":3: module 'FROB-MIB' not found; needed for frobRoot\n");
+  const ProcessResult named =
+      cli.Run({"mib", "translate", "acmeFanState.0", "--mibdir", dir.Path()});
+  EXPECT_EQ(named.status, 0) << named.err;
+  EXPECT_TRUE(
+      named.out.starts_with("ACME-SWITCH-MIB::acmeFanState.0\n.1.3.6.1.4.1.59871.99.1.0\n"
+                            "kind: scalar\nsyntax: INTEGER\nvalues: ok(1), failed(2)\n"))
+      << named.out;
+  EXPECT_EQ(cli.Run({"mib", "translate", "acmeFanState.0"}).status, 2);  // not without --mibdir
+}
+
 TEST(CliUsage, HelpDescribesEveryCommand) {
   Cli cli;
   const ProcessResult help = cli.Run({"--help"}), walk = cli.Run({"walk", "--help"});

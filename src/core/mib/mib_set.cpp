@@ -78,14 +78,47 @@ const CMibSet& CMibSet::Builtin() {
   return MutableBuiltin();
 }
 
+namespace {
+
+std::vector<std::string>& ExtraFolders() {
+  static std::vector<std::string> folders;
+  return folders;
+}
+
+}  // namespace
+
+void CMibSet::AddFolders(std::vector<std::string> folders) {
+  ExtraFolders() = std::move(folders);
+}
+
 CMibSet& CMibSet::MutableBuiltin() {
   // Read by the first caller; C++ makes the others wait for it.
   static CMibSet* const set = [] {
     auto* loaded = new CMibSet;  // never freed: names are asked for until the very end
     loaded->LoadTable(TableFolder());
+    SmiLoadRequest request;
+    request.folders = ExtraFolders();
+    for (std::string& folder : StandardMibFolders())
+      request.folders.push_back(std::move(folder));
+    request.base_folder = BaseMibFolder();
+    SmiLoadResult read = LoadMibModules(request);
+    // A module of the user's replaces the built-in one of its name, unless it could not be
+    // read whole: then the built-in one, complete, stays.
+    std::set<std::string> partial;
+    for (const MibProblem& problem : read.problems)
+      partial.insert(problem.module);
+    std::erase_if(read.nodes, [&](const MibNode& node) {
+      return partial.count(node.module) != 0 && loaded->Find(node.module, node.name) != nullptr;
+    });
+    loaded->problems_ = std::move(read.problems);
+    loaded->AddModules(std::move(read.nodes));
     return loaded;
   }();
   return *set;
+}
+
+const std::vector<MibProblem>& CMibSet::Problems() const {
+  return problems_;
 }
 
 std::string CMibSet::TableFolder() {

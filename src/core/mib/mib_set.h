@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "mib/mib_node.h"
+#include "mib/smi_loader.h"
 
 namespace mib {
 
@@ -39,13 +40,18 @@ class CMibSet {
   CMibSet(const CMibSet&) = delete;
   CMibSet& operator=(const CMibSet&) = delete;
 
-  // The standard modules, read from TableFolder() by the first caller (any thread). Empty when
-  // the build had no table to write: names are then not shown, numbers are.
+  // The standard modules, read from TableFolder() by the first caller (any thread), and the
+  // user's MIB files from AddFolders() and the usual folders. Without a table (the build had
+  // none to write) only the user's modules give names.
   static const CMibSet& Builtin();
   static CMibSet& MutableBuiltin();
   // $SONDARA_MIB_TABLE when set; else "mibs/" beside the program (the build tree), else
   // "../share/sondara/mibs/" from the program's folder (an installed program).
   static std::string TableFolder();
+  // Folders of MIB files read before the usual ones (--mibdir, Options); only before first use.
+  static void AddFolders(std::vector<std::string> folders);
+  // What could not be read of the user's MIB files when the set was made.
+  const std::vector<MibProblem>& Problems() const;
 
   // Reads folder + "builtin.tab"; its descriptions stay in "builtin.desc" until asked for.
   // False, and nothing added, when there is no table.
@@ -79,6 +85,7 @@ class CMibSet {
   std::unordered_map<std::string, bool> user_modules_;
   std::unordered_map<const MibNode*, bool> replaced_;
   std::string description_file_;
+  std::vector<MibProblem> problems_;
 };
 
 }  // namespace mib

@@ -593,8 +593,11 @@ SmiLoadResult LoadMibModules(const SmiLoadRequest& request) {
   return Loader(request).Run();
 }
 
-std::vector<std::string> StandardMibFolders() {
-  std::vector<std::string> candidates;
+namespace {
+
+// $XDG_DATA_HOME/sondara/mibs (else ~/.local/share/sondara/mibs), /usr/share/snmp/mibs and every
+// folder in /usr/share/mibs.
+void AddUsualFolders(std::vector<std::string>& candidates) {
   const char* data_home = std::getenv("XDG_DATA_HOME");
   const char* home = std::getenv("HOME");
   if (data_home && *data_home == '/') {
@@ -613,6 +616,23 @@ std::vector<std::string> StandardMibFolders() {
   }
   std::sort(shared.begin(), shared.end());
   candidates.insert(candidates.end(), shared.begin(), shared.end());
+}
+
+}  // namespace
+
+std::vector<std::string> StandardMibFolders() {
+  std::vector<std::string> candidates;
+  if (const char* chosen = std::getenv("SONDARA_MIB_FOLDERS"); chosen != nullptr) {
+    // The usual folders replaced by these (colon-separated; empty: none).
+    for (std::string_view rest = chosen; !rest.empty();) {
+      const std::size_t colon = rest.find(':');
+      if (colon != 0)
+        candidates.emplace_back(rest.substr(0, colon));
+      rest.remove_prefix(colon == std::string_view::npos ? rest.size() : colon + 1);
+    }
+  } else {
+    AddUsualFolders(candidates);
+  }
   std::vector<std::string> folders;
   for (const std::string& c : candidates) {
     std::error_code type_ec;

@@ -53,7 +53,8 @@ SmiLoadResult LoadMibModules(const SmiLoadRequest& request);
 
 // The usual MIB folders, in precedence order: $XDG_DATA_HOME/sondara/mibs (else
 // ~/.local/share/sondara/mibs), /usr/share/snmp/mibs and every folder in /usr/share/mibs.
-// Folders that do not exist are left out.
+// Folders that do not exist are left out. $SONDARA_MIB_FOLDERS, when set, replaces them all
+// (colon-separated; empty: none).
 std::vector<std::string> StandardMibFolders();
 
 // Where the program's base modules are: share/sondara/mibs/base beside the installed
