@@ -204,7 +204,10 @@ TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {
                                     "SONDARA_HOME=" + folder.Path()})
           .Wait();
   ASSERT_EQ(tty.status, 0) << tty.out;
-  EXPECT_TRUE(tty.out.starts_with("sondara-cli: walkMIB started.\r\n\rwalkMIB: 1 object found, "))
+  // How many objects the first tick saw depends on the machine's load.
+  EXPECT_TRUE(std::regex_search(
+      tty.out,
+      std::regex("^sondara-cli: walkMIB started\\.\r\n\rwalkMIB: [0-9]+ objects? found, ")))
       << tty.out;
   const std::string written = sondara_test::ReadFile(results);
   EXPECT_TRUE(tty.out.ends_with("\r\x1b[Ksondara-cli: walkMIB complete. No. of OIDs found: '" +
