@@ -29,6 +29,7 @@ enum class Shape {
   kHostOptionalBindings,  // HOST [OID TYPE VALUE]...
   kHost,                  // HOST
   kRange,                 // START END
+  kNone,                  // nothing
 };
 
 constexpr unsigned kCommonOptions = kOptSnmpVersion | kOptCommunity | kOptPort | kOptTimeout |
@@ -43,7 +44,7 @@ struct CommandSpec {
   std::string_view description;
 };
 
-constexpr std::array<CommandSpec, 7> kCommands = {{
+constexpr std::array<CommandSpec, 8> kCommands = {{
     {"get", Shape::kHostOids, kRequestOptions, "get HOST OID...",
      "Reads the objects with one GetRequest and prints each binding of the answer."},
     {"getnext", Shape::kHostOids, kRequestOptions, "getnext HOST OID...",
@@ -82,6 +83,15 @@ constexpr std::array<CommandSpec, 7> kCommands = {{
      "host name, as the Device Discovery page does. --fast sends without waiting for each\n"
      "answer and prints the devices in address order when the sweep ends. Ctrl+C stops the\n"
      "sweep: what was found is printed, then the stopped line, and the exit status is 130."},
+    {"listen", Shape::kNone,
+     kOptPort | kOptTimeout | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng | kOptCount,
+     "listen [--port N] [--count N] [--timeout S]",
+     "Receives v1 traps and v2c traps and informs on UDP port 162 (or --port N) of the adapter\n"
+     "in the program's settings and prints each as it comes: time, sender, version, community,\n"
+     "notification (a v1 trap's mapped as RFC 3584 says), sysUpTime and bindings. Informs are\n"
+     "answered at once. A datagram that does not decode is printed with where and why. Exit\n"
+     "status 0 after --count N notifications, 3 when --timeout S seconds pass first, 130 on\n"
+     "Ctrl+C, 2 when the port cannot be had (the reason and the way out on standard error)."},
 }};
 
 struct OptionSpec {
@@ -92,13 +102,13 @@ struct OptionSpec {
   std::string_view help;
 };
 
-constexpr std::array<OptionSpec, 27> kOptions = {{
+constexpr std::array<OptionSpec, 28> kOptions = {{
     {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
     {'p', "port", kOptPort, "PORT", "agent port (default 161, 162 for trap)"},
     {'t', "timeout", kOptTimeout, "MS",
-     "time-out of each try in ms (default: the program's settings)"},
+     "time-out of each try in ms (default: the program's settings); listen: seconds"},
     {'r', "retries", kOptRetries, "N", "tries after the first (default: the program's settings)"},
     {'6', "ipv6", kOptIPv6, "", "IPv6 instead of IPv4"},
     {0, "format", kOptFormat, "text|csv|json", "output format (default text)"},
@@ -112,6 +122,7 @@ constexpr std::array<OptionSpec, 27> kOptions = {{
     {0, "specific", kOptSpecific, "N", "v1 trap: specific trap, 0 to 65535"},
     {0, "trap-oid", kOptTrapOid, "OID", "v2c trap: the value of snmpTrapOID.0"},
     {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
+    {0, "count", kOptCount, "N", "listen: end after N notifications"},
     {'u', "user", kOptUser, "USER", "v3: the user (needed with -v 3)"},
     {'l', "level", kOptLevel, "LEVEL", "v3: noAuthNoPriv (default), authNoPriv or authPriv"},
     {'a', "auth-protocol", kOptAuthProtocol, "PROTOCOL",
@@ -135,6 +146,8 @@ constexpr std::array<OptionSpec, 27> kOptions = {{
 constexpr int kMaxTimeoutMs = 60000;
 constexpr int kMaxBulk = 65535;
 constexpr int kMaxSpecificTrap = 65535;
+// A day: longer than any commissioning session waits for one device.
+constexpr int kMaxListenSeconds = 86400;
 
 const CommandSpec* FindCommand(std::string_view name) {
   for (const CommandSpec& c : kCommands) {
@@ -345,7 +358,9 @@ class CParser {
       } else {
         line_.command = std::string(spec_->name);
         positionals.erase(positionals.begin());
-        CheckOptions();
+        ReadTimeout();
+        if (error_.empty())
+          CheckOptions();
         if (error_.empty())
           TakePositionals(positionals);
         if (!error_.empty())
@@ -420,9 +435,12 @@ class CParser {
         break;
       }
       case kOptTimeout:
-        if (!ReadNumber(value, 1, kMaxTimeoutMs, n))
-          error_ = "bad time-out " + Quoted(value) + Range(1, kMaxTimeoutMs) + " ms";
-        line_.timeout_ms = static_cast<int>(n);
+        timeout_text_ = value;  // read once the command is known: listen takes seconds
+        break;
+      case kOptCount:
+        if (!ReadNumber(value, 1, INT32_MAX, n))
+          error_ = "bad --count " + Quoted(value) + Range(1, INT32_MAX);
+        line_.count = static_cast<std::uint32_t>(n);
         break;
       case kOptRetries:
         if (!ReadNumber(value, app::kMinRetries, app::kMaxRetries, n))
@@ -493,6 +511,17 @@ class CParser {
         ReadV3Option(o, value);
         break;
     }
+  }
+
+  void ReadTimeout() {
+    if ((line_.given & kOptTimeout) == 0)
+      return;
+    const bool seconds = line_.command == "listen";
+    const int high = seconds ? kMaxListenSeconds : kMaxTimeoutMs;
+    long long n = 0;
+    if (!ReadNumber(timeout_text_, 1, high, n))
+      error_ = "bad time-out " + Quoted(timeout_text_) + Range(1, high) + (seconds ? " s" : " ms");
+    (seconds ? line_.listen_seconds : line_.timeout_ms) = static_cast<int>(n);
   }
 
   void ReadV3Option(const OptionSpec& o, const std::string& value) {
@@ -585,11 +614,16 @@ class CParser {
     if ((line_.given & kOptCommunity) == 0)
       line_.community = line_.command == "set" ? L"setcomm" : L"getcom";
     if ((line_.given & kOptPort) == 0)
-      line_.port = line_.command == "trap" ? 162 : 161;
+      line_.port = line_.command == "trap" || line_.command == "listen" ? 162 : 161;
   }
 
   void TakePositionals(const std::vector<std::string>& p) {
     const Shape shape = spec_->shape;
+    if (shape == Shape::kNone) {
+      if (!p.empty())
+        error_ = "unexpected argument " + Quoted(p[0]);
+      return;
+    }
     if (shape == Shape::kRange) {
       if (p.size() < 2) {
         error_ = p.empty() ? "missing START" : "missing END";
@@ -640,6 +674,7 @@ class CParser {
           TakeBinding(rest, i);
         break;
       case Shape::kRange:
+      case Shape::kNone:
         break;
     }
   }
@@ -674,6 +709,7 @@ class CParser {
   const CommandSpec* spec_ = nullptr;
   CommandLine line_;
   std::string error_;
+  std::string timeout_text_;
 };
 
 std::string OptionLines(unsigned mask) {

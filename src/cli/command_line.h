@@ -48,6 +48,7 @@ enum OptionBit : unsigned {
   kOptContext = 1u << 22,
   kOptEngineId = 1u << 23,
   kOptKeyExtension = 1u << 24,
+  kOptCount = 1u << 25,
 };
 inline constexpr unsigned kV3Options = kOptUser | kOptLevel | kOptAuthProtocol | kOptAuthPassword |
                                        kOptPrivProtocol | kOptPrivPassword | kOptContext |
@@ -84,6 +85,8 @@ struct CommandLine {
   std::optional<std::uint32_t> specific_trap;  // v1 trap, 1 to 65535
   std::optional<std::wstring> trap_oid;        // v2c trap: snmpTrapOID.0
   bool fast = false;                           // sweep
+  std::optional<std::uint32_t> count;          // listen: notifications to wait for
+  std::optional<int> listen_seconds;           // listen: -t/--timeout, in seconds
   // -v 3: who the requests speak as. Passwords not on the command line are empty here and
   // filled from the environment or a prompt (FillPasswords) before anything is sent.
   snmp::usm::UserSecurity security;

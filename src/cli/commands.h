@@ -12,5 +12,6 @@ int RunPing(CliContext& context);
 int RunWalk(CliContext& context);
 int RunTrap(CliContext& context);
 int RunSweep(CliContext& context);
+int RunListen(CliContext& context);
 
 }  // namespace cli
