@@ -58,26 +58,72 @@ TEST(NotificationListen, EachDatagramBecomesOneRowAndAnInformIsAnswered) {
   Bytes cut = V2(0xA7, 5);
   cut.pop_back();
   const Case cases[] = {
-      {"coldStart", V1Trap(0, 0), NotificationKind::kTrapV1, L".1.3.6.1.6.3.1.1.5.1", 12345, L"", 0, {}},
-      {"linkDown", V1Trap(2, 0), NotificationKind::kTrapV1, L".1.3.6.1.6.3.1.1.5.3", 12345, L"", 0, {}},
-      {"egpNeighborLoss", V1Trap(5, 0), NotificationKind::kTrapV1, L".1.3.6.1.6.3.1.1.5.6", 12345, L"", 0, {}},
-      {"enterpriseSpecific", V1Trap(6, 17), NotificationKind::kTrapV1,
-       L".1.3.6.1.4.1.8072.2.3.0.17", 12345, L"", 0, {}},
-      {"v2c trap", V2(0xA7, 5), NotificationKind::kTrapV2, L".1.3.6.1.6.3.1.1.5.3", 777, L"", 0, {}},
-      {"inform", V2(0xA6, 0x1234), NotificationKind::kInform, L".1.3.6.1.6.3.1.1.5.3", 777, L"",
-       0, V2(0xA2, 0x1234)},
+      {"coldStart",
+       V1Trap(0, 0),
+       NotificationKind::kTrapV1,
+       L".1.3.6.1.6.3.1.1.5.1",
+       12345,
+       L"",
+       0,
+       {}},
+      {"linkDown",
+       V1Trap(2, 0),
+       NotificationKind::kTrapV1,
+       L".1.3.6.1.6.3.1.1.5.3",
+       12345,
+       L"",
+       0,
+       {}},
+      {"egpNeighborLoss",
+       V1Trap(5, 0),
+       NotificationKind::kTrapV1,
+       L".1.3.6.1.6.3.1.1.5.6",
+       12345,
+       L"",
+       0,
+       {}},
+      {"enterpriseSpecific",
+       V1Trap(6, 17),
+       NotificationKind::kTrapV1,
+       L".1.3.6.1.4.1.8072.2.3.0.17",
+       12345,
+       L"",
+       0,
+       {}},
+      {"v2c trap",
+       V2(0xA7, 5),
+       NotificationKind::kTrapV2,
+       L".1.3.6.1.6.3.1.1.5.3",
+       777,
+       L"",
+       0,
+       {}},
+      {"inform", V2(0xA6, 0x1234), NotificationKind::kInform, L".1.3.6.1.6.3.1.1.5.3", 777, L"", 0,
+       V2(0xA2, 0x1234)},
       {"inform with error fields", V2(0xA6, 9, 3), NotificationKind::kInform,
        L".1.3.6.1.6.3.1.1.5.3", 777, L"", 0, V2(0xA2, 9, 0)},
-      {"short", {0x30, 0x05, 0x02, 0x01, 0x00, 0x04}, NotificationKind::kMalformed, L"",
-       std::nullopt, L"length 5 runs past the end of the message (4 bytes left)", 1, {}},
+      {"short",
+       {0x30, 0x05, 0x02, 0x01, 0x00, 0x04},
+       NotificationKind::kMalformed,
+       L"",
+       std::nullopt,
+       L"length 5 runs past the end of the message (4 bytes left)",
+       1,
+       {}},
       {"cut", cut, NotificationKind::kMalformed, L"", std::nullopt, L"runs past the end", 1, {}},
-      {"get", Response(1, "x", 1, 0, 0, {}), NotificationKind::kOther, L"", std::nullopt,
-       L"not a notification: Response-PDU", 0, {}},
+      {"get",
+       Response(1, "x", 1, 0, 0, {}),
+       NotificationKind::kOther,
+       L"",
+       std::nullopt,
+       L"not a notification: Response-PDU",
+       0,
+       {}},
   };
   for (const Case& c : cases) {
     std::optional<Bytes> answered;
-    const pages::NotificationRow row = pages::CNotificationListenOperation::Judge(
-        c.bytes, [&](std::span<const std::uint8_t> a) {
+    const pages::NotificationRow row =
+        pages::CNotificationListenOperation::Judge(c.bytes, [&](std::span<const std::uint8_t> a) {
           answered = Bytes(a.begin(), a.end());
           return true;
         });
@@ -124,9 +170,9 @@ TEST(NotificationListen, AFloodIsReceivedOrCountedAsDropped) {
   to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   const Bytes trap = V2(0xA7, 1);
   for (int i = 0; i < kSent; ++i)
-    ASSERT_EQ(::sendto(sender, trap.data(), trap.size(), 0, reinterpret_cast<sockaddr*>(&to),
-                       sizeof to),
-              static_cast<ssize_t>(trap.size()));
+    ASSERT_EQ(
+        ::sendto(sender, trap.data(), trap.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to),
+        static_cast<ssize_t>(trap.size()));
   ::close(sender);
 
   std::stop_source stop;
