@@ -60,7 +60,8 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
   const std::string port = std::to_string(FreePort());
   const std::string to = "127.0.0.1:" + port;
   Cli cli;
-  auto listen = StartListening(cli, {"--port", port, "--count", "5", "-t", "120"});
+  // An IPv6 socket takes IPv4 senders too, and shows them by their IPv4 address.
+  auto listen = StartListening(cli, {"-6", "--port", port, "--count", "5", "-t", "120"});
   struct Case {
     std::vector<std::string> sender;  // empty: hand-written bytes
     std::string printed;              // a regex of the lines after the time
@@ -76,7 +77,7 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
                           "|555|.1.3.6.1.6.3.1.1.5.4|.1.3.6.1.2.1.1.5.0|s|door 3"),
        R"( v2c community=trap,com SNMPv2-Trap notification=\.1\.3\.6\.1\.6\.3\.1\.1\.5\.4 )"
        "sysUpTime=555\n  \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.5\\.0 = Octet String: door 3\n"},
-      {sondara_test::Args("/usr/bin/snmpinform|-v|2c|-c|pub2|-r|0|-t|5|" + to +
+      {sondara_test::Args("/usr/bin/snmpinform|-v|2c|-c|pub2|-r|0|-t|5|udp6:[::1]:" + port +
                           "|777|.1.3.6.1.4.1.8072.2.3.0.1|.1.3.6.1.2.1.1.6.0|s|hall"),
        R"( v2c community=pub2 InformRequest answered notification=\.1\.3\.6\.1\.4\.1\.8072\.2\.3\.0\.1 )"
        "sysUpTime=777\n  \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.6\\.0 = Octet String: hall\n"},
@@ -104,7 +105,8 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
       EXPECT_EQ(sent.status, 0) << c.sender.front() << sent.err;
     }
     const std::regex printed(
-        "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} 127\\.0\\.0\\.1:\\d+" + c.printed);
+        "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} (127\\.0\\.0\\.1|\\[::1\\]):\\d+" +
+        c.printed);
     EXPECT_TRUE(testing_support::WaitUntil(
         [&] { return std::regex_search(listen->OutputSoFar(), printed); },
         std::chrono::seconds(30)))

@@ -84,6 +84,10 @@ int CUdpListener::Open(std::uint16_t port, const UdpSettings& settings, int rece
   // Best effort: without them the listener still works, with a smaller buffer or no count.
   (void)::setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
   (void)::setsockopt(fd_, SOL_SOCKET, SO_RXQ_OVFL, &one, sizeof one);
+  if (ipv6_)
+    (void)::setsockopt(fd_, IPPROTO_IPV6, IPV6_RECVPKTINFO, &one, sizeof one);
+  else
+    (void)::setsockopt(fd_, IPPROTO_IP, IP_PKTINFO, &one, sizeof one);
   if (::bind(fd_, reinterpret_cast<const sockaddr*>(&local), local_len) != 0) {
     const int error = errno;
     Close();
@@ -108,10 +112,12 @@ std::uint16_t CUdpListener::Port() const {
 }
 
 std::int32_t CUdpListener::Receive(std::span<std::uint8_t> buffer, sockaddr_storage& from,
-                                   Clock::time_point deadline, std::stop_token stop) {
+                                   sockaddr_storage& to, Clock::time_point deadline,
+                                   std::stop_token stop) {
   if (fd_ < 0)
     return kNothingReceived;
-  alignas(cmsghdr) char control[CMSG_SPACE(sizeof(std::uint32_t))];
+  alignas(
+      cmsghdr) char control[CMSG_SPACE(sizeof(std::uint32_t)) + CMSG_SPACE(sizeof(in6_pktinfo))];
   for (;;) {
     // Before every read, not only when the socket is quiet: under a flood it never is.
     if (stop.stop_requested())
@@ -126,11 +132,22 @@ std::int32_t CUdpListener::Receive(std::span<std::uint8_t> buffer, sockaddr_stor
     msg.msg_controllen = sizeof control;
     const ssize_t n = ::recvmsg(fd_, &msg, 0);
     if (n >= 0) {
+      to = local_;
       for (cmsghdr* c = CMSG_FIRSTHDR(&msg); c != nullptr; c = CMSG_NXTHDR(&msg, c)) {
         if (c->cmsg_level == SOL_SOCKET && c->cmsg_type == SO_RXQ_OVFL) {
           std::uint32_t dropped = 0;
           std::memcpy(&dropped, CMSG_DATA(c), sizeof dropped);
           drops_ = std::max<std::uint64_t>(drops_, dropped);
+        } else if (c->cmsg_level == IPPROTO_IP && c->cmsg_type == IP_PKTINFO &&
+                   to.ss_family == AF_INET) {
+          in_pktinfo info{};
+          std::memcpy(&info, CMSG_DATA(c), sizeof info);
+          reinterpret_cast<sockaddr_in&>(to).sin_addr = info.ipi_addr;
+        } else if (c->cmsg_level == IPPROTO_IPV6 && c->cmsg_type == IPV6_PKTINFO &&
+                   to.ss_family == AF_INET6) {
+          in6_pktinfo info{};
+          std::memcpy(&info, CMSG_DATA(c), sizeof info);
+          reinterpret_cast<sockaddr_in6&>(to).sin6_addr = info.ipi6_addr;
         }
       }
       return static_cast<std::int32_t>(
@@ -151,15 +168,48 @@ std::int32_t CUdpListener::Receive(std::span<std::uint8_t> buffer, sockaddr_stor
   }
 }
 
-bool CUdpListener::SendTo(std::span<const std::uint8_t> bytes, const sockaddr_storage& to) {
+bool CUdpListener::SendTo(std::span<const std::uint8_t> bytes, const sockaddr_storage& to,
+                          const sockaddr_storage& from) {
   if (fd_ < 0)
     return false;
-  const socklen_t to_len = to.ss_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+  iovec io{const_cast<std::uint8_t*>(bytes.data()), bytes.size()};
+  msghdr msg{};
+  msg.msg_name = const_cast<sockaddr_storage*>(&to);
+  msg.msg_namelen = to.ss_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+  msg.msg_iov = &io;
+  msg.msg_iovlen = 1;
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof(in6_pktinfo))] = {};
+  if (from.ss_family == AF_INET && to.ss_family == AF_INET) {
+    in_pktinfo info{};
+    info.ipi_spec_dst = reinterpret_cast<const sockaddr_in&>(from).sin_addr;
+    msg.msg_control = control;
+    msg.msg_controllen = CMSG_SPACE(sizeof info);
+    cmsghdr* c = CMSG_FIRSTHDR(&msg);
+    c->cmsg_level = IPPROTO_IP;
+    c->cmsg_type = IP_PKTINFO;
+    c->cmsg_len = CMSG_LEN(sizeof info);
+    std::memcpy(CMSG_DATA(c), &info, sizeof info);
+  } else if (from.ss_family == AF_INET6 && to.ss_family == AF_INET6) {
+    in6_pktinfo info{};
+    info.ipi6_addr = reinterpret_cast<const sockaddr_in6&>(from).sin6_addr;
+    msg.msg_control = control;
+    msg.msg_controllen = CMSG_SPACE(sizeof info);
+    cmsghdr* c = CMSG_FIRSTHDR(&msg);
+    c->cmsg_level = IPPROTO_IPV6;
+    c->cmsg_type = IPV6_PKTINFO;
+    c->cmsg_len = CMSG_LEN(sizeof info);
+    std::memcpy(CMSG_DATA(c), &info, sizeof info);
+  }
   for (;;) {
-    const ssize_t n = ::sendto(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL,
-                               reinterpret_cast<const sockaddr*>(&to), to_len);
+    const ssize_t n = ::sendmsg(fd_, &msg, MSG_NOSIGNAL);
     if (n < 0 && errno == EINTR)
       continue;
+    if (n < 0 && msg.msg_control != nullptr) {
+      // An address we cannot send from (a broadcast one): the kernel's choice then.
+      msg.msg_control = nullptr;
+      msg.msg_controllen = 0;
+      continue;
+    }
     return n == static_cast<ssize_t>(bytes.size());
   }
 }
@@ -230,6 +280,12 @@ std::wstring SockAddressText(const sockaddr_storage& address) {
   if (address.ss_family != AF_INET6)
     return {};
   const auto& a6 = reinterpret_cast<const sockaddr_in6&>(address);
+  // An IPv4 sender reaching an IPv6 socket shows as the IPv4 address it is.
+  if (IN6_IS_ADDR_V4MAPPED(&a6.sin6_addr)) {
+    if (::inet_ntop(AF_INET, &a6.sin6_addr.s6_addr[12], text, sizeof text) == nullptr)
+      return {};
+    return tvkutil::FromUtf8Lenient(text);
+  }
   if (::inet_ntop(AF_INET6, &a6.sin6_addr, text, sizeof text) == nullptr)
     return {};
   std::wstring out = tvkutil::FromUtf8Lenient(text);

@@ -36,13 +36,16 @@ class CUdpListener {
   bool IsOpen() const { return fd_ >= 0; }
 
   // Waits until `deadline` for one datagram from anyone: its length (0 for an empty one) with
-  // the sender in `from`; kNothingReceived when the wait ran out or the socket failed;
+  // the sender in `from` and the address it was sent to, with our port, in `to` (a socket bound
+  // to any address has several); kNothingReceived when the wait ran out or the socket failed;
   // kReceiveStopped within tvkutil::kStopPollSlice of a stop. A datagram longer than `buffer`
   // is cut to it.
-  std::int32_t Receive(std::span<std::uint8_t> buffer, sockaddr_storage& from,
+  std::int32_t Receive(std::span<std::uint8_t> buffer, sockaddr_storage& from, sockaddr_storage& to,
                        std::chrono::steady_clock::time_point deadline, std::stop_token stop = {});
-  // Sends all of `bytes` to `to`; false when the call failed.
-  bool SendTo(std::span<const std::uint8_t> bytes, const sockaddr_storage& to);
+  // Sends all of `bytes` to `to` from the address `from` (what Receive gave as `to`), so an
+  // answer leaves from the address its request came to; false when the call failed.
+  bool SendTo(std::span<const std::uint8_t> bytes, const sockaddr_storage& to,
+              const sockaddr_storage& from);
 
   // Datagrams the kernel dropped for this socket since it was opened: what the last datagram
   // received carried (SO_RXQ_OVFL), or more once RefreshDrops has read the socket's line in

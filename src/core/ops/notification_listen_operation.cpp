@@ -116,8 +116,8 @@ ListenEnd CNotificationListenOperation::Run(const ListenRequest& request,
     }
     const Clock::time_point slice_end =
         until ? std::min(*until, now + kIdleSlice) : now + kIdleSlice;
-    sockaddr_storage from{};
-    const std::int32_t n = socket_.Receive(buffer, from, slice_end, stop);
+    sockaddr_storage from{}, to{};
+    const std::int32_t n = socket_.Receive(buffer, from, to, slice_end, stop);
     if (n == net::kReceiveStopped)
       break;
     if (n == net::kNothingReceived) {
@@ -126,7 +126,7 @@ ListenEnd CNotificationListenOperation::Run(const ListenRequest& request,
       drops_ = socket_.KernelDrops();
       continue;
     }
-    Take(std::span(buffer.data(), static_cast<std::size_t>(n)), from, seen, enough);
+    Take(std::span(buffer.data(), static_cast<std::size_t>(n)), from, to, seen, enough);
     if (enough)
       end = ListenEnd::kSeenEnough;
   }
@@ -142,16 +142,16 @@ ListenEnd CNotificationListenOperation::Run(const ListenRequest& request,
 }
 
 void CNotificationListenOperation::Take(std::span<const std::uint8_t> bytes,
-                                        const sockaddr_storage& from, const NotificationFn& seen,
-                                        bool& enough) {
+                                        const sockaddr_storage& from, const sockaddr_storage& to,
+                                        const NotificationFn& seen, bool& enough) {
   ++datagrams_;
   drops_ = socket_.KernelDrops();
   logs::DatagramEnds ends;
-  ends.local = socket_.Local();
+  ends.local = to;
   ends.remote = from;
   transactions_.LogDatagram(logs::kDirectionReceived, kSource, bytes, ends);
   NotificationRow row = Judge(bytes, [&](std::span<const std::uint8_t> response) {
-    const bool sent = socket_.SendTo(response, from);
+    const bool sent = socket_.SendTo(response, from, to);
     if (sent)
       transactions_.LogDatagram(logs::kDirectionSent, kSource, response, ends);
     return sent;

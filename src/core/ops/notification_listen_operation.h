@@ -128,8 +128,9 @@ class CNotificationListenOperation {
                                const std::function<bool(std::span<const std::uint8_t>)>& answer);
 
  private:
+  // `from` sent it to our address `to`.
   void Take(std::span<const std::uint8_t> bytes, const sockaddr_storage& from,
-            const NotificationFn& seen, bool& enough);
+            const sockaddr_storage& to, const NotificationFn& seen, bool& enough);
 
   logs::IEventLineSink& events_;
   logs::ITransactionSink& transactions_;
