@@ -155,8 +155,11 @@ std::int32_t CUdpListener::Receive(std::span<std::uint8_t> buffer, sockaddr_stor
     }
     if (errno == EINTR)
       continue;
-    if (errno != EAGAIN && errno != EWOULDBLOCK)
+    if (errno != EAGAIN && errno != EWOULDBLOCK) {
+      // A failing socket must not turn its caller's loop into a spin.
+      tvkutil::SleepUnlessStopped(stop, tvkutil::kStopPollSlice);
       return kNothingReceived;
+    }
     auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     if (left.count() <= 0)
       return kNothingReceived;

@@ -96,7 +96,8 @@ class CNotificationListenOperation {
   std::wstring Open(const ListenRequest& request, const net::UdpSettings& settings);
   // The errno of the last Open that failed, 0 after one that worked.
   int OpenError() const { return open_error_; }
-  // The port listened on (the one the kernel chose for port 0); 0 while closed.
+  // The port listened on (the one the kernel chose for port 0); 0 while closed. Between Open
+  // and Run, not while Run runs on another thread.
   std::uint16_t Port() const { return socket_.IsOpen() ? socket_.Port() : 0; }
 
   // Listens on this thread until a stop through `stop`, `until`, or `seen` returning false.
