@@ -50,7 +50,8 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcap2-bin")
 if(SONDARA_BUILD_GUI)
   string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", qt6-qpa-plugins")
 endif()
-# The postinst gives the installed programs cap_net_raw for their ICMP sockets.
+# The postinst gives the installed programs cap_net_raw for their ICMP sockets and
+# cap_net_bind_service for listening on port 162.
 set(bin ${CPACK_PACKAGING_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})
 set(SONDARA_CAP_PROGRAMS ${bin}/sondara-cli)
 if(TARGET sondara AND SONDARA_BUILD_GUI)

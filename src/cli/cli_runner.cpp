@@ -27,7 +27,7 @@ struct CommandRun {
 constexpr CommandRun kRuns[] = {
     {"get", RunGet, true},     {"getnext", RunGetNext, true}, {"set", RunSet, true},
     {"walk", RunWalk, true},   {"trap", RunTrap, false},      {"ping", RunPing, true},
-    {"sweep", RunSweep, true}, {"mib", RunMib, false},
+    {"sweep", RunSweep, true}, {"mib", RunMib, false}, {"listen", RunListen, true},
 };
 
 // The network settings of the program's profile (read only: the command line never changes

@@ -31,6 +31,7 @@ enum class Shape {
   kHost,                  // HOST
   kRange,                 // START END
   kMib,                   // ACTION NAME|OID
+  kNone,                  // nothing
 };
 
 constexpr unsigned kCommonOptions = kOptSnmpVersion | kOptCommunity | kOptPort | kOptTimeout |
@@ -46,7 +47,7 @@ struct CommandSpec {
   std::string_view description;
 };
 
-constexpr std::array<CommandSpec, 8> kCommands = {{
+constexpr std::array<CommandSpec, 9> kCommands = {{
     {"get", Shape::kHostOids, kRequestOptions, "get HOST OID...",
      "Reads the objects with one GetRequest and prints each binding of the answer."},
     {"getnext", Shape::kHostOids, kRequestOptions, "getnext HOST OID...",
@@ -92,6 +93,15 @@ constexpr std::array<CommandSpec, 8> kCommands = {{
      "\"sysDescr.0\", \"IF-MIB::ifDescr.1\" or \"ifDescr\"; exit status 2 for a name no module\n"
      "has. check reads the MIB files given (what they import from the MIB folders) and prints\n"
      "each module read and each problem with file, line and cause; exit status 4 if any."},
+    {"listen", Shape::kNone,
+     kOptPort | kOptTimeout | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng | kOptCount,
+     "listen [--port N] [--count N] [--timeout S]",
+     "Receives v1 traps and v2c traps and informs on UDP port 162 (or --port N) of the adapter\n"
+     "in the program's settings and prints each as it comes: time, sender, version, community,\n"
+     "notification (a v1 trap's mapped as RFC 3584 says), sysUpTime and bindings. Informs are\n"
+     "answered at once. A datagram that does not decode is printed with where and why. Exit\n"
+     "status 0 after --count N notifications, 3 when --timeout S seconds pass first, 130 on\n"
+     "Ctrl+C, 2 when the port cannot be had (the reason and the way out on standard error)."},
 }};
 
 struct OptionSpec {
@@ -102,13 +112,14 @@ struct OptionSpec {
   std::string_view help;
 };
 
-constexpr std::array<OptionSpec, 29> kOptions = {{
+constexpr std::array<OptionSpec, 30> kOptions = {{
     {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
-    {'p', "port", kOptPort, "PORT", "agent port (default 161, 162 for trap)"},
+    {'p', "port", kOptPort, "PORT",
+     "agent port (default 161, 162 for trap); listen: port listened on (162)"},
     {'t', "timeout", kOptTimeout, "MS",
-     "time-out of each try in ms (default: the program's settings)"},
+     "time-out of each try in ms (default: the program's settings); listen: seconds"},
     {'r', "retries", kOptRetries, "N", "tries after the first (default: the program's settings)"},
     {'6', "ipv6", kOptIPv6, "", "IPv6 instead of IPv4"},
     {0, "format", kOptFormat, "text|csv|json", "output format (default text)"},
@@ -124,6 +135,7 @@ constexpr std::array<OptionSpec, 29> kOptions = {{
     {0, "fast", kOptFast, "", "sweep without waiting for each answer"},
     {'O', "output", kOptNumeric, "n", "-On: OIDs as numbers and values without MIB names"},
     {0, "mibdir", kOptMibDir, "DIR", "a folder of MIB files, read before the usual ones"},
+    {0, "count", kOptCount, "N", "listen: end after N notifications"},
     {'u', "user", kOptUser, "USER", "v3: the user (needed with -v 3)"},
     {'l', "level", kOptLevel, "LEVEL", "v3: noAuthNoPriv (default), authNoPriv or authPriv"},
     {'a', "auth-protocol", kOptAuthProtocol, "PROTOCOL",
@@ -147,6 +159,8 @@ constexpr std::array<OptionSpec, 29> kOptions = {{
 constexpr int kMaxTimeoutMs = 60000;
 constexpr int kMaxBulk = 65535;
 constexpr int kMaxSpecificTrap = 65535;
+// A day: longer than any commissioning session waits for one device.
+constexpr int kMaxListenSeconds = 86400;
 
 const CommandSpec* FindCommand(std::string_view name) {
   for (const CommandSpec& c : kCommands) {
@@ -366,7 +380,9 @@ class CParser {
       } else {
         line_.command = std::string(spec_->name);
         positionals.erase(positionals.begin());
-        CheckOptions();
+        ReadTimeout();
+        if (error_.empty())
+          CheckOptions();
         if (error_.empty())
           TakePositionals(positionals);
         if (!error_.empty())
@@ -441,9 +457,12 @@ class CParser {
         break;
       }
       case kOptTimeout:
-        if (!ReadNumber(value, 1, kMaxTimeoutMs, n))
-          error_ = "bad time-out " + Quoted(value) + Range(1, kMaxTimeoutMs) + " ms";
-        line_.timeout_ms = static_cast<int>(n);
+        timeout_text_ = value;  // read once the command is known: listen takes seconds
+        break;
+      case kOptCount:
+        if (!ReadNumber(value, 1, INT32_MAX, n))
+          error_ = "bad --count " + Quoted(value) + Range(1, INT32_MAX);
+        line_.count = static_cast<std::uint32_t>(n);
         break;
       case kOptRetries:
         if (!ReadNumber(value, app::kMinRetries, app::kMaxRetries, n))
@@ -522,6 +541,17 @@ class CParser {
         ReadV3Option(o, value);
         break;
     }
+  }
+
+  void ReadTimeout() {
+    if ((line_.given & kOptTimeout) == 0)
+      return;
+    const bool seconds = line_.command == "listen";
+    const int high = seconds ? kMaxListenSeconds : kMaxTimeoutMs;
+    long long n = 0;
+    if (!ReadNumber(timeout_text_, 1, high, n))
+      error_ = "bad time-out " + Quoted(timeout_text_) + Range(1, high) + (seconds ? " s" : " ms");
+    (seconds ? line_.listen_seconds : line_.timeout_ms) = static_cast<int>(n);
   }
 
   void ReadV3Option(const OptionSpec& o, const std::string& value) {
@@ -614,11 +644,16 @@ class CParser {
     if ((line_.given & kOptCommunity) == 0)
       line_.community = line_.command == "set" ? L"setcomm" : L"getcom";
     if ((line_.given & kOptPort) == 0)
-      line_.port = line_.command == "trap" ? 162 : 161;
+      line_.port = line_.command == "trap" || line_.command == "listen" ? 162 : 161;
   }
 
   void TakePositionals(const std::vector<std::string>& p) {
     const Shape shape = spec_->shape;
+    if (shape == Shape::kNone) {
+      if (!p.empty())
+        error_ = "unexpected argument " + Quoted(p[0]);
+      return;
+    }
     if (shape == Shape::kRange) {
       if (p.size() < 2) {
         error_ = p.empty() ? "missing START" : "missing END";
@@ -688,6 +723,7 @@ class CParser {
         break;
       case Shape::kRange:
       case Shape::kMib:
+      case Shape::kNone:
         break;
     }
   }
@@ -736,6 +772,7 @@ class CParser {
   const CommandSpec* spec_ = nullptr;
   CommandLine line_;
   std::string error_;
+  std::string timeout_text_;
 };
 
 std::string OptionLines(unsigned mask) {

@@ -50,6 +50,7 @@ enum OptionBit : unsigned {
   kOptKeyExtension = 1u << 24,
   kOptNumeric = 1u << 25,  // -On
   kOptMibDir = 1u << 26,
+  kOptCount = 1u << 27,
 };
 inline constexpr unsigned kV3Options = kOptUser | kOptLevel | kOptAuthProtocol | kOptAuthPassword |
                                        kOptPrivProtocol | kOptPrivPassword | kOptContext |
@@ -91,6 +92,8 @@ struct CommandLine {
   std::string mib_action;                      // mib: "translate" or "check"
   std::string mib_subject;                     // mib translate: the NAME or OID
   std::vector<std::string> mib_files;          // mib check: the files
+  std::optional<std::uint32_t> count;          // listen: notifications to wait for
+  std::optional<int> listen_seconds;           // listen: -t/--timeout, in seconds
   // -v 3: who the requests speak as. Passwords not on the command line are empty here and
   // filled from the environment or a prompt (FillPasswords) before anything is sent.
   snmp::usm::UserSecurity security;

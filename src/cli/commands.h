@@ -13,5 +13,6 @@ int RunWalk(CliContext& context);
 int RunTrap(CliContext& context);
 int RunSweep(CliContext& context);
 int RunMib(CliContext& context);
+int RunListen(CliContext& context);
 
 }  // namespace cli

@@ -75,9 +75,9 @@ TEST(CliPingAndSweep, FindExactlyTheAnsweringAddressesInAPrivateNetwork) {
                 "sondara-cli: Device discovery stopped. No. of devices discovered '2'.\n");
 }
 
-// ping_group_range is per namespace: in a private one that lets nobody open an ICMP datagram
-// socket, a copy of sondara-cli run as nobody pings only once the package's postinst, pointed at
-// the copy, has given it cap_net_raw.
+// ping_group_range and ip_unprivileged_port_start are per namespace: in a private one that lets
+// nobody open an ICMP datagram socket, a copy of sondara-cli run as nobody pings and listens on
+// port 162 only once the package's postinst, pointed at the copy, has given it its capabilities.
 TEST(CliPingAndSweep, CapNetRawLetsAUserOutsidePingGroupRangePing) {
   if (::geteuid() != 0)
     GTEST_SKIP() << "needs root: setcap, setpriv and a private network namespace";
@@ -97,20 +97,29 @@ TEST(CliPingAndSweep, CapNetRawLetsAUserOutsidePingGroupRangePing) {
                                    "/#g' " SONDARA_POSTINST " | sh -s configure 2>/dev/null";
       if (cap && std::system(postinst.c_str()) != 0)
         return std::string("the postinst failed");
-      const ProcessResult r =
-          sondara_test::RunningProcess({"/usr/bin/setpriv", "--reuid=nobody", "--regid=nogroup",
-                                        "--clear-groups", copy, "ping", "-r", "0", "127.0.0.1"},
-                                       {"HOME=" + dir.Path(), "SONDARA_HOME=" + dir.Path()})
-              .Wait();
-      out += std::to_string(r.status) + " " + r.out + r.err;
+      for (const char* args : {"ping|-r|0|127.0.0.1", "listen|--port|162|-t|1"}) {
+        std::vector<std::string> argv = {"/usr/bin/setpriv", "--reuid=nobody", "--regid=nogroup",
+                                         "--clear-groups", copy};
+        for (const std::string& a : sondara_test::Args(args))
+          argv.push_back(a);
+        const ProcessResult r =
+            sondara_test::RunningProcess(argv, {"HOME=" + dir.Path(), "SONDARA_HOME=" + dir.Path()})
+                .Wait();
+        out += std::to_string(r.status) + " " + r.out + r.err;
+      }
     }
     return out;
   });
   SONDARA_REQUIRE_NETNS(run);
   EXPECT_TRUE(std::regex_match(
-      run.output, std::regex("4 sondara-cli: Unable to open an ICMP socket\\. [^\n]+\n"
-                             "0 Ping command sent to IP 127\\.0\\.0\\.1\\.\n"
-                             "Reply from 127\\.0\\.0\\.1: bytes=14 time=[0-9]+ms\\.\n")))
+      run.output,
+      std::regex("4 sondara-cli: Unable to open an ICMP socket\\. [^\n]+\n"
+                 "2 sondara-cli: Unable to listen on UDP port 162: ports below 1024 need a "
+                 "privilege [^\n]+ip_unprivileged_port_start=162[^\n]+port above 1023\\.\n"
+                 "0 Ping command sent to IP 127\\.0\\.0\\.1\\.\n"
+                 "Reply from 127\\.0\\.0\\.1: bytes=14 time=[0-9]+ms\\.\n"
+                 "3 sondara-cli: Listening for notifications on UDP port 162\\.\n"
+                 "sondara-cli: Stopped listening on UDP port 162: 0 notifications, [^\n]+\n")))
       << run.output;
 #endif
 }

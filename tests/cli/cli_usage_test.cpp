@@ -88,6 +88,9 @@ TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
       {"trap|H|-v|1|--generic|linkSideways", "bad --generic 'linkSideways'"},
       {"ping|--pcapng|x.pcapng|127.0.0.1", "ping: option --pcapng does not apply"},
       {"get|H|O|--pcapng", "--pcapng needs FILE"},
+      {"listen|-t|86401", "listen: bad time-out '86401' (1 to 86400) s"},
+      {"listen|--count|0", "bad --count '0'"},
+      {"listen|H", "listen: unexpected argument '127.0.0.1'"},
   };
   // A file that cannot be made is found out before anything goes, and the reason is said.
   testing_support::SmallFileSystem read_only(true);

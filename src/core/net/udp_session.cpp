@@ -70,6 +70,32 @@ void CopyAddress(const sockaddr_storage& from, sockaddr_storage& to) {
 
 }  // namespace
 
+bool LocalBindAddress(bool use_ipv6, const _adapterinfo& adapter, std::uint16_t port,
+                      sockaddr_storage& out, socklen_t& out_len) {
+  out = {};
+  if (use_ipv6) {
+    auto& a6 = reinterpret_cast<sockaddr_in6&>(out);
+    if (adapter.IsDefault() || adapter.address.empty() ||
+        tvkutil::EqualsNoCase(adapter.address, L"Default")) {
+      a6.sin6_family = AF_INET6;
+      a6.sin6_addr = in6addr_any;
+      a6.sin6_scope_id = adapter.ipv6_scope_id == kNoAddress ? 0 : adapter.ipv6_scope_id;
+    } else if (!ParseIPv6Address(adapter.address, a6)) {
+      return false;
+    }
+    a6.sin6_port = htons(port);
+    out_len = sizeof(sockaddr_in6);
+  } else {
+    auto& a4 = reinterpret_cast<sockaddr_in&>(out);
+    a4.sin_family = AF_INET;
+    a4.sin_port = htons(port);
+    const std::uint32_t address = adapter.is_ipv4 != 0 ? adapter.ipv4_address : 0;
+    a4.sin_addr.s_addr = address == kNoAddress ? INADDR_ANY : address;
+    out_len = sizeof(sockaddr_in);
+  }
+  return true;
+}
+
 CUdpSession::CUdpSession(const std::wstring& host, std::uint16_t port, const UdpSettings& settings,
                          bool open_now, IUdpSocketOps* ops)
     : ops_(ops != nullptr ? *ops : PosixUdpSocketOps()),
@@ -104,26 +130,9 @@ int CUdpSession::Open() {
   }
   sockaddr_storage local{};
   socklen_t local_len = 0;
-  if (use_ipv6_) {
-    auto& a6 = reinterpret_cast<sockaddr_in6&>(local);
-    if (adapter_.IsDefault() || adapter_.address.empty() ||
-        tvkutil::EqualsNoCase(adapter_.address, L"Default")) {
-      a6.sin6_family = AF_INET6;
-      a6.sin6_addr = in6addr_any;
-      a6.sin6_scope_id = adapter_.ipv6_scope_id == kNoAddress ? 0 : adapter_.ipv6_scope_id;
-    } else if (!ParseIPv6Address(adapter_.address, a6)) {
-      Close();
-      return kSnmpBindError;
-    }
-    a6.sin6_port = 0;
-    local_len = sizeof(sockaddr_in6);
-  } else {
-    auto& a4 = reinterpret_cast<sockaddr_in&>(local);
-    a4.sin_family = AF_INET;
-    a4.sin_port = 0;
-    const std::uint32_t address = adapter_.is_ipv4 != 0 ? adapter_.ipv4_address : 0;
-    a4.sin_addr.s_addr = address == kNoAddress ? INADDR_ANY : address;
-    local_len = sizeof(sockaddr_in);
+  if (!LocalBindAddress(use_ipv6_, adapter_, 0, local, local_len)) {
+    Close();
+    return kSnmpBindError;
   }
   if (ops_.Bind(fd_, reinterpret_cast<const sockaddr*>(&local), local_len) != 0) {
     Close();

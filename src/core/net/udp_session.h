@@ -36,6 +36,11 @@ inline constexpr std::int32_t kReceiveStopped = -2;
 // socket full cannot hold the send back.
 inline constexpr int kMaxStaleDrained = 1024;
 
+// The address a socket of the family binds to on `adapter` (any address when it has none), with
+// `port`; false when the adapter's IPv6 address does not parse.
+bool LocalBindAddress(bool use_ipv6, const _adapterinfo& adapter, std::uint16_t port,
+                      sockaddr_storage& out, socklen_t& out_len);
+
 class CUdpSession {
  public:
   // Resolves the host (IPv4 or IPv6 by settings.use_ipv6; SNMPINTERNALERROR -2 when it

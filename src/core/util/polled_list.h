@@ -40,6 +40,22 @@ class CPolledList {
     std::lock_guard lock(mutex_);
     rows_.push_back(std::move(record));
   }
+  // Straight into the rows, keeping at most `max` of the newest: when full, the oldest max/64
+  // (at least one) go in one step, so a long stream shifts the rows once per so many records
+  // rather than once per record. Counts as a reorder then; returns how many went.
+  std::size_t AppendBounded(T record, std::size_t max) {
+    std::vector<T> gone;
+    std::lock_guard lock(mutex_);
+    if (max > 0 && rows_.size() >= max) {
+      const auto cut = rows_.begin() + static_cast<std::ptrdiff_t>(std::min(
+                                           rows_.size(), std::max<std::size_t>(1, max / 64)));
+      gone.assign(std::make_move_iterator(rows_.begin()), std::make_move_iterator(cut));
+      rows_.erase(rows_.begin(), cut);
+      ++reorders_;
+    }
+    rows_.push_back(std::move(record));
+    return gone.size();
+  }
   // Keeps the rows ordered by `less` (a record equal to others goes after them). A record that
   // lands before the end counts as a reorder, so a view knows earlier rows moved.
   template <typename Less>

@@ -153,6 +153,23 @@ constexpr Entry kTable[] = {
     {ids::kUsmPasswordsForRunOnly,
      L"No keyring runs: passwords are kept until the program ends and asked for again after a "
      L"restart."},
+    {ids::kListenStarted, L"Listening for notifications on UDP port %u."},
+    {ids::kListenStopped,
+     L"Stopped listening on UDP port %u: %llu notifications, %llu malformed, %llu dropped by the "
+     L"kernel."},
+    {ids::kListenPortPrivileged,
+     L"Unable to listen on UDP port %u: ports below 1024 need a privilege this program does not "
+     L"have. Install the package, which grants the program the cap_net_bind_service capability "
+     L"(by hand: setcap cap_net_raw,cap_net_bind_service+ep on it), or let every user bind such "
+     L"ports with 'sysctl net.ipv4.ip_unprivileged_port_start=%u', or listen on a port above "
+     L"1023."},
+    {ids::kListenPortHeldBy,
+     L"Unable to listen on UDP port %u: %s already listens on it. Stop it, or listen on another "
+     L"port."},
+    {ids::kListenPortInUse,
+     L"Unable to listen on UDP port %u: another program already listens on it (a receiver such "
+     L"as snmptrapd may be running). Stop it, or listen on another port."},
+    {ids::kListenFailed, L"Unable to listen on UDP port %u: %s."},
 };
 
 }  // namespace

@@ -141,6 +141,13 @@ inline constexpr int kUsmAuthPasswordTooShort = 1101;
 inline constexpr int kUsmPrivPasswordTooShort = 1102;
 inline constexpr int kEnterValidContextEngineId = 1103;
 inline constexpr int kUsmPasswordsForRunOnly = 1104;
+// Receiving notifications.
+inline constexpr int kListenStarted = 1110;
+inline constexpr int kListenStopped = 1111;
+inline constexpr int kListenPortPrivileged = 1112;
+inline constexpr int kListenPortHeldBy = 1113;
+inline constexpr int kListenPortInUse = 1114;
+inline constexpr int kListenFailed = 1115;
 
 }  // namespace ids
 

@@ -1,0 +1,166 @@
+// sondara-cli listen against net-snmp's snmptrap and snmpinform, our own trap command and
+// hand-written bytes, and how each way of ending it shows in its exit status.
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "cli/cli_process.h"
+#include "support/recorders.h"
+
+namespace {
+
+using sondara_test::Cli;
+using sondara_test::ProcessResult;
+using sondara_test::RunningProcess;
+
+// A UDP socket on 127.0.0.1 at a port the kernel chose; closed with the object.
+struct HeldPort {
+  HeldPort() {
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof a;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) == 0)
+      port = ntohs(a.sin_port);
+  }
+  ~HeldPort() { ::close(fd); }
+  HeldPort(const HeldPort&) = delete;
+  HeldPort& operator=(const HeldPort&) = delete;
+  int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  std::uint16_t port = 0;
+};
+
+std::uint16_t FreePort() {
+  return HeldPort().port;
+}
+
+// `listen` started with `args`, once it has said that it listens.
+std::unique_ptr<RunningProcess> StartListening(const Cli& cli, std::vector<std::string> args) {
+  args.insert(args.begin(), "listen");
+  auto run = cli.Start(args);
+  testing_support::WaitUntil(
+      [&] { return run->OutputSoFar().find("Listening for notifications") != std::string::npos; },
+      std::chrono::seconds(30));
+  return run;
+}
+
+// Five notifications from three programs and one datagram that is none: each line as sent, the
+// inform answered (snmpinform exits 0 only then), and the run ends after the fifth.
+TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
+  const std::string port = std::to_string(FreePort());
+  const std::string to = "127.0.0.1:" + port;
+  Cli cli;
+  // An IPv6 socket takes IPv4 senders too, and shows them by their IPv4 address.
+  auto listen = StartListening(cli, {"-6", "--port", port, "--count", "5", "-t", "120"});
+  struct Case {
+    std::vector<std::string> sender;  // empty: hand-written bytes
+    std::string printed;              // a regex of the lines after the time
+  };
+  const std::string v1 =
+      "/usr/bin/snmptrap|-v|1|-c|public|" + to + "|.1.3.6.1.4.1.8072.2.3|10.1.2.3|";
+  const Case cases[] = {
+      {sondara_test::Args(v1 + "2|0|12345|.1.3.6.1.2.1.2.2.1.1.2|i|2"),
+       R"( v1 community=public Trap notification=\.1\.3\.6\.1\.6\.3\.1\.1\.5\.3 sysUpTime=12345 )"
+       R"(enterprise=\.1\.3\.6\.1\.4\.1\.8072\.2\.3 agent-address=10\.1\.2\.3 generic=2 specific=0)"
+       "\n  \\.1\\.3\\.6\\.1\\.2\\.1\\.2\\.2\\.1\\.1\\.2 = Integer32: 2\n"},
+      {sondara_test::Args("/usr/bin/snmptrap|-v|2c|-c|trap,com|" + to +
+                          "|555|.1.3.6.1.6.3.1.1.5.4|.1.3.6.1.2.1.1.5.0|s|door 3"),
+       R"( v2c community=trap,com SNMPv2-Trap notification=\.1\.3\.6\.1\.6\.3\.1\.1\.5\.4 )"
+       "sysUpTime=555\n  \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.5\\.0 = Octet String: door 3\n"},
+      {sondara_test::Args("/usr/bin/snmpinform|-v|2c|-c|pub2|-r|0|-t|5|udp6:[::1]:" + port +
+                          "|777|.1.3.6.1.4.1.8072.2.3.0.1|.1.3.6.1.2.1.1.6.0|s|hall"),
+       R"( v2c community=pub2 InformRequest answered notification=\.1\.3\.6\.1\.4\.1\.8072\.2\.3\.0\.1 )"
+       "sysUpTime=777\n  \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.6\\.0 = Octet String: hall\n"},
+      {{},
+       " malformed at offset 1: length 5 runs past the end of the message \\(4 bytes left\\)\n"},
+      {{SONDARA_CLI, "trap", "127.0.0.1", "-p", port, "-c", "ours", "--trap-oid",
+        ".1.3.6.1.6.3.1.1.5.1", ".1.3.6.1.2.1.1.7.0", "Gauge32", "9"},
+       R"( v2c community=ours SNMPv2-Trap notification=\.1\.3\.6\.1\.6\.3\.1\.1\.5\.1 sysUpTime=\d+)"
+       "\n  \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.7\\.0 = Gauge32: 9\n"},
+      {sondara_test::Args(v1 + "6|17|1"),
+       R"( v1 community=public Trap notification=\.1\.3\.6\.1\.4\.1\.8072\.2\.3\.0\.17 sysUpTime=1 )"},
+  };
+  for (const Case& c : cases) {
+    if (c.sender.empty()) {
+      const HeldPort from;
+      sockaddr_in a{};
+      a.sin_family = AF_INET;
+      a.sin_port = htons(static_cast<std::uint16_t>(std::stoi(port)));
+      a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+      const std::uint8_t bytes[] = {0x30, 0x05, 0x02, 0x01, 0x00, 0x04};
+      ASSERT_EQ(
+          ::sendto(from.fd, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr*>(&a), sizeof a), 6);
+    } else {
+      const ProcessResult sent = RunningProcess(c.sender).Wait();
+      EXPECT_EQ(sent.status, 0) << c.sender.front() << sent.err;
+    }
+    const std::regex printed(
+        "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} (127\\.0\\.0\\.1|\\[::1\\]):\\d+" +
+        c.printed);
+    EXPECT_TRUE(testing_support::WaitUntil(
+        [&] { return std::regex_search(listen->OutputSoFar(), printed); },
+        std::chrono::seconds(30)))
+        << c.printed << "\n"
+        << listen->OutputSoFar();
+  }
+  const ProcessResult r = listen->Wait();
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_NE(r.out.find("Stopped listening on UDP port " + port +
+                       ": 5 notifications, 1 malformed, 0 dropped by the kernel."),
+            std::string::npos)
+      << r.out;
+}
+
+// --timeout, Ctrl+C, a port in use (named by the process that holds it) and a privileged port.
+TEST(CliListen, EndsWithTheStatusOfWhatEndedIt) {
+  const HeldPort held;
+  std::string comm;
+  std::getline(std::ifstream("/proc/self/comm"), comm);
+  struct Case {
+    std::vector<std::string> args;
+    bool interrupt;
+    int status;
+    std::string says;
+  };
+  std::vector<Case> cases = {
+      {{"--port", std::to_string(FreePort()), "--timeout", "1"}, false, 3, "Stopped listening"},
+      {{"--port", std::to_string(FreePort())}, true, 130, "Stopped listening"},
+      {{"--port", std::to_string(held.port), "-t", "1"},
+       false,
+       2,
+       "Unable to listen on UDP port " + std::to_string(held.port) + ": " + comm + " (pid " +
+           std::to_string(::getpid()) + ") already listens on it."},
+  };
+  // As root the privileged port is tried as nobody in cli_ping_test's namespace.
+  int unprivileged_start = 1024;
+  std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> unprivileged_start;
+  if (::geteuid() != 0 && unprivileged_start > 162)
+    cases.push_back({{"--port", "162", "-t", "1"},
+                     false,
+                     2,
+                     "ports below 1024 need a privilege this program does not have"});
+  Cli cli;
+  for (const Case& c : cases) {
+    auto run = c.interrupt ? StartListening(cli, c.args) : nullptr;
+    std::vector<std::string> args = c.args;
+    args.insert(args.begin(), "listen");
+    if (run)
+      run->Signal(SIGINT);
+    const ProcessResult r = run ? run->Wait() : cli.Run(args);
+    const std::string said = r.out + r.err;
+    EXPECT_EQ(r.status, c.status) << said;
+    EXPECT_NE(said.find(c.says), std::string::npos) << said;
+  }
+}
+
+}  // namespace
