@@ -346,4 +346,17 @@ std::string CMibSet::Description(const MibNode& node) const {
   return text;
 }
 
+std::string OidTextOfName(std::string_view text, std::string& error) {
+  error.clear();
+  if (text.empty() || text.front() == '.' || (text.front() >= '0' && text.front() <= '9'))
+    return std::string(text);
+  Arcs arcs;
+  if (!CMibSet::Builtin().ToOid(text, arcs, error))
+    return {};
+  std::string out;
+  for (std::uint32_t arc : arcs)
+    out += "." + std::to_string(arc);
+  return out;
+}
+
 }  // namespace mib

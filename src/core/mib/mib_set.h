@@ -88,4 +88,9 @@ class CMibSet {
   std::vector<MibProblem> problems_;
 };
 
+// Text typed where an OID goes, as dotted numbers: dotted text as typed (the OID checks name
+// its faults more closely), a name ("sysDescr.0", "IF-MIB::ifDescr.1") as ".1.3.6...".
+// Empty, with the reason in `error`, for a name no module knows.
+std::string OidTextOfName(std::string_view text, std::string& error);
+
 }  // namespace mib
