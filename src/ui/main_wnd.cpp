@@ -21,6 +21,7 @@
 #include "ui/about_dialog.h"
 #include "ui/logs/event_log_view.h"
 #include "ui/logs/transaction_log_view.h"
+#include "ui/mib_names.h"
 #include "ui/options_dialog.h"
 #include "ui/pages/device_discovery_page.h"
 #include "ui/pages/get_set_page.h"
@@ -113,6 +114,7 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   flags_.get_set = app_.GetProfileInt(kFlagsSection, L"EnableGetSet", 1) != 0;
   flags_.send_trap = app_.GetProfileInt(kFlagsSection, L"EnableSendTrap", 1) != 0;
   flags_.walk_mib = app_.GetProfileInt(kFlagsSection, L"EnableWalkMIB", 1) != 0;
+  CMibNames::Instance().SetShown(app_.GetProfileInt(kFlagsSection, L"ShowNames", 1) != 0);
 
   splitter_ = new QSplitter(Qt::Vertical, this);
   splitter_->setChildrenCollapsible(false);
@@ -148,6 +150,7 @@ CMainWnd::~CMainWnd() {
   app_.WriteProfileInt(kFlagsSection, L"EnableGetSet", flags_.get_set ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"EnableSendTrap", flags_.send_trap ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"EnableWalkMIB", flags_.walk_mib ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"ShowNames", CMibNames::Instance().Shown() ? 1 : 0);
 }
 
 QAction* CMainWnd::Action(const char* name) const {
@@ -198,6 +201,10 @@ void CMainWnd::BuildMenus() {
     transaction_view_->SetDecodedPaneEnabled(!transaction_view_->DecodedPaneEnabled());
     UpdateCommandStates();
   })->setCheckable(true);
+  add(view, "viewShowNames", QStringLiteral("Show &Names"), [this] {
+    CMibNames::Instance().SetShown(!CMibNames::Instance().Shown());
+    UpdateCommandStates();
+  })->setCheckable(true);
 
   QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
   add(help, "readme", QStringLiteral("Readme"), &CMainWnd::OnReadme);
@@ -228,6 +235,7 @@ void CMainWnd::UpdateCommandStates() {
   apply(Action("viewSendTrap"), PageSwitchState(flags_, kPageSendTrap, icmp));
   apply(Action("viewWalkMib"), PageSwitchState(flags_, kPageWalkMib, icmp));
   Action("viewDecodedMessage")->setChecked(transaction_view_->DecodedPaneEnabled());
+  Action("viewShowNames")->setChecked(CMibNames::Instance().Shown());
   Action("readme")->setEnabled(QFileInfo::exists(ReadmePath()));
 }
 
@@ -332,6 +340,8 @@ void CMainWnd::showEvent(QShowEvent* event) {
     splitter_->setSizes(pending_sizes_);
     pending_sizes_.clear();
   }
+  // The modules are read behind the window, never before it shows.
+  CMibNames::Instance().StartLoading(CMibNames::Folders(app_));
 }
 
 void CMainWnd::SavePlacement() {

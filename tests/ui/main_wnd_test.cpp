@@ -56,6 +56,13 @@ class MainWndTest : public QObject {
     Stores s;
     app::CMainWnd w(s.app);
     QCOMPARE(TabTexts(w), (QStringList{"&Device Discovery", "&Get/Set", "&sendTrap", "&walkMIB"}));
+    const auto* walk_results = w.findChild<QTableView*>("walkResults");
+    for (const bool shown : {false, true}) {  // View > Show Names: the walk's Name column
+      w.Action("viewShowNames")->trigger();
+      w.UpdateCommandStates();
+      QCOMPARE(w.Action("viewShowNames")->isChecked(), shown);
+      QCOMPARE(walk_results->isColumnHidden(4), !shown);
+    }
     for (const char* name : {"viewDeviceDiscovery", "viewGetSet", "viewSendTrap", "viewWalkMib"})
       w.Action(name)->trigger();
     QCOMPARE(TabTexts(w), QStringList{"&No Functionality"});
