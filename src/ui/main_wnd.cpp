@@ -17,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include "logs/log_entry_points.h"
+#include "mib/mib_set.h"
 #include "settings/sondara_utility_app.h"
 #include "ui/about_dialog.h"
 #include "ui/logs/event_log_view.h"
@@ -134,6 +135,11 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   statusBar()->setObjectName(QStringLiteral("statusBar"));  // the pages say there what runs
   ping_view_->ShowToolbar(flags_.ping_toolbar && app_.IcmpAvailable());
 
+  // What could not be read of the user's MIB files, once they are read.
+  connect(&CMibNames::Instance(), &CMibNames::LoadFinished, this, [] {
+    for (const mib::MibProblem& problem : mib::CMibSet::Builtin().Problems())
+      logs::LogEventLine(tvkutil::FromUtf8Lenient(mib::FormatProblem(problem)));
+  });
   BuildMenus();
   RestorePlacement();
   UpdateCommandStates();

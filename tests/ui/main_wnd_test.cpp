@@ -8,6 +8,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
@@ -26,6 +27,7 @@
 #include "ui/logs/transaction_log_view.h"
 #include "ui/main_wnd.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/numeric_edit.h"
 #include "ui/options_dialog.h"
 #include "ui/pages/ping_view.h"
@@ -52,6 +54,42 @@ class MainWndTest : public QObject {
   Q_OBJECT
 
  private slots:
+  // First, so that its window is the one that reads the modules.
+  // The MIB folders: added once each, removed, kept on OK with a word on when they count; what
+  // could not be read of this run's folder listed below them and in the event log.
+  void MibFoldersAndWhatCouldNotBeRead() {
+    Stores s;
+    app::CMainWnd w(s.app);
+    w.show();  // starts reading the modules
+    QTRY_VERIFY_WITH_TIMEOUT(app::CMibNames::Instance().Loaded(), 60000);
+    const QString problem = "not a MIB module";
+    QTRY_VERIFY(w.EventView()
+                    ->Table()
+                    ->model()
+                    ->match(w.EventView()->Table()->model()->index(0, 2), Qt::DisplayRole, problem,
+                            1, Qt::MatchContains)
+                    .size() == 1);
+    net::CAdapterTable adapters({}, {});
+    app::COptionsDialog d(s.app, adapters);
+    auto* problems = d.findChild<QListWidget*>("mibProblems");
+    QVERIFY(problems->count() == 1 && problems->item(0)->text().contains("notes.pdf") &&
+            problems->item(0)->text().contains(problem));
+    auto* folders = d.findChild<QListWidget*>("mibFolders");
+    for (const QString folder : {"/srv/mibs", "/srv/mibs", "/opt/vendor mibs"}) {
+      app::COptionsDialog::SetFolderChooser([&](QWidget*) { return folder; });
+      d.findChild<QPushButton*>("addMibFolder")->click();
+    }
+    app::COptionsDialog::SetFolderChooser({});
+    folders->setCurrentRow(0);
+    d.findChild<QPushButton*>("removeMibFolder")->click();
+    QStringList said;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { said << text; });
+    d.accept();
+    app::SetMessageBoxHook(nullptr);
+    QCOMPARE(said, QStringList{"The MIB folders take effect when Sondara Utility next starts."});
+    QCOMPARE(app::CMibNames::Folders(s.app), QStringList{"/opt/vendor mibs"});
+  }
+
   void PagesTurnOffAndOn() {
     Stores s;
     app::CMainWnd w(s.app);
@@ -504,6 +542,10 @@ class NumericEditTest : public QObject {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // This run's MIB folder: one file that is no MIB module at all.
+  sondara_test::TempFolder mibs;
+  sondara_test::WriteFile(mibs / "notes.pdf", "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n");
+  ::setenv("SONDARA_MIB_FOLDERS", mibs.Path().c_str(), 1);
   QApplication app(argc, argv);
   // Each case's window and settings exist only while its own tests run.
   int failed = 0;
