@@ -11,12 +11,14 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
 #include <QToolButton>
+#include <QTreeWidget>
 #include <map>
 #include <memory>
 
@@ -28,6 +30,7 @@
 #include "ui/main_wnd.h"
 #include "ui/message_box_dialog.h"
 #include "ui/mib_names.h"
+#include "ui/mib_tree_view.h"
 #include "ui/numeric_edit.h"
 #include "ui/options_dialog.h"
 #include "ui/pages/ping_view.h"
@@ -88,6 +91,41 @@ class MainWndTest : public QObject {
     app::SetMessageBoxHook(nullptr);
     QCOMPARE(said, QStringList{"The MIB folders take effect when Sondara Utility next starts."});
     QCOMPARE(app::CMibNames::Folders(s.app), QStringList{"/opt/vendor mibs"});
+  }
+
+  // View > MIB Tree: a node found by name, number or part of a name shows its details; "Use
+  // OID" fills the page in front, "Walk from here" starts a walk from the node.
+  void MibTreeFindsUsesAndWalks() {
+    Stores s;
+    app::CMainWnd w(s.app);
+    w.show();
+    QTRY_VERIFY_WITH_TIMEOUT(app::CMibNames::Instance().Loaded(), 60000);
+    w.Action("viewMibTree")->trigger();
+    app::CMibTreeView* tree = w.MibTree();
+    QVERIFY(tree->isVisible());
+    const auto* details = tree->findChild<QPlainTextEdit*>("mibDetails");
+    for (const QString typed : {"IF-MIB::ifOperStatus", ".1.3.6.1.2.1.2.2.1.8.3", "ifOperSta"}) {
+      tree->Tree()->setCurrentItem(nullptr);
+      QVERIFY(tree->Find(typed));
+      QVERIFY2(details->toPlainText().startsWith(
+                   "Name: IF-MIB::ifOperStatus\nOID: .1.3.6.1.2.1.2.2.1.8\nKind: column\n"),
+               qPrintable(details->toPlainText()));
+    }
+    QVERIFY(details->toPlainText().contains("\nValues: up(1), down(2), testing(3)"));
+    w.PropertySheetView()->Sheet()->setCurrentWidget(w.PropertySheetView()->Page(app::kPageGetSet));
+    QVERIFY(tree->Find("sysDescr"));
+    tree->findChild<QPushButton*>("mibUseOid")->click();
+    QCOMPARE(w.findChild<QComboBox*>("getOid")->currentText(), ".1.3.6.1.2.1.1.1.0");
+    w.findChild<QLineEdit*>("walkHost")->clear();  // refused before anything is sent
+    QStringList said;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { said << text; });
+    QVERIFY(tree->Find("SNMPv2-MIB::system"));
+    tree->findChild<QPushButton*>("mibWalkFrom")->click();
+    app::SetMessageBoxHook(nullptr);
+    QCOMPARE(said, QStringList{"Please enter a valid IP/Host address."});
+    QCOMPARE(w.PropertySheetView()->Sheet()->currentWidget(),
+             w.PropertySheetView()->Page(app::kPageWalkMib));
+    QCOMPARE(w.findChild<QComboBox*>("walkStartOid")->currentText(), ".1.3.6.1.2.1.1");
   }
 
   void PagesTurnOffAndOn() {

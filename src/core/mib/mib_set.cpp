@@ -331,6 +331,12 @@ bool CMibSet::ToOid(std::string_view text, Arcs& out, std::string& error) const 
   return true;
 }
 
+void CMibSet::ForEachNode(const std::function<void(const MibNode&)>& visit) const {
+  std::shared_lock lock(mutex_);
+  for (const auto& [oid, node] : by_oid_)
+    visit(*node);
+}
+
 std::string CMibSet::Description(const MibNode& node) const {
   std::shared_lock lock(mutex_);
   if (!node.description.empty())

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <shared_mutex>
 #include <span>
@@ -69,6 +70,9 @@ class CMibSet {
   bool ToOid(std::string_view name, Arcs& out, std::string& error) const;
   const MibNode* Find(std::string_view module, std::string_view name) const;
   std::string Description(const MibNode& node) const;
+  // Every OID's node (the one names resolve to) in the order of the OIDs; `visit` must not
+  // call back into the set.
+  void ForEachNode(const std::function<void(const MibNode&)>& visit) const;
 
  private:
   // Lower wins where modules define one OID or one name: the user's modules, then the standard
