@@ -1,5 +1,6 @@
 #include "ui/mib_names.h"
 
+#include <QCoreApplication>
 #include <QMetaObject>
 #include <algorithm>
 #include <string>
@@ -59,6 +60,14 @@ void CMibNames::StartLoading(const QStringList& folders) {
   for (const QString& folder : folders)
     list.push_back(folder.toStdString());
   mib::CMibSet::AddFolders(std::move(list));
+  // The set is a static made by the loader, so it would go before this one at exit: the loader
+  // ends while the program still runs.
+  if (QCoreApplication* app = QCoreApplication::instance()) {
+    connect(app, &QCoreApplication::aboutToQuit, this, [this] {
+      if (loader_.joinable())
+        loader_.join();
+    });
+  }
   loader_ = std::jthread([this] {
     (void)mib::CMibSet::Builtin();
     loaded_ = true;
