@@ -855,17 +855,7 @@ ParseResult ParseCommandLine(const std::vector<std::string>& args) {
 }
 
 std::wstring OidOfName(std::string_view text, std::string& error) {
-  error.clear();
-  // Numbers go to the OID checks as typed, which name their faults more closely.
-  if (text.empty() || text.front() == '.' || (text.front() >= '0' && text.front() <= '9'))
-    return Wide(text);
-  mib::Arcs arcs;
-  if (!mib::CMibSet::Builtin().ToOid(text, arcs, error))
-    return {};
-  std::wstring out;
-  for (std::uint32_t arc : arcs)
-    out += L"." + std::to_wstring(arc);
-  return out;
+  return Wide(mib::OidTextOfName(text, error));
 }
 
 bool IsCommand(std::string_view name) {

@@ -33,12 +33,6 @@ std::string Header(int first, int second, int third) {
   return Utf8(LoadString(first) + L"," + LoadString(second) + L"," + LoadString(third));
 }
 
-std::wstring NameOf(const snmp::COid& oid) {
-  const auto& arcs = oid.Arcs();
-  return tvkutil::FromUtf8Lenient(
-      mib::CMibSet::Builtin().NameOf(std::span<const std::uint32_t>(arcs.data(), arcs.size())));
-}
-
 }  // namespace
 
 std::string TerminalText(std::wstring_view text) {
@@ -107,15 +101,8 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
     const mib::OidMatch match =
         mib::CMibSet::Builtin().Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
     name = tvkutil::FromUtf8Lenient(mib::CMibSet::NameOf(match));
-    const snmp::CASNDataType* value = bind.Value();
-    if (value != nullptr && tag == snmp::kTagOid) {
-      if (std::wstring value_name = NameOf(*static_cast<const snmp::COid*>(value));
-          !value_name.empty())
-        text = value_name;
-    } else if (value != nullptr && match.node != nullptr) {
-      if (const auto shown = mib::ValueText(*match.node, *value))
-        text = tvkutil::FromUtf8Lenient(*shown);
-    }
+    if (const auto shown = mib::NamedValueText(bind))
+      text = tvkutil::FromUtf8Lenient(*shown);
   }
   PrintBinding(bind.Name() ? bind.Name()->Text() : std::wstring(), name, snmp::TypeNameOfTag(tag),
                text, octets);

@@ -5,11 +5,13 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QDockWidget>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
 #include <QTabBar>
@@ -17,10 +19,13 @@
 #include <QVBoxLayout>
 
 #include "logs/log_entry_points.h"
+#include "mib/mib_set.h"
 #include "settings/sondara_utility_app.h"
 #include "ui/about_dialog.h"
 #include "ui/logs/event_log_view.h"
 #include "ui/logs/transaction_log_view.h"
+#include "ui/mib_names.h"
+#include "ui/mib_tree_view.h"
 #include "ui/options_dialog.h"
 #include "ui/pages/device_discovery_page.h"
 #include "ui/pages/get_set_page.h"
@@ -30,6 +35,7 @@
 #include "ui/property_sheet_view.h"
 #include "ui/readme_dialog.h"
 #include "ui/screen_fit.h"
+#include "ui/text_conversion.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -113,6 +119,7 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   flags_.get_set = app_.GetProfileInt(kFlagsSection, L"EnableGetSet", 1) != 0;
   flags_.send_trap = app_.GetProfileInt(kFlagsSection, L"EnableSendTrap", 1) != 0;
   flags_.walk_mib = app_.GetProfileInt(kFlagsSection, L"EnableWalkMIB", 1) != 0;
+  CMibNames::Instance().SetShown(app_.GetProfileInt(kFlagsSection, L"ShowNames", 1) != 0);
 
   splitter_ = new QSplitter(Qt::Vertical, this);
   splitter_->setChildrenCollapsible(false);
@@ -129,9 +136,24 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   }
   splitter_->setStretchFactor(3, 1);  // the event log takes what the others leave
   setCentralWidget(splitter_);
+  // Beside the panes, and only when asked for: without it the window is as it always was.
+  mib_dock_ = new QDockWidget(QStringLiteral("MIB Tree"), this);
+  mib_dock_->setObjectName(QStringLiteral("mibTreeDock"));
+  mib_dock_->setFeatures(QDockWidget::NoDockWidgetFeatures);
+  mib_tree_ = new CMibTreeView(mib_dock_);
+  mib_dock_->setWidget(mib_tree_);
+  addDockWidget(Qt::RightDockWidgetArea, mib_dock_);
+  mib_dock_->setVisible(app_.GetProfileInt(kFlagsSection, L"ShowMibTree", 0) != 0);
+  connect(mib_tree_, &CMibTreeView::UseOid, this, &CMainWnd::UseOid);
+  connect(mib_tree_, &CMibTreeView::WalkFrom, this, &CMainWnd::WalkFrom);
   statusBar()->setObjectName(QStringLiteral("statusBar"));  // the pages say there what runs
   ping_view_->ShowToolbar(flags_.ping_toolbar && app_.IcmpAvailable());
 
+  // What could not be read of the user's MIB files, once they are read.
+  connect(&CMibNames::Instance(), &CMibNames::LoadFinished, this, [] {
+    for (const mib::MibProblem& problem : mib::CMibSet::Builtin().Problems())
+      logs::LogEventLine(tvkutil::FromUtf8Lenient(mib::FormatProblem(problem)));
+  });
   BuildMenus();
   RestorePlacement();
   UpdateCommandStates();
@@ -148,6 +170,8 @@ CMainWnd::~CMainWnd() {
   app_.WriteProfileInt(kFlagsSection, L"EnableGetSet", flags_.get_set ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"EnableSendTrap", flags_.send_trap ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"EnableWalkMIB", flags_.walk_mib ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"ShowNames", CMibNames::Instance().Shown() ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"ShowMibTree", mib_dock_->isVisibleTo(this) ? 1 : 0);
 }
 
 QAction* CMainWnd::Action(const char* name) const {
@@ -198,6 +222,14 @@ void CMainWnd::BuildMenus() {
     transaction_view_->SetDecodedPaneEnabled(!transaction_view_->DecodedPaneEnabled());
     UpdateCommandStates();
   })->setCheckable(true);
+  add(view, "viewShowNames", QStringLiteral("Show &Names"), [this] {
+    CMibNames::Instance().SetShown(!CMibNames::Instance().Shown());
+    UpdateCommandStates();
+  })->setCheckable(true);
+  add(view, "viewMibTree", QStringLiteral("MIB &Tree"), [this] {
+    mib_dock_->setVisible(!mib_dock_->isVisibleTo(this));
+    UpdateCommandStates();
+  })->setCheckable(true);
 
   QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
   add(help, "readme", QStringLiteral("Readme"), &CMainWnd::OnReadme);
@@ -228,6 +260,8 @@ void CMainWnd::UpdateCommandStates() {
   apply(Action("viewSendTrap"), PageSwitchState(flags_, kPageSendTrap, icmp));
   apply(Action("viewWalkMib"), PageSwitchState(flags_, kPageWalkMib, icmp));
   Action("viewDecodedMessage")->setChecked(transaction_view_->DecodedPaneEnabled());
+  Action("viewShowNames")->setChecked(CMibNames::Instance().Shown());
+  Action("viewMibTree")->setChecked(mib_dock_->isVisibleTo(this));
   Action("readme")->setEnabled(QFileInfo::exists(ReadmePath()));
 }
 
@@ -254,6 +288,29 @@ void CMainWnd::OnTogglePage(PageId id) {
     sheet_view_->RemovePage(id);
   }
   UpdateCommandStates();
+}
+
+void CMainWnd::UseOid(const QString& oid) {
+  QWidget* page = sheet_view_->Sheet()->currentWidget();
+  for (const char* field : {"getOid", "walkStartOid", "senderOid"}) {
+    if (auto* combo = page->findChild<QComboBox*>(QString::fromLatin1(field))) {
+      combo->setCurrentText(oid);
+      combo->setFocus(Qt::OtherFocusReason);
+      return;
+    }
+  }
+}
+
+void CMainWnd::WalkFrom(const QString& oid) {
+  if (!flags_.walk_mib)
+    OnTogglePage(kPageWalkMib);
+  QWidget* page = sheet_view_->Page(kPageWalkMib);
+  sheet_view_->Sheet()->setCurrentWidget(page);
+  auto* walk = page->findChild<QPushButton*>(QStringLiteral("walkButton"));
+  if (!walk->isEnabled() || walk->text() != tvkutil::UiText(tvkutil::ids::kBeginWalk))
+    return;  // a walk or a request runs: nothing typed over it
+  page->findChild<QComboBox*>(QStringLiteral("walkStartOid"))->setCurrentText(oid);
+  walk->click();
 }
 
 void CMainWnd::OnOptions() {
@@ -332,6 +389,8 @@ void CMainWnd::showEvent(QShowEvent* event) {
     splitter_->setSizes(pending_sizes_);
     pending_sizes_.clear();
   }
+  // The modules are read behind the window, never before it shows.
+  CMibNames::Instance().StartLoading(CMibNames::Folders(app_));
 }
 
 void CMainWnd::SavePlacement() {

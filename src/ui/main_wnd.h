@@ -9,6 +9,7 @@
 #include "settings/page_set.h"
 
 class QAction;
+class QDockWidget;
 class QMenu;
 
 namespace logs {
@@ -23,6 +24,7 @@ namespace app {
 
 class CSondaraUtilityApp;
 class CPropertySheetView;
+class CMibTreeView;
 
 class CMainWnd : public QMainWindow {
   Q_OBJECT
@@ -35,6 +37,7 @@ class CMainWnd : public QMainWindow {
   pages::CPingView* PingView() const { return ping_view_; }
   logs::CTransactionLogView* TransactionView() const { return transaction_view_; }
   logs::CEventLogView* EventView() const { return event_view_; }
+  CMibTreeView* MibTree() const { return mib_tree_; }
   QSplitter* Splitter() const { return splitter_; }
   const PageFlags& Flags() const { return flags_; }
 
@@ -56,6 +59,10 @@ class CMainWnd : public QMainWindow {
 
  private:
   void BuildMenus();
+  // The MIB tree's OID into the OID field of the page in front.
+  void UseOid(const QString& oid);
+  // The walkMIB page in front (turned on if it was off), walking from `oid`.
+  void WalkFrom(const QString& oid);
   void RestorePlacement();
   void SavePlacement();
   QString ReadmePath() const;
@@ -67,6 +74,8 @@ class CMainWnd : public QMainWindow {
   CPropertySheetView* sheet_view_ = nullptr;
   logs::CTransactionLogView* transaction_view_ = nullptr;
   logs::CEventLogView* event_view_ = nullptr;
+  QDockWidget* mib_dock_ = nullptr;
+  CMibTreeView* mib_tree_ = nullptr;
   // Pane heights from the profile, applied once the window has its real size.
   QList<int> pending_sizes_;
 };

@@ -3,19 +3,23 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QListWidget>
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cstdint>
 
+#include "mib/mib_set.h"
 #include "net/adapter_table.h"
 #include "settings/setting_rules.h"
 #include "settings/sondara_utility_app.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/numeric_edit.h"
 #include "ui/text_conversion.h"
 #include "util/string_table.h"
@@ -32,8 +36,27 @@ constexpr int kRequestTimeoutStep = 100;
 constexpr int kRequestTimeoutTextLimit = 5;
 constexpr int kRetriesTextLimit = 1;
 constexpr int kWalkBulkRepetitionsTextLimit = 3;
+constexpr int kMibListRows = 4;
+
+QString ChooseFolder(QWidget* parent) {
+  return QFileDialog::getExistingDirectory(parent, QStringLiteral("MIB Folder"));
+}
+
+COptionsDialog::FolderChooserFn& FolderChooser() {
+  static COptionsDialog::FolderChooserFn fn = ChooseFolder;
+  return fn;
+}
+
+// A list about `rows` lines tall, so the dialog keeps its size whatever it holds.
+void FitRows(QListWidget* list, int rows) {
+  list->setFixedHeight(list->fontMetrics().lineSpacing() * rows + 2 * list->frameWidth() + 4);
+}
 
 }  // namespace
+
+void COptionsDialog::SetFolderChooser(FolderChooserFn chooser) {
+  FolderChooser() = chooser ? std::move(chooser) : FolderChooserFn(ChooseFolder);
+}
 
 COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, QWidget* parent)
     : COptionsDialog(app, net::CAdapterTable::Instance(), parent) {}
@@ -77,6 +100,7 @@ COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adap
   layout->addWidget(use_ipv6_);
   layout->addWidget(interface_group);
   layout->addWidget(parameters_group);
+  layout->addWidget(BuildMibGroup());
   layout->addWidget(buttons);
   layout->setSizeConstraint(QLayout::SetFixedSize);
 
@@ -90,6 +114,66 @@ COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adap
     FillAdapterList(on);
     adapter_list_->setCurrentIndex(0);
   });
+}
+
+QWidget* COptionsDialog::BuildMibGroup() {
+  auto* group = new QGroupBox(QStringLiteral("&MIB Folders"), this);
+  mib_folders_ = new QListWidget(group);
+  mib_folders_->setObjectName(QStringLiteral("mibFolders"));
+  mib_folders_->setAccessibleName(QStringLiteral("MIB Folders"));
+  mib_folders_->addItems(CMibNames::Folders(app_));
+  FitRows(mib_folders_, kMibListRows);
+  auto* add = new QPushButton(QStringLiteral("A&dd..."), group);
+  add->setObjectName(QStringLiteral("addMibFolder"));
+  auto* remove = new QPushButton(QStringLiteral("Re&move"), group);
+  remove->setObjectName(QStringLiteral("removeMibFolder"));
+  for (QPushButton* b : {add, remove})
+    b->setAutoDefault(false);
+  connect(add, &QPushButton::clicked, this, [this] {
+    const QString folder = FolderChooser()(this);
+    if (folder.isEmpty() || !mib_folders_->findItems(folder, Qt::MatchExactly).isEmpty())
+      return;
+    mib_folders_->addItem(folder);
+    mib_folders_->setCurrentRow(mib_folders_->count() - 1);
+  });
+  connect(remove, &QPushButton::clicked, this, [this] { delete mib_folders_->currentItem(); });
+
+  auto* problems_label = new QLabel(QStringLiteral("What could not be read:"), group);
+  mib_problems_ = new QListWidget(group);
+  mib_problems_->setObjectName(QStringLiteral("mibProblems"));
+  mib_problems_->setSelectionMode(QAbstractItemView::NoSelection);
+  mib_problems_->setFocusPolicy(Qt::NoFocus);
+  FitRows(mib_problems_, kMibListRows);
+  problems_label->setBuddy(mib_problems_);
+  FillMibProblems();
+  connect(&CMibNames::Instance(), &CMibNames::LoadFinished, this, &COptionsDialog::FillMibProblems);
+
+  auto* buttons = new QVBoxLayout;
+  buttons->addWidget(add);
+  buttons->addWidget(remove);
+  buttons->addStretch();
+  auto* grid = new QGridLayout(group);
+  grid->addWidget(mib_folders_, 0, 0);
+  grid->addLayout(buttons, 0, 1);
+  grid->addWidget(problems_label, 1, 0, 1, 2);
+  grid->addWidget(mib_problems_, 2, 0, 1, 2);
+  return group;
+}
+
+void COptionsDialog::FillMibProblems() {
+  mib_problems_->clear();
+  // Asking the set before it is read would wait for it on the window's thread.
+  if (!CMibNames::Instance().Loaded()) {
+    mib_problems_->addItem(QStringLiteral("The MIB files are still being read."));
+    return;
+  }
+  const auto& problems = mib::CMibSet::Builtin().Problems();
+  for (const mib::MibProblem& problem : problems)
+    mib_problems_->addItem(QString::fromStdString(mib::FormatProblem(problem)));
+  if (problems.empty())
+    mib_problems_->addItem(QStringLiteral("Nothing: every MIB file was read."));
+  for (int i = 0; i < mib_problems_->count(); ++i)
+    mib_problems_->item(i)->setToolTip(mib_problems_->item(i)->text());
 }
 
 COptionsDialog::NumberField COptionsDialog::AddNumberField(QGridLayout* grid, int row,
@@ -171,6 +255,18 @@ void COptionsDialog::accept() {
   net.request_timeout_ms = request_timeout_ms;
   net.retries = retries;
   net.walk_bulk_repetitions = walk_bulk_repetitions;
+  QStringList folders;
+  for (int i = 0; i < mib_folders_->count(); ++i)
+    folders << mib_folders_->item(i)->text();
+  if (folders != CMibNames::Folders(app_)) {
+    CMibNames::StoreFolders(app_, folders);
+    // The modules of this run stay as they were read; reading them again under the pages'
+    // feet is not worth the risk.
+    app::ShowMessageBox(this,
+                        QStringLiteral("The MIB folders take effect when Sondara Utility next "
+                                       "starts."),
+                        app::MessageIcon::kNone);
+  }
   QDialog::accept();
 }
 

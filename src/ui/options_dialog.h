@@ -1,14 +1,17 @@
-// COptionsDialog: the network interface requests are sent from, the IP version, and the
-// time-outs and retries of every SNMP exchange. OK stores into the application object (the
+// COptionsDialog: the network interface requests are sent from, the IP version, the
+// time-outs and retries of every SNMP exchange, and the folders MIB files are read from with
+// what could not be read of them. OK stores into the application object (the
 // profile is written at shut-down); Cancel stores nothing.
 #pragma once
 
 #include <QDialog>
 #include <QString>
+#include <functional>
 
 class QCheckBox;
 class QComboBox;
 class QGridLayout;
+class QListWidget;
 
 namespace tvkutil {
 class CNumericEdit;
@@ -35,6 +38,11 @@ class COptionsDialog : public QDialog {
   // and focused, and the dialog stays open with nothing stored.
   void accept() override;
 
+  // Replaces the folder chooser of "A&dd..." (tests); empty brings the real one back. It
+  // returns the folder chosen, empty when cancelled.
+  using FolderChooserFn = std::function<QString(QWidget* parent)>;
+  static void SetFolderChooser(FolderChooserFn chooser);
+
  private:
   struct NumberField {
     tvkutil::CNumericEdit* edit = nullptr;
@@ -49,6 +57,10 @@ class COptionsDialog : public QDialog {
   void FillAdapterList(bool use_ipv6);
   // Reads a field; false (after the warning) when its value is out of range.
   bool TakeNumber(const NumberField& field, int& out_value);
+  // The MIB folders' group: the list with its buttons and the problems below.
+  QWidget* BuildMibGroup();
+  // What the MIB set could not read, once it has been read.
+  void FillMibProblems();
 
   CSondaraUtilityApp& app_;
   net::CAdapterTable& adapters_;
@@ -57,6 +69,8 @@ class COptionsDialog : public QDialog {
   NumberField request_timeout_;
   NumberField retries_;
   NumberField walk_bulk_repetitions_;
+  QListWidget* mib_folders_ = nullptr;
+  QListWidget* mib_problems_ = nullptr;
 };
 
 }  // namespace app

@@ -8,14 +8,17 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
 #include <QToolButton>
+#include <QTreeWidget>
 #include <map>
 #include <memory>
 
@@ -26,6 +29,8 @@
 #include "ui/logs/transaction_log_view.h"
 #include "ui/main_wnd.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
+#include "ui/mib_tree_view.h"
 #include "ui/numeric_edit.h"
 #include "ui/options_dialog.h"
 #include "ui/pages/ping_view.h"
@@ -52,10 +57,88 @@ class MainWndTest : public QObject {
   Q_OBJECT
 
  private slots:
+  // First, so that its window is the one that reads the modules.
+  // The MIB folders: added once each, removed, kept on OK with a word on when they count; what
+  // could not be read of this run's folder listed below them and in the event log.
+  void MibFoldersAndWhatCouldNotBeRead() {
+    Stores s;
+    app::CMainWnd w(s.app);
+    w.show();  // starts reading the modules
+    QTRY_VERIFY_WITH_TIMEOUT(app::CMibNames::Instance().Loaded(), 60000);
+    const QString problem = "not a MIB module";
+    QTRY_VERIFY(w.EventView()
+                    ->Table()
+                    ->model()
+                    ->match(w.EventView()->Table()->model()->index(0, 2), Qt::DisplayRole, problem,
+                            1, Qt::MatchContains)
+                    .size() == 1);
+    net::CAdapterTable adapters({}, {});
+    app::COptionsDialog d(s.app, adapters);
+    auto* problems = d.findChild<QListWidget*>("mibProblems");
+    QVERIFY(problems->count() == 1 && problems->item(0)->text().contains("notes.pdf") &&
+            problems->item(0)->text().contains(problem));
+    auto* folders = d.findChild<QListWidget*>("mibFolders");
+    for (const QString folder : {"/srv/mibs", "/srv/mibs", "/opt/vendor mibs"}) {
+      app::COptionsDialog::SetFolderChooser([&](QWidget*) { return folder; });
+      d.findChild<QPushButton*>("addMibFolder")->click();
+    }
+    app::COptionsDialog::SetFolderChooser({});
+    folders->setCurrentRow(0);
+    d.findChild<QPushButton*>("removeMibFolder")->click();
+    QStringList said;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { said << text; });
+    d.accept();
+    app::SetMessageBoxHook(nullptr);
+    QCOMPARE(said, QStringList{"The MIB folders take effect when Sondara Utility next starts."});
+    QCOMPARE(app::CMibNames::Folders(s.app), QStringList{"/opt/vendor mibs"});
+  }
+
+  // View > MIB Tree: a node found by name, number or part of a name shows its details; "Use
+  // OID" fills the page in front, "Walk from here" starts a walk from the node.
+  void MibTreeFindsUsesAndWalks() {
+    Stores s;
+    app::CMainWnd w(s.app);
+    w.show();
+    QTRY_VERIFY_WITH_TIMEOUT(app::CMibNames::Instance().Loaded(), 60000);
+    w.Action("viewMibTree")->trigger();
+    app::CMibTreeView* tree = w.MibTree();
+    QVERIFY(tree->isVisible());
+    const auto* details = tree->findChild<QPlainTextEdit*>("mibDetails");
+    for (const QString typed : {"IF-MIB::ifOperStatus", ".1.3.6.1.2.1.2.2.1.8.3", "ifOperSta"}) {
+      tree->Tree()->setCurrentItem(nullptr);
+      QVERIFY(tree->Find(typed));
+      QVERIFY2(details->toPlainText().startsWith(
+                   "Name: IF-MIB::ifOperStatus\nOID: .1.3.6.1.2.1.2.2.1.8\nKind: column\n"),
+               qPrintable(details->toPlainText()));
+    }
+    QVERIFY(details->toPlainText().contains("\nValues: up(1), down(2), testing(3)"));
+    w.PropertySheetView()->Sheet()->setCurrentWidget(w.PropertySheetView()->Page(app::kPageGetSet));
+    QVERIFY(tree->Find("sysDescr"));
+    tree->findChild<QPushButton*>("mibUseOid")->click();
+    QCOMPARE(w.findChild<QComboBox*>("getOid")->currentText(), ".1.3.6.1.2.1.1.1.0");
+    w.findChild<QLineEdit*>("walkHost")->clear();  // refused before anything is sent
+    QStringList said;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { said << text; });
+    QVERIFY(tree->Find("SNMPv2-MIB::system"));
+    tree->findChild<QPushButton*>("mibWalkFrom")->click();
+    app::SetMessageBoxHook(nullptr);
+    QCOMPARE(said, QStringList{"Please enter a valid IP/Host address."});
+    QCOMPARE(w.PropertySheetView()->Sheet()->currentWidget(),
+             w.PropertySheetView()->Page(app::kPageWalkMib));
+    QCOMPARE(w.findChild<QComboBox*>("walkStartOid")->currentText(), ".1.3.6.1.2.1.1");
+  }
+
   void PagesTurnOffAndOn() {
     Stores s;
     app::CMainWnd w(s.app);
     QCOMPARE(TabTexts(w), (QStringList{"&Device Discovery", "&Get/Set", "&sendTrap", "&walkMIB"}));
+    const auto* walk_results = w.findChild<QTableView*>("walkResults");
+    for (const bool shown : {false, true}) {  // View > Show Names: the walk's Name column
+      w.Action("viewShowNames")->trigger();
+      w.UpdateCommandStates();
+      QCOMPARE(w.Action("viewShowNames")->isChecked(), shown);
+      QCOMPARE(walk_results->isColumnHidden(4), !shown);
+    }
     for (const char* name : {"viewDeviceDiscovery", "viewGetSet", "viewSendTrap", "viewWalkMib"})
       w.Action(name)->trigger();
     QCOMPARE(TabTexts(w), QStringList{"&No Functionality"});
@@ -497,6 +580,10 @@ class NumericEditTest : public QObject {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // This run's MIB folder: one file that is no MIB module at all.
+  sondara_test::TempFolder mibs;
+  sondara_test::WriteFile(mibs / "notes.pdf", "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n");
+  ::setenv("SONDARA_MIB_FOLDERS", mibs.Path().c_str(), 1);
   QApplication app(argc, argv);
   // Each case's window and settings exist only while its own tests run.
   int failed = 0;

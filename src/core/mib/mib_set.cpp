@@ -331,6 +331,12 @@ bool CMibSet::ToOid(std::string_view text, Arcs& out, std::string& error) const 
   return true;
 }
 
+void CMibSet::ForEachNode(const std::function<void(const MibNode&)>& visit) const {
+  std::shared_lock lock(mutex_);
+  for (const auto& [oid, node] : by_oid_)
+    visit(*node);
+}
+
 std::string CMibSet::Description(const MibNode& node) const {
   std::shared_lock lock(mutex_);
   if (!node.description.empty())
@@ -344,6 +350,19 @@ std::string CMibSet::Description(const MibNode& node) const {
   if (!in.read(text.data(), static_cast<std::streamsize>(text.size())))
     return {};
   return text;
+}
+
+std::string OidTextOfName(std::string_view text, std::string& error) {
+  error.clear();
+  if (text.empty() || text.front() == '.' || (text.front() >= '0' && text.front() <= '9'))
+    return std::string(text);
+  Arcs arcs;
+  if (!CMibSet::Builtin().ToOid(text, arcs, error))
+    return {};
+  std::string out;
+  for (std::uint32_t arc : arcs)
+    out += "." + std::to_string(arc);
+  return out;
 }
 
 }  // namespace mib

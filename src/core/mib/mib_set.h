@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <shared_mutex>
 #include <span>
@@ -69,6 +70,9 @@ class CMibSet {
   bool ToOid(std::string_view name, Arcs& out, std::string& error) const;
   const MibNode* Find(std::string_view module, std::string_view name) const;
   std::string Description(const MibNode& node) const;
+  // Every OID's node (the one names resolve to) in the order of the OIDs; `visit` must not
+  // call back into the set.
+  void ForEachNode(const std::function<void(const MibNode&)>& visit) const;
 
  private:
   // Lower wins where modules define one OID or one name: the user's modules, then the standard
@@ -87,5 +91,10 @@ class CMibSet {
   std::string description_file_;
   std::vector<MibProblem> problems_;
 };
+
+// Text typed where an OID goes, as dotted numbers: dotted text as typed (the OID checks name
+// its faults more closely), a name ("sysDescr.0", "IF-MIB::ifDescr.1") as ".1.3.6...".
+// Empty, with the reason in `error`, for a name no module knows.
+std::string OidTextOfName(std::string_view text, std::string& error);
 
 }  // namespace mib

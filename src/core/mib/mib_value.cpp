@@ -2,9 +2,11 @@
 
 #include <cstdio>
 
+#include "mib/mib_set.h"
 #include "snmp/counter64.h"
 #include "snmp/integer32.h"
 #include "snmp/octet_string.h"
+#include "snmp/oid.h"
 #include "snmp/unsigned32.h"
 
 namespace mib {
@@ -172,6 +174,21 @@ std::optional<std::string> ValueText(const MibNode& node, const snmp::CASNDataTy
   if (node.units.empty())
     return text;
   return text.value_or(std::to_string(*number)) + " " + node.units;
+}
+
+std::optional<std::string> NamedValueText(const snmp::CVarBind& bind) {
+  const snmp::CASNDataType* value = bind.Value();
+  if (value == nullptr || bind.Name() == nullptr)
+    return std::nullopt;
+  const CMibSet& set = CMibSet::Builtin();
+  if (value->Tag() == snmp::kTagOid) {
+    const auto& arcs = static_cast<const snmp::COid*>(value)->Arcs();
+    std::string name = set.NameOf(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
+    return name.empty() ? std::nullopt : std::optional<std::string>(std::move(name));
+  }
+  const auto& arcs = bind.Name()->Arcs();
+  const OidMatch match = set.Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
+  return match.node != nullptr ? ValueText(*match.node, *value) : std::nullopt;
 }
 
 }  // namespace mib

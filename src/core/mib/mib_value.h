@@ -11,6 +11,7 @@
 
 #include "mib/mib_node.h"
 #include "snmp/asn_data_type.h"
+#include "snmp/var_bind.h"
 
 namespace mib {
 
@@ -24,5 +25,9 @@ std::optional<std::string> IntegerByHint(std::string_view hint, std::int64_t val
 // `value` as `node` describes it (UTF-8), or nothing when the node says nothing about such a
 // value (another type, an exception value, TimeTicks): the caller then shows it as always.
 std::optional<std::string> ValueText(const MibNode& node, const snmp::CASNDataType& value);
+
+// A binding's value as names show it (UTF-8): an OID value by its name, any other by the node
+// of the binding's name (ValueText) in CMibSet::Builtin(); nothing when neither says more.
+std::optional<std::string> NamedValueText(const snmp::CVarBind& bind);
 
 }  // namespace mib

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "mib/mib_value.h"
 #include "net/address.h"
 #include "net/snmp_requester.h"
 #include "ops/operation_common.h"
@@ -61,7 +62,9 @@ bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
         {kFieldUsmUser, kFieldUsmAuthPassword, kFieldUsmPrivPassword, kFieldUsmContextEngineId});
   };
   if (mode == GetSetMode::kGet) {
-    if (!CheckOidField(ui, form_.get_oid, kEnterValidGetOid, kFieldGetOid))
+    oid_numbers_ = form_.get_oid;
+    if (!TranslateOidName(ui, oid_numbers_, kFieldGetOid) ||
+        !CheckOidField(ui, oid_numbers_, kEnterValidGetOid, kFieldGetOid))
       return false;
     if (V3())
       return check_user();
@@ -69,7 +72,9 @@ bool CGetSetOperation::Validate(GetSetMode mode, app::IOperationUi& ui) {
       return Refuse(ui, kEnterGetCommunity, kFieldGetCommunity);
     return true;
   }
-  if (!CheckOidField(ui, form_.set_oid, kEnterValidSetOid, kFieldSetOid))
+  oid_numbers_ = form_.set_oid;
+  if (!TranslateOidName(ui, oid_numbers_, kFieldSetOid) ||
+      !CheckOidField(ui, oid_numbers_, kEnterValidSetOid, kFieldSetOid))
     return false;
   if (V3()) {
     if (!check_user())
@@ -96,11 +101,12 @@ std::optional<GetSetRequest> CGetSetOperation::Prepare(GetSetMode mode, app::IOp
     request.security = UserSecurityOf(form_.usm);
   else
     request.community = get ? form_.get_community : form_.set_community;
+  request.typed_oid = get ? form_.get_oid : form_.set_oid;
   if (get)
-    request.bindings.push_back({form_.get_oid, snmp::kTagNull, {}});
+    request.bindings.push_back({oid_numbers_, snmp::kTagNull, {}});
   else
     request.bindings.push_back(
-        {form_.set_oid, snmp::TagOfTypeName(form_.set_data_type), form_.set_value});
+        {oid_numbers_, snmp::TagOfTypeName(form_.set_data_type), form_.set_value});
   request.request_id = request_ids_.Next(form_.host, form_.version, port_, static_cast<int>(mode),
                                          request.community);
   if (get)
@@ -176,8 +182,13 @@ GetSetReply CGetSetOperation::Exchange(const GetSetRequest& request,
   reply.outcome = RequestOutcome::kDone;
   if (request.mode == GetSetMode::kGet) {
     std::uint32_t tag = 0;
-    if (const snmp::CVarBind* bind = response->GetVarBind(1))
+    if (const snmp::CVarBind* bind = response->GetVarBind(1)) {
       bind->ValueText(reply.value, tag);  // Null and the exception values read as empty text
+      if (request.names) {
+        if (const auto shown = mib::NamedValueText(*bind))
+          reply.value = tvkutil::FromUtf8Lenient(*shown);
+      }
+    }
     reply.data_type = snmp::TypeNameOfTag(tag);
   }
   return reply;
@@ -191,7 +202,8 @@ void CGetSetOperation::Apply(const GetSetRequest& request, const GetSetReply& re
   }
   if (reply.outcome != RequestOutcome::kDone)
     return;
-  AddToHistory(get ? form_.get_oids : form_.set_oids, request.bindings.front().oid);
+  AddToHistory(get ? form_.get_oids : form_.set_oids,
+               request.typed_oid.empty() ? request.bindings.front().oid : request.typed_oid);
   if (request.version != snmp::kSnmpVersion3)
     AddToHistory(get ? form_.get_communities : form_.set_communities, request.community);
 }

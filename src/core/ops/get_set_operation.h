@@ -88,6 +88,8 @@ struct GetSetRequest {
   std::uint16_t port = 0;
   std::wstring community;                // empty for version 3
   std::vector<RequestBinding> bindings;  // the page's one; sondara-cli's any number
+  std::wstring typed_oid;  // the page's OID as typed (maybe a name), kept in its history
+  bool names = false;      // a Get's value as the MIB node has it ("up(1)") when it says more
   std::int32_t request_id = 0;
   snmp::usm::UserSecurity security;  // version 3: who the request speaks as
 };
@@ -144,7 +146,8 @@ class CGetSetOperation {
   snmp::CRequestIdCounter request_ids_;
   logs::IEventLineSink& events_;
   logs::ITransactionSink& transactions_;
-  std::uint16_t port_ = 0;  // the port of the last check that passed
+  std::uint16_t port_ = 0;    // the port of the last check that passed
+  std::wstring oid_numbers_;  // the checked OID as numbers (a typed name translated)
 };
 
 }  // namespace pages

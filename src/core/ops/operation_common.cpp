@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "mib/mib_set.h"
 #include "net/address.h"
 #include "snmp/asn_data_type.h"
 #include "snmp/response_check.h"
@@ -107,6 +108,19 @@ bool CheckOidField(app::IOperationUi& ui, std::wstring_view text, int string_id,
     default:
       return Refuse(ui, string_id, field);
   }
+}
+
+bool TranslateOidName(app::IOperationUi& ui, std::wstring& text, int field) {
+  std::string error;
+  const std::string numbers = mib::OidTextOfName(tvkutil::ToUtf8(text), error);
+  if (!error.empty()) {
+    ui.ShowMessage(tvkutil::FormatN(tvkutil::LoadString(tvkutil::ids::kOidNameUnknown), SIZE_MAX,
+                                    text, tvkutil::FromUtf8Lenient(error)),
+                   app::MessageIcon::kWarning, field);
+    return false;
+  }
+  text = tvkutil::FromUtf8Lenient(numbers);
+  return true;
 }
 
 bool CheckValueField(app::IOperationUi& ui, std::uint32_t tag, std::wstring_view text,

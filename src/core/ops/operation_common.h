@@ -44,6 +44,10 @@ bool IsValidValueText(std::uint32_t tag, std::wstring_view text);
 // rule it broke (a number above 4294967295, first numbers that cannot be sent) or, for any
 // other fault, the text `string_id`.
 bool CheckOidField(app::IOperationUi& ui, std::wstring_view text, int string_id, int field);
+// A name typed in an OID field ("sysDescr.0", "IF-MIB::ifDescr.1") replaced by its numbers, so
+// that the OID checks and the request see numbers; dotted text stays as typed. False, with a
+// box naming it, for a name no loaded MIB module has.
+bool TranslateOidName(app::IOperationUi& ui, std::wstring& text, int field);
 // A value field of type `tag`: an empty Octet String or Opaque asks the user to confirm it
 // (false after No); an OID value as CheckOidField; anything else refused with `string_id`
 // unless it passes IsValidValueText.

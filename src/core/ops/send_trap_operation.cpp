@@ -149,13 +149,15 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
     return std::nullopt;
   }
   const bool v1 = !Version2c();
+  std::wstring sender_oid = form_.sender_oid;  // a typed name becomes numbers below
   if (form_.use_default) {
     FillDefaultFields();
   } else {
     // This one box has always come without the warning icon.
     if (v1 && !net::IsValidIPv4Text(form_.sender_ip))
       return refuse(kEnterValidSenderIp, kFieldSenderIp, app::MessageIcon::kNone);
-    if (v1 && !CheckOidField(ui, form_.sender_oid, kEnterValidSenderOid, kFieldSenderOid))
+    if (v1 && (!TranslateOidName(ui, sender_oid, kFieldSenderOid) ||
+               !CheckOidField(ui, sender_oid, kEnterValidSenderOid, kFieldSenderOid)))
       return std::nullopt;
     if (!V3() && form_.community.empty())
       return refuse(kEnterCommunity, kFieldTrapCommunity, kWarning);
@@ -210,7 +212,7 @@ std::optional<TrapRequest> CSendTrapOperation::Validate(app::IOperationUi& ui) {
     request.security = UserSecurityOf(form_.usm);
   else
     request.community = form_.community;
-  request.sender_oid = form_.sender_oid;
+  request.sender_oid = form_.use_default ? form_.sender_oid : sender_oid;
   request.sender_ip = form_.sender_ip;
   request.generic_trap = snmp::GenericTrapNumber(form_.trap_type);
   request.specific_trap = tvkutil::Wtoi(form_.specific_type_text);

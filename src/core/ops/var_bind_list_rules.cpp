@@ -22,12 +22,17 @@ bool IsEntry(const snmp::CVarBindList& list, int index, const wchar_t* oid, std:
 
 }  // namespace
 
-bool ValidateVarBind(const VarBindText& bind, app::IOperationUi& ui) {
+bool ValidateVarBind(VarBindText& bind, app::IOperationUi& ui) {
   using namespace tvkutil::ids;
-  if (!CheckOidField(ui, bind.oid, kEnterValidOid, kFieldVarBindOid))
+  if (!TranslateOidName(ui, bind.oid, kFieldVarBindOid) ||
+      !CheckOidField(ui, bind.oid, kEnterValidOid, kFieldVarBindOid))
     return false;
   if (bind.type_name.empty())
     return Refuse(ui, kSelectDataType, kFieldVarBindDataType);
+  // An OID value (snmpTrapOID.0's trap OID) may be typed by name too.
+  if (snmp::TagOfTypeName(bind.type_name) == snmp::kTagOid &&
+      !TranslateOidName(ui, bind.value, kFieldVarBindValue))
+    return false;
   return CheckValueField(ui, snmp::TagOfTypeName(bind.type_name), bind.value, kEnterValidValue,
                          kFieldVarBindValue);
 }

@@ -32,8 +32,9 @@ struct VarBindText {
 enum VarBindField : int { kFieldVarBindOid = 0, kFieldVarBindDataType, kFieldVarBindValue };
 
 // The single-binding dialog's checks on OK, first failure wins: the OID text test, a type
-// chosen, the value text test for that type.
-bool ValidateVarBind(const VarBindText& bind, app::IOperationUi& ui);
+// chosen, the value text test for that type. A name typed for the OID, or for an OID value, is
+// replaced by its numbers first.
+bool ValidateVarBind(VarBindText& bind, app::IOperationUi& ui);
 
 // Puts sysUpTime.0 (TimeTicks, `time_stamp`) first and snmpTrapOID.0 (Object Identifier,
 // ".1.3.6.1") second unless entries of that name and type stand there already; the rest of the

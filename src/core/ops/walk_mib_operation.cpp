@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "mib/mib_set.h"
 #include "net/snmp_requester.h"
 #include "ops/results_file.h"
 #include "ops/usm_fields.h"
@@ -95,7 +96,9 @@ bool CWalkMIBOperation::Validate(app::IOperationUi& ui) {
   } else if (form_.community.empty()) {
     return Refuse(ui, ids::kEnterCommunity, kWalkFieldCommunity);
   }
-  if (!CheckOidField(ui, form_.start_oid, ids::kEnterValidStartOid, kWalkFieldStartOid))
+  start_numbers_ = form_.start_oid;
+  if (!TranslateOidName(ui, start_numbers_, kWalkFieldStartOid) ||
+      !CheckOidField(ui, start_numbers_, ids::kEnterValidStartOid, kWalkFieldStartOid))
     return false;
   return true;
 }
@@ -105,7 +108,7 @@ bool CWalkMIBOperation::BeginWalk(const WalkOptions& options, app::IOperationUi&
     return false;
   worker_.Join();  // the last walk's thread, if the timer has not forgotten it yet
   job_ = WalkJob{{form_.host, snmp::VersionIndex(form_.version), port_,
-                  V3() ? std::wstring() : form_.community, form_.start_oid,
+                  V3() ? std::wstring() : form_.community, start_numbers_,
                   V3() ? UserSecurityOf(form_.usm) : snmp::usm::UserSecurity{}},
                  options};
   Log(ids::kWalkStarted);
@@ -166,6 +169,11 @@ void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
     COidInfo info;
     info.oid = bind.Name()->Text();
     (void)bind.ValueText(info.value, info.type);  // Null and the exceptions show empty
+    if (job.options.names) {
+      const auto& arcs = bind.Name()->Arcs();
+      info.name = tvkutil::FromUtf8Lenient(
+          mib::CMibSet::Builtin().NameOf(std::span<const std::uint32_t>(arcs.data(), arcs.size())));
+    }
     current_oid = info.oid;
     if (job.found)
       job.found(info, bind);  // printed as it comes: keeping it too would grow without end
@@ -260,20 +268,21 @@ std::wstring CWalkMIBOperation::FinalStatusLine() const {
                           static_cast<int>(results_.Count()));
 }
 
-std::string CWalkMIBOperation::ResultsFileText() const {
-  std::vector<std::wstring> rows = results_.WithAll([](const std::vector<COidInfo>& all) {
+std::string CWalkMIBOperation::ResultsFileText(bool names) const {
+  std::vector<std::wstring> rows = results_.WithAll([names](const std::vector<COidInfo>& all) {
     std::vector<std::wstring> out;
     out.reserve(all.size());
     for (const COidInfo& info : all) {
       // Every row ends in a comma; files have always been written so.
       out.push_back(CsvField(info.oid, false) + L"," +
+                    (names ? CsvField(info.name, false) + L"," : std::wstring()) +
                     CsvField(snmp::TypeNameOfTag(info.type), false) + L"," +
                     CsvField(info.value, true) + L",");
     }
     return out;
   });
   const std::wstring header = tvkutil::FormatN(
-      L"%s,%s,%s", SIZE_MAX, tvkutil::LoadString(ids::kColumnOid),
+      names ? L"%s,Name,%s,%s" : L"%s,%s,%s", SIZE_MAX, tvkutil::LoadString(ids::kColumnOid),
       tvkutil::LoadString(ids::kColumnDataType), tvkutil::LoadString(ids::kColumnValue));
   return pages::ResultsFileText(tvkutil::LoadString(ids::kWalkStarted), header, rows,
                                 FinalStatusLine());

@@ -34,7 +34,7 @@ struct COidInfo {
   std::wstring oid;        // dotted, ".1.3.6.1.2.1.1.1.0"
   std::uint32_t type = 0;  // the value's tag
   std::wstring value;      // the value as the pages show it
-  std::wstring name;       // always empty: the program knows no MIB names
+  std::wstring name;       // "IF-MIB::ifDescr.1" when the walk was asked for names and one is known
 };
 
 // The page's fields as the checks name them for app::IOperationUi.
@@ -77,6 +77,8 @@ struct WalkOptions {
   net::UdpSettings udp;
   // max-repetitions of each GetBulkRequest when the version is "2c"; 0 walks with GetNext.
   int bulk_repetitions = 0;
+  // Fills COidInfo::name from the MIB modules (read first if nobody has yet).
+  bool names = false;
   // After each object found, on the walk's thread; the page polls Progress() instead.
   ProgressFn progress{};
 };
@@ -161,7 +163,8 @@ class CWalkMIBOperation {
 
   // The results file: banner, "walkMIB started.", colons, "OID,DataType,Value", one row per
   // object ("<oid>,<type>,"<value>"," with pages::CsvField), colons, the final status line.
-  std::string ResultsFileText() const;
+  // With `names`, a Name column after the OID ("OID,Name,DataType,Value").
+  std::string ResultsFileText(bool names = false) const;
 
   // "&Get SysObjectID": PrepareSysObjectId, RequestSysObjectId, and the value read becomes the
   // start OID.
@@ -197,7 +200,8 @@ class CWalkMIBOperation {
   snmp::CRequestIdCounter request_ids_;  // the walk's and the Get's, never used at once
   logs::IEventLineSink& events_;
   logs::ITransactionSink& transactions_;
-  std::uint16_t port_ = 0;  // the port of the last check that passed
+  std::uint16_t port_ = 0;      // the port of the last check that passed
+  std::wstring start_numbers_;  // the checked start OID as numbers (a typed name translated)
   WalkJob job_;
   tvkutil::CPolledList<COidInfo> results_;
   std::atomic<WalkStatus> final_status_{WalkStatus::kNone};

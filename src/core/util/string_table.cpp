@@ -134,6 +134,9 @@ constexpr Entry kTable[] = {
     {ids::kConfirmEmptyValue, L"The %s value is empty. Send it empty?"},
     {ids::kCounter64InV1Trap,
      L"A version 1 trap cannot carry a Counter64 value. Use version 2c, or another type."},
+    {ids::kOidNameUnknown,
+     L"'%s' is not an OID this program can read: %s. Type the OID in numbers, or add the MIB "
+     L"module that defines it to a MIB folder (Tools > Options)."},
     {ids::kVarBindsLeftOut,
      L"VarBind# ('%d') leaves %d of the %d varbinds in the VarBind list out of the trap. Send "
      L"it anyway?"},

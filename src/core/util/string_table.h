@@ -127,6 +127,7 @@ inline constexpr int kOidArcTooLarge = 1080;
 inline constexpr int kOidFirstArcs = 1081;
 inline constexpr int kConfirmEmptyValue = 1082;
 inline constexpr int kCounter64InV1Trap = 1083;
+inline constexpr int kOidNameUnknown = 1084;
 // Why a trap or a host is not what the user expects.
 inline constexpr int kVarBindsLeftOut = 1090;
 inline constexpr int kIPv6HostWithIPv6Off = 1091;

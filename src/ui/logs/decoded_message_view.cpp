@@ -11,8 +11,10 @@
 #include <algorithm>
 #include <vector>
 
+#include "snmp/asn_data_type.h"
 #include "snmp/message_tree.h"
 #include "snmp/usm_key_book.h"
+#include "ui/mib_names.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -69,6 +71,13 @@ CDecodedMessageView::CDecodedMessageView(QWidget* parent) : QWidget(parent) {
   tree_->setUniformRowHeights(true);
   tree_->setSelectionMode(QAbstractItemView::SingleSelection);
   tree_->header()->setStretchLastSection(false);
+  // Names come with View > Show Names and once the modules are read.
+  const auto redecode = [this] {
+    if (datagram_)
+      ShowDatagram(std::shared_ptr<const KeptDatagram>(datagram_));
+  };
+  connect(&app::CMibNames::Instance(), &app::CMibNames::ShownChanged, this, redecode);
+  connect(&app::CMibNames::Instance(), &app::CMibNames::LoadFinished, this, redecode);
 
   bytes_ = new QPlainTextEdit(this);
   bytes_->setObjectName(QStringLiteral("decodedBytes"));
@@ -154,7 +163,12 @@ void CDecodedMessageView::ShowDatagram(const std::shared_ptr<const KeptDatagram>
       continue;
     }
     item->setText(kField, QString::fromStdWString(node.field));
-    item->setText(kValue, QString::fromStdWString(node.value));
+    std::wstring value = node.value;
+    if (node.tag == static_cast<int>(snmp::kTagOid) && node.field == L"name") {
+      if (const std::wstring name = app::CMibNames::Instance().NameOf(value); !name.empty())
+        value += L" (" + name + L")";
+    }
+    item->setText(kValue, QString::fromStdWString(value));
     item->setToolTip(kValue, item->text(kValue));
     item->setText(kType, QString::fromStdWString(node.type));
     item->setText(kLength, QString::number(node.length));

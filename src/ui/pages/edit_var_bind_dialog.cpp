@@ -62,8 +62,13 @@ void CEditVarBindDialog::accept() {
   ui.MapField(kFieldVarBindOid, oid_);
   ui.MapField(kFieldVarBindDataType, data_type_);
   ui.MapField(kFieldVarBindValue, value_);
-  if (ValidateVarBind(Result(), ui))
-    QDialog::accept();
+  VarBindText bind = Result();
+  if (!ValidateVarBind(bind, ui))
+    return;
+  // Result() then gives the numbers that were checked.
+  oid_->setText(QString::fromStdWString(bind.oid));
+  value_->setText(QString::fromStdWString(bind.value));
+  QDialog::accept();
 }
 
 }  // namespace pages

@@ -13,6 +13,7 @@
 #include "settings/sondara_utility_app.h"
 #include "snmp/snmp_rules.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/numeric_edit.h"
 #include "ui/pages/form_controls_view.h"
 #include "ui/pages/usm_fields_view.h"
@@ -227,6 +228,7 @@ void CGetSetPropertyPage::Start(GetSetMode mode) {
   std::optional<GetSetRequest> request = operation_.Prepare(mode, ui);
   if (!request)
     return;
+  request->names = app::CMibNames::Instance().Shown();
   if (mode == GetSetMode::kGet)
     ShowGetResult();  // emptied while the Get runs
   request_->Start(

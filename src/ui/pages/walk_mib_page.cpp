@@ -19,6 +19,7 @@
 #include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/numeric_edit.h"
 #include "ui/pages/form_controls_view.h"
 #include "ui/pages/usm_fields_view.h"
@@ -40,7 +41,8 @@ namespace ids = tvkutil::ids;
 constexpr int kMaxHostLen = 128;
 constexpr int kPortTextLimit = 5;
 constexpr int kTickMs = 250;
-constexpr int kColumns = 4;
+constexpr int kColumns = 4;  // kept in the profile; the Name column is not
+constexpr int kNameColumn = 4;
 constexpr wchar_t kSection[] = L"walkMIB";
 
 }  // namespace
@@ -122,6 +124,8 @@ void CWalkMIBPropertyPage::BuildControls() {
             return Q(info.oid);
           case 2:
             return Q(snmp::TypeNameOfTag(info.type));
+          case kNameColumn:
+            return Q(info.name);
           default:
             // The number alone says little to a person; the file keeps it as it came.
             if (info.type == snmp::kTagTimeTicks)
@@ -130,10 +134,18 @@ void CWalkMIBPropertyPage::BuildControls() {
         }
       },
       {tvkutil::UiText(ids::kColumnNumber), tvkutil::UiText(ids::kColumnOid),
-       tvkutil::UiText(ids::kColumnDataType), tvkutil::UiText(ids::kColumnValue)},
+       tvkutil::UiText(ids::kColumnDataType), tvkutil::UiText(ids::kColumnValue),
+       QStringLiteral("Name")},
       this);
   results_->setObjectName(QStringLiteral("walkResults"));
   results_->RestoreWidths(app_, kSection, kColumns);
+  // Last in the model, so the widths kept for the other columns keep their keys; seen after
+  // the OID.
+  results_->horizontalHeader()->moveSection(kNameColumn, 2);
+  results_->setColumnWidth(kNameColumn, 180);
+  ShowNames(app::CMibNames::Instance().Shown());
+  connect(&app::CMibNames::Instance(), &app::CMibNames::ShownChanged, this,
+          &CWalkMIBPropertyPage::ShowNames);
 
   save_ = new QPushButton(QStringLiteral("S&ave Results"), this);
   save_->setObjectName(QStringLiteral("saveResultsButton"));
@@ -233,6 +245,7 @@ void CWalkMIBPropertyPage::OnBeginWalk() {
   WalkOptions options;
   options.udp = UdpSettingsFrom(app_.Network());
   options.bulk_repetitions = app_.Network().walk_bulk_repetitions;
+  options.names = app::CMibNames::Instance().Shown();
   if (!operation_.BeginWalk(options, ui))
     return;
   idle_ = false;
@@ -296,7 +309,8 @@ void CWalkMIBPropertyPage::OnSaveResults() {
   if (path.isEmpty())
     return;
   const std::error_code failed =
-      WriteResultsFile(std::filesystem::path(path.toStdString()), operation_.ResultsFileText());
+      WriteResultsFile(std::filesystem::path(path.toStdString()),
+                       operation_.ResultsFileText(app::CMibNames::Instance().Shown()));
   if (!failed) {
     logs::LogEvent(ids::kFileSaved, path.toStdWString());
     return;
@@ -307,6 +321,10 @@ void CWalkMIBPropertyPage::OnSaveResults() {
           tvkutil::FormatN(tvkutil::LoadString(ids::kUnableToSave), SIZE_MAX, path.toStdWString()),
           failed)),
       app::MessageIcon::kWarning);
+}
+
+void CWalkMIBPropertyPage::ShowNames(bool shown) {
+  results_->setColumnHidden(kNameColumn, !shown);
 }
 
 void CWalkMIBPropertyPage::OnCopyOid() {

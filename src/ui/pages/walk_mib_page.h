@@ -42,6 +42,8 @@ class CWalkMIBPropertyPage : public app::CPropertyPage {
   void OnSaveResults();
   // Copies the OID of the list's current row to the clipboard.
   void OnCopyOid();
+  // The Name column with View > Show Names.
+  void ShowNames(bool shown);
   // The 250 ms tick while a walk is active.
   void OnTimer();
 

@@ -97,7 +97,7 @@ TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothin
       {get, {{&F::port_text, L"65536"}, {&F::get_oid, L""}}, kFieldPort},
       {get, {{&F::get_oid, L"1.3."}, {&F::get_community, L""}}, kFieldGetOid},
       {get, {{&F::get_community, L""}, {&F::set_oid, L""}}, kFieldGetCommunity},
-      {set, {{&F::set_oid, L"x"}, {&F::set_community, L""}}, kFieldSetOid},
+      {set, {{&F::set_oid, L"1.x"}, {&F::set_community, L""}}, kFieldSetOid},
       {set, {{&F::set_community, L""}, {&F::set_data_type, L""}}, kFieldSetCommunity},
       {set, {{&F::set_data_type, L""}, {&F::set_value, L""}}, kFieldSetDataType},
       {set, {{&F::set_data_type, L"IPAddress"}, {&F::set_value, L"300.1.1.1"}}, kFieldSetValue},

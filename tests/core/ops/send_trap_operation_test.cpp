@@ -190,6 +190,10 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
       {{{&F::port_text, L"65536"}, {&F::sender_ip, L""}}, kFieldTrapPort},
       {{{&F::sender_ip, L"10.0.0"}, {&F::sender_oid, L""}}, kFieldSenderIp},
       {{{&F::sender_oid, L"1.3."}, {&F::community, L""}}, kFieldSenderOid},
+      {{{&F::sender_oid, L"acme"}, {&F::community, L""}},
+       kFieldSenderOid,
+       L"'acme' is not an OID this program can read: no object named 'acme'. Type the OID in "
+       L"numbers, or add the MIB module that defines it to a MIB folder (Tools > Options)."},
       {{{&F::community, L""}, {&F::varbind_num_text, L"99"}}, kFieldTrapCommunity},
       // A v3 trap is a v2c one with a user instead of the community.
       {{{&F::version, L"3"},

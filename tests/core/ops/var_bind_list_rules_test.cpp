@@ -148,6 +148,11 @@ TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
   using namespace pages;
   const std::wstring kFirstArcs =
       L"An OID must begin with 0, 1 or 2, and after 0 or 1 its second number must be below 40.";
+  const auto kUnknown = [](std::wstring typed, std::wstring name) {
+    return L"'" + typed + L"' is not an OID this program can read: no object named '" + name +
+           L"'. Type the OID in numbers, or add the MIB module that defines it to a MIB folder "
+           L"(Tools > Options).";
+  };
   const struct {
     VarBindText bind;
     std::wstring message;
@@ -157,6 +162,10 @@ TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
       {{L"1.3.", L"", L""}, L"Please enter a valid OID.", kFieldVarBindOid},
       {{L"1", L"Integer32", L"1"}, L"Please enter a valid OID.", kFieldVarBindOid},
       {{L"1.3.6", L"", L""}, L"Please select a datatype.", kFieldVarBindDataType},
+      {{L"noSuchObject9.1", L"Integer32", L"1"},
+       kUnknown(L"noSuchObject9.1", L"noSuchObject9"),
+       kFieldVarBindOid},
+      {{L"1.3.6", L"Object Identifier", L"X::t"}, kUnknown(L"X::t", L"X::t"), kFieldVarBindValue},
       {{L"1.3.6", L"IPAddress", L"300.1.1.1"}, L"Please enter a valid value.", kFieldVarBindValue},
       {{L"1.3.6", L"Octet String", L""},
        L"The Octet String value is empty. Send it empty?",
@@ -173,7 +182,7 @@ TEST(VarBindListRules, OneBindingIsCheckedOidTypeValueInThatOrder) {
       {{L"2.999.4294967295", L"Object Identifier", L"1.3.4294967295"}, L"", -1},
       {{L"..1.3", L"Counter64", L"18446744073709551615"}, L"", -1},
   };
-  for (const auto& c : cases) {
+  for (auto c : cases) {
     SCOPED_TRACE(
         testing::PrintToString(c.bind.oid + L" " + c.bind.type_name + L" " + c.bind.value));
     RecordingUi ui;

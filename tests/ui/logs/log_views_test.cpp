@@ -23,6 +23,7 @@
 #include "ui/logs/event_log_view.h"
 #include "ui/logs/transaction_log_view.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/pages/device_discovery_page.h"
 #include "ui/pages/walk_mib_page.h"
 #include "ui/save_file_dialog.h"
@@ -47,6 +48,8 @@ class LogViewsTest : public QObject {
     // The data folder of the run is fixed at first use; point it at a folder of our own.
     ::setenv("SONDARA_HOME", dir_.Path().c_str(), 1);
     app_ = std::make_unique<app::CSondaraUtilityApp>(dir_ / "sondara.ini", dir_ / "profile.ini");
+    app::CMibNames::Instance().StartLoading({});
+    QTRY_VERIFY_WITH_TIMEOUT(app::CMibNames::Instance().Loaded(), 60000);
   }
 
   // Past the 1024-row cap the oldest rows leave the model at the top; the menu's Save writes the
@@ -119,6 +122,9 @@ class LogViewsTest : public QObject {
     for (const auto& mark : decoded->Bytes()->extraSelections())
       marked << mark.cursor.selectedText();
     QCOMPARE(marked, (QStringList{"04 06 67  65 74 63 6f 6d", "..getcom"}));
+    const auto name = tree->findItems("name", Qt::MatchExactly | Qt::MatchRecursive);
+    QCOMPARE(name.size(), 1);
+    QCOMPARE(name.front()->text(1), ".1.3.6.1.2.1.1.1.0 (SNMPv2-MIB::sysDescr.0)");
 
     click_row(1);  // a message that does not decode: its damage node is selected
     QCOMPARE(tree->currentItem()->text(0),

@@ -164,6 +164,22 @@ class AgentPagesTest : public QObject {
     Click(&page, "getButton");
     QTRY_COMPARE(page.findChild<QLineEdit*>("getValue")->text(), QString("desk@sondara.test"));
     QCOMPARE(Combo(&page, "getDataType")->currentText(), QString("Octet String"));
+    // Typed by name: the numbers are sent, the history keeps the name, values read by the MIB.
+    for (const auto& [typed, value] :
+         {std::pair{"ifDescr.1", "lo"}, std::pair{"IF-MIB::ifAdminStatus.1", "up(1)"}}) {
+      Type(&page, "getOid", typed);
+      Click(&page, "getButton");
+      QTRY_COMPARE(page.findChild<QLineEdit*>("getValue")->text(), QString(value));
+      QCOMPARE(Combo(&page, "getOid")->itemText(0), QString(typed));
+    }
+    QString said;
+    app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { said = text; });
+    Type(&page, "getOid", "ifDescrr.1");
+    Click(&page, "getButton");
+    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) { QFAIL(qPrintable(text)); });
+    QVERIFY2(said.startsWith("'ifDescrr.1' is not an OID this program can read: no object named "
+                             "'ifDescrr'"),
+             qPrintable(said));
   }
 
   // Each SNMP page: the v3 user's fields only for "3", in place of the community; the level
@@ -276,12 +292,16 @@ class AgentPagesTest : public QObject {
       QVERIFY(log_at_bottom);
       QCOMPARE(sondara.WalkMib().start_oid, std::wstring(L".1.3.6.1"));  // stored on leaving
       QCOMPARE(table->model()->rowCount(), static_cast<int>(page->Operation().Results().Count()));
+      QCOMPARE(header->visualIndex(4), 2);  // Name beside the OID
+      QCOMPARE(table->model()->index(0, 4).data().toString(), "SNMPv2-MIB::sysDescr.0");
 
       const QRect cell = table->visualRect(table->model()->index(1, 2));
       QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
       QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, cell.center());
       QCOMPARE(QGuiApplication::clipboard()->text(), table->model()->index(1, 1).data().toString());
       Click(page, "saveResultsButton");
+      QVERIFY(sondara_test::ReadFile(dir_ / "walk.csv").find("\nOID,Name,DataType,Value\n") !=
+              std::string::npos);
       QVERIFY(sondara_test::ReadFile(dir_ / "walk.csv")
                   .ends_with("walkMIB stopped. No. of OIDs found: '" +
                              std::to_string(table->model()->rowCount()) + "'."));

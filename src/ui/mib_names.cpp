@@ -1,0 +1,90 @@
+#include "ui/mib_names.h"
+
+#include <QCoreApplication>
+#include <QMetaObject>
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "mib/mib_set.h"
+#include "settings/profile_store.h"
+#include "util/text.h"
+
+namespace app {
+
+namespace {
+
+constexpr wchar_t kMibSection[] = L"MIB Folders";
+
+}  // namespace
+
+CMibNames& CMibNames::Instance() {
+  static CMibNames names;
+  return names;
+}
+
+CMibNames::~CMibNames() = default;
+
+void CMibNames::SetShown(bool shown) {
+  if (shown == shown_)
+    return;
+  shown_ = shown;
+  emit ShownChanged(shown);
+}
+
+QStringList CMibNames::Folders(const tvkutil::IProfileStore& profile) {
+  QStringList folders;
+  const int count = profile.GetProfileInt(kMibSection, L"Count", 0);
+  for (int i = 0; i < count; ++i) {
+    const std::wstring folder =
+        profile.GetProfileString(kMibSection, L"Folder" + std::to_wstring(i), L"");
+    if (!folder.empty())
+      folders << QString::fromStdWString(folder);
+  }
+  return folders;
+}
+
+void CMibNames::StoreFolders(tvkutil::IProfileStore& profile, const QStringList& folders) {
+  const int old_count = profile.GetProfileInt(kMibSection, L"Count", 0);
+  for (int i = 0; i < std::max(old_count, static_cast<int>(folders.size())); ++i) {
+    profile.WriteProfileString(kMibSection, L"Folder" + std::to_wstring(i),
+                               i < folders.size() ? folders[i].toStdWString() : std::wstring());
+  }
+  profile.WriteProfileInt(kMibSection, L"Count", static_cast<int>(folders.size()));
+}
+
+void CMibNames::StartLoading(const QStringList& folders) {
+  if (loader_.joinable() || loaded_)
+    return;
+  std::vector<std::string> list;
+  for (const QString& folder : folders)
+    list.push_back(folder.toStdString());
+  mib::CMibSet::AddFolders(std::move(list));
+  // The set is a static made by the loader, so it would go before this one at exit: the loader
+  // ends while the program still runs.
+  if (QCoreApplication* app = QCoreApplication::instance()) {
+    connect(app, &QCoreApplication::aboutToQuit, this, [this] {
+      if (loader_.joinable())
+        loader_.join();
+    });
+  }
+  loader_ = std::jthread([this] {
+    (void)mib::CMibSet::Builtin();
+    loaded_ = true;
+    QMetaObject::invokeMethod(
+        this, [this] { emit LoadFinished(); }, Qt::QueuedConnection);
+  });
+}
+
+std::wstring CMibNames::NameOf(const std::wstring& oid) const {
+  if (!shown_ || !loaded_)
+    return {};
+  const mib::CMibSet& set = mib::CMibSet::Builtin();
+  mib::Arcs arcs;
+  std::string error;
+  if (!set.ToOid(tvkutil::ToUtf8(oid), arcs, error))
+    return {};
+  return tvkutil::FromUtf8Lenient(set.NameOf(arcs));
+}
+
+}  // namespace app
