@@ -182,26 +182,23 @@ bool CUdpListener::SendTo(std::span<const std::uint8_t> bytes, const sockaddr_st
   msg.msg_iov = &io;
   msg.msg_iovlen = 1;
   alignas(cmsghdr) char control[CMSG_SPACE(sizeof(in6_pktinfo))] = {};
+  const auto put = [&](int level, int type, const auto& info) {
+    msg.msg_control = control;
+    msg.msg_controllen = CMSG_SPACE(sizeof info);
+    cmsghdr* c = CMSG_FIRSTHDR(&msg);
+    c->cmsg_level = level;
+    c->cmsg_type = type;
+    c->cmsg_len = CMSG_LEN(sizeof info);
+    std::memcpy(CMSG_DATA(c), &info, sizeof info);
+  };
   if (from.ss_family == AF_INET && to.ss_family == AF_INET) {
     in_pktinfo info{};
     info.ipi_spec_dst = reinterpret_cast<const sockaddr_in&>(from).sin_addr;
-    msg.msg_control = control;
-    msg.msg_controllen = CMSG_SPACE(sizeof info);
-    cmsghdr* c = CMSG_FIRSTHDR(&msg);
-    c->cmsg_level = IPPROTO_IP;
-    c->cmsg_type = IP_PKTINFO;
-    c->cmsg_len = CMSG_LEN(sizeof info);
-    std::memcpy(CMSG_DATA(c), &info, sizeof info);
+    put(IPPROTO_IP, IP_PKTINFO, info);
   } else if (from.ss_family == AF_INET6 && to.ss_family == AF_INET6) {
     in6_pktinfo info{};
     info.ipi6_addr = reinterpret_cast<const sockaddr_in6&>(from).sin6_addr;
-    msg.msg_control = control;
-    msg.msg_controllen = CMSG_SPACE(sizeof info);
-    cmsghdr* c = CMSG_FIRSTHDR(&msg);
-    c->cmsg_level = IPPROTO_IPV6;
-    c->cmsg_type = IPV6_PKTINFO;
-    c->cmsg_len = CMSG_LEN(sizeof info);
-    std::memcpy(CMSG_DATA(c), &info, sizeof info);
+    put(IPPROTO_IPV6, IPV6_PKTINFO, info);
   }
   for (;;) {
     const ssize_t n = ::sendmsg(fd_, &msg, MSG_NOSIGNAL);
