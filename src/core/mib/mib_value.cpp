@@ -29,8 +29,8 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// One octet-format specification of RFC 2579 3.1.
-struct OctetSpec {
+// One part of an octet DISPLAY-HINT (RFC 2579 3.1): repeat, length, format, separator, terminator.
+struct HintPart {
   bool repeat = false;  // '*': the first octet counts the repetitions
   std::size_t length = 0;
   char format = 0;
@@ -38,29 +38,29 @@ struct OctetSpec {
   std::optional<char> terminator;
 };
 
-bool ReadSpecs(std::string_view hint, std::vector<OctetSpec>& out) {
+bool ReadHintParts(std::string_view hint, std::vector<HintPart>& out) {
   std::size_t i = 0;
   while (i < hint.size()) {
-    OctetSpec spec;
+    HintPart part;
     if (hint[i] == '*') {
-      spec.repeat = true;
+      part.repeat = true;
       ++i;
     }
     const std::size_t digits = i;
     while (i < hint.size() && IsDigit(hint[i]))
-      spec.length = spec.length * 10 + static_cast<std::size_t>(hint[i++] - '0');
-    if (i == digits || i >= hint.size() || spec.length > 255)
+      part.length = part.length * 10 + static_cast<std::size_t>(hint[i++] - '0');
+    if (i == digits || i >= hint.size() || part.length > 255)
       return false;
-    spec.format = hint[i++];
-    if (spec.format != 'd' && spec.format != 'x' && spec.format != 'o' && spec.format != 'a' &&
-        spec.format != 't')
+    part.format = hint[i++];
+    if (part.format != 'd' && part.format != 'x' && part.format != 'o' && part.format != 'a' &&
+        part.format != 't')
       return false;
-    // A separator is any character that cannot start the next specification.
+    // A separator is any character that cannot start the next part.
     if (i < hint.size() && !IsDigit(hint[i]) && hint[i] != '*')
-      spec.separator = hint[i++];
-    if (spec.repeat && i < hint.size() && !IsDigit(hint[i]) && hint[i] != '*')
-      spec.terminator = hint[i++];
-    out.push_back(spec);
+      part.separator = hint[i++];
+    if (part.repeat && i < hint.size() && !IsDigit(hint[i]) && hint[i] != '*')
+      part.terminator = hint[i++];
+    out.push_back(part);
   }
   return !out.empty();
 }
@@ -69,35 +69,35 @@ bool ReadSpecs(std::string_view hint, std::vector<OctetSpec>& out) {
 
 std::optional<std::string> OctetsByHint(std::string_view hint,
                                         std::span<const std::uint8_t> octets) {
-  std::vector<OctetSpec> specs;
-  if (!ReadSpecs(hint, specs))
+  std::vector<HintPart> parts;
+  if (!ReadHintParts(hint, parts))
     return std::nullopt;
   std::string out;
   std::size_t at = 0;
-  // The last specification is used again for as long as octets remain.
-  for (std::size_t s = 0; at < octets.size(); s = std::min(s + 1, specs.size() - 1)) {
-    const OctetSpec& spec = specs[s];
+  // The last part is used again for as long as octets remain.
+  for (std::size_t s = 0; at < octets.size(); s = std::min(s + 1, parts.size() - 1)) {
+    const HintPart& part = parts[s];
     std::size_t repeats = 1;
-    if (spec.repeat)
+    if (part.repeat)
       repeats = octets[at++];
     for (std::size_t r = 0; r < repeats && at < octets.size(); ++r) {
-      const std::size_t take = std::min(spec.length, octets.size() - at);
-      if (spec.format == 'a' || spec.format == 't') {
+      const std::size_t take = std::min(part.length, octets.size() - at);
+      if (part.format == 'a' || part.format == 't') {
         out.append(reinterpret_cast<const char*>(octets.data() + at), take);
       } else {
         std::uint64_t n = 0;
         for (std::size_t k = 0; k < take; ++k)
           n = (n << 8) | octets[at + k];
-        out += Unsigned(n, spec.format, spec.format == 'x' ? 2 * take : 0);
+        out += Unsigned(n, part.format, part.format == 'x' ? 2 * take : 0);
       }
       at += take;
       // No separator after the last octet; a terminator ends the repetitions instead.
       const bool last_repeat = r + 1 == repeats;
-      if (at < octets.size() && spec.separator && !(last_repeat && spec.terminator))
-        out += *spec.separator;
+      if (at < octets.size() && part.separator && !(last_repeat && part.terminator))
+        out += *part.separator;
     }
-    if (spec.terminator && at < octets.size())
-      out += *spec.terminator;
+    if (part.terminator && at < octets.size())
+      out += *part.terminator;
   }
   return out;
 }
