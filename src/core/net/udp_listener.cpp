@@ -1,9 +1,9 @@
 #include "net/udp_listener.h"
 
 #include <arpa/inet.h>
+#include <linux/sock_diag.h>
 #include <net/if.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,11 +32,10 @@ constexpr std::uint16_t kFirstUnprivilegedPort = 1024;
 struct ProcUdpLine {
   std::uint16_t local_port = 0;
   std::uint64_t inode = 0;
-  std::uint64_t drops = 0;
 };
 
 // Every socket of /proc/net/udp and /proc/net/udp6: "sl local:port remote:port st tx:rx tr:when
-// retrnsmt uid timeout inode ref pointer drops".
+// retrnsmt uid timeout inode ...".
 std::vector<ProcUdpLine> ReadProcUdp() {
   std::vector<ProcUdpLine> lines;
   for (const char* path : {"/proc/net/udp", "/proc/net/udp6"}) {
@@ -47,9 +46,8 @@ std::vector<ProcUdpLine> ReadProcUdp() {
       std::istringstream fields(text);
       std::string sl, local, remote, state, queues, timer, retransmits, uid, timeout;
       ProcUdpLine line;
-      std::string ref, pointer;
       if (!(fields >> sl >> local >> remote >> state >> queues >> timer >> retransmits >> uid >>
-            timeout >> line.inode >> ref >> pointer >> line.drops))
+            timeout >> line.inode))
         continue;
       const std::size_t colon = local.rfind(':');
       if (colon == std::string::npos)
@@ -60,11 +58,6 @@ std::vector<ProcUdpLine> ReadProcUdp() {
     }
   }
   return lines;
-}
-
-std::uint64_t SocketInode(int fd) {
-  struct stat st {};
-  return ::fstat(fd, &st) == 0 ? static_cast<std::uint64_t>(st.st_ino) : 0;
 }
 
 }  // namespace
@@ -96,7 +89,6 @@ int CUdpListener::Open(std::uint16_t port, const UdpSettings& settings, int rece
   socklen_t bound_len = sizeof local_;
   if (::getsockname(fd_, reinterpret_cast<sockaddr*>(&local_), &bound_len) != 0)
     local_ = local;
-  inode_ = SocketInode(fd_);
   drops_ = 0;
   return 0;
 }
@@ -215,12 +207,12 @@ bool CUdpListener::SendTo(std::span<const std::uint8_t> bytes, const sockaddr_st
 }
 
 void CUdpListener::RefreshDrops() {
-  if (fd_ < 0 || inode_ == 0)
-    return;
-  for (const ProcUdpLine& line : ReadProcUdp()) {
-    if (line.inode == inode_)
-      drops_ = std::max(drops_, line.drops);
-  }
+  // The socket's own drop counter, the one SO_RXQ_OVFL and /proc/net/udp show.
+  std::uint32_t meminfo[SK_MEMINFO_VARS] = {};
+  socklen_t len = sizeof meminfo;
+  if (fd_ >= 0 && ::getsockopt(fd_, SOL_SOCKET, SO_MEMINFO, meminfo, &len) == 0 &&
+      len > SK_MEMINFO_DROPS * sizeof meminfo[0])
+    drops_ = std::max<std::uint64_t>(drops_, meminfo[SK_MEMINFO_DROPS]);
 }
 
 std::wstring UdpPortHolder(std::uint16_t port) {

@@ -48,8 +48,8 @@ class CUdpListener {
               const sockaddr_storage& from);
 
   // Datagrams the kernel dropped for this socket since it was opened: what the last datagram
-  // received carried (SO_RXQ_OVFL), or more once RefreshDrops has read the socket's line in
-  // /proc/net/udp (drops after the last datagram received show only there).
+  // received carried (SO_RXQ_OVFL), or more once RefreshDrops has asked the socket (drops after
+  // the last datagram received show only there).
   std::uint64_t KernelDrops() const { return drops_; }
   void RefreshDrops();
 
@@ -60,7 +60,6 @@ class CUdpListener {
  private:
   int fd_ = -1;
   bool ipv6_ = false;
-  std::uint64_t inode_ = 0;
   std::uint64_t drops_ = 0;
   sockaddr_storage local_{};
 };
