@@ -346,15 +346,6 @@ class CParser {
   explicit CParser(const std::vector<std::string>& args) : args_(args) {}
 
   ParseResult Run() {
-    // Names in options (--trap-oid) are read as they come: the MIB folders must be known first.
-    std::vector<std::string> mib_dirs;
-    for (std::size_t i = 0; i < args_.size() && args_[i] != "--"; ++i) {
-      if (args_[i] == "--mibdir" && i + 1 < args_.size())
-        mib_dirs.push_back(args_[i + 1]);
-      else if (args_[i].starts_with("--mibdir="))
-        mib_dirs.push_back(args_[i].substr(9));
-    }
-    mib::CMibSet::AddFolders(std::move(mib_dirs));
     std::vector<std::string> positionals;
     bool options_ended = false;
     for (std::size_t i = 0; i < args_.size() && error_.empty(); ++i) {
@@ -374,6 +365,10 @@ class CParser {
           spec_ = FindCommand(arg);
       }
     }
+    // Names are read once every --mibdir is known.
+    mib::CMibSet::AddFolders(line_.mib_dirs);
+    if (error_.empty())
+      ReadOidOptions();
     if (error_.empty() && !line_.help && !line_.show_version) {
       if (spec_ == nullptr) {
         error_ = "missing COMMAND (see sondara-cli --help)";
@@ -498,9 +493,7 @@ class CParser {
         line_.bulk = static_cast<int>(n);
         break;
       case kOptEnterprise:
-        line_.enterprise = Numbers(value);
-        if (error_.empty() && !snmp::IsValidOidText(*line_.enterprise))
-          error_ = BadOid("--enterprise", value);
+        enterprise_text_ = value;
         break;
       case kOptAgentAddress:
         if (!net::IsValidIPv4Text(Wide(value)))
@@ -522,9 +515,7 @@ class CParser {
         line_.specific_trap = static_cast<std::uint32_t>(n);
         break;
       case kOptTrapOid:
-        line_.trap_oid = Numbers(value);
-        if (error_.empty() && !snmp::IsValidOidText(*line_.trap_oid))
-          error_ = BadOid("--trap-oid", value);
+        trap_oid_text_ = value;
         break;
       case kOptFast:
         line_.fast = true;
@@ -540,6 +531,19 @@ class CParser {
       default:
         ReadV3Option(o, value);
         break;
+    }
+  }
+
+  // --enterprise and --trap-oid, names or numbers, as checked OIDs.
+  void ReadOidOptions() {
+    for (auto [text, oid, option] :
+         {std::tuple{&enterprise_text_, &line_.enterprise, "--enterprise"},
+          std::tuple{&trap_oid_text_, &line_.trap_oid, "--trap-oid"}}) {
+      if (!text->has_value() || !error_.empty())
+        continue;
+      *oid = Numbers(**text);
+      if (error_.empty() && !snmp::IsValidOidText(**oid))
+        error_ = BadOid(option, **text);
     }
   }
 
@@ -773,6 +777,7 @@ class CParser {
   CommandLine line_;
   std::string error_;
   std::string timeout_text_;
+  std::optional<std::string> enterprise_text_, trap_oid_text_;
 };
 
 std::string OptionLines(unsigned mask) {

@@ -315,6 +315,11 @@ END
                             "kind: scalar\nsyntax: INTEGER\nvalues: ok(1), failed(2)\n"))
       << named.out;
   EXPECT_EQ(cli.Run({"mib", "translate", "acmeFanState.0"}).status, 2);  // not without --mibdir
+  // An option's name is read once every --mibdir is known, wherever it stands.
+  const ProcessResult trap = cli.Run(
+      {"trap", "127.0.0.1", "-p", "9", "--trap-oid", "acmeFanState", "--mibdir", dir.Path()});
+  EXPECT_NE(trap.out.find("= Object Identifier: .1.3.6.1.4.1.59871.99.1\n"), std::string::npos)
+      << trap.out << trap.err;
 }
 
 TEST(CliUsage, HelpDescribesEveryCommand) {
