@@ -75,6 +75,19 @@ struct RecordingSink : logs::ITransactionSink {
   std::vector<Entry> entries;
 };
 
+// User "ops" with "ops-password" (and, given a privacy password, AES-128).
+snmp::usm::UserSecurity Ops(snmp::usm::AuthProtocol auth, const std::string& privacy = "") {
+  snmp::usm::UserSecurity user;
+  user.user_name = "ops";
+  user.auth = auth;
+  user.auth_password = "ops-password";
+  user.level =
+      privacy.empty() ? snmp::usm::SecurityLevel::kAuthNoPriv : snmp::usm::SecurityLevel::kAuthPriv;
+  user.priv = privacy.empty() ? snmp::usm::PrivProtocol::kNone : snmp::usm::PrivProtocol::kAes128;
+  user.priv_password = privacy;
+  return user;
+}
+
 constexpr snmp::ResponseCheck kOk{};
 constexpr auto kCommunityMismatch =
     snmp::ResponseCheck::Failed(snmp::CheckFailure::kCommunityMismatch);
@@ -424,14 +437,7 @@ TEST(SnmpRequester, Version3DiscoversOnceAndFollowsTheAgentsClockAcrossARestart)
   ASSERT_TRUE(error.empty()) << error;
   RecordingSink sink;
   net::CSnmpRequester requester(L"127.0.0.1", snmpd.Port(), Settings(1, 2000), L"Get", sink);
-  snmp::usm::UserSecurity user;
-  user.user_name = "ops";
-  user.level = snmp::usm::SecurityLevel::kAuthPriv;
-  user.auth = snmp::usm::AuthProtocol::kSha256;
-  user.auth_password = "ops-password";
-  user.priv = snmp::usm::PrivProtocol::kAes128;
-  user.priv_password = "ops-privacy";
-  requester.SetSecurity(user);
+  requester.SetSecurity(Ops(snmp::usm::AuthProtocol::kSha256, "ops-privacy"));
   snmp::CSNMPMessage request(snmp::kSnmpVersion3, L"", snmp::kPduGetRequest);
   request.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
   const auto get = [&](std::int32_t id) {
@@ -500,11 +506,7 @@ TEST(SnmpRequester, Version3AnswerWhoseDigestDoesNotVerifyIsNotBelieved) {
       return Replies{{message(msg_id(d.bytes), n == 0 ? 0 : (digest.empty() ? 0 : 1),
                               n == 0 ? Bytes{} : digest, n == 0 ? report : answer)}};
     });
-    snmp::usm::UserSecurity user;
-    user.user_name = "ops";
-    user.level = snmp::usm::SecurityLevel::kAuthNoPriv;
-    user.auth = snmp::usm::AuthProtocol::kMd5;
-    user.auth_password = "maplesyrup";
+    const snmp::usm::UserSecurity user = Ops(snmp::usm::AuthProtocol::kMd5);
     snmp::CSNMPMessage request(snmp::kSnmpVersion3, L"", snmp::kPduGetRequest),
         response(snmp::kPduResponse);
     request.SetRequestId(7);
@@ -532,14 +534,7 @@ TEST(SnmpRequester, Version3TrapIsReadOnlyWithThePrivacyPassword) {
   for (const std::string privacy : {"not-the-privacy", "ops-privacy"}) {
     RecordingSink sink;
     net::CSnmpRequester requester(L"127.0.0.1", trapd.Port(), Settings(0, 1000), L"sendTrap", sink);
-    snmp::usm::UserSecurity user;
-    user.user_name = "ops";
-    user.level = snmp::usm::SecurityLevel::kAuthPriv;
-    user.auth = snmp::usm::AuthProtocol::kSha1;
-    user.auth_password = "ops-password";
-    user.priv = snmp::usm::PrivProtocol::kAes128;
-    user.priv_password = privacy;
-    requester.SetSecurity(user);
+    requester.SetSecurity(Ops(snmp::usm::AuthProtocol::kSha1, privacy));
     snmp::CSNMPMessage trap(snmp::kSnmpVersion3, L"", snmp::kPduTrapV2);
     trap.AddVarBind(L".1.3.6.1.2.1.1.3.0", snmp::kTagTimeTicks, L"5");
     trap.AddVarBind(L".1.3.6.1.6.3.1.1.4.1.0", snmp::kTagOid, L".1.3.6.1.6.3.1.1.5.1");
