@@ -6,7 +6,6 @@
 
 #include "cli/commands.h"
 #include "ops/notification_listen_operation.h"
-#include "ops/results_file.h"
 #include "snmp/octet_string.h"
 #include "snmp/type_names.h"
 #include "util/date_time_format.h"
@@ -54,10 +53,6 @@ std::wstring BindingText(const pages::NotificationBinding& b) {
   return b.oid + L" = " + snmp::TypeNameOfTag(b.tag) + L": " + b.value;
 }
 
-std::string Csv(std::wstring_view text) {
-  return Utf8(pages::CsvField(text, false));
-}
-
 void PrintText(std::ostream& out, const NotificationRow& row) {
   const bool v6 = row.source.find(L':') != std::wstring::npos;
   out << TimeText(row.received) << ' ' << (v6 ? "[" : "") << TerminalText(row.source)
@@ -93,14 +88,14 @@ void PrintCsv(std::ostream& out, const NotificationRow& row) {
   std::wstring problem = row.problem;
   if (row.kind == NotificationKind::kMalformed)
     problem = L"offset " + std::to_wstring(row.damage_offset) + L": " + row.problem;
-  out << Csv(tvkutil::FromUtf8Lenient(TimeText(row.received))) << ',' << Csv(row.source) << ','
-      << row.source_port << ',' << Csv(row.version) << ',' << Csv(row.community) << ','
-      << Csv(KindName(row)) << ',' << Csv(row.trap_oid) << ','
+  out << CsvField(tvkutil::FromUtf8Lenient(TimeText(row.received))) << ',' << CsvField(row.source)
+      << ',' << row.source_port << ',' << CsvField(row.version) << ',' << CsvField(row.community)
+      << ',' << CsvField(KindName(row)) << ',' << CsvField(row.trap_oid) << ','
       << (row.sys_up_time ? std::to_string(*row.sys_up_time) : std::string()) << ','
-      << Csv(row.enterprise) << ',' << Csv(row.agent_address) << ','
+      << CsvField(row.enterprise) << ',' << CsvField(row.agent_address) << ','
       << (row.generic_trap >= 0 ? std::to_string(row.generic_trap) : std::string()) << ','
       << (row.specific_trap >= 0 ? std::to_string(row.specific_trap) : std::string()) << ','
-      << Csv(bindings) << ',' << Csv(problem) << "\n";
+      << CsvField(bindings) << ',' << CsvField(problem) << "\n";
 }
 
 void PrintJson(std::ostream& out, const NotificationRow& row) {

@@ -19,10 +19,6 @@ std::string Utf8(std::wstring_view text) {
   return tvkutil::ToUtf8(text);
 }
 
-std::string CsvField(std::wstring_view value, bool always_quoted) {
-  return Utf8(pages::CsvField(value, always_quoted));
-}
-
 bool NeedsEscape(wchar_t ch) {
   return ch < 0x20 || (ch >= 0x7F && ch <= 0x9F) || ch == 0x061C || ch == 0x200E || ch == 0x200F ||
          (ch >= 0x2028 && ch <= 0x202E) || (ch >= 0x2066 && ch <= 0x2069);
@@ -34,6 +30,10 @@ std::string Header(int first, int second, int third) {
 }
 
 }  // namespace
+
+std::string CsvField(std::wstring_view value, bool always_quoted) {
+  return Utf8(pages::CsvField(value, always_quoted));
+}
 
 std::string TerminalText(std::wstring_view text) {
   std::wstring out;

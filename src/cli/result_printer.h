@@ -42,6 +42,9 @@ class CResultPrinter {
   std::size_t devices_ = 0;
 };
 
+// A field of the results files' CSV, UTF-8.
+std::string CsvField(std::wstring_view value, bool always_quoted = false);
+
 // `text` as a JSON string, quotes included; UTF-8.
 std::string JsonString(std::wstring_view text);
 
