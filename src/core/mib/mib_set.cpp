@@ -237,10 +237,9 @@ void CMibSet::AddModules(std::vector<MibNode> nodes) {
     modules.insert(node.module);
   for (const MibNode& node : nodes_) {
     if (modules.count(node.module) != 0)
-      replaced_[&node] = true;
+      replaced_.insert(&node);
   }
-  for (const std::string& module : modules)
-    user_modules_[module] = true;
+  user_modules_.insert(modules.begin(), modules.end());
   for (MibNode& node : nodes)
     nodes_.push_back(std::move(node));
   Reindex();

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "mib/mib_node.h"
@@ -86,8 +87,8 @@ class CMibSet {
   std::map<Arcs, const MibNode*, ArcsLess> by_oid_;
   std::unordered_multimap<std::string, const MibNode*> by_name_;
   std::unordered_map<const MibNode*, std::pair<std::uint32_t, std::uint32_t>> description_at_;
-  std::unordered_map<std::string, bool> user_modules_;
-  std::unordered_map<const MibNode*, bool> replaced_;
+  std::unordered_set<std::string> user_modules_;
+  std::unordered_set<const MibNode*> replaced_;  // built-in nodes of modules the user replaced
   std::string description_file_;
   std::vector<MibProblem> problems_;
 };
