@@ -9,8 +9,8 @@ cd "$(dirname "$0")/.."
 
 cli=${1:-build-bench/src/sondara-cli}
 runs=${2:-5}
-[ -x "$cli" ] || { echo "no $cli; build it first (bench/README.md)" >&2; exit 2; }
-command -v /usr/sbin/snmpd >/dev/null || { echo "snmpd is missing (apt-get install snmpd)" >&2; exit 2; }
+require_built "$cli"
+require_tools snmpd
 
 compare_init sondara-mib-names
 export SONDARA_HOME="$work/home"

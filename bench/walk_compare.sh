@@ -19,11 +19,8 @@ bench=${1:-build-bench/bench/walk_bench}
 runs=${2:-5}
 agent_core=${SNMPD_CORE:-0}
 other_core=${CLIENT_OTHER_CORE:-1}
-[ -x "$bench" ] || { echo "no $bench; build it first (bench/README.md)" >&2; exit 2; }
-for tool in snmpd snmpwalk snmpbulkwalk snmpget taskset; do
-  command -v "$tool" >/dev/null || [ -x "/usr/sbin/$tool" ] ||
-    { echo "$tool is missing (apt-get install snmpd snmp util-linux)" >&2; exit 2; }
-done
+require_built "$bench"
+require_tools snmpd snmpwalk snmpbulkwalk snmpget taskset
 
 compare_init sondara-walk-compare
 
