@@ -74,9 +74,6 @@ bool IsFile(const std::string& path) {
 
 }  // namespace
 
-const CMibSet& CMibSet::Builtin() {
-  return MutableBuiltin();
-}
 
 namespace {
 
@@ -91,7 +88,7 @@ void CMibSet::AddFolders(std::vector<std::string> folders) {
   ExtraFolders() = std::move(folders);
 }
 
-CMibSet& CMibSet::MutableBuiltin() {
+const CMibSet& CMibSet::Builtin() {
   // Read by the first caller; C++ makes the others wait for it.
   static CMibSet* const set = [] {
     auto* loaded = new CMibSet;  // never freed: names are asked for until the very end

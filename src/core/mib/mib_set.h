@@ -46,7 +46,6 @@ class CMibSet {
   // user's MIB files from AddFolders() and the usual folders. Without a table (the build had
   // none to write) only the user's modules give names.
   static const CMibSet& Builtin();
-  static CMibSet& MutableBuiltin();
   // $SONDARA_MIB_TABLE when set; else "mibs/" beside the program (the build tree), else
   // "../share/sondara/mibs/" from the program's folder (an installed program).
   static std::string TableFolder();
