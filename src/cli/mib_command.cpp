@@ -51,7 +51,7 @@ int RunMib(CliContext& context) {
   }
   const mib::MibNode& node = *match.node;
   std::ostream& out = context.out;
-  out << mibs.NameOf(oid) << "\n" << numbers << "\n";
+  out << mib::CMibSet::NameOf(match) << "\n" << numbers << "\n";
   const auto row = [&out](const char* label, const std::string& text) {
     if (!text.empty())
       out << label << ": " << text << "\n";

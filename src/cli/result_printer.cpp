@@ -101,7 +101,8 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
     const mib::OidMatch match =
         mib::CMibSet::Builtin().Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
     name = tvkutil::FromUtf8Lenient(mib::CMibSet::NameOf(match));
-    if (const auto shown = mib::NamedValueText(bind))
+    if (const auto shown =
+            bind.Value() ? mib::NamedValueText(*bind.Value(), match.node) : std::nullopt)
       text = tvkutil::FromUtf8Lenient(*shown);
   }
   PrintBinding(bind.Name() ? bind.Name()->Text() : std::wstring(), name, snmp::TypeNameOfTag(tag),

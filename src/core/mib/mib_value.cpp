@@ -176,19 +176,23 @@ std::optional<std::string> ValueText(const MibNode& node, const snmp::CASNDataTy
   return text.value_or(std::to_string(*number)) + " " + node.units;
 }
 
-std::optional<std::string> NamedValueText(const snmp::CVarBind& bind) {
-  const snmp::CASNDataType* value = bind.Value();
-  if (value == nullptr || bind.Name() == nullptr)
-    return std::nullopt;
-  const CMibSet& set = CMibSet::Builtin();
-  if (value->Tag() == snmp::kTagOid) {
-    const auto& arcs = static_cast<const snmp::COid*>(value)->Arcs();
-    std::string name = set.NameOf(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
+std::optional<std::string> NamedValueText(const snmp::CASNDataType& value, const MibNode* node) {
+  if (value.Tag() == snmp::kTagOid) {
+    const auto& arcs = static_cast<const snmp::COid&>(value).Arcs();
+    std::string name =
+        CMibSet::Builtin().NameOf(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
     return name.empty() ? std::nullopt : std::optional<std::string>(std::move(name));
   }
+  return node != nullptr ? ValueText(*node, value) : std::nullopt;
+}
+
+std::optional<std::string> NamedValueText(const snmp::CVarBind& bind) {
+  if (bind.Value() == nullptr || bind.Name() == nullptr)
+    return std::nullopt;
   const auto& arcs = bind.Name()->Arcs();
-  const OidMatch match = set.Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
-  return match.node != nullptr ? ValueText(*match.node, *value) : std::nullopt;
+  return NamedValueText(
+      *bind.Value(),
+      CMibSet::Builtin().Match(std::span<const std::uint32_t>(arcs.data(), arcs.size())).node);
 }
 
 }  // namespace mib

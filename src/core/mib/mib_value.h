@@ -29,5 +29,7 @@ std::optional<std::string> ValueText(const MibNode& node, const snmp::CASNDataTy
 // A binding's value as names show it (UTF-8): an OID value by its name, any other by the node
 // of the binding's name (ValueText) in CMibSet::Builtin(); nothing when neither says more.
 std::optional<std::string> NamedValueText(const snmp::CVarBind& bind);
+// The same for a value whose binding's node is already known (null when none is).
+std::optional<std::string> NamedValueText(const snmp::CASNDataType& value, const MibNode* node);
 
 }  // namespace mib
