@@ -100,13 +100,23 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
     const auto& arcs = bind.Name()->Arcs();
     const mib::OidMatch match =
         mib::CMibSet::Builtin().Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
-    name = tvkutil::FromUtf8Lenient(mib::CMibSet::NameOf(match));
+    if (match.node != nullptr) {
+      // A walk meets one column many times over: its "MODULE::name" is made once.
+      if (match.node != named_node_) {
+        named_node_ = match.node;
+        node_name_ = tvkutil::FromUtf8Lenient(match.node->module + "::" + match.node->name);
+      }
+      name = node_name_;
+      snmp::AppendArcsText(name, match.suffix);
+    }
     if (const auto shown =
             bind.Value() ? mib::NamedValueText(*bind.Value(), match.node) : std::nullopt)
       text = tvkutil::FromUtf8Lenient(*shown);
   }
-  PrintBinding(bind.Name() ? bind.Name()->Text() : std::wstring(), name, snmp::TypeNameOfTag(tag),
-               text, octets);
+  // Text output shows the name alone where there is one.
+  const bool dotted = bind.Name() != nullptr && (format_ != OutputFormat::kText || name.empty());
+  PrintBinding(dotted ? bind.Name()->Text() : std::wstring(), name, snmp::TypeNameOfTag(tag), text,
+               octets);
 }
 
 void CResultPrinter::PrintBinding(std::wstring_view oid, std::wstring_view name,

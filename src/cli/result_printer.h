@@ -16,6 +16,10 @@
 #include "cli/command_line.h"
 #include "snmp/var_bind.h"
 
+namespace mib {
+struct MibNode;
+}
+
 namespace cli {
 
 class CResultPrinter {
@@ -40,6 +44,8 @@ class CResultPrinter {
   bool names_;
   bool header_written_ = false;
   std::size_t devices_ = 0;
+  const mib::MibNode* named_node_ = nullptr;  // the node node_name_ names
+  std::wstring node_name_;
 };
 
 // A field of the results files' CSV, UTF-8.

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <mutex>
+#include <numeric>
 #include <set>
 
 namespace mib {
@@ -51,6 +52,20 @@ bool ReadArcs(std::string_view text, Arcs& out) {
   return true;
 }
 
+constexpr std::size_t kTableFields = 15;
+
+// A table line's tab-separated fields: OID, module, name, kind, syntax, textual convention,
+// hint, enums, access, status, units, index, augments, description offset and length.
+std::array<std::string_view, kTableFields> Fields(std::string_view line) {
+  std::array<std::string_view, kTableFields> f;
+  for (std::size_t i = 0, at = 0; i < f.size() && at <= line.size(); ++i) {
+    const std::size_t tab = std::min(line.find('\t', at), line.size());
+    f[i] = line.substr(at, tab - at);
+    at = tab + 1;
+  }
+  return f;
+}
+
 std::uint32_t Number(std::string_view text) {
   std::uint32_t n = 0;
   for (char c : text)
@@ -74,7 +89,6 @@ bool IsFile(const std::string& path) {
 
 }  // namespace
 
-
 namespace {
 
 std::vector<std::string>& ExtraFolders() {
@@ -91,8 +105,8 @@ void CMibSet::AddFolders(std::vector<std::string> folders) {
 const CMibSet& CMibSet::Builtin() {
   // Read by the first caller; C++ makes the others wait for it.
   static CMibSet* const set = [] {
-    auto* loaded = new CMibSet;  // never freed: names are asked for until the very end
-    loaded->LoadTable(TableFolder());
+    auto* loaded = new CMibSet;               // never freed: names are asked for until the very end
+    loaded->ReadTable(TableFolder(), false);  // indexed once, with the user's modules
     SmiLoadRequest request;
     request.folders = ExtraFolders();
     for (std::string& folder : StandardMibFolders())
@@ -101,11 +115,16 @@ const CMibSet& CMibSet::Builtin() {
     SmiLoadResult read = LoadMibModules(request);
     // A module of the user's replaces the built-in one of its name, unless it could not be
     // read whole: then the built-in one, complete, stays.
-    std::set<std::string> partial;
+    std::set<std::string, std::less<>> partial;
     for (const MibProblem& problem : read.problems)
       partial.insert(problem.module);
+    std::set<std::pair<std::string_view, std::string_view>> built_in;
+    for (const Entry& entry : loaded->table_entries_) {
+      if (partial.count(entry.module) != 0)
+        built_in.emplace(entry.module, entry.name);
+    }
     std::erase_if(read.nodes, [&](const MibNode& node) {
-      return partial.count(node.module) != 0 && loaded->Find(node.module, node.name) != nullptr;
+      return built_in.count({node.module, node.name}) != 0;
     });
     loaded->problems_ = std::move(read.problems);
     loaded->AddModules(std::move(read.nodes));
@@ -130,106 +149,162 @@ std::string CMibSet::TableFolder() {
 }
 
 bool CMibSet::LoadTable(const std::string& folder) {
+  return ReadTable(folder, true);
+}
+
+bool CMibSet::ReadTable(const std::string& folder, bool index) {
   std::ifstream in(folder + "builtin.tab", std::ios::binary);
   if (folder.empty() || !in)
     return false;
-  // Read whole and cut in place: the table's 20,000 lines make no allocation of their own.
   in.seekg(0, std::ios::end);
   std::string text(static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0)), '\0');
   in.seekg(0);
   if (!in.read(text.data(), static_cast<std::streamsize>(text.size())))
     return false;
   std::unique_lock lock(mutex_);
+  if (!table_text_.empty())
+    return false;  // one table per set: rows are numbered from its first line
+  table_text_ = std::move(text);
   description_file_ = folder + "builtin.desc";
-  const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-  by_name_.reserve(by_name_.size() + lines);
-  description_at_.reserve(description_at_.size() + lines);
-  std::array<std::string_view, 15> f;
-  for (std::size_t from = 0; from < text.size();) {
-    std::size_t end = text.find('\n', from);
-    if (end == std::string::npos)
-      end = text.size();
-    const std::string_view line = std::string_view(text).substr(from, end - from);
+  // Only the OID, module and name are read now; a row becomes a node when first asked for.
+  const std::string_view all = table_text_;
+  struct Cut {
+    std::size_t at, count;
+    std::string_view module, name;
+  };
+  std::vector<Cut> cuts;
+  for (std::size_t from = 0; from < all.size();) {
+    std::size_t end = all.find('\n', from);
+    if (end == std::string_view::npos)
+      end = all.size();
+    const std::string_view line = all.substr(from, end - from);
     from = end + 1;
-    std::size_t fields = 0;
-    for (std::size_t at = 0; fields < f.size(); ++fields) {
-      const std::size_t tab = line.find('\t', at);
-      f[fields] = line.substr(at, tab == std::string_view::npos ? tab : tab - at);
-      if (tab == std::string_view::npos) {
-        ++fields;
-        break;
-      }
-      at = tab + 1;
-    }
-    if (fields != f.size())
+    const std::size_t at = table_arcs_.size();
+    const std::size_t tab1 = line.find('\t');
+    const std::size_t tab2 = line.find('\t', tab1 + 1);
+    const std::size_t tab3 = tab2 == std::string_view::npos ? tab2 : line.find('\t', tab2 + 1);
+    if (tab3 == std::string_view::npos || !ReadArcs(line.substr(0, tab1), table_arcs_) ||
+        table_arcs_.size() == at) {
+      table_arcs_.resize(at);
       continue;
-    MibNode node;
-    node.oid.reserve(static_cast<std::size_t>(std::count(f[0].begin(), f[0].end(), '.')) + 1);
-    if (!ReadArcs(f[0], node.oid) || node.oid.empty())
-      continue;
-    node.module = f[1];
-    node.name = f[2];
-    const auto kind = std::find(kKindNames.begin(), kKindNames.end(), f[3]);
-    node.kind = static_cast<NodeKind>(kind == kKindNames.end() ? 0 : kind - kKindNames.begin());
-    node.syntax = f[4];
-    node.type_name = f[5];
-    node.display_hint = f[6];
-    if (!f[7].empty()) {
-      for (std::string_view pair : Split(f[7], ',')) {
-        const std::size_t eq = pair.rfind('=');
-        if (eq == std::string_view::npos)
-          continue;
-        const bool negative = pair.substr(eq + 1).starts_with('-');
-        const std::int64_t n = Number(pair.substr(eq + 1 + (negative ? 1 : 0)));
-        node.enums.emplace_back(negative ? -n : n, std::string(pair.substr(0, eq)));
-      }
-      std::sort(node.enums.begin(), node.enums.end());
     }
-    node.access = f[8];
-    node.status = f[9];
-    node.units = f[10];
-    if (!f[11].empty()) {
-      for (std::string_view index : Split(f[11], ','))
-        node.index.emplace_back(index);
-    }
-    node.augments = f[12];
-    const MibNode& kept = nodes_.emplace_back(std::move(node));
-    description_at_[&kept] = {Number(f[13]), Number(f[14])};
-    Index(kept);
+    table_rows_.push_back(line);
+    cuts.push_back({at, table_arcs_.size() - at, line.substr(tab1 + 1, tab2 - tab1 - 1),
+                    line.substr(tab2 + 1, tab3 - tab2 - 1)});
   }
+  table_entries_.reserve(cuts.size());
+  for (std::uint32_t row = 0; row < cuts.size(); ++row) {
+    const Cut& cut = cuts[row];
+    table_entries_.push_back(
+        {{table_arcs_.data() + cut.at, cut.count}, cut.module, cut.name, nullptr, row});
+  }
+  made_of_row_.assign(table_rows_.size(), nullptr);
+  if (index)
+    Reindex();
   return true;
 }
 
-int CMibSet::Rank(const MibNode& node) const {
+int CMibSet::Rank(std::string_view module) const {
   static const std::set<std::string_view> kPreferred = {"SNMPv2-SMI", "SNMPv2-MIB", "IF-MIB",
                                                         "IP-MIB"};
   static const std::set<std::string_view> kReplaced = {"RFC1213-MIB", "RFC1158-MIB", "RFC1155-SMI"};
-  if (user_modules_.count(node.module) != 0)
+  if (user_modules_.count(module) != 0)
     return 0;
-  if (kPreferred.count(node.module) != 0)
+  if (kPreferred.count(module) != 0)
     return 1;
-  return kReplaced.count(node.module) != 0 ? 3 : 2;
-}
-
-void CMibSet::Index(const MibNode& node) {
-  auto [at, added] = by_oid_.emplace(node.oid, &node);
-  if (!added && Rank(node) < Rank(*at->second))
-    at->second = &node;
-  by_name_.emplace(node.name, &node);
+  return kReplaced.count(module) != 0 ? 3 : 2;
 }
 
 void CMibSet::Reindex() {
-  by_oid_.clear();
-  by_name_.clear();
+  entries_.clear();
+  entries_.reserve(table_entries_.size() + nodes_.size());
+  for (const Entry& entry : table_entries_) {
+    if (user_modules_.count(entry.module) == 0)  // else replaced by the user's module
+      entries_.push_back(entry);
+  }
+  const auto table_end = static_cast<std::ptrdiff_t>(entries_.size());
   for (const MibNode& node : nodes_) {
     if (replaced_.count(&node) == 0)
-      Index(node);
+      entries_.push_back({node.oid, node.module, node.name, &node, 0});
   }
+  // By OID: the table comes sorted; the user's nodes are sorted and merged in after it.
+  std::vector<std::uint32_t> order(entries_.size());
+  std::iota(order.begin(), order.end(), 0u);
+  const auto arcs_less = [this](std::uint32_t a, std::uint32_t b) {
+    return ArcsLess{}(entries_[a].oid, entries_[b].oid);
+  };
+  const auto middle = order.begin() + table_end;
+  if (!std::is_sorted(order.begin(), middle, arcs_less))
+    std::stable_sort(order.begin(), middle, arcs_less);
+  std::stable_sort(middle, order.end(), arcs_less);
+  std::inplace_merge(order.begin(), middle, order.end(), arcs_less);
+  // One per OID, the best ranked; among equals the first loaded.
+  by_oid_.clear();
+  for (std::uint32_t i : order) {
+    if (!by_oid_.empty() && !arcs_less(by_oid_.back(), i)) {
+      if (Rank(entries_[i].module) < Rank(entries_[by_oid_.back()].module))
+        by_oid_.back() = i;
+      continue;
+    }
+    by_oid_.push_back(i);
+  }
+  // By name: open addressing, linear probing; a name's entries are met in the order loaded.
+  std::size_t slots = 16;
+  while (slots < 2 * entries_.size())
+    slots *= 2;
+  name_slots_.assign(slots, 0);
+  for (std::uint32_t i = 0; i < entries_.size(); ++i) {
+    std::size_t at = std::hash<std::string_view>{}(entries_[i].name) & (slots - 1);
+    while (name_slots_[at] != 0)
+      at = (at + 1) & (slots - 1);
+    name_slots_[at] = i + 1;
+  }
+}
+
+const MibNode* CMibSet::NodeOf(const Entry& entry) const {
+  if (entry.node != nullptr)
+    return entry.node;
+  std::lock_guard lock(made_mutex_);
+  const MibNode*& made = made_of_row_[entry.row];
+  if (made != nullptr)
+    return made;
+  const std::array<std::string_view, kTableFields> f = Fields(table_rows_[entry.row]);
+  MibNode node;
+  node.oid.assign(entry.oid.begin(), entry.oid.end());
+  node.module = f[1];
+  node.name = f[2];
+  const auto kind = std::find(kKindNames.begin(), kKindNames.end(), f[3]);
+  node.kind = static_cast<NodeKind>(kind == kKindNames.end() ? 0 : kind - kKindNames.begin());
+  node.syntax = f[4];
+  node.type_name = f[5];
+  node.display_hint = f[6];
+  if (!f[7].empty()) {
+    for (std::string_view pair : Split(f[7], ',')) {
+      const std::size_t eq = pair.rfind('=');
+      if (eq == std::string_view::npos)
+        continue;
+      const bool negative = pair.substr(eq + 1).starts_with('-');
+      const std::int64_t n = Number(pair.substr(eq + 1 + (negative ? 1 : 0)));
+      node.enums.emplace_back(negative ? -n : n, std::string(pair.substr(0, eq)));
+    }
+    std::sort(node.enums.begin(), node.enums.end());
+  }
+  node.access = f[8];
+  node.status = f[9];
+  node.units = f[10];
+  if (!f[11].empty()) {
+    for (std::string_view index : Split(f[11], ','))
+      node.index.emplace_back(index);
+  }
+  node.augments = f[12];
+  made = &made_.emplace_back(std::move(node));
+  description_at_[made] = {Number(f[13]), Number(f[14])};
+  return made;
 }
 
 void CMibSet::AddModules(std::vector<MibNode> nodes) {
   std::unique_lock lock(mutex_);
-  std::set<std::string> modules;
+  std::set<std::string, std::less<>> modules;
   for (const MibNode& node : nodes)
     modules.insert(node.module);
   for (const MibNode& node : nodes_) {
@@ -254,15 +329,18 @@ OidMatch CMibSet::Match(std::span<const std::uint32_t> oid) const {
   // and go on with it: a few steps, no allocation.
   std::span<const std::uint32_t> rest = oid;
   while (!rest.empty()) {
-    auto at = by_oid_.upper_bound(rest);
+    auto at = std::upper_bound(by_oid_.begin(), by_oid_.end(), rest,
+                               [this](std::span<const std::uint32_t> key, std::uint32_t i) {
+                                 return ArcsLess{}(key, entries_[i].oid);
+                               });
     if (at == by_oid_.begin())
       break;
-    --at;
+    const Entry& entry = entries_[*--at];
     const auto [mine, theirs] =
-        std::mismatch(rest.begin(), rest.end(), at->first.begin(), at->first.end());
-    if (theirs == at->first.end()) {
-      const auto length = at->first.size();
-      return {at->second, Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end())};
+        std::mismatch(rest.begin(), rest.end(), entry.oid.begin(), entry.oid.end());
+    if (theirs == entry.oid.end()) {
+      const auto length = entry.oid.size();
+      return {NodeOf(entry), Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end())};
     }
     rest = rest.first(static_cast<std::size_t>(mine - rest.begin()));
   }
@@ -284,16 +362,17 @@ std::string CMibSet::NameOf(const OidMatch& match) {
 
 const MibNode* CMibSet::Find(std::string_view module, std::string_view name) const {
   std::shared_lock lock(mutex_);
-  const MibNode* best = nullptr;
-  const auto [first, last] = by_name_.equal_range(std::string(name));
-  for (auto it = first; it != last; ++it) {
-    const MibNode* node = it->second;
-    if (!module.empty() && node->module != module)
+  const Entry* best = nullptr;
+  const std::size_t mask = name_slots_.size() - 1;
+  for (std::size_t at = std::hash<std::string_view>{}(name)&mask;
+       !name_slots_.empty() && name_slots_[at] != 0; at = (at + 1) & mask) {
+    const Entry& entry = entries_[name_slots_[at] - 1];
+    if (entry.name != name || (!module.empty() && entry.module != module))
       continue;
-    if (best == nullptr || Rank(*node) < Rank(*best))
-      best = node;
+    if (best == nullptr || Rank(entry.module) < Rank(best->module))
+      best = &entry;
   }
-  return best;
+  return best == nullptr ? nullptr : NodeOf(*best);
 }
 
 bool CMibSet::ToOid(std::string_view text, Arcs& out, std::string& error) const {
@@ -329,20 +408,25 @@ bool CMibSet::ToOid(std::string_view text, Arcs& out, std::string& error) const 
 
 void CMibSet::ForEachNode(const std::function<void(const MibNode&)>& visit) const {
   std::shared_lock lock(mutex_);
-  for (const auto& [oid, node] : by_oid_)
-    visit(*node);
+  for (std::uint32_t i : by_oid_)
+    visit(*NodeOf(entries_[i]));
 }
 
 std::string CMibSet::Description(const MibNode& node) const {
   std::shared_lock lock(mutex_);
   if (!node.description.empty())
     return node.description;
-  const auto at = description_at_.find(&node);
-  if (at == description_at_.end() || at->second.second == 0)
-    return {};
+  std::pair<std::uint32_t, std::uint32_t> at;
+  {
+    std::lock_guard made_lock(made_mutex_);
+    const auto found = description_at_.find(&node);
+    if (found == description_at_.end() || found->second.second == 0)
+      return {};
+    at = found->second;
+  }
   std::ifstream in(description_file_, std::ios::binary);
-  std::string text(at->second.second, '\0');
-  in.seekg(at->second.first);
+  std::string text(at.second, '\0');
+  in.seekg(at.first);
   if (!in.read(text.data(), static_cast<std::streamsize>(text.size())))
     return {};
   return text;

@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <map>
+#include <mutex>
+#include <set>
 #include <shared_mutex>
 #include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "mib/mib_node.h"
@@ -75,21 +75,45 @@ class CMibSet {
   void ForEachNode(const std::function<void(const MibNode&)>& visit) const;
 
  private:
+  // One known OID or name: a row of the built-in table, read into a MibNode only when asked
+  // for, or a node of the user's modules.
+  struct Entry {
+    std::span<const std::uint32_t> oid;
+    std::string_view module;
+    std::string_view name;
+    const MibNode* node = nullptr;  // the user's node; null for a table row
+    std::uint32_t row = 0;          // the table row when `node` is null
+  };
+
   // Lower wins where modules define one OID or one name: the user's modules, then the standard
   // SNMPv2/IF/IP modules, then the rest, then the SMIv1 ones they replaced (RFC1213-MIB...).
-  int Rank(const MibNode& node) const;
-  void Index(const MibNode& node);  // unique lock held
-  void Reindex();                   // unique lock held
+  int Rank(std::string_view module) const;
+  bool ReadTable(const std::string& folder, bool index);
+  void Reindex();  // unique lock held
+  const MibNode* NodeOf(const Entry& entry) const;
 
   mutable std::shared_mutex mutex_;
-  std::deque<MibNode> nodes_;  // never shrinks: pointers handed out stay valid
-  std::map<Arcs, const MibNode*, ArcsLess> by_oid_;
-  std::unordered_multimap<std::string, const MibNode*> by_name_;
-  std::unordered_map<const MibNode*, std::pair<std::uint32_t, std::uint32_t>> description_at_;
-  std::unordered_set<std::string> user_modules_;
-  std::unordered_set<const MibNode*> replaced_;  // built-in nodes of modules the user replaced
+  // The table as read, one line a row, and every row's OID in one array: loading cuts lines
+  // and reads arcs, nothing more.
+  std::string table_text_;
+  std::vector<std::string_view> table_rows_;
+  std::vector<std::uint32_t> table_arcs_;
+  std::vector<Entry> table_entries_;
   std::string description_file_;
+  std::deque<MibNode> nodes_;  // the user's; never shrinks: pointers handed out stay valid
+  std::set<std::string, std::less<>> user_modules_;
+  std::set<const MibNode*> replaced_;      // user nodes of a module loaded again
+  std::vector<Entry> entries_;             // the table's rows not replaced, then the user's nodes
+  std::vector<std::uint32_t> by_oid_;      // entries in the order of OIDs, one per OID
+  std::vector<std::uint32_t> name_slots_;  // a hash table of entries by name, index + 1
   std::vector<MibProblem> problems_;
+
+  // Table rows read into nodes so far, kept for the set's life (pointers handed out).
+  mutable std::mutex made_mutex_;
+  mutable std::deque<MibNode> made_;
+  mutable std::vector<const MibNode*> made_of_row_;
+  mutable std::unordered_map<const MibNode*, std::pair<std::uint32_t, std::uint32_t>>
+      description_at_;
 };
 
 // Text typed where an OID goes, as dotted numbers: dotted text as typed (the OID checks name

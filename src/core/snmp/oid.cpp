@@ -47,15 +47,14 @@ void COid::SetFromText(std::wstring_view text) {
   arcs_.resize_uninitialized(static_cast<std::size_t>(out - arcs_.data()));
 }
 
-bool COid::ToText(std::wstring& out_text) const {
-  if (arcs_.size() < 2)
-    return false;
+void AppendArcsText(std::wstring& text, std::span<const std::uint32_t> arcs) {
   // Digit by digit into room for the longest arcs, cut to size once: std::to_wstring goes
   // through swprintf, which made this text the most expensive step of a walk.
   constexpr std::size_t kLongestArc = 11;  // ".4294967295"
-  std::wstring text(arcs_.size() * kLongestArc, L'\0');
-  wchar_t* out = text.data();
-  for (std::uint32_t rest : arcs_) {
+  const std::size_t start = text.size();
+  text.resize(start + arcs.size() * kLongestArc);
+  wchar_t* out = text.data() + start;
+  for (std::uint32_t rest : arcs) {
     wchar_t digits[10];
     wchar_t* first = std::end(digits);
     do {
@@ -67,6 +66,13 @@ bool COid::ToText(std::wstring& out_text) const {
       *out++ = *first++;
   }
   text.resize(static_cast<std::size_t>(out - text.data()));
+}
+
+bool COid::ToText(std::wstring& out_text) const {
+  if (arcs_.size() < 2)
+    return false;
+  std::wstring text;
+  AppendArcsText(text, std::span<const std::uint32_t>(arcs_.data(), arcs_.size()));
   out_text = std::move(text);
   return true;
 }

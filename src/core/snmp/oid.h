@@ -9,6 +9,9 @@
 
 namespace snmp {
 
+// Appends ".1.3.6.1" for `arcs`, each an unsigned decimal.
+void AppendArcsText(std::wstring& text, std::span<const std::uint32_t> arcs);
+
 class COid final : public CASNDataType {
  public:
   COid() : CASNDataType(kTagOid) {}
