@@ -309,27 +309,6 @@ TEST(MessageTree, EachKindOfDamageEndsInItsNamedNode) {
   }
 }
 
-TEST(MessageTree, TruncatedAtEveryByteEndsInADamageNodeWithinTheBytes) {
-  using namespace testing_support;
-  const Bytes trap =
-      Tlv(0x30, Cat({Int(0), Str("t"),
-                     Tlv(0xA4, Cat({Tlv(0x06, Hex("2b 06 01 04 01 82 37")),
-                                    Hex("40 04 7f 00 00 01"), Int(6), Int(1), Hex("43 02 01 00"),
-                                    Tlv(0x30, VarBind(Hex("2b 06 01"), Str("up")))}))}));
-  for (const Bytes& whole :
-       {kGet, trap, ResponseWith(Hex("46 09 00 ff ff ff ff ff ff ff ff")), kDiscovery, kAuthPriv}) {
-    ASSERT_EQ(DecodeMessageTree(whole).Damage(), nullptr);
-    for (std::size_t n = 0; n < whole.size(); ++n) {
-      SCOPED_TRACE(n);
-      const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(n));
-      const MessageTree tree = DecodeMessageTree(cut);
-      ExpectWellFormed(tree, n);
-      ASSERT_NE(tree.Damage(), nullptr);
-      EXPECT_FALSE(tree.Damage()->value.empty());
-    }
-  }
-}
-
 TEST(MessageTree, AnSnmpV3DiscoveryRequestShowsEveryFieldAtItsOffset) {
   ExpectNodes(DecodeMessageTree(kDiscovery), {{L"message", 0, 62, 0, L""},
                                               {L"msgVersion", 2, 3, 1, L"3 (SNMPv3)"},

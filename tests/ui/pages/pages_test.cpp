@@ -349,13 +349,16 @@ class AgentPagesTest : public QObject {
       return false;
     });
     Type(&page, "sendTrapHost", "127.0.0.1");
+    Type(&page, "sendTrapPort", "1162");
     Type(&page, "varBindNum", "3");
     Click(&page, "sendTrapButton");
     app::SetQuestionHook(nullptr);
     QCOMPARE(asked, QStringList{"VarBind# ('3') leaves 1 of the 4 varbinds in the VarBind list "
                                 "out of the trap. Send it anyway?"});
     QVERIFY(Button(&page, "sendTrapButton")->isEnabled());  // nothing started
-    Combo(&page, "sendTrapVersion")->setCurrentText("1");   // a v1 list: the user's two alone
+    page.StoreToApp();
+    QCOMPARE(sondara.SendTrap().port, std::uint16_t{1162});
+    Combo(&page, "sendTrapVersion")->setCurrentText("1");  // a v1 list: the user's two alone
     QTimer::singleShot(0, this,
                        [] { qobject_cast<QDialog*>(QApplication::activeModalWidget())->accept(); });
     Click(&page, "editVarBinds");
@@ -456,11 +459,13 @@ class RequestResponsivenessTest : public QObject {
     app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
     sondara.Network().request_timeout_ms = 100;
     sondara.Network().retries = 0;
+    sondara.WriteProfileInt(L"Device Discovery", L"1", 150);
     auto page = std::make_unique<pages::CDeviceDiscoveryPropertyPage>(sondara);
     page->show();
     auto* list = page->findChild<QTableView*>("discoveryList");
     auto* start = page->findChild<QLineEdit*>("startIp");
     auto* begin = page->findChild<QPushButton*>("beginDiscovery");
+    QCOMPARE(list->horizontalHeader()->sectionSize(1), 150);  // from the profile
     start->setText("198.18.0.1");
     page->findChild<QLineEdit*>("endIp")->setText("198.18.0.40");
     QTest::mouseClick(begin, Qt::LeftButton);
