@@ -1,6 +1,5 @@
-// snmpsim on 127.0.0.1 at a free port: an SNMPv3 agent made by other hands than net-snmp's, serving
-// recorded objects to one user. Its AES-192/256 "AES256" protocol stretches keys the Reeder way,
-// as many switches do. The objects are read under the context name kSnmpsimContext.
+// snmpsim on 127.0.0.1 at a free port: a v3 agent not by net-snmp, whose "AES256" stretches keys
+// the Reeder way as many switches do; its objects are under the context kSnmpsimContext.
 #pragma once
 
 #include <sys/stat.h>

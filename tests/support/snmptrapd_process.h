@@ -46,31 +46,24 @@ class SnmptrapdProcess : public NetSnmpDaemon {
     return WaitUntilBound("snmptrapd");
   }
 
-  // The trap lines written so far, waiting up to `timeout` for at least `count` of them.
-  std::vector<std::string> Traps(
-      std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) const {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+  // The traps written so far, each split at '~', waiting up to 10 s for at least `count`.
+  std::vector<std::vector<std::string>> TrapFields(std::size_t count) const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     for (;;) {
-      std::vector<std::string> traps;
+      std::vector<std::vector<std::string>> traps;
       std::ifstream in(out_);
       for (std::string line; std::getline(in, line);) {
-        if (line.find('~') != std::string::npos)
-          traps.push_back(line);
+        if (line.find('~') == std::string::npos)
+          continue;
+        std::istringstream fields(line);
+        traps.emplace_back();
+        for (std::string field; std::getline(fields, field, '~');)
+          traps.back().push_back(field);
       }
       if (traps.size() >= count || std::chrono::steady_clock::now() >= deadline)
         return traps;
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-  }
-  std::vector<std::vector<std::string>> TrapFields(std::size_t count) const {
-    std::vector<std::vector<std::string>> traps;
-    for (const std::string& line : Traps(count)) {
-      std::istringstream in(line);
-      traps.emplace_back();
-      for (std::string field; std::getline(in, field, '~');)
-        traps.back().push_back(field);
-    }
-    return traps;
   }
 
  private:

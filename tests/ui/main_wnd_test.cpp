@@ -1,5 +1,4 @@
-// The main window, its Options dialog and the numeric fields as a user meets them: menus,
-// keyboard, placement.
+// The main window, its Options dialog and the numeric fields as a user meets them.
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
@@ -53,6 +52,15 @@ QStringList TabTexts(const app::CMainWnd& w) {
   return texts;
 }
 
+// The event log's lines, oldest first.
+QStringList Events(const app::CMainWnd& w) {
+  const QAbstractItemModel* m = w.EventView()->Table()->model();
+  QStringList lines;
+  for (int row = 0; row < m->rowCount(); ++row)
+    lines << m->index(row, 2).data().toString();
+  return lines;
+}
+
 class MainWndTest : public QObject {
   Q_OBJECT
 
@@ -66,12 +74,7 @@ class MainWndTest : public QObject {
     w.show();  // starts reading the modules
     QTRY_VERIFY_WITH_TIMEOUT(app::CMibNames::Instance().Loaded(), 60000);
     const QString problem = "not a MIB module";
-    QTRY_VERIFY(w.EventView()
-                    ->Table()
-                    ->model()
-                    ->match(w.EventView()->Table()->model()->index(0, 2), Qt::DisplayRole, problem,
-                            1, Qt::MatchContains)
-                    .size() == 1);
+    QTRY_COMPARE(Events(w).filter(problem).size(), 1);
     net::CAdapterTable adapters({}, {});
     app::COptionsDialog d(s.app, adapters);
     auto* problems = d.findChild<QListWidget*>("mibProblems");
@@ -176,25 +179,21 @@ class MainWndTest : public QObject {
     QCOMPARE(TabTexts(w), QStringList{"&Device Discovery"});  // it tells why it cannot work
     w.Action("viewWalkMib")->trigger();
     QVERIFY(w.Action("saveSnapshot")->isEnabled());
-    const QAbstractItemModel* events = w.EventView()->Table()->model();
-    QTRY_COMPARE(events->rowCount(), 2);
-    QStringList lines;
-    for (int row = 0; row < 2; ++row)
-      lines << events->index(row, 2).data().toString();
-    QCOMPARE(lines,
-             (QStringList{QString::fromStdString("The settings file '" + s.dir / "sondara.ini" +
-                                                 "' is not text (neither UTF-8 nor UTF-16). It is "
-                                                 "left as it is and not written by this run; the "
-                                                 "pages start with their defaults."),
-                          "Unable to open an ICMP socket. Ping/Device discovery functionality will "
-                          "not be available."}));
+    QTRY_COMPARE(
+        Events(w),
+        (QStringList{QString::fromStdString("The settings file '" + s.dir / "sondara.ini" +
+                                            "' is not text (neither UTF-8 nor UTF-16). It is "
+                                            "left as it is and not written by this run; the "
+                                            "pages start with their defaults."),
+                     "Unable to open an ICMP socket. Ping/Device discovery functionality will "
+                     "not be available."}));
     // A refusal told in a box leaves its line too.
     app::SetMessageBoxHook([](const QString&, app::MessageIcon) {});
     w.findChild<QLineEdit*>("walkHost")->clear();
     w.findChild<QPushButton*>("walkButton")->click();
     app::SetMessageBoxHook(nullptr);
-    QTRY_COMPARE(events->rowCount(), 3);
-    QCOMPARE(events->index(2, 2).data().toString(), "Please enter a valid IP/Host address.");
+    QTRY_COMPARE(Events(w).size(), 3);
+    QCOMPARE(Events(w)[2], "Please enter a valid IP/Host address.");
   }
 
   // Edit > Paste must reach the numeric edit's own filtering paste, not QLineEdit's.
@@ -490,8 +489,7 @@ class OptionsDialogTest : public QObject {
   }
 };
 
-// The numeric fields: what typing and pasting let in and how often they beep, the typed-length
-// limit, and text to value and back in each base.
+// The numeric fields: what typing and pasting let in, with a beep per refused character.
 class NumericEditTest : public QObject {
   Q_OBJECT
 

@@ -4,11 +4,12 @@
 #include <stdlib.h>
 
 #include <filesystem>
-#include <fstream>
 #include <latch>
 #include <map>
 #include <string>
 #include <thread>
+
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -17,17 +18,14 @@ namespace fs = std::filesystem;
 // One line per node: what a wrong type chain, kind, access or index would change.
 std::string Describe(const mib::MibNode& n) {
   std::string oid;
-  for (std::uint32_t sub : n.oid) {
+  for (std::uint32_t sub : n.oid)
     oid += (oid.empty() ? "" : ".") + std::to_string(sub);
-  }
   std::string enums;
-  for (const auto& [value, label] : n.enums) {
+  for (const auto& [value, label] : n.enums)
     enums += (enums.empty() ? "" : ",") + label + "(" + std::to_string(value) + ")";
-  }
   std::string index;
-  for (const std::string& i : n.index) {
+  for (const std::string& i : n.index)
     index += (index.empty() ? "" : ",") + i;
-  }
   return oid + " " + mib::KindName(n.kind) + " [" + n.syntax + "|" + n.type_name + "|" +
          n.display_hint + "|" + enums + "] " + n.access + " " + n.status + " " + n.units + " " +
          index + n.augments;
@@ -35,17 +33,11 @@ std::string Describe(const mib::MibNode& n) {
 
 class MibFolder : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "mibtest-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(dir_); }
   std::string Write(const std::string& name, const std::string& bytes) {
-    std::ofstream(dir_ / name, std::ios::binary) << bytes;
-    return (dir_ / name).string();
+    sondara_test::WriteFile(dir_ / name, bytes);
+    return dir_ / name;
   }
-  fs::path dir_;
+  sondara_test::TempFolder dir_;
 };
 
 const char kAcme[] = R"(-- ACME agent, release 2; saved under the vendor's own file name
@@ -123,10 +115,8 @@ END
 
 std::string Utf16(const std::string& ascii) {
   std::string out;
-  for (char c : ascii) {
-    out += c;
-    out += '\0';
-  }
+  for (char c : ascii)
+    out += {c, '\0'};
   return out;
 }
 
@@ -146,7 +136,7 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   const std::string zip = Write("mibs.zip", std::string("PK\x03\x04\x14\0\0\0", 8));
   const std::string notes = Write("notes.txt", "Which MIBs go where.\n");
 
-  const mib::SmiLoadResult r = mib::LoadMibModules({{dir_.string()}, {}, mib::BaseMibFolder()});
+  const mib::SmiLoadResult r = mib::LoadMibModules({{dir_.Path()}, {}, mib::BaseMibFolder()});
 
   const struct {
     std::string file;
@@ -198,9 +188,8 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
       {"oldFault", "1.3.6.1.4.1.99996.0.3 notification [|||]  current  "},
   };
   std::map<std::string, std::string> got;
-  for (const mib::MibNode& n : r.nodes) {
+  for (const mib::MibNode& n : r.nodes)
     got[n.name] = Describe(n);
-  }
   for (const auto& [name, want] : kNodes) {
     EXPECT_EQ(got[name], want) << name;
   }
@@ -208,9 +197,8 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   EXPECT_EQ(got.count("sysDescr") + got.count("enterprises"), 0u);  // base modules stay out
 }
 
-// `mib check FILE`: only the named file's modules are read, their imports from the folders,
-// where a user's copy of a base module wins; loads on several threads at once each get the
-// whole result.
+// `mib check FILE`: only its modules are read, imports from the folders (the user's SNMPv2-TC
+// wins); loads on several threads at once each get the whole result.
 TEST_F(MibFolder, NamedFileReadsOnlyItsModules) {
   const std::string acme = Write("acme_v2.my", kAcme);
   Write("ext.txt", kAcmeExt);
@@ -228,14 +216,12 @@ END
   for (mib::SmiLoadResult& r : results) {
     threads.emplace_back([&] {
       start.arrive_and_wait();
-      for (int i = 0; i < 3; ++i) {
-        r = mib::LoadMibModules({{dir_.string()}, {acme}, mib::BaseMibFolder()});
-      }
+      for (int i = 0; i < 3; ++i)
+        r = mib::LoadMibModules({{dir_.Path()}, {acme}, mib::BaseMibFolder()});
     });
   }
-  for (std::thread& t : threads) {
+  for (std::thread& t : threads)
     t.join();
-  }
   for (const mib::SmiLoadResult& r : results) {
     EXPECT_EQ(r.problems.size(), 0u);
     ASSERT_EQ(r.modules.size(), 1u);
@@ -250,11 +236,11 @@ TEST_F(MibFolder, StandardFoldersStartWithTheUsersOwn) {
   const char* old = std::getenv("XDG_DATA_HOME");
   const std::string saved = old ? old : "";
   fs::create_directories(dir_ / "sondara/mibs");
-  setenv("XDG_DATA_HOME", dir_.c_str(), 1);
+  setenv("XDG_DATA_HOME", dir_.Path().c_str(), 1);
   const std::vector<std::string> folders = mib::StandardMibFolders();
   old ? setenv("XDG_DATA_HOME", saved.c_str(), 1) : unsetenv("XDG_DATA_HOME");
   ASSERT_FALSE(folders.empty());
-  EXPECT_EQ(folders[0], (dir_ / "sondara/mibs").string());
+  EXPECT_EQ(folders[0], dir_ / "sondara/mibs");
 }
 
 // Modules as Debian ships them, read with only the program's base modules beside them.
@@ -277,23 +263,20 @@ TEST(DebianMibs, LoadWithNamesTypesEnumsAndHints) {
   };
   int rows = 0;
   for (const auto& row : kRows) {
-    if (!fs::exists(row.file)) {
+    if (!fs::exists(row.file))
       continue;
-    }
     ++rows;
     SCOPED_TRACE(row.file);
     const fs::path folder = fs::path(row.file).parent_path();
     const mib::SmiLoadResult r = mib::LoadMibModules(
         {{folder.string(), "/usr/share/snmp/mibs"}, {row.file}, mib::BaseMibFolder()});
     std::string got;
-    for (const mib::MibNode& n : r.nodes) {
+    for (const mib::MibNode& n : r.nodes)
       got = n.name == row.node ? Describe(n) : got;
-    }
     EXPECT_EQ(got, row.want) << row.node;
   }
-  if (rows == 0) {
+  if (rows == 0)
     GTEST_SKIP() << "no Debian MIB modules installed";
-  }
 }
 
 }  // namespace

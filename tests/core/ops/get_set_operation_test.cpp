@@ -1,5 +1,4 @@
-// The Get/Set operation: checks, request ids and histories against a scripted agent (an error
-// status from a real snmpd is the CLI's test, through the same response check).
+// The Get/Set operation against a scripted agent (an agent's error status is the CLI's test).
 #include "ops/get_set_operation.h"
 
 #include <gtest/gtest.h>
@@ -59,8 +58,7 @@ struct Operation {
   pages::CGetSetOperation op;
 };
 
-// Answers every Get with sysDescr.0 = Integer32 7 and the request's id, community and version,
-// read from the bytes by the agent's own reader.
+// Answers sysDescr.0 = Integer32 7 with the version, community and id its own reader found.
 FakeAgent EchoAgent() {
   return FakeAgent([](const FakeAgent::Datagram& d, int) {
     using namespace testing_support;

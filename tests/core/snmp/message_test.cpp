@@ -64,8 +64,7 @@ TEST(Message, GetBulkRequestBytesAndTheNextRequestFromItsAnswer) {
             "06 08 2b 06 01 02 01 01 03 00 05 00");
 }
 
-// Under the sanitizer build the cuts guard against reading past the input (the fuzz targets
-// replay corrupted messages).
+// Under the sanitizer build the cuts catch any read past the input.
 TEST(Message, EveryKindRoundTripsAndSurvivesTruncation) {
   for (const auto& kind : MessageKinds()) {
     CSNMPMessage& msg = *kind;
@@ -174,15 +173,11 @@ TEST(V3Message, HeaderAndUsmParametersEncodeAndDecodeAsWritten) {
   Incoming in;
   const std::vector<std::uint8_t> bytes = Hex(kV3Get);  // `in` views them
   ASSERT_EQ(DecodeMessage(bytes, in), BerStatus::kOk);
-  EXPECT_EQ(in.header.msg_id, 0x1234);
-  EXPECT_EQ(in.header.max_size, kMaxMessageSize);
-  EXPECT_EQ(in.header.flags, h.flags);
-  EXPECT_EQ(in.header.security_model, kSecurityModelUsm);
-  EXPECT_EQ(in.header.engine_id, h.engine_id);
-  EXPECT_EQ(std::tie(in.header.boots, in.header.time, in.header.user_name),
-            std::tie(h.boots, h.time, h.user_name));
-  EXPECT_EQ(in.header.auth_params, h.auth_params);
-  EXPECT_TRUE(in.header.priv_params.empty());
+  const auto fields = [](const Header& x) {
+    return std::tie(x.msg_id, x.max_size, x.flags, x.security_model, x.engine_id, x.boots, x.time,
+                    x.user_name, x.auth_params, x.priv_params);
+  };
+  EXPECT_EQ(fields(in.header), fields(h));
   EXPECT_EQ(in.auth_offset, kDigestAt);
   EXPECT_FALSE(in.encrypted);
   EXPECT_EQ(ToHex(in.data), ToHex(scoped_pdu));

@@ -1,5 +1,4 @@
-// The log panes: the row cap, Reset and Save from the menu, the decoded view of a selected
-// message, and saves into a full disk.
+// The log panes: the row cap, the menu, the decoded view and saves into a full disk.
 #include <QAbstractItemModelTester>
 #include <QDir>
 #include <QMenu>
