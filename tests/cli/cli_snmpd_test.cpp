@@ -141,7 +141,7 @@ TEST_F(CliAgainstSnmpd, NamesAreThoseOfPysnmpAndNamesAreTaken) {
   const ProcessResult pysnmp =
       sondara_test::RunningProcess(
           {"/usr/bin/python3", SONDARA_TEST_DATA_DIR "/cli/mib_names.py", folder / "oids"})
-          .Wait();
+          .Wait(300000);  // pysnmp loads every module: about 20 s on a quiet machine
   ASSERT_EQ(pysnmp.status, 0) << pysnmp.err;
   const std::vector<std::string> expected = Lines(pysnmp.out);
   ASSERT_EQ(expected.size(), names.size());
