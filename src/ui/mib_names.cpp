@@ -1,6 +1,9 @@
 #include "ui/mib_names.h"
 
+#include <QComboBox>
+#include <QCompleter>
 #include <QCoreApplication>
+#include <QLineEdit>
 #include <QMetaObject>
 #include <algorithm>
 #include <string>
@@ -69,11 +72,36 @@ void CMibNames::StartLoading(const QStringList& folders) {
     });
   }
   loader_ = std::jthread([this] {
-    (void)mib::CMibSet::Builtin();
+    // The list to complete from is made here too: reading every node takes a while.
+    QStringList names;
+    mib::CMibSet::Builtin().ForEachNode([&names](const mib::MibNode& node) {
+      const QString name = QString::fromStdString(node.name);
+      names << name << QString::fromStdString(node.module) + QStringLiteral("::") + name;
+    });
+    names.sort(Qt::CaseInsensitive);
+    names.removeDuplicates();
+    names_ = std::move(names);
     loaded_ = true;
     QMetaObject::invokeMethod(
-        this, [this] { emit LoadFinished(); }, Qt::QueuedConnection);
+        this,
+        [this] {
+          completion_.setStringList(names_);
+          emit LoadFinished();
+        },
+        Qt::QueuedConnection);
   });
+}
+
+void CMibNames::CompleteNamesIn(QLineEdit* edit) {
+  auto* completer = new QCompleter(&completion_, edit);
+  completer->setCaseSensitivity(Qt::CaseInsensitive);
+  completer->setModelSorting(QCompleter::CaseInsensitivelySortedModel);
+  edit->setCompleter(completer);
+}
+
+void CMibNames::CompleteNamesIn(QComboBox* combo) {
+  if (combo->lineEdit() != nullptr)
+    CompleteNamesIn(combo->lineEdit());
 }
 
 std::wstring CMibNames::NameOf(const std::wstring& oid) const {

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QStringListModel>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -12,6 +13,9 @@
 namespace tvkutil {
 class IProfileStore;
 }
+
+class QComboBox;
+class QLineEdit;
 
 namespace app {
 
@@ -36,6 +40,10 @@ class CMibNames : public QObject {
   bool Loaded() const { return loaded_; }
   // "IF-MIB::ifDescr.1" of a dotted OID; empty when names are off, not loaded yet or unknown.
   std::wstring NameOf(const std::wstring& oid) const;
+  // Offers the known names, "ifOperStatus" and "IF-MIB::ifOperStatus", as an OID field is
+  // typed in; from the moment the modules are read.
+  void CompleteNamesIn(QLineEdit* edit);
+  void CompleteNamesIn(QComboBox* combo);
 
  signals:
   void ShownChanged(bool shown);
@@ -46,6 +54,8 @@ class CMibNames : public QObject {
 
   bool shown_ = true;
   std::atomic<bool> loaded_{false};
+  QStringList names_;  // made by the loader, handed to completion_ on this thread
+  QStringListModel completion_;
   std::jthread loader_;
 };
 

@@ -7,6 +7,7 @@
 
 #include "snmp/snmp_rules.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/pages/form_controls_view.h"
 #include "util/string_table.h"
 
@@ -25,6 +26,7 @@ CEditVarBindDialog::CEditVarBindDialog(Mode mode, const VarBindText& bind, bool 
   oid_ = new QLineEdit(Q(bind.oid), this);
   oid_->setObjectName(QStringLiteral("varBindOid"));
   oid_->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
+  app::CMibNames::Instance().CompleteNamesIn(oid_);
   oid_->setMinimumWidth(oid_->fontMetrics().horizontalAdvance(QLatin1Char('0')) * kOidContentsLen);
   data_type_ = ListCombo("varBindDataType", DataTypeNames(DataTypeList::kVarBind), this);
   SelectText(data_type_, bind.type_name);

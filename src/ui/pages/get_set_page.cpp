@@ -71,6 +71,7 @@ void CGetSetPropertyPage::BuildControls() {
   auto* get_grid = new QGridLayout(get_group);
   get_oid_ = HistoryCombo("getOid", get_group);
   get_oid_->lineEdit()->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
+  app::CMibNames::Instance().CompleteNamesIn(get_oid_);
   get_community_ = HistoryCombo("getCommunity", get_group);
   get_ = new QPushButton(QStringLiteral("&Get"), get_group);
   get_->setObjectName(QStringLiteral("getButton"));
@@ -94,6 +95,7 @@ void CGetSetPropertyPage::BuildControls() {
   auto* set_grid = new QGridLayout(set_group);
   set_oid_ = HistoryCombo("setOid", set_group);
   set_oid_->lineEdit()->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
+  app::CMibNames::Instance().CompleteNamesIn(set_oid_);
   set_community_ = HistoryCombo("setCommunity", set_group);
   set_data_type_ = ListCombo("setDataType", DataTypeNames(DataTypeList::kSettable), set_group);
   set_value_ = new QLineEdit(set_group);

@@ -14,6 +14,7 @@
 #include "snmp/snmp_rules.h"
 #include "snmp/type_names.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/numeric_edit.h"
 #include "ui/pages/form_controls_view.h"
 #include "ui/pages/usm_fields_view.h"
@@ -104,6 +105,7 @@ void CSendTrapPropertyPage::BuildControls() {
   sender_ip_->lineEdit()->setMaxLength(kSenderIpLen);
   sender_oid_ = HistoryCombo("senderOid", trap);
   sender_oid_->lineEdit()->setMaxLength(static_cast<int>(snmp::kMaxOidTextLen));
+  app::CMibNames::Instance().CompleteNamesIn(sender_oid_);
   community_ = HistoryCombo("trapCommunity", trap);
   varbind_num_ = NumberBox("varBindNum", kVarBindNumTextLimit, 4, trap);
   edit_varbinds_ = new QPushButton(QStringLiteral("Edit V&arbinds"), trap);

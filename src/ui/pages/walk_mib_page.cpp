@@ -78,6 +78,7 @@ void CWalkMIBPropertyPage::BuildControls() {
   port_->setFixedWidth(port_->fontMetrics().horizontalAdvance(QStringLiteral("0000000")) + 12);
   community_ = HistoryCombo("walkCommunity", settings);
   start_oid_ = HistoryCombo("walkStartOid", settings);
+  app::CMibNames::Instance().CompleteNamesIn(start_oid_);
   start_oid_->addItem(QStringLiteral(".1.3.6.1"));
   get_sys_object_id_ = new QPushButton(QStringLiteral("&Get SysObjectID"), settings);
   get_sys_object_id_->setObjectName(QStringLiteral("getSysObjectIdButton"));

@@ -1,9 +1,11 @@
 // The pages' controls (what the requests do is the operation tests'), and requests that wait
 // on the network leaving the window working; ping and sweep in the namespace made in main().
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
+#include <QCompleter>
 #include <QElapsedTimer>
 #include <QHeaderView>
 #include <QLabel>
@@ -33,6 +35,7 @@
 #include "ui/logs/transaction_log_view.h"
 #include "ui/main_wnd.h"
 #include "ui/message_box_dialog.h"
+#include "ui/mib_names.h"
 #include "ui/pages/device_discovery_page.h"
 #include "ui/pages/edit_var_bind_dialog.h"
 #include "ui/pages/get_set_page.h"
@@ -170,6 +173,14 @@ class AgentPagesTest : public QObject {
       QTRY_COMPARE(page.findChild<QLineEdit*>("getValue")->text(), QString(value));
       QCOMPARE(Combo(&page, "getOid")->itemText(0), QString(typed));
     }
+    // Names are offered as they are typed, once the modules are read.
+    app::CMibNames::Instance().StartLoading({});
+    QLineEdit* oid = Combo(&page, "getOid")->lineEdit();
+    QTRY_VERIFY(oid->completer()->model()->rowCount() > 0);
+    oid->clear();
+    QTest::keyClicks(oid, "ifOperSt");
+    QTRY_VERIFY(oid->completer()->popup()->isVisible());
+    QCOMPARE(oid->completer()->currentCompletion(), QString("ifOperStatus"));
   }
 
   // Each SNMP page: the v3 user's fields only for "3", in place of the community; the level
