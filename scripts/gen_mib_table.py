@@ -127,6 +127,12 @@ def main():
     objects = {r[0] for r in rows if r[3] in ("scalar", "column")}
     rows = [r for r in rows if r[0][:-1] not in objects]
     rows.sort(key=lambda r: (r[0], r[1]))
+    # pysnmp keeps AUGMENTS on the row augmented: ifEntry knows ifXEntry, not the other way.
+    augments = {}
+    for _, module, name, kind, symbol in rows:
+        if kind == "row":
+            for key in getattr(symbol, "augmentingRows", {}):
+                augments[key] = name
     os.makedirs(out_dir, exist_ok=True)
     tab_path = os.path.join(out_dir, "builtin.tab")
     desc_path = os.path.join(out_dir, "builtin.desc")
@@ -146,7 +152,8 @@ def main():
             desc.write(text)
             tab.write("\t".join(field(f) for f in (
                 ".".join(str(n) for n in oid), module, name, kind, base, tc, hint, enums,
-                access, status, units, index, "", offset, len(text))) + "\n")
+                access, status, units, index, augments.get((module, name), ""), offset,
+                len(text))) + "\n")
             offset += len(text)
     os.replace(tab_path + ".tmp", tab_path)
     os.replace(desc_path + ".tmp", desc_path)

@@ -45,6 +45,7 @@ TEST(MibSet, NamesAndNumbersBothWays) {
     EXPECT_EQ(numbers, c.numbers) << c.typed;
     EXPECT_EQ(Table().NameOf(arcs), c.shown) << c.typed;
   }
+  EXPECT_EQ(Table().Find("", "ifXEntry")->augments, "ifEntry");  // pysnmp keeps it on ifEntry
   for (const auto& [typed, why] : std::vector<std::pair<std::string, std::string>>{
            {"ifDescrr.1", "no object named 'ifDescrr'"},
            {"NO-MIB::ifDescr", "no object named 'NO-MIB::ifDescr'"},
