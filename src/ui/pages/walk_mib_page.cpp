@@ -126,7 +126,8 @@ void CWalkMIBPropertyPage::BuildControls() {
           case 2:
             return Q(snmp::TypeNameOfTag(info.type));
           case kNameColumn:
-            return Q(info.name);
+            // Named now if the walk ran while names were switched off.
+            return Q(info.name.empty() ? app::CMibNames::Instance().NameOf(info.oid) : info.name);
           default:
             // The number alone says little to a person; the file keeps it as it came.
             if (info.type == snmp::kTagTimeTicks)

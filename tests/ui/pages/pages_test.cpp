@@ -265,6 +265,7 @@ class AgentPagesTest : public QObject {
       QTRY_VERIFY(Button(page, "walkButton")->isEnabled());
 
       Type(page, "walkStartOid", ".1.3.6.1");
+      app::CMibNames::Instance().SetShown(false);  // named when switched on after the walks
       bool log_at_bottom = true;
       for (const bool leave : {false, true}) {  // St&op, then leaving the page, stops the walk
         const int stale = table->model()->rowCount();  // the last walk's, until the next tick
@@ -293,6 +294,7 @@ class AgentPagesTest : public QObject {
       QVERIFY(log_at_bottom);
       QCOMPARE(sondara.WalkMib().start_oid, std::wstring(L".1.3.6.1"));  // stored on leaving
       QCOMPARE(table->model()->rowCount(), static_cast<int>(page->Operation().Results().Count()));
+      app::CMibNames::Instance().SetShown(true);
       QCOMPARE(header->visualIndex(4), 2);  // Name beside the OID
       QCOMPARE(table->model()->index(0, 4).data().toString(), "SNMPv2-MIB::sysDescr.0");
 
