@@ -1,5 +1,6 @@
 #include "cli/result_printer.h"
 
+#include <chrono>
 #include <cstdio>
 
 #include "mib/mib_set.h"
@@ -88,7 +89,27 @@ std::string JsonString(std::wstring_view text) {
   return out + "\"";
 }
 
+void CResultPrinter::ReadNamesMeanwhile() {
+  if (names_)
+    names_read_ = std::async(std::launch::async, [] { (void)mib::CMibSet::Builtin(); });
+}
+
+void CResultPrinter::PrintHeld() {
+  if (names_read_.valid())
+    names_read_.get();
+  for (; !held_.empty(); held_.pop_front())
+    PrintBinding(held_.front());
+}
+
 void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
+  if (names_read_.valid()) {
+    if (names_read_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+      if (bind.CopyTo(held_.emplace_back()))
+        return;
+      held_.pop_back();  // does not copy: printed now, after those before it
+    }
+    PrintHeld();
+  }
   std::wstring text;
   std::uint32_t tag = 0;
   (void)bind.ValueText(text, tag);  // Null and the exception values read as empty text

@@ -7,6 +7,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <future>
 #include <optional>
 #include <ostream>
 #include <span>
@@ -31,6 +33,10 @@ class CResultPrinter {
 
   // One binding: its OID text (and name), the type name of its value and the value's text.
   void PrintBinding(const snmp::CVarBind& bind);
+  // Reads the MIB names on a second thread while the caller goes on sending: bindings to print
+  // before they are read wait, in order, until then or until PrintHeld().
+  void ReadNamesMeanwhile();
+  void PrintHeld();
   // One device of a sweep: its address and host name (empty when it has none).
   void PrintDevice(std::wstring_view address, std::wstring_view name);
 
@@ -44,6 +50,8 @@ class CResultPrinter {
   bool names_;
   bool header_written_ = false;
   std::size_t devices_ = 0;
+  std::future<void> names_read_;
+  std::deque<snmp::CVarBind> held_;
   const mib::MibNode* named_node_ = nullptr;  // the node node_name_ names
   std::wstring node_name_;
 };

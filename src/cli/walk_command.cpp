@@ -23,11 +23,14 @@ int RunWalk(CliContext& context) {
     context.progress.Show(pages::WalkProgressLine(progress));
   };
 
+  context.printer.ReadNamesMeanwhile();  // the first requests need no names
   const bool walked = walk.RunWalk(request, options, context.stop,
                                    [&context](const pages::COidInfo&, const snmp::CVarBind& bind) {
                                      context.progress.Clear();  // stdout may share the terminal
                                      context.printer.PrintBinding(bind);
                                    });
+  context.progress.Clear();
+  context.printer.PrintHeld();
   if (!walked)
     return kExitFailure;
   switch (walk.FinalStatus()) {

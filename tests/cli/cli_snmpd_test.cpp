@@ -117,6 +117,30 @@ TEST_F(CliAgainstSnmpd, NamesAreThoseOfPysnmpAndNamesAreTaken) {
   EXPECT_TRUE(std::regex_match(get.out, std::regex("SNMPv2-MIB::sysUpTime.0 = Timeticks: [0-9]+\n"
                                                    "IF-MIB::ifDescr.1 = Octet String: lo\n")))
       << get.out;
+  // A walk shorter than reading the names (a thousand modules) waits for them: every object
+  // once, in order.
+  sondara_test::TempFolder modules;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string n = std::to_string(i);
+    sondara_test::WriteFile(modules / ("M" + n), "M" + n +
+                                                     "-MIB DEFINITIONS ::= BEGIN\nIMPORTS "
+                                                     "enterprises FROM SNMPv2-SMI;\nm" +
+                                                     n + " OBJECT IDENTIFIER ::= { enterprises " +
+                                                     std::to_string(90000 + i) + " }\nEND\n");
+  }
+  const auto oids = [&](bool names) {
+    cli_.names = names;
+    std::vector<std::string> out;
+    for (const std::string& line : Lines(
+             Ours("walk", {".1.3.6.1.6.3.16.1.5.2", "--format", "json", "--mibdir", modules / "."})
+                 .out))
+      out.push_back(line.substr(0, line.find("\",")));
+    cli_.names = true;
+    return out;
+  };
+  const std::vector<std::string> named = oids(true);
+  EXPECT_GT(named.size(), 3U);
+  EXPECT_EQ(named, oids(false));
 
   const ProcessResult walk = Ours("walk", {"--format", "json", "--bulk", "50"});
   ASSERT_EQ(walk.status, 0) << walk.err;

@@ -1,5 +1,8 @@
 #include "snmp/var_bind.h"
 
+#include <vector>
+
+#include "snmp/ber.h"
 #include "snmp/type_names.h"
 
 namespace snmp {
@@ -50,6 +53,20 @@ BerStatus CVarBind::DecodeContent(CBerReader& in) {
   if (!value_.Set(tag))
     return BerStatus::kUnsupportedType;
   return value_.Get()->Decode(in);
+}
+
+bool CVarBind::CopyTo(CVarBind& out) const {
+  // Encoding only records the lengths it works out, the same ones each time.
+  auto& self = const_cast<CVarBind&>(*this);
+  for (std::size_t size = 256; size <= 65536; size *= 4) {
+    std::vector<std::uint8_t> buffer(size);
+    CBerWriter writer(&buffer.back(), static_cast<std::int32_t>(size));
+    if (!self.Encode(writer))
+      continue;
+    CBerReader reader(writer.Begin(), static_cast<std::int32_t>(size) - writer.FreeCount());
+    return out.Decode(reader) == BerStatus::kOk;
+  }
+  return false;
 }
 
 }  // namespace snmp

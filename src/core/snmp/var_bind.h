@@ -25,6 +25,9 @@ class CVarBind final : public CASNDataType {
   bool ValueText(std::wstring& out_text, std::uint32_t& out_tag) const;
   // Replaces the value by Null, as a request for the name carries it.
   void SetNullValue() { value_.Set(kTagNull); }
+  // Makes `out` this binding again, read back from this one's encoding: the same name and
+  // value, byte for byte. False when it does not encode.
+  bool CopyTo(CVarBind& out) const;
 
  protected:
   // Fails when the name or the value is absent.

@@ -164,7 +164,7 @@ void CDecodedMessageView::ShowDatagram(const std::shared_ptr<const KeptDatagram>
     }
     item->setText(kField, QString::fromStdWString(node.field));
     std::wstring value = node.value;
-    if (node.tag == static_cast<int>(snmp::kTagOid) && node.field == L"name") {
+    if (node.tag == static_cast<int>(snmp::kTagOid)) {  // names, values, enterprises
       if (const std::wstring name = app::CMibNames::Instance().NameOf(value); !name.empty())
         value += L" (" + name + L")";
     }
