@@ -94,7 +94,8 @@ constexpr std::array<CommandSpec, 9> kCommands = {{
      "has. check reads the MIB files given (what they import from the MIB folders) and prints\n"
      "each module read and each problem with file, line and cause; exit status 4 if any."},
     {"listen", Shape::kNone,
-     kOptPort | kOptTimeout | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng | kOptCount,
+     kOptPort | kOptTimeout | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng | kOptCount |
+         kOptNumeric | kOptMibDir,
      "listen [--port N] [--count N] [--timeout S]",
      "Receives v1 traps and v2c traps and informs on UDP port 162 (or --port N) of the adapter\n"
      "in the program's settings and prints each as it comes: time, sender, version, community,\n"

@@ -3,11 +3,13 @@
 #include <array>
 #include <utility>
 
+#include "ops/results_file.h"
 #include "ops/var_bind_list_rules.h"
 #include "snmp/message_tree.h"
 #include "snmp/octet_string.h"
 #include "snmp/snmp_message.h"
 #include "snmp/type_names.h"
+#include "util/date_time_format.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -64,7 +66,67 @@ std::vector<std::uint8_t> InformResponse(std::span<const std::uint8_t> bytes,
   return response;
 }
 
+std::wstring BindingsText(const NotificationRow& row) {
+  std::wstring text;
+  for (const NotificationBinding& b : row.bindings)
+    text += (text.empty() ? L"" : L"; ") + b.oid + L" = " + snmp::TypeNameOfTag(b.tag) + L": " +
+            b.value;
+  return text;
+}
+
 }  // namespace
+
+std::wstring NotificationTimeText(std::chrono::system_clock::time_point when) {
+  const std::tm local = tvkutil::ToLocalTime(when);
+  const auto ms =
+      std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch()).count() % 1000;
+  wchar_t text[96];
+  std::swprintf(text, std::size(text), L"%04d-%02d-%02d %02d:%02d:%02d.%03d", local.tm_year + 1900,
+                local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                static_cast<int>(ms));
+  return text;
+}
+
+std::wstring NotificationTypeText(const NotificationRow& row) {
+  switch (row.kind) {
+    case NotificationKind::kTrapV1:
+      return L"Trap";
+    case NotificationKind::kTrapV2:
+      return L"SNMPv2-Trap";
+    case NotificationKind::kInform:
+      return row.answered ? L"InformRequest answered" : L"InformRequest not answered";
+    case NotificationKind::kOther:
+      return L"ignored";
+    default:
+      return L"malformed";
+  }
+}
+
+std::wstring NotificationCountText(std::uint64_t count) {
+  return std::to_wstring(count) + (count == 1 ? L" notification" : L" notifications");
+}
+
+std::wstring NotificationCsvHeader() {
+  return L"Time,Source,Port,Version,Community,Type,Notification,SysUpTime,Enterprise,"
+         L"AgentAddress,Generic,Specific,Bindings,Problem";
+}
+
+std::wstring NotificationCsvRow(const NotificationRow& row) {
+  auto field = [](std::wstring_view text) { return CsvField(text, false); };
+  auto number = [](auto n, bool shown) { return shown ? std::to_wstring(n) : std::wstring(); };
+  std::wstring problem = row.problem;
+  if (row.kind == NotificationKind::kMalformed)
+    problem = L"offset " + std::to_wstring(row.damage_offset) + L": " + row.problem;
+  return field(NotificationTimeText(row.received)) + L',' + field(row.source) + L',' +
+         std::to_wstring(row.source_port) + L',' + field(row.version) + L',' +
+         field(row.community) + L',' + field(NotificationTypeText(row)) + L',' +
+         field(row.trap_oid) + L',' +
+         number(row.sys_up_time.value_or(0), row.sys_up_time.has_value()) + L',' +
+         field(row.enterprise) + L',' + field(row.agent_address) + L',' +
+         number(row.generic_trap, row.generic_trap >= 0) + L',' +
+         number(row.specific_trap, row.specific_trap >= 0) + L',' + field(BindingsText(row)) +
+         L',' + field(problem);
+}
 
 CNotificationListenOperation::CNotificationListenOperation(logs::IEventLineSink& events,
                                                            logs::ITransactionSink& transactions,
@@ -134,7 +196,7 @@ ListenEnd CNotificationListenOperation::Run(const ListenRequest& request,
   drops_ = socket_.KernelDrops();
   events_.AddEventLine(tvkutil::FormatN(
       tvkutil::LoadString(ids::kListenStopped), tvkutil::kMaxLogLineLen,
-      static_cast<unsigned>(socket_.Port()), static_cast<unsigned long long>(received_.load()),
+      static_cast<unsigned>(socket_.Port()), NotificationCountText(received_.load()).c_str(),
       static_cast<unsigned long long>(malformed_.load()),
       static_cast<unsigned long long>(drops_.load())));
   socket_.Close();

@@ -71,6 +71,17 @@ struct NotificationRow {
   std::vector<std::uint8_t> bytes;  // the datagram, for its decoded view
 };
 
+// "2024-01-31 14:05:09.042", local time: the receiving order to the millisecond.
+std::wstring NotificationTimeText(std::chrono::system_clock::time_point when);
+// "Trap", "SNMPv2-Trap", "InformRequest answered", "malformed"...
+std::wstring NotificationTypeText(const NotificationRow& row);
+// "1 notification", "5 notifications".
+std::wstring NotificationCountText(std::uint64_t count);
+// The comma-separated form of `sondara-cli listen --format csv` and the page's "S&ave": the
+// header, and one row (RFC 4180, no line end).
+std::wstring NotificationCsvHeader();
+std::wstring NotificationCsvRow(const NotificationRow& row);
+
 // Sees each row on the listening thread; false ends the listening (sondara-cli's --count).
 using NotificationFn = std::function<bool(const NotificationRow&)>;
 
@@ -114,6 +125,8 @@ class CNotificationListenOperation {
   bool Finished() const { return worker_.Finished(); }
 
   const tvkutil::CPolledList<NotificationRow>& Rows() const { return rows_; }
+  // Empties the list (the page's "Clear"); the counts go on.
+  void ClearRows() { rows_.Clear(); }
   // Notifications received (malformed and other datagrams not counted), malformed datagrams,
   // datagrams the kernel dropped, and rows the list let go to keep its newest.
   std::uint64_t Received() const { return received_.load(); }
