@@ -8,9 +8,11 @@
 #include "mib/mib_set.h"
 #include "mib/mib_value.h"
 #include "ops/notification_listen_operation.h"
+#include "settings/sondara_utility_app.h"
 #include "snmp/integer32.h"
 #include "snmp/octet_string.h"
 #include "snmp/type_names.h"
+#include "util/app_folders.h"
 #include "util/text.h"
 
 namespace cli {
@@ -76,7 +78,7 @@ void PrintText(std::ostream& out, const NotificationRow& row, const CNames& name
     out << " ignored: " << TerminalText(row.problem) << "\n";
     return;
   }
-  out << " community=" << TerminalText(row.community) << ' '
+  out << (row.version == L"3" ? " user=" : " community=") << TerminalText(row.community) << ' '
       << TerminalText(pages::NotificationTypeText(row))
       << " notification=" << TerminalText(names.Oid(row.trap_oid));
   if (row.sys_up_time)
@@ -103,7 +105,7 @@ void PrintJson(std::ostream& out, const NotificationRow& row) {
         << "}\n";
     return;
   }
-  out << ",\"community\":" << JsonString(row.community)
+  out << (row.version == L"3" ? ",\"user\":" : ",\"community\":") << JsonString(row.community)
       << ",\"notification\":" << JsonString(row.trap_oid);
   if (row.sys_up_time)
     out << ",\"sysUpTime\":" << *row.sys_up_time;
@@ -132,6 +134,16 @@ int RunListen(CliContext& context) {
   pages::CNotificationListenOperation listen(events, context.transactions);
   pages::ListenRequest request;
   request.port = line.port;
+  if (line.snmp_version == L"3") {
+    request.users.push_back(line.security);
+    request.engine_id = line.security.context_engine_id;
+  }
+  if (request.engine_id.empty()) {
+    // The engine the window answers informs with, when it has kept one; read only.
+    const tvkutil::AppFolders folders = tvkutil::ComputeAppFolders();
+    app::CSondaraUtilityApp settings(folders.settings_file, folders.profile_file);
+    request.engine_id = pages::NotificationEngineId(settings, false);
+  }
   if (!listen.Open(request, context.udp).empty())
     return kExitUsage;  // the sentence with the way out is on standard error
   if (line.format == OutputFormat::kCsv)

@@ -141,8 +141,10 @@ std::wstring CNotificationListenOperation::Open(const ListenRequest& request,
                                                 const net::UdpSettings& settings) {
   request_ = request;
   open_error_ = socket_.Open(request.port, settings, request.receive_buffer);
-  if (open_error_ == 0)
+  if (open_error_ == 0) {
+    usm_ = std::make_unique<CNotificationUsm>(request.users, request.engine_id);
     return {};
+  }
   std::wstring why = net::ListenFailureText(open_error_, request.port);
   events_.AddEventLine(why);
   return why;
@@ -212,12 +214,15 @@ void CNotificationListenOperation::Take(std::span<const std::uint8_t> bytes,
   ends.local = to;
   ends.remote = from;
   transactions_.LogDatagram(logs::kDirectionReceived, kSource, bytes, ends);
-  NotificationRow row = Judge(bytes, [&](std::span<const std::uint8_t> response) {
-    const bool sent = socket_.SendTo(response, from, to);
-    if (sent)
-      transactions_.LogDatagram(logs::kDirectionSent, kSource, response, ends);
-    return sent;
-  });
+  NotificationRow row = Judge(
+      bytes,
+      [&](std::span<const std::uint8_t> response) {
+        const bool sent = socket_.SendTo(response, from, to);
+        if (sent)
+          transactions_.LogDatagram(logs::kDirectionSent, kSource, response, ends);
+        return sent;
+      },
+      usm_.get());
   row.received = std::chrono::system_clock::now();
   row.source = net::SockAddressText(from);
   row.source_port = net::SockPort(from);
@@ -232,9 +237,8 @@ void CNotificationListenOperation::Take(std::span<const std::uint8_t> bytes,
   let_go_ += rows_.AppendBounded(std::move(row), max_rows_);
 }
 
-NotificationRow CNotificationListenOperation::Judge(
-    std::span<const std::uint8_t> bytes,
-    const std::function<bool(std::span<const std::uint8_t>)>& answer) {
+NotificationRow CNotificationListenOperation::Judge(std::span<const std::uint8_t> bytes,
+                                                    const AnswerFn& answer, CNotificationUsm* usm) {
   NotificationRow row;
   row.bytes.assign(bytes.begin(), bytes.end());
   const snmp::MessageTree tree = snmp::DecodeMessageTree(bytes);
@@ -247,6 +251,8 @@ NotificationRow CNotificationListenOperation::Judge(
   std::size_t pdu = tree.nodes.size();
   for (std::size_t i = 0; i < tree.nodes.size(); ++i) {
     if (tree.nodes[i].field == L"msgVersion") {
+      if (usm != nullptr)
+        return usm->Judge(bytes, answer);
       row.kind = NotificationKind::kOther;
       row.version = L"3";
       row.problem = L"an SNMPv3 message: only v1 and v2c notifications are received";

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <stop_token>
@@ -20,6 +21,7 @@
 #include "logs/transaction_sink.h"
 #include "net/udp_listener.h"
 #include "net/udp_session.h"
+#include "ops/notification_usm.h"
 #include "util/polled_list.h"
 #include "util/runner.h"
 
@@ -88,6 +90,9 @@ using NotificationFn = std::function<bool(const NotificationRow&)>;
 struct ListenRequest {
   std::uint16_t port = kNotificationPort;
   int receive_buffer = net::kListenReceiveBuffer;
+  // SNMPv3: the users notifications are taken from, and our engine ID (empty: this host's).
+  std::vector<snmp::usm::UserSecurity> users;
+  snmp::usm::Bytes engine_id;
 };
 
 enum class ListenEnd { kStopped, kSeenEnough, kTimedOut, kFailed };
@@ -137,9 +142,12 @@ class CNotificationListenOperation {
   std::uint64_t Datagrams() const { return datagrams_.load(); }
 
   // One datagram as a row, answering an inform through `answer` (which sends the bytes and
-  // says whether they went). Any thread; touches nothing of the operation.
-  static NotificationRow Judge(std::span<const std::uint8_t> bytes,
-                               const std::function<bool(std::span<const std::uint8_t>)>& answer);
+  // says whether they went). An SNMPv3 one goes to `usm`, and without it is not taken. Any
+  // thread; touches nothing of the operation.
+  static NotificationRow Judge(std::span<const std::uint8_t> bytes, const AnswerFn& answer,
+                               CNotificationUsm* usm = nullptr);
+  // Our SNMPv3 engine while the port is open (the ID informs are sent to); null before.
+  const CNotificationUsm* Usm() const { return usm_.get(); }
 
  private:
   // `from` sent it to our address `to`.
@@ -154,6 +162,7 @@ class CNotificationListenOperation {
   ListenRequest request_;
   tvkutil::CPolledList<NotificationRow> rows_;
   std::atomic<std::uint64_t> received_{0}, malformed_{0}, drops_{0}, let_go_{0}, datagrams_{0};
+  std::unique_ptr<CNotificationUsm> usm_;
   tvkutil::CRunner worker_;
 };
 

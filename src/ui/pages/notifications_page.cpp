@@ -13,6 +13,7 @@
 #include "logs/log_entry_points.h"
 #include "ops/operation_common.h"
 #include "ops/results_file.h"
+#include "ops/usm_fields.h"
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
 #include "snmp/type_names.h"
@@ -272,6 +273,16 @@ void CNotificationsPropertyPage::OnListen() {
   StoreToApp();
   ListenRequest request;
   request.port = static_cast<std::uint16_t>(port);
+  // SNMPv3 notifications come from the users the other pages speak as, with their passwords.
+  for (const app::UsmSettings* usm :
+       {&app_.GetSet().usm, &app_.WalkMib().usm, &app_.SendTrap().usm}) {
+    const snmp::usm::UserSecurity user = UserSecurityOf(*usm);
+    if (!user.user_name.empty() &&
+        std::none_of(request.users.begin(), request.users.end(),
+                     [&](const auto& u) { return u.user_name == user.user_name; }))
+      request.users.push_back(user);
+  }
+  request.engine_id = NotificationEngineId(app_, true);
   const std::wstring why = operation_.Start(request, UdpSettingsFrom(app_.Network()));
   if (!why.empty()) {
     // The event log has the same words; the rows received so far stay.
