@@ -202,8 +202,12 @@ void CNotificationsPropertyPage::BuildControls() {
   auto* split = new QSplitter(Qt::Vertical, this);
   split->addWidget(list_);
   split->addWidget(below);
-  split->setStretchFactor(0, 2);
-  split->setStretchFactor(1, 1);
+  split->setStretchFactor(0, 3);
+  split->setStretchFactor(1, 2);
+  split->setChildrenCollapsible(false);
+  // A few rows of the list in view however small the window; the page scrolls for the rest.
+  list_->setMinimumHeight(list_->horizontalHeader()->sizeHint().height() +
+                          6 * list_->verticalHeader()->defaultSectionSize());
 
   counts_ = new QLabel(this);
   counts_->setObjectName(QStringLiteral("notificationsCounts"));

@@ -10,6 +10,7 @@
 #include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTest>
@@ -71,6 +72,11 @@ class NotificationsPageTest : public QObject {
         w_->PropertySheetView()->Page(app::kPageNotifications));
     w_->PropertySheetView()->Sheet()->setCurrentWidget(page_);
     QTRY_VERIFY_WITH_TIMEOUT(app::CMibNames::Instance().Loaded(), 30000);
+    // The page fits 800x600 without scrolling sideways.
+    w_->resize(800, 600);
+    QTRY_COMPARE(w_->PropertySheetView()->horizontalScrollBar()->isVisible(), false);
+    if (qEnvironmentVariableIsSet("SONDARA_SHOT"))
+      w_->grab().save(qEnvironmentVariable("SONDARA_SHOT"));
   }
   void cleanup() {
     app::SetMessageBoxHook({});
