@@ -139,15 +139,21 @@ CNotificationListenOperation::~CNotificationListenOperation() {
 
 std::wstring CNotificationListenOperation::Open(const ListenRequest& request,
                                                 const net::UdpSettings& settings) {
+  std::wstring why = OpenSocket(request, settings);
+  if (!why.empty())
+    events_.AddEventLine(why);
+  return why;
+}
+
+std::wstring CNotificationListenOperation::OpenSocket(const ListenRequest& request,
+                                                      const net::UdpSettings& settings) {
   request_ = request;
   open_error_ = socket_.Open(request.port, settings, request.receive_buffer);
   if (open_error_ == 0) {
     usm_ = std::make_unique<CNotificationUsm>(request.users, request.engine_id);
     return {};
   }
-  std::wstring why = net::ListenFailureText(open_error_, request.port);
-  events_.AddEventLine(why);
-  return why;
+  return net::ListenFailureText(open_error_, request.port);
 }
 
 std::wstring CNotificationListenOperation::Start(const ListenRequest& request,
@@ -155,7 +161,7 @@ std::wstring CNotificationListenOperation::Start(const ListenRequest& request,
   if (!worker_.Finished())
     return {};
   worker_.Join();
-  if (std::wstring why = Open(request, settings); !why.empty())
+  if (std::wstring why = OpenSocket(request, settings); !why.empty())
     return why;
   worker_.Start([this, settings](std::stop_token stop) { Run(request_, settings, stop); });
   return {};

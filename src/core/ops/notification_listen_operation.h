@@ -124,7 +124,8 @@ class CNotificationListenOperation {
                 std::optional<std::chrono::steady_clock::time_point> until = std::nullopt,
                 NotificationFn seen = {});
 
-  // The page: Open, then Run on the worker. The sentence of a failed open, or empty.
+  // The page: Open, then Run on the worker. The sentence of a failed open, or empty; the page's
+  // message box writes it to the event log, so it is not written here.
   std::wstring Start(const ListenRequest& request, const net::UdpSettings& settings);
   void Stop() { worker_.StopAndWait(); }
   bool Finished() const { return worker_.Finished(); }
@@ -150,6 +151,8 @@ class CNotificationListenOperation {
   const CNotificationUsm* Usm() const { return usm_.get(); }
 
  private:
+  // Open without the event-log line.
+  std::wstring OpenSocket(const ListenRequest& request, const net::UdpSettings& settings);
   // `from` sent it to our address `to`.
   void Take(std::span<const std::uint8_t> bytes, const sockaddr_storage& from,
             const sockaddr_storage& to, const NotificationFn& seen, bool& enough);

@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTabWidget>
+#include <QTableView>
 #include <QTableWidget>
 #include <QTest>
 #include <QTreeWidget>
@@ -21,6 +22,7 @@
 #include "support/snmptrapd_process.h"
 #include "support/temp_folder.h"
 #include "ui/logs/decoded_message_view.h"
+#include "ui/logs/event_log_view.h"
 #include "ui/logs/transaction_log_view.h"
 #include "ui/main_wnd.h"
 #include "ui/message_box_dialog.h"
@@ -177,6 +179,9 @@ class NotificationsPageTest : public QObject {
                  said.contains("already listens on it"),
              qPrintable(said));
     QCOMPARE(page_->findChild<QPushButton*>("listenButton")->text(), QStringLiteral("&Listen"));
+    // Said once in the event log: the box's text.
+    const QAbstractItemModel* events = w_->findChild<logs::CEventLogView*>()->Table()->model();
+    QTRY_COMPARE(events->match(events->index(0, 2), Qt::DisplayRole, said, -1).size(), 1);
   }
 
  private:
