@@ -26,6 +26,7 @@ constexpr std::uint32_t kTimeWindowS = 150;
 constexpr std::uint32_t kNotInTimeWindows = 2;
 constexpr std::uint32_t kUnknownEngineIds = 4;
 constexpr std::uint8_t kUsmStats[] = {0x2b, 6, 1, 6, 3, 15, 1, 1};
+constexpr std::size_t kMaxKeyedEngines = 1024;
 
 // One BER element, written forwards (the lengths here never pass 65535).
 Bytes Tlv(std::uint8_t tag, std::span<const std::uint8_t> content) {
@@ -112,15 +113,21 @@ std::uint32_t CNotificationUsm::Time() const {
 }
 
 const CNotificationUsm::Keys& CNotificationUsm::KeysFor(const snmp::usm::UserSecurity& user,
-                                                        const Bytes& engine) {
-  auto [it, added] = keys_.try_emplace({user.user_name, engine});
-  if (!added)
-    return it->second;
-  using snmp::usm::KeyExtension;
+                                                        const Bytes& engine, bool priv) {
+  std::pair<std::string, Bytes> at{user.user_name, engine};
+  // Messages naming ever new engines must not grow the book without end.
+  if (keys_.size() >= kMaxKeyedEngines && !keys_.contains(at))
+    keys_.clear();
+  auto [it, added] = keys_.try_emplace(std::move(at));
   Keys& k = it->second;
-  k.auth = snmp::usm::LocalizeKey(user.auth,
-                                  snmp::usm::PasswordToKey(user.auth, user.auth_password), engine);
-  if (user.priv != snmp::usm::PrivProtocol::kNone) {
+  if (added) {
+    auto [master, fresh] = auth_masters_.try_emplace(user.user_name);
+    if (fresh)
+      master->second = snmp::usm::PasswordToKey(user.auth, user.auth_password);
+    k.auth = snmp::usm::LocalizeKey(user.auth, master->second, engine);
+  }
+  if (priv && !k.priv_made && user.priv != snmp::usm::PrivProtocol::kNone) {
+    using snmp::usm::KeyExtension;
     const bool reeder = user.extension == snmp::usm::KeyExtensionChoice::kReeder;
     k.priv = snmp::usm::PrivacyKey(user.auth, user.priv,
                                    reeder ? KeyExtension::kReeder : KeyExtension::kBlumenthal,
@@ -129,6 +136,7 @@ const CNotificationUsm::Keys& CNotificationUsm::KeysFor(const snmp::usm::UserSec
         snmp::usm::PrivKeyLength(user.priv) > snmp::usm::HashLength(user.auth))
       k.priv_other = snmp::usm::PrivacyKey(user.auth, user.priv, KeyExtension::kReeder,
                                            user.priv_password, engine);
+    k.priv_made = true;
   }
   return k;
 }
@@ -235,8 +243,8 @@ NotificationRow CNotificationUsm::Judge(std::span<const std::uint8_t> bytes,
                   L" as set up here: no values shown";
     return row;
   }
-  const Keys& keys = KeysFor(*user, h.engine_id);
-  if (auth && !v3::DigestMatches(user->auth, keys.auth, bytes, in)) {
+  const Keys* keys = &KeysFor(*user, h.engine_id, false);
+  if (auth && !v3::DigestMatches(user->auth, keys->auth, bytes, in)) {
     row.problem = L"authentication failed for user " + UserText(h.user_name) +
                   L" (wrong digest): check the authentication password and protocol; no values "
                   L"shown";
@@ -248,7 +256,7 @@ NotificationRow CNotificationUsm::Judge(std::span<const std::uint8_t> bytes,
     const std::uint32_t off = h.time > now ? h.time - now : now - h.time;
     if (h.boots != boots_ || off > kTimeWindowS) {
       const bool answered = reportable && Report(kNotInTimeWindows, h.msg_id, 0, v3::kFlagAuth,
-                                                 h.user_name, &*user, &keys, answer);
+                                                 h.user_name, &*user, keys, answer);
       row.problem = std::wstring(L"not in this engine's time window") +
                     (answered ? L": answered with its time" : L"") + L"; no values shown";
       return row;
@@ -259,7 +267,9 @@ NotificationRow CNotificationUsm::Judge(std::span<const std::uint8_t> bytes,
   snmp::BerStatus read = snmp::BerStatus::kOk;
   if (priv) {
     read = snmp::BerStatus::kWrongTag;
-    for (const Bytes* key : {&keys.priv, &keys.priv_other}) {
+    // The privacy keys cost hashing a password: made only for a message that authenticated.
+    keys = &KeysFor(*user, h.engine_id, true);
+    for (const Bytes* key : {&keys->priv, &keys->priv_other}) {
       if (key->empty())
         continue;
       std::optional<Bytes> opened =
@@ -295,7 +305,7 @@ NotificationRow CNotificationUsm::Judge(std::span<const std::uint8_t> bytes,
         const Bytes out =
             ScopedPdu(scoped.context_engine_id, scoped.context_name, response.subspan(prefix));
         return Send(h.user_name, h.msg_id,
-                    static_cast<std::uint8_t>(h.flags & ~v3::kFlagReportable), &*user, &keys, out,
+                    static_cast<std::uint8_t>(h.flags & ~v3::kFlagReportable), &*user, keys, out,
                     answer);
       });
   if (inner.kind == NotificationKind::kInform && !may_answer)

@@ -47,8 +47,11 @@ class CNotificationUsm {
     snmp::usm::Bytes auth;
     snmp::usm::Bytes priv;
     snmp::usm::Bytes priv_other;  // AES-192/256 stretched the other way, for "Automatic"
+    bool priv_made = false;
   };
-  const Keys& KeysFor(const snmp::usm::UserSecurity& user, const snmp::usm::Bytes& engine);
+  // The user's keys localised to `engine`; the privacy keys too when `priv`.
+  const Keys& KeysFor(const snmp::usm::UserSecurity& user, const snmp::usm::Bytes& engine,
+                      bool priv);
   // Encodes and sends a message from our engine: a Report or a Response. `scoped_pdu` is the
   // whole scoped PDU; the user's keys sign and encrypt it when `flags` ask for it.
   bool Send(const std::string& user_name, std::int32_t msg_id, std::uint8_t flags,
@@ -65,7 +68,9 @@ class CNotificationUsm {
   std::chrono::steady_clock::time_point started_;
   std::uint64_t salt_;
   std::map<std::uint32_t, std::uint32_t> counters_;  // usmStats, by the counter's last arc
-  // Keys are localised per user and engine once: a flood of traps costs no password hashing.
+  // A user's password is hashed once and its keys localised once per engine, so a flood of
+  // traps costs no password hashing, and forged ones naming new engines only a short hash.
+  std::map<std::string, snmp::usm::Bytes> auth_masters_;
   std::map<std::pair<std::string, snmp::usm::Bytes>, Keys> keys_;
 };
 
