@@ -164,6 +164,44 @@ class NotificationsPageTest : public QObject {
     QTRY_VERIFY(page_->findChild<QPushButton*>("listenButton")->text() == "&Listen");
   }
 
+  // SNMPv3 from the user the Get/Set page speaks as: snmpinform finds our engine and is answered.
+  void TakesV3FromThePagesUsers() {
+    app::UsmSettings& usm = sondara_.GetSet().usm;  // authPriv, SHA and AES
+    usm.user_name = L"ops";
+    usm.auth_password = L"authpass1";
+    usm.priv_password = L"privpass1";
+    const std::uint16_t port = FreePort();
+    page_->findChild<tvkutil::CNumericEdit*>("notificationsPort")->SetText(QString::number(port));
+    QTest::mouseClick(page_->findChild<QPushButton*>("listenButton"), Qt::LeftButton);
+    QCOMPARE(QProcess::execute("/usr/bin/snmpinform", {"-v",
+                                                       "3",
+                                                       "-u",
+                                                       "ops",
+                                                       "-l",
+                                                       "authPriv",
+                                                       "-a",
+                                                       "SHA",
+                                                       "-A",
+                                                       "authpass1",
+                                                       "-x",
+                                                       "AES",
+                                                       "-X",
+                                                       "privpass1",
+                                                       "-r",
+                                                       "0",
+                                                       "-t",
+                                                       "5",
+                                                       QStringLiteral("127.0.0.1:%1").arg(port),
+                                                       "9",
+                                                       ".1.3.6.1.6.3.1.1.5.1"}),
+             0);
+    QAbstractItemModel* list = page_->List()->model();
+    QTRY_COMPARE(list->rowCount(), 2);  // the engine discovery, then the inform
+    QCOMPARE(list->index(1, 2).data().toString() + list->index(1, 3).data().toString() +
+                 list->index(1, 4).data().toString(),
+             QStringLiteral("3opsInformRequest answered"));
+  }
+
   // A port snmptrapd holds: the message names it, and the page stays as it was.
   void PortHeldBySnmptrapdIsNamed() {
     testing_support::SnmptrapdProcess trapd;
