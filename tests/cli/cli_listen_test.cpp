@@ -127,7 +127,7 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
 TEST(CliListen, TakesV3NotificationsOfItsUser) {
   const std::string to = "127.0.0.1:" + std::to_string(FreePort());
   const std::string ours = "0x8000e9df04aabbccdd";
-  const std::string user = "-v|3|-u|ops|-l|authPriv|-a|SHA|-x|AES|-X|privpass1|-r|0|-t|3|";
+  const std::string user = "-v|3|-u|ops|-l|authPriv|-a|SHA|-x|AES|-X|privpass1|-r|0|";
   const std::string trap = "/usr/bin/snmptrap|-e|0x80001f8880aabbcc|" + user;
   const std::string inform = "/usr/bin/snmpinform|" + user;
   const std::string up = "|.1.3.6.1.6.3.1.1.5.4|.1.3.6.1.2.1.2.2.1.7.2|i|1";
@@ -147,12 +147,12 @@ TEST(CliListen, TakesV3NotificationsOfItsUser) {
          " v3 ignored: unknown SNMPv3 user 'stranger': no values shown"},
         {trap + "-A|wrongpass1|" + to + "|5" + up, 0,
          " v3 ignored: authentication failed for user 'ops' \\(wrong digest\\)"},
-        {inform + "-A|authpass1|-e|" + ours + "|" + to + "|6" + up, 0,
+        {inform + "-t|15|-A|authpass1|-e|" + ours + "|" + to + "|6" + up, 0,
          " v3 user=ops InformRequest answered notification=IF-MIB::linkUp sysUpTime=6\n"
          "  IF-MIB::ifAdminStatus.2 = Integer32: up\\(1\\)\n"}},
        ": 1 notification, 0 malformed"},
       {"2",
-       {{inform + "-A|authpass1|-e|0x8000e9df04aabbccee|" + to + "|7" + up, 1,
+       {{inform + "-t|2|-A|authpass1|-e|0x8000e9df04aabbccee|" + to + "|7" + up, 1,
          " v3 user=ops InformRequest not answered notification=IF-MIB::linkUp"},
         {trap + "-A|authpass1|" + to + "|8" + up, 0,
          " v3 user=ops SNMPv2-Trap notification=IF-MIB::linkUp sysUpTime=8\n"}},
