@@ -94,11 +94,14 @@ constexpr std::array<CommandSpec, 9> kCommands = {{
      "has. check reads the MIB files given (what they import from the MIB folders) and prints\n"
      "each module read and each problem with file, line and cause; exit status 4 if any."},
     {"listen", Shape::kNone,
-     kOptPort | kOptTimeout | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng | kOptCount,
-     "listen [--port N] [--count N] [--timeout S]",
+     kOptPort | kOptTimeout | kOptIPv6 | kOptFormat | kOptLog | kOptPcapng | kOptCount |
+         kOptNumeric | kOptMibDir | (kV3Options & ~kOptContext),
+     "listen [--port N] [--count N] [--timeout S] [-u USER -l LEVEL ...]",
      "Receives v1 traps and v2c traps and informs on UDP port 162 (or --port N) of the adapter\n"
-     "in the program's settings and prints each as it comes: time, sender, version, community,\n"
-     "notification (a v1 trap's mapped as RFC 3584 says), sysUpTime and bindings. Informs are\n"
+     "in the program's settings, and SNMPv3 ones of the user -u (with -l, -a, -A, -x, -X; -E is\n"
+     "this program's engine ID, for informs), and prints each as it comes: time, sender,\n"
+     "version, community or user, notification (a v1 trap's mapped as RFC 3584 says),\n"
+     "sysUpTime and bindings, by name unless -On. Informs are\n"
      "answered at once. A datagram that does not decode is printed with where and why. Exit\n"
      "status 0 after --count N notifications, 3 when --timeout S seconds pass first, 130 on\n"
      "Ctrl+C, 2 when the port cannot be had (the reason and the way out on standard error)."},
@@ -147,7 +150,7 @@ constexpr std::array<OptionSpec, 30> kOptions = {{
      "v3: privacy password (else $SONDARA_PRIV_PASSWORD or asked)"},
     {'n', "context", kOptContext, "CONTEXT", "v3: context name (default empty)"},
     {'E', "context-engine", kOptEngineId, "ENGINEID",
-     "v3: context engine ID in hex (default the agent's)"},
+     "v3: context engine ID in hex (default the agent's); listen: our engine ID"},
     {0, "key-extension", kOptKeyExtension, "blumenthal|reeder|auto",
      "v3: how AES-192/256 keys are stretched (default auto: Blumenthal, then Reeder)"},
     {'h', "help", 0, "", "this help"},
@@ -614,6 +617,9 @@ class CParser {
         return;
       }
     }
+    // listen takes every version at once; a user makes it take SNMPv3 too.
+    if (line_.command == "listen" && (line_.given & kV3Options) != 0)
+      line_.snmp_version = L"3";
     const bool v1 = line_.snmp_version == L"1";
     const bool v3 = line_.snmp_version == L"3";
     const snmp::usm::UserSecurity& user = line_.security;

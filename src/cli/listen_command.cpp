@@ -5,10 +5,14 @@
 #include <string>
 
 #include "cli/commands.h"
+#include "mib/mib_set.h"
+#include "mib/mib_value.h"
 #include "ops/notification_listen_operation.h"
+#include "settings/sondara_utility_app.h"
+#include "snmp/integer32.h"
 #include "snmp/octet_string.h"
 #include "snmp/type_names.h"
-#include "util/date_time_format.h"
+#include "util/app_folders.h"
 #include "util/text.h"
 
 namespace cli {
@@ -22,38 +26,44 @@ std::string Utf8(std::wstring_view text) {
   return tvkutil::ToUtf8(text);
 }
 
-// "2024-01-31 14:05:09.042", local time: the receiving order to the millisecond.
-std::string TimeText(std::chrono::system_clock::time_point when) {
-  const std::tm local = tvkutil::ToLocalTime(when);
-  const auto ms =
-      std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch()).count() % 1000;
-  char text[96];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%03d", local.tm_year + 1900,
-                local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-                static_cast<int>(ms));
-  return text;
-}
-
-std::wstring KindName(const NotificationRow& row) {
-  switch (row.kind) {
-    case NotificationKind::kTrapV1:
-      return L"Trap";
-    case NotificationKind::kTrapV2:
-      return L"SNMPv2-Trap";
-    case NotificationKind::kInform:
-      return row.answered ? L"InformRequest answered" : L"InformRequest not answered";
-    case NotificationKind::kOther:
-      return L"ignored";
-    default:
-      return L"malformed";
+// Names for the text output, as the other commands print them; numbers with -On.
+class CNames {
+ public:
+  explicit CNames(bool shown) : shown_(shown) {}
+  std::wstring Oid(const std::wstring& oid) const { return Name(oid).first; }
+  std::wstring Binding(const pages::NotificationBinding& b) const {
+    const auto [name, node] = Name(b.oid);
+    std::wstring value = b.value;
+    if (b.tag == snmp::kTagOid) {
+      value = Oid(b.value);
+    } else if (b.tag == snmp::kTagInteger32 && node != nullptr) {
+      if (const auto named = mib::NamedValueText(snmp::CInteger32(b.value), node))
+        value = tvkutil::FromUtf8Lenient(*named);
+    }
+    return name + L" = " + snmp::TypeNameOfTag(b.tag) + L": " + value;
   }
+
+ private:
+  std::pair<std::wstring, const mib::MibNode*> Name(const std::wstring& oid) const {
+    if (!shown_ || oid.empty())
+      return {oid, nullptr};
+    const mib::CMibSet& set = mib::CMibSet::Builtin();
+    mib::Arcs arcs;
+    std::string error;
+    if (!set.ToOid(Utf8(oid), arcs, error))
+      return {oid, nullptr};
+    const mib::OidMatch match = set.Match(arcs);
+    const std::string name = mib::CMibSet::NameOf(match);
+    return {name.empty() ? oid : tvkutil::FromUtf8Lenient(name), match.node};
+  }
+  bool shown_;
+};
+
+std::string TimeText(std::chrono::system_clock::time_point when) {
+  return Utf8(pages::NotificationTimeText(when));
 }
 
-std::wstring BindingText(const pages::NotificationBinding& b) {
-  return b.oid + L" = " + snmp::TypeNameOfTag(b.tag) + L": " + b.value;
-}
-
-void PrintText(std::ostream& out, const NotificationRow& row) {
+void PrintText(std::ostream& out, const NotificationRow& row, const CNames& names) {
   const bool v6 = row.source.find(L':') != std::wstring::npos;
   out << TimeText(row.received) << ' ' << (v6 ? "[" : "") << TerminalText(row.source)
       << (v6 ? "]:" : ":") << row.source_port;
@@ -68,46 +78,34 @@ void PrintText(std::ostream& out, const NotificationRow& row) {
     out << " ignored: " << TerminalText(row.problem) << "\n";
     return;
   }
-  out << " community=" << TerminalText(row.community) << ' ' << TerminalText(KindName(row))
-      << " notification=" << TerminalText(row.trap_oid);
+  out << (row.version == L"3" ? " user=" : " community=") << TerminalText(row.community) << ' '
+      << TerminalText(pages::NotificationTypeText(row))
+      << " notification=" << TerminalText(names.Oid(row.trap_oid));
   if (row.sys_up_time)
     out << " sysUpTime=" << *row.sys_up_time;
   if (row.kind == NotificationKind::kTrapV1)
-    out << " enterprise=" << TerminalText(row.enterprise)
+    out << " enterprise=" << TerminalText(names.Oid(row.enterprise))
         << " agent-address=" << TerminalText(row.agent_address) << " generic=" << row.generic_trap
         << " specific=" << row.specific_trap;
   out << "\n";
   for (const pages::NotificationBinding& b : row.bindings)
-    out << "  " << TerminalText(BindingText(b)) << "\n";
+    out << "  " << TerminalText(names.Binding(b)) << "\n";
 }
 
 void PrintCsv(std::ostream& out, const NotificationRow& row) {
-  std::wstring bindings;
-  for (const pages::NotificationBinding& b : row.bindings)
-    bindings += (bindings.empty() ? L"" : L"; ") + BindingText(b);
-  std::wstring problem = row.problem;
-  if (row.kind == NotificationKind::kMalformed)
-    problem = L"offset " + std::to_wstring(row.damage_offset) + L": " + row.problem;
-  out << CsvField(tvkutil::FromUtf8Lenient(TimeText(row.received))) << ',' << CsvField(row.source)
-      << ',' << row.source_port << ',' << CsvField(row.version) << ',' << CsvField(row.community)
-      << ',' << CsvField(KindName(row)) << ',' << CsvField(row.trap_oid) << ','
-      << (row.sys_up_time ? std::to_string(*row.sys_up_time) : std::string()) << ','
-      << CsvField(row.enterprise) << ',' << CsvField(row.agent_address) << ','
-      << (row.generic_trap >= 0 ? std::to_string(row.generic_trap) : std::string()) << ','
-      << (row.specific_trap >= 0 ? std::to_string(row.specific_trap) : std::string()) << ','
-      << CsvField(bindings) << ',' << CsvField(problem) << "\n";
+  out << Utf8(pages::NotificationCsvRow(row)) << "\n";
 }
 
 void PrintJson(std::ostream& out, const NotificationRow& row) {
   out << "{\"time\":\"" << TimeText(row.received) << "\",\"source\":" << JsonString(row.source)
       << ",\"port\":" << row.source_port << ",\"version\":" << JsonString(row.version)
-      << ",\"type\":" << JsonString(KindName(row));
+      << ",\"type\":" << JsonString(pages::NotificationTypeText(row));
   if (row.kind == NotificationKind::kMalformed || row.kind == NotificationKind::kOther) {
     out << ",\"offset\":" << row.damage_offset << ",\"reason\":" << JsonString(row.problem)
         << "}\n";
     return;
   }
-  out << ",\"community\":" << JsonString(row.community)
+  out << (row.version == L"3" ? ",\"user\":" : ",\"community\":") << JsonString(row.community)
       << ",\"notification\":" << JsonString(row.trap_oid);
   if (row.sys_up_time)
     out << ",\"sysUpTime\":" << *row.sys_up_time;
@@ -136,20 +134,30 @@ int RunListen(CliContext& context) {
   pages::CNotificationListenOperation listen(events, context.transactions);
   pages::ListenRequest request;
   request.port = line.port;
+  if (line.snmp_version == L"3") {
+    request.users.push_back(line.security);
+    request.engine_id = line.security.context_engine_id;
+  }
+  if (request.engine_id.empty()) {
+    // The engine the window answers informs with, when it has kept one; read only.
+    const tvkutil::AppFolders folders = tvkutil::ComputeAppFolders();
+    app::CSondaraUtilityApp settings(folders.settings_file, folders.profile_file);
+    request.engine_id = pages::NotificationEngineId(settings, false);
+  }
   if (!listen.Open(request, context.udp).empty())
     return kExitUsage;  // the sentence with the way out is on standard error
   if (line.format == OutputFormat::kCsv)
-    context.out << "Time,Source,Port,Version,Community,Type,Notification,SysUpTime,Enterprise,"
-                   "AgentAddress,Generic,Specific,Bindings,Problem\n";
+    context.out << Utf8(pages::NotificationCsvHeader()) << "\n";
   std::optional<std::chrono::steady_clock::time_point> until;
   if (line.listen_seconds)
     until = std::chrono::steady_clock::now() + std::chrono::seconds(*line.listen_seconds);
   std::uint32_t notifications = 0;
+  const CNames names(!line.numeric);
   const pages::ListenEnd end =
       listen.Run(request, context.udp, context.stop, until, [&](const NotificationRow& row) {
         switch (line.format) {
           case OutputFormat::kText:
-            PrintText(context.out, row);
+            PrintText(context.out, row, names);
             break;
           case OutputFormat::kCsv:
             PrintCsv(context.out, row);

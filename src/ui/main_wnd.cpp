@@ -29,6 +29,7 @@
 #include "ui/options_dialog.h"
 #include "ui/pages/device_discovery_page.h"
 #include "ui/pages/get_set_page.h"
+#include "ui/pages/notifications_page.h"
 #include "ui/pages/ping_view.h"
 #include "ui/pages/send_trap_page.h"
 #include "ui/pages/walk_mib_page.h"
@@ -59,6 +60,8 @@ QString Caption(int page_id) {
       return QStringLiteral("&Get/Set");
     case kPageSendTrap:
       return QStringLiteral("&sendTrap");
+    case kPageNotifications:
+      return QStringLiteral("&Notifications");
     default:
       return QStringLiteral("&walkMIB");
   }
@@ -76,6 +79,8 @@ CPropertyPage* CreatePage(int page_id, CSondaraUtilityApp& app, QWidget* parent)
     return new pages::CDeviceDiscoveryPropertyPage(app, parent);
   if (page_id == kPageWalkMib)
     return new pages::CWalkMIBPropertyPage(app, parent);
+  if (page_id == kPageNotifications)
+    return new pages::CNotificationsPropertyPage(app, parent);
   return new CPropertyPage(page_id, Caption(page_id), parent);
 }
 
@@ -119,6 +124,7 @@ CMainWnd::CMainWnd(CSondaraUtilityApp& app, QWidget* parent) : QMainWindow(paren
   flags_.get_set = app_.GetProfileInt(kFlagsSection, L"EnableGetSet", 1) != 0;
   flags_.send_trap = app_.GetProfileInt(kFlagsSection, L"EnableSendTrap", 1) != 0;
   flags_.walk_mib = app_.GetProfileInt(kFlagsSection, L"EnableWalkMIB", 1) != 0;
+  flags_.notifications = app_.GetProfileInt(kFlagsSection, L"EnableNotifications", 0) != 0;
   CMibNames::Instance().SetShown(app_.GetProfileInt(kFlagsSection, L"ShowNames", 1) != 0);
 
   splitter_ = new QSplitter(Qt::Vertical, this);
@@ -170,6 +176,7 @@ CMainWnd::~CMainWnd() {
   app_.WriteProfileInt(kFlagsSection, L"EnableGetSet", flags_.get_set ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"EnableSendTrap", flags_.send_trap ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"EnableWalkMIB", flags_.walk_mib ? 1 : 0);
+  app_.WriteProfileInt(kFlagsSection, L"EnableNotifications", flags_.notifications ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"ShowNames", CMibNames::Instance().Shown() ? 1 : 0);
   app_.WriteProfileInt(kFlagsSection, L"ShowMibTree", mib_dock_->isVisibleTo(this) ? 1 : 0);
 }
@@ -215,6 +222,8 @@ void CMainWnd::BuildMenus() {
   add(view, "viewGetSet", QStringLiteral("&Get/Set"), [this] { OnTogglePage(kPageGetSet); });
   add(view, "viewSendTrap", QStringLiteral("&sendTrap"), [this] { OnTogglePage(kPageSendTrap); });
   add(view, "viewWalkMib", QStringLiteral("&walkMIB"), [this] { OnTogglePage(kPageWalkMib); });
+  add(view, "viewNotifications", QStringLiteral("N&otifications"),
+      [this] { OnTogglePage(kPageNotifications); });
   for (QAction* a : view->actions())
     a->setCheckable(true);
   view->addSeparator();
@@ -259,6 +268,7 @@ void CMainWnd::UpdateCommandStates() {
   apply(Action("viewGetSet"), PageSwitchState(flags_, kPageGetSet, icmp));
   apply(Action("viewSendTrap"), PageSwitchState(flags_, kPageSendTrap, icmp));
   apply(Action("viewWalkMib"), PageSwitchState(flags_, kPageWalkMib, icmp));
+  apply(Action("viewNotifications"), PageSwitchState(flags_, kPageNotifications, icmp));
   Action("viewDecodedMessage")->setChecked(transaction_view_->DecodedPaneEnabled());
   Action("viewShowNames")->setChecked(CMibNames::Instance().Shown());
   Action("viewMibTree")->setChecked(mib_dock_->isVisibleTo(this));

@@ -61,7 +61,7 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
   const std::string to = "127.0.0.1:" + port;
   Cli cli;
   // An IPv6 socket takes IPv4 senders too, and shows them by their IPv4 address.
-  auto listen = StartListening(cli, {"-6", "--port", port, "--count", "5", "-t", "120"});
+  auto listen = StartListening(cli, {"-6", "--port", port, "--count", "5", "-t", "120", "-On"});
   struct Case {
     std::vector<std::string> sender;  // empty: hand-written bytes
     std::string printed;              // a regex of the lines after the time
@@ -119,6 +119,64 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
                        ": 5 notifications, 1 malformed, 0 dropped by the kernel."),
             std::string::npos)
       << r.out;
+}
+
+// SNMPv3 (authPriv, SHA and AES) from net-snmp: a trap from the sender's engine, an inform to
+// ours (snmpinform exits 0 only when the Response comes from the engine it named), a wrong
+// password and an inform for another engine; names as the other commands print them.
+TEST(CliListen, TakesV3NotificationsOfItsUser) {
+  const std::string to = "127.0.0.1:" + std::to_string(FreePort());
+  const std::string ours = "0x8000e9df04aabbccdd";
+  const std::string user = "-v|3|-u|ops|-l|authPriv|-a|SHA|-x|AES|-X|privpass1|-r|0|";
+  const std::string trap = "/usr/bin/snmptrap|-e|0x80001f8880aabbcc|" + user;
+  const std::string inform = "/usr/bin/snmpinform|" + user;
+  const std::string up = "|.1.3.6.1.6.3.1.1.5.4|.1.3.6.1.2.1.2.2.1.7.2|i|1";
+  struct Send {
+    std::string args;
+    int status;
+    std::string printed;
+  };
+  struct Run {
+    std::string count;
+    std::vector<Send> sends;
+    std::string closing;
+  };
+  const Run runs[] = {
+      {"1",
+       {{"/usr/bin/snmptrap|-v|3|-u|stranger|-e|0x80001f8880aabbcc|" + to + "|4" + up, 0,
+         " v3 ignored: unknown SNMPv3 user 'stranger': no values shown"},
+        {trap + "-A|wrongpass1|" + to + "|5" + up, 0,
+         " v3 ignored: authentication failed for user 'ops' \\(wrong digest\\)"},
+        {inform + "-t|15|-A|authpass1|-e|" + ours + "|" + to + "|6" + up, 0,
+         " v3 user=ops InformRequest answered notification=IF-MIB::linkUp sysUpTime=6\n"
+         "  IF-MIB::ifAdminStatus.2 = Integer32: up\\(1\\)\n"}},
+       ": 1 notification, 0 malformed"},
+      {"2",
+       {{inform + "-t|2|-A|authpass1|-e|0x8000e9df04aabbccee|" + to + "|7" + up, 1,
+         " v3 user=ops InformRequest not answered notification=IF-MIB::linkUp"},
+        {trap + "-A|authpass1|" + to + "|8" + up, 0,
+         " v3 user=ops SNMPv2-Trap notification=IF-MIB::linkUp sysUpTime=8\n"}},
+       ": 2 notifications, 0 malformed"},
+  };
+  Cli cli;
+  for (const Run& run : runs) {
+    auto listen = StartListening(
+        cli, {"--port",   to.substr(10), "--count", run.count, "-u",        "ops", "-l",
+              "authPriv", "-a",          "SHA",     "-A",      "authpass1", "-x",  "AES",
+              "-X",       "privpass1",   "-E",      ours,      "-t",        "60"});
+    for (const Send& send : run.sends) {
+      const ProcessResult sent = RunningProcess(sondara_test::Args(send.args)).Wait();
+      EXPECT_EQ(sent.status != 0, send.status != 0) << send.args << sent.err;
+      EXPECT_TRUE(testing_support::WaitUntil(
+          [&] { return std::regex_search(listen->OutputSoFar(), std::regex(send.printed)); },
+          std::chrono::seconds(30)))
+          << send.printed << "\n"
+          << listen->OutputSoFar();
+    }
+    const ProcessResult r = listen->Wait();
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_NE(r.out.find(run.closing), std::string::npos) << r.out;
+  }
 }
 
 // --timeout, Ctrl+C, a port in use (named by the process that holds it) and a privileged port.

@@ -3,11 +3,13 @@
 #include <array>
 #include <utility>
 
+#include "ops/results_file.h"
 #include "ops/var_bind_list_rules.h"
 #include "snmp/message_tree.h"
 #include "snmp/octet_string.h"
 #include "snmp/snmp_message.h"
 #include "snmp/type_names.h"
+#include "util/date_time_format.h"
 #include "util/string_table.h"
 #include "util/text.h"
 
@@ -64,7 +66,67 @@ std::vector<std::uint8_t> InformResponse(std::span<const std::uint8_t> bytes,
   return response;
 }
 
+std::wstring BindingsText(const NotificationRow& row) {
+  std::wstring text;
+  for (const NotificationBinding& b : row.bindings)
+    text += (text.empty() ? L"" : L"; ") + b.oid + L" = " + snmp::TypeNameOfTag(b.tag) + L": " +
+            b.value;
+  return text;
+}
+
 }  // namespace
+
+std::wstring NotificationTimeText(std::chrono::system_clock::time_point when) {
+  const std::tm local = tvkutil::ToLocalTime(when);
+  const auto ms =
+      std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch()).count() % 1000;
+  wchar_t text[96];
+  std::swprintf(text, std::size(text), L"%04d-%02d-%02d %02d:%02d:%02d.%03d", local.tm_year + 1900,
+                local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                static_cast<int>(ms));
+  return text;
+}
+
+std::wstring NotificationTypeText(const NotificationRow& row) {
+  switch (row.kind) {
+    case NotificationKind::kTrapV1:
+      return L"Trap";
+    case NotificationKind::kTrapV2:
+      return L"SNMPv2-Trap";
+    case NotificationKind::kInform:
+      return row.answered ? L"InformRequest answered" : L"InformRequest not answered";
+    case NotificationKind::kOther:
+      return L"ignored";
+    default:
+      return L"malformed";
+  }
+}
+
+std::wstring NotificationCountText(std::uint64_t count) {
+  return std::to_wstring(count) + (count == 1 ? L" notification" : L" notifications");
+}
+
+std::wstring NotificationCsvHeader() {
+  return L"Time,Source,Port,Version,Community,Type,Notification,SysUpTime,Enterprise,"
+         L"AgentAddress,Generic,Specific,Bindings,Problem";
+}
+
+std::wstring NotificationCsvRow(const NotificationRow& row) {
+  auto field = [](std::wstring_view text) { return CsvField(text, false); };
+  auto number = [](auto n, bool shown) { return shown ? std::to_wstring(n) : std::wstring(); };
+  std::wstring problem = row.problem;
+  if (row.kind == NotificationKind::kMalformed)
+    problem = L"offset " + std::to_wstring(row.damage_offset) + L": " + row.problem;
+  return field(NotificationTimeText(row.received)) + L',' + field(row.source) + L',' +
+         std::to_wstring(row.source_port) + L',' + field(row.version) + L',' +
+         field(row.community) + L',' + field(NotificationTypeText(row)) + L',' +
+         field(row.trap_oid) + L',' +
+         number(row.sys_up_time.value_or(0), row.sys_up_time.has_value()) + L',' +
+         field(row.enterprise) + L',' + field(row.agent_address) + L',' +
+         number(row.generic_trap, row.generic_trap >= 0) + L',' +
+         number(row.specific_trap, row.specific_trap >= 0) + L',' + field(BindingsText(row)) +
+         L',' + field(problem);
+}
 
 CNotificationListenOperation::CNotificationListenOperation(logs::IEventLineSink& events,
                                                            logs::ITransactionSink& transactions,
@@ -77,13 +139,21 @@ CNotificationListenOperation::~CNotificationListenOperation() {
 
 std::wstring CNotificationListenOperation::Open(const ListenRequest& request,
                                                 const net::UdpSettings& settings) {
+  std::wstring why = OpenSocket(request, settings);
+  if (!why.empty())
+    events_.AddEventLine(why);
+  return why;
+}
+
+std::wstring CNotificationListenOperation::OpenSocket(const ListenRequest& request,
+                                                      const net::UdpSettings& settings) {
   request_ = request;
   open_error_ = socket_.Open(request.port, settings, request.receive_buffer);
-  if (open_error_ == 0)
+  if (open_error_ == 0) {
+    usm_ = std::make_unique<CNotificationUsm>(request.users, request.engine_id);
     return {};
-  std::wstring why = net::ListenFailureText(open_error_, request.port);
-  events_.AddEventLine(why);
-  return why;
+  }
+  return net::ListenFailureText(open_error_, request.port);
 }
 
 std::wstring CNotificationListenOperation::Start(const ListenRequest& request,
@@ -91,7 +161,7 @@ std::wstring CNotificationListenOperation::Start(const ListenRequest& request,
   if (!worker_.Finished())
     return {};
   worker_.Join();
-  if (std::wstring why = Open(request, settings); !why.empty())
+  if (std::wstring why = OpenSocket(request, settings); !why.empty())
     return why;
   worker_.Start([this, settings](std::stop_token stop) { Run(request_, settings, stop); });
   return {};
@@ -134,7 +204,7 @@ ListenEnd CNotificationListenOperation::Run(const ListenRequest& request,
   drops_ = socket_.KernelDrops();
   events_.AddEventLine(tvkutil::FormatN(
       tvkutil::LoadString(ids::kListenStopped), tvkutil::kMaxLogLineLen,
-      static_cast<unsigned>(socket_.Port()), static_cast<unsigned long long>(received_.load()),
+      static_cast<unsigned>(socket_.Port()), NotificationCountText(received_.load()).c_str(),
       static_cast<unsigned long long>(malformed_.load()),
       static_cast<unsigned long long>(drops_.load())));
   socket_.Close();
@@ -150,12 +220,15 @@ void CNotificationListenOperation::Take(std::span<const std::uint8_t> bytes,
   ends.local = to;
   ends.remote = from;
   transactions_.LogDatagram(logs::kDirectionReceived, kSource, bytes, ends);
-  NotificationRow row = Judge(bytes, [&](std::span<const std::uint8_t> response) {
-    const bool sent = socket_.SendTo(response, from, to);
-    if (sent)
-      transactions_.LogDatagram(logs::kDirectionSent, kSource, response, ends);
-    return sent;
-  });
+  NotificationRow row = Judge(
+      bytes,
+      [&](std::span<const std::uint8_t> response) {
+        const bool sent = socket_.SendTo(response, from, to);
+        if (sent)
+          transactions_.LogDatagram(logs::kDirectionSent, kSource, response, ends);
+        return sent;
+      },
+      usm_.get());
   row.received = std::chrono::system_clock::now();
   row.source = net::SockAddressText(from);
   row.source_port = net::SockPort(from);
@@ -170,9 +243,8 @@ void CNotificationListenOperation::Take(std::span<const std::uint8_t> bytes,
   let_go_ += rows_.AppendBounded(std::move(row), max_rows_);
 }
 
-NotificationRow CNotificationListenOperation::Judge(
-    std::span<const std::uint8_t> bytes,
-    const std::function<bool(std::span<const std::uint8_t>)>& answer) {
+NotificationRow CNotificationListenOperation::Judge(std::span<const std::uint8_t> bytes,
+                                                    const AnswerFn& answer, CNotificationUsm* usm) {
   NotificationRow row;
   row.bytes.assign(bytes.begin(), bytes.end());
   const snmp::MessageTree tree = snmp::DecodeMessageTree(bytes);
@@ -185,6 +257,8 @@ NotificationRow CNotificationListenOperation::Judge(
   std::size_t pdu = tree.nodes.size();
   for (std::size_t i = 0; i < tree.nodes.size(); ++i) {
     if (tree.nodes[i].field == L"msgVersion") {
+      if (usm != nullptr)
+        return usm->Judge(bytes, answer);
       row.kind = NotificationKind::kOther;
       row.version = L"3";
       row.problem = L"an SNMPv3 message: only v1 and v2c notifications are received";

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <stop_token>
@@ -20,6 +21,7 @@
 #include "logs/transaction_sink.h"
 #include "net/udp_listener.h"
 #include "net/udp_session.h"
+#include "ops/notification_usm.h"
 #include "util/polled_list.h"
 #include "util/runner.h"
 
@@ -71,12 +73,26 @@ struct NotificationRow {
   std::vector<std::uint8_t> bytes;  // the datagram, for its decoded view
 };
 
+// "2024-01-31 14:05:09.042", local time: the receiving order to the millisecond.
+std::wstring NotificationTimeText(std::chrono::system_clock::time_point when);
+// "Trap", "SNMPv2-Trap", "InformRequest answered", "malformed"...
+std::wstring NotificationTypeText(const NotificationRow& row);
+// "1 notification", "5 notifications".
+std::wstring NotificationCountText(std::uint64_t count);
+// The comma-separated form of `sondara-cli listen --format csv` and the page's "S&ave": the
+// header, and one row (RFC 4180, no line end).
+std::wstring NotificationCsvHeader();
+std::wstring NotificationCsvRow(const NotificationRow& row);
+
 // Sees each row on the listening thread; false ends the listening (sondara-cli's --count).
 using NotificationFn = std::function<bool(const NotificationRow&)>;
 
 struct ListenRequest {
   std::uint16_t port = kNotificationPort;
   int receive_buffer = net::kListenReceiveBuffer;
+  // SNMPv3: the users notifications are taken from, and our engine ID (empty: this host's).
+  std::vector<snmp::usm::UserSecurity> users;
+  snmp::usm::Bytes engine_id;
 };
 
 enum class ListenEnd { kStopped, kSeenEnough, kTimedOut, kFailed };
@@ -108,12 +124,15 @@ class CNotificationListenOperation {
                 std::optional<std::chrono::steady_clock::time_point> until = std::nullopt,
                 NotificationFn seen = {});
 
-  // The page: Open, then Run on the worker. The sentence of a failed open, or empty.
+  // The page: Open, then Run on the worker. The sentence of a failed open, or empty; the page's
+  // message box writes it to the event log, so it is not written here.
   std::wstring Start(const ListenRequest& request, const net::UdpSettings& settings);
   void Stop() { worker_.StopAndWait(); }
   bool Finished() const { return worker_.Finished(); }
 
   const tvkutil::CPolledList<NotificationRow>& Rows() const { return rows_; }
+  // Empties the list (the page's "Clear"); the counts go on.
+  void ClearRows() { rows_.Clear(); }
   // Notifications received (malformed and other datagrams not counted), malformed datagrams,
   // datagrams the kernel dropped, and rows the list let go to keep its newest.
   std::uint64_t Received() const { return received_.load(); }
@@ -124,11 +143,16 @@ class CNotificationListenOperation {
   std::uint64_t Datagrams() const { return datagrams_.load(); }
 
   // One datagram as a row, answering an inform through `answer` (which sends the bytes and
-  // says whether they went). Any thread; touches nothing of the operation.
-  static NotificationRow Judge(std::span<const std::uint8_t> bytes,
-                               const std::function<bool(std::span<const std::uint8_t>)>& answer);
+  // says whether they went). An SNMPv3 one goes to `usm`, and without it is not taken. Any
+  // thread; touches nothing of the operation.
+  static NotificationRow Judge(std::span<const std::uint8_t> bytes, const AnswerFn& answer,
+                               CNotificationUsm* usm = nullptr);
+  // Our SNMPv3 engine while the port is open (the ID informs are sent to); null before.
+  const CNotificationUsm* Usm() const { return usm_.get(); }
 
  private:
+  // Open without the event-log line.
+  std::wstring OpenSocket(const ListenRequest& request, const net::UdpSettings& settings);
   // `from` sent it to our address `to`.
   void Take(std::span<const std::uint8_t> bytes, const sockaddr_storage& from,
             const sockaddr_storage& to, const NotificationFn& seen, bool& enough);
@@ -141,6 +165,7 @@ class CNotificationListenOperation {
   ListenRequest request_;
   tvkutil::CPolledList<NotificationRow> rows_;
   std::atomic<std::uint64_t> received_{0}, malformed_{0}, drops_{0}, let_go_{0}, datagrams_{0};
+  std::unique_ptr<CNotificationUsm> usm_;
   tvkutil::CRunner worker_;
 };
 

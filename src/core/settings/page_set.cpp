@@ -12,6 +12,8 @@ bool& PageFlags::ForPage(PageId id) {
       return get_set;
     case kPageSendTrap:
       return send_trap;
+    case kPageNotifications:
+      return notifications;
     default:
       return walk_mib;
   }
@@ -19,12 +21,13 @@ bool& PageFlags::ForPage(PageId id) {
 
 bool CPageSet::IsOperationPage(int id) {
   return id == kPageDeviceDiscovery || id == kPageGetSet || id == kPageSendTrap ||
-         id == kPageWalkMib;
+         id == kPageWalkMib || id == kPageNotifications;
 }
 
 CPageSet::CPageSet(const PageFlags& flags) {
   PageFlags f = flags;
-  for (PageId id : {kPageDeviceDiscovery, kPageGetSet, kPageSendTrap, kPageWalkMib}) {
+  for (PageId id :
+       {kPageDeviceDiscovery, kPageGetSet, kPageSendTrap, kPageWalkMib, kPageNotifications}) {
     if (f.ForPage(id))
       pages_.push_back(id);
   }
@@ -64,7 +67,7 @@ bool CPageSet::Remove(int id) {
 
 bool SaveSnapshotEnabled(const PageFlags& flags, bool icmp_available) {
   return ((flags.ping_toolbar || flags.device_discovery) && icmp_available) || flags.get_set ||
-         flags.send_trap || flags.walk_mib;
+         flags.send_trap || flags.walk_mib || flags.notifications;
 }
 
 CommandState PageSwitchState(const PageFlags& flags, PageId id, bool icmp_available) {

@@ -12,15 +12,18 @@ enum PageId : int {
   kPageSendTrap = 106,
   kPageWalkMib = 110,
   kPageNoFunctionality = 112,
+  kPageNotifications = 120,
 };
 
-// The five switches of the View menu, as the profile keeps them.
+// The six switches of the View menu, as the profile keeps them. The Notifications page is new:
+// off until asked for, so a window set up before it looks as it did.
 struct PageFlags {
   bool ping_toolbar = true;
   bool device_discovery = true;
   bool get_set = true;
   bool send_trap = true;
   bool walk_mib = true;
+  bool notifications = false;
 
   bool& ForPage(PageId id);
 };
@@ -28,8 +31,8 @@ struct PageFlags {
 class CPageSet {
  public:
   // The start-up set: the pages whose flag is on, in the fixed order Device Discovery, Get/Set,
-  // sendTrap, walkMIB (Device Discovery even when ICMP is unavailable); the placeholder alone
-  // when none is on. The first page is active.
+  // sendTrap, walkMIB, Notifications (Device Discovery even when ICMP is unavailable); the
+  // placeholder alone when none is on. The first page is active.
   explicit CPageSet(const PageFlags& flags);
 
   // Appends a real page and makes it active; the placeholder goes. Other ids change nothing.

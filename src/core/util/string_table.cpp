@@ -158,7 +158,7 @@ constexpr Entry kTable[] = {
      L"restart."},
     {ids::kListenStarted, L"Listening for notifications on UDP port %u."},
     {ids::kListenStopped,
-     L"Stopped listening on UDP port %u: %llu notifications, %llu malformed, %llu dropped by the "
+     L"Stopped listening on UDP port %u: %s, %llu malformed, %llu dropped by the "
      L"kernel."},
     {ids::kListenPortPrivileged,
      L"Unable to listen on UDP port %u: ports below 1024 need a privilege this program does not "
