@@ -255,8 +255,6 @@ TEST(DebianMibs, LoadWithNamesTypesEnumsAndHints) {
        "notPresent(6),lowerLayerDown(7)] read-only current  "},
       {"/usr/share/snmp/mibs/ietf/IF-MIB", "ifDescr",
        "1.3.6.1.2.1.2.2.1.2 column [OCTET STRING|DisplayString|255a|] read-only current  "},
-      {"/usr/share/snmp/mibs/UCD-SNMP-MIB.txt", "dskPath",
-       "1.3.6.1.4.1.2021.9.1.2 column [OCTET STRING|DisplayString|255a|] read-only current  "},
       {"/usr/share/snmp/mibs/UCD-SNMP-MIB.txt", "dskErrorFlag",
        "1.3.6.1.4.1.2021.9.1.100 column [INTEGER|UCDErrorFlag||noError(0),error(1)] read-only "
        "current  "},
