@@ -286,7 +286,9 @@ class AgentPagesTest : public QObject {
       QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
       QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, cell.center());
       QCOMPARE(QGuiApplication::clipboard()->text(), table->model()->index(1, 1).data().toString());
-      Click(page, "saveResultsButton");  // what it writes is the walk operation's test
+      Click(page, "saveResultsButton");  // with the Name column the page shows
+      QVERIFY(sondara_test::ReadFile(dir_ / "walk.csv").find("\nOID,Name,DataType,Value\n") !=
+              std::string::npos);
     }
     tvkutil::CIniFile profile(dir_ / "widths.ini");
     profile.Load();
