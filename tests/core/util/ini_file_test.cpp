@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <iterator>
 
 #include "support/small_filesystem.h"
 #include "support/temp_folder.h"
@@ -108,13 +109,6 @@ TEST(IniFileTest, SaveThatFailsKeepsTheOldFileAndSaysWhy) {
   const auto replace = [](const std::string& path) {
     return tvkutil::ReplaceFile(path, std::string(4u << 20, 'x'));
   };
-  const auto files = [](const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& e : std::filesystem::directory_iterator(folder))
-      names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-  };
   {
     SCOPED_TRACE("read-only file system");
     testing_support::SmallFileSystem fs(true, "s.ini", old_bytes);
@@ -132,7 +126,7 @@ TEST(IniFileTest, SaveThatFailsKeepsTheOldFileAndSaysWhy) {
     ::chmod((dir / "s.ini").c_str(), 0444);
     EXPECT_EQ(ErrnoAsNobody([&] { return replace(dir / "s.ini"); }), EACCES);
     EXPECT_EQ(sondara_test::ReadFile(dir / "s.ini"), old_bytes);
-    EXPECT_EQ(files(dir.Path()), std::vector<std::string>{"s.ini"});
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
     ::chmod((dir / "s.ini").c_str(), 0644);
   }
   {
