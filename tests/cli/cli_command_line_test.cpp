@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "cli/cli_process.h"
@@ -39,13 +39,12 @@ TEST(CliCommandLine, Version3TakesNetSnmpsOptionsAndFindsItsPasswords) {
   cli::CommandLine line = Accepted(
       "get|h|.1.3|-v|3|-u|ops|-l|authPriv|-a|SHA-256|-x|AES-256|-X|privpass1|-n|ctx|-E|"
       "0x80001f8880aabbccdd|--key-extension|reeder");
-  const snmp::usm::UserSecurity& user = line.security;
-  EXPECT_EQ(user.user_name, "ops");
-  EXPECT_EQ(user.auth, snmp::usm::AuthProtocol::kSha256);
-  EXPECT_EQ(user.priv, snmp::usm::PrivProtocol::kAes256);
-  EXPECT_EQ(user.extension, snmp::usm::KeyExtensionChoice::kReeder);
-  EXPECT_EQ(user.context_name, "ctx");
-  EXPECT_EQ(user.context_engine_id,
+  const snmp::usm::UserSecurity& u = line.security;
+  EXPECT_EQ(std::tuple(u.user_name, u.auth, u.priv, u.extension, u.context_name),
+            std::tuple(std::string("ops"), snmp::usm::AuthProtocol::kSha256,
+                       snmp::usm::PrivProtocol::kAes256, snmp::usm::KeyExtensionChoice::kReeder,
+                       std::string("ctx")));
+  EXPECT_EQ(u.context_engine_id,
             (snmp::usm::Bytes{0x80, 0x00, 0x1f, 0x88, 0x80, 0xaa, 0xbb, 0xcc, 0xdd}));
   // The other levels are the agent tests' users.
   EXPECT_EQ(Accepted("walk|h|-v3|-uops|-l|noAuthNoPriv").security.level,
@@ -74,14 +73,12 @@ TEST(CliCommandLine, ValuesAndOptionsInAnyOrder) {
       "-t|250|set|h|.1.3.6.1.2.1.1.4.0|INTEGER32|-6|--format=json|.1.3.6.1.2.1.1.5.0|ipaddress|"
       "10.0.0.1|-r0|-6|.1.3.6.1.2.1.1.6.0|Octet String|--");
   ASSERT_EQ(set.bindings.size(), 3U);
-  EXPECT_EQ(set.bindings[0].tag, snmp::kTagInteger32);
-  EXPECT_EQ(set.bindings[0].value, L"-6");
-  EXPECT_EQ(set.bindings[1].tag, snmp::kTagIpAddress);
-  EXPECT_EQ(set.bindings[2].value, L"--");
-  EXPECT_EQ(set.timeout_ms, 250);
-  EXPECT_EQ(set.retries, 0);
-  EXPECT_TRUE(set.ipv6);
-  EXPECT_EQ(set.format, cli::OutputFormat::kJson);
+  EXPECT_EQ(std::tuple(set.bindings[0].tag, set.bindings[0].value, set.bindings[1].tag,
+                       set.bindings[2].value),
+            std::tuple(snmp::kTagInteger32, std::wstring(L"-6"), snmp::kTagIpAddress,
+                       std::wstring(L"--")));
+  EXPECT_EQ(std::tuple(set.timeout_ms, set.retries, set.ipv6, set.format),
+            std::tuple(250, 0, true, cli::OutputFormat::kJson));
   const cli::CommandLine trap =
       Accepted("trap|h|-v|1|--generic|LINKUP|--|.1.3.6.1.2.1.2.2.1.1.3|Null|-");
   EXPECT_EQ(trap.generic_trap, 3);

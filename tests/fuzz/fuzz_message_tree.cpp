@@ -46,30 +46,27 @@ void Check(bool same) {
     std::abort();
 }
 
-// A number the view shows, alone or before its name: "0 (noError)".
-void SameNumber(const MessageTree& tree, const wchar_t* field, std::int64_t number) {
+// The first `field` shows `text`, or, for a number, starts with it before a space: "0 (noError)".
+void Same(const MessageTree& tree, const wchar_t* field, const std::wstring& text,
+          bool number = false) {
   std::size_t at = 0;
   const MessageNode* n = Find(tree, field, at);
-  const std::wstring digits = std::to_wstring(number);
-  Check(n != nullptr && n->value.starts_with(digits) &&
-        (n->value.size() == digits.size() || n->value[digits.size()] == L' '));
+  Check(n != nullptr && n->value.starts_with(text) &&
+        (n->value.size() == text.size() || (number && n->value[text.size()] == L' ')));
 }
-
-void SameText(const MessageTree& tree, const wchar_t* field, const std::wstring& text) {
-  std::size_t at = 0;
-  const MessageNode* n = Find(tree, field, at);
-  Check(n != nullptr && n->value == text);
+void SameNumber(const MessageTree& tree, const wchar_t* field, std::int64_t number) {
+  Same(tree, field, std::to_wstring(number), true);
 }
 
 void CompareFields(const MessageTree& tree, const CSNMPMessage& msg) {
   SameNumber(tree, L"version", msg.Version());
-  SameText(tree, L"community", msg.Community());
+  Same(tree, L"community", msg.Community());
   std::size_t at = 0;
   const MessageNode* pdu = Find(tree, L"PDU", at);
   Check(pdu != nullptr && static_cast<std::uint32_t>(pdu->tag) == msg.PduType());
   if (msg.IsTrap()) {
-    SameText(tree, L"enterprise", msg.Enterprise());
-    SameText(tree, L"agent-addr", msg.AgentAddress());
+    Same(tree, L"enterprise", msg.Enterprise());
+    Same(tree, L"agent-addr", msg.AgentAddress());
     SameNumber(tree, L"generic-trap", msg.GenericTrap());
     SameNumber(tree, L"specific-trap", msg.SpecificTrap());
     SameNumber(tree, L"time-stamp", msg.TimeStamp());

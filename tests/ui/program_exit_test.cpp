@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 
 #include <chrono>
-#include <filesystem>
 #include <sstream>
 #include <thread>
 #include <vector>

@@ -410,9 +410,8 @@ TEST(SnmpRequester, OneSocketAndAQuickAnswerWaitThatTakesOnlyThePeerAndStopsSpin
 // notInTimeWindow report once and the request goes through.
 TEST(SnmpRequester, Version3DiscoversOnceAndFollowsTheAgentsClockAcrossARestart) {
   testing_support::SnmpdProcess snmpd;
-  const std::string error =
-      snmpd.Start("createUser ops SHA-256 ops-password AES ops-privacy\nrouser ops priv\n");
-  ASSERT_TRUE(error.empty()) << error;
+  ASSERT_EQ(snmpd.Start("createUser ops SHA-256 ops-password AES ops-privacy\nrouser ops priv\n"),
+            "");
   RecordingSink sink;
   net::CSnmpRequester requester(L"127.0.0.1", snmpd.Port(), Settings(1, 2000), L"Get", sink);
   requester.SetSecurity(Ops(snmp::usm::AuthProtocol::kSha256, "ops-privacy"));

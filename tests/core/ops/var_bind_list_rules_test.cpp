@@ -81,7 +81,6 @@ TEST(VarBindListRules, DeleteRefusesProtectedEntriesAndSelectsTheItemAfterTheLas
       {v2c, {2, 3}, kNone, {0, 1, 4}, 2},  // the one that followed moves up
       {v1, {3, 4}, kNone, {0, 1, 2}, 2},   // the last two: the new last item
       {v1, {3, 1}, kNone, {0, 2, 4}, 2},   // 3 - 2 + 1
-      {v1, {0, 1}, kNone, {2, 3, 4}, 0},   // 1 - 2 + 1
       {v1, {0, 1, 2, 3, 4}, kNone, {}, std::nullopt},
       {v1, {}, kNone, {0, 1, 2, 3, 4}, std::nullopt},
   };

@@ -34,19 +34,11 @@ TEST(Message, GetRequestBytesAndTheTrailingByte) {
   EXPECT_EQ(trailing.DecodeFrom(Hex(std::string(kGet) + " 00")), kTrailing);
 }
 
-// A walk's GetBulk (RFC 3416): non-repeaters and max-repetitions where error-status and
-// error-index sit. Its answer, whose binding count the check leaves to the agent, turns into the
-// next request: the last name with a Null value.
-TEST(Message, GetBulkRequestBytesAndTheNextRequestFromItsAnswer) {
+// A walk's GetBulk answer (RFC 3416), whose binding count the check leaves to the agent, turns
+// into the next request: the last name with a Null value (the fields on the wire: tshark's).
+TEST(Message, GetBulkAnswerTurnsIntoTheNextRequest) {
   auto bulk =
-      MakeMessage(kSnmpVersion2c, L"getcom", kPduGetBulkRequest, 5, {{L".1.3.6.1", kTagNull, L""}});
-  bulk->SetNonRepeaters(0);
-  bulk->SetMaxRepetitions(50);
-  EXPECT_EQ(EncodeHex(*bulk),
-            "30 21 02 01 01 04 06 67 65 74 63 6f 6d a5 14 02 01 05 02 01 00 02 01 32 30 09 30 07 "
-            "06 03 2b 06 01 05 00");
-
-  bulk->SetRequestId(6);
+      MakeMessage(kSnmpVersion2c, L"getcom", kPduGetBulkRequest, 6, {{L".1.3.6.1", kTagNull, L""}});
   CSNMPMessage answer(kPduResponse);
   ASSERT_TRUE(ValidateResponse(
                   Hex("30 37 02 01 01 04 06 67 65 74 63 6f 6d a2 2a 02 01 06 02 01 00 02 01 00 30 "
@@ -62,28 +54,6 @@ TEST(Message, GetBulkRequestBytesAndTheNextRequestFromItsAnswer) {
   EXPECT_EQ(EncodeHex(answer),
             "30 26 02 01 01 04 06 67 65 74 63 6f 6d a5 19 02 01 06 02 01 00 02 01 32 30 0e 30 0c "
             "06 08 2b 06 01 02 01 01 03 00 05 00");
-}
-
-// Under the sanitizer build the cuts catch any read past the input.
-TEST(Message, EveryKindRoundTripsAndSurvivesTruncation) {
-  for (const auto& kind : MessageKinds()) {
-    CSNMPMessage& msg = *kind;
-    const std::string hex = EncodeHex(msg);
-    SCOPED_TRACE(hex);
-    ASSERT_NE(hex, "FAIL");
-    const std::vector<std::uint8_t> bytes = Hex(hex);
-    CSNMPMessage back(msg.PduType());
-    ASSERT_EQ(back.DecodeFrom(bytes), kOk);
-    if (msg.GetVarBind(1)->Value()->Tag() != kTagCounter64) {  // its decoding keeps 32 bits
-      EXPECT_EQ(EncodeHex(back), hex);
-    }
-    for (std::size_t cut = 0; cut < bytes.size(); ++cut) {
-      // An exact-size heap block, so any overread lands outside it.
-      std::vector<std::uint8_t> part(bytes.begin(), bytes.begin() + static_cast<long>(cut));
-      CSNMPMessage partial(msg.PduType());
-      EXPECT_NE(partial.DecodeFrom(part), kOk) << "cut at " << cut;
-    }
-  }
 }
 
 TEST(Message, TrapFieldsAndRequestFieldsBelongToTheirPduKind) {

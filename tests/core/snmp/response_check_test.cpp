@@ -93,8 +93,6 @@ TEST(ResponseCheck, OrderOfChecks) {
        kOk},
       {{.value = kLong}, kOk},
       {{.value = kLong, .length_octets = 3}, kOk},
-      {{.value = kLong, .length_octets = 4}, kOk},
-      {{.length_octets = 4}, kOk},
       {{.length_octets = 1}, kOk},
   };
   for (const auto& [exchange, result] : cases) {
@@ -120,8 +118,6 @@ TEST(ResponseCheck, OrderOfChecks) {
 }
 
 TEST(ResponseCheck, MalformedRepliesAreRefusedWithOffsetAndCause) {
-  const Bytes full = Exchange{}.Reply();
-  const Bytes cut(full.begin(), full.begin() + 19);
   const std::pair<const char*, std::wstring> values[] = {
       {"02 05 01 00 00 00 05", L"INTEGER wider than 32 bits"},
       {"41 05 01 00 00 00 05", L"Counter32 wider than 32 bits"},
@@ -136,10 +132,7 @@ TEST(ResponseCheck, MalformedRepliesAreRefusedWithOffsetAndCause) {
       {"82 00", L"endOfMibView in a version 1 message (SNMPv2 only)"},
       {"80 00", L"noSuchObject in a version 1 message (SNMPv2 only)"},
   };
-  std::vector<std::pair<Bytes, std::wstring>> cases = {
-      {{}, L"the message is empty at offset 0"},
-      {cut, L"length 47 runs past the end of the message (17 bytes left) at offset 1"},
-  };
+  std::vector<std::pair<Bytes, std::wstring>> cases;  // the message's own damage: the tree's test
   for (const auto& [tlv, cause] : values) {
     const Bytes reply = Exchange{.value_tlv = tlv}.Reply();
     cases.emplace_back(reply,
