@@ -192,6 +192,20 @@ TEST_F(CliAgainstSnmpd, WalkWithAndWithoutGetBulkLogsAndCapturesEveryMessage) {
   for (std::size_t i = 0; i < bulk_packets.size(); i += 2)
     EXPECT_EQ(bulk_packets[i], "5|25") << "packet " << i;
 
+  // Auto with 4 in flight lists the same objects in the same order and says what it settled on.
+  const ProcessResult fast = Ours("walk", {".1.3.6.1.2.1.1", "--bulk", "auto", "--parallel", "4"});
+  ASSERT_EQ(fast.status, 0) << fast.err;
+  const auto names = [](const std::string& out) {
+    std::vector<std::string> oids = Lines(out);
+    for (std::string& line : oids)
+      line.erase(line.find(" = "));
+    return oids;
+  };
+  EXPECT_EQ(names(fast.out), names(walk.out));
+  EXPECT_TRUE(std::regex_search(fast.err, std::regex("\n.*GetBulk repetitions settled on [0-9]+ "
+                                                     "for 127.0.0.1:[0-9]+.\n.*walkMIB complete")))
+      << fast.err;
+
   // Standard error on a terminal (script's): the progress line, written over in place, is
   // cleared before the closing line, whose count is this walk's own.
   const std::string results = folder / "tty.out";
@@ -273,7 +287,8 @@ TEST_F(CliV3, EveryUserReadsWhatNetSnmpReads) {
     ASSERT_GT(Lines(walked).size(), 3U);
     args = {tail, "-v", "3"};
     args.insert(args.end(), user.begin(), user.end());
-    for (const std::vector<std::string>& how : {std::vector<std::string>{}, {"--bulk", "7"}}) {
+    for (const std::vector<std::string>& how :
+         {std::vector<std::string>{}, {"--bulk", "7"}, {"--bulk", "auto", "--parallel", "4"}}) {
       std::vector<std::string> walk_args = args;
       walk_args.insert(walk_args.end(), how.begin(), how.end());
       const ProcessResult walk = Ours("walk", walk_args);
