@@ -206,13 +206,7 @@ constexpr std::size_t kNearLargestDatagram = 56 * 1024;
 
 }  // namespace
 
-// One walk, shared by the requests in flight. The view is split into ranges, each walked by one
-// request at a time: the first from the start OID; later ones cut off the end of a range being
-// walked (CutPoint) when a request is free. Each range ends at the first object past its last
-// OID, at the end of the view, or at a failure. Objects are handed out in the order of the
-// ranges: those of a range behind one still walking are held until it ends, so the results
-// come in ascending order with no gap, and after a failure or stop nothing past the first range
-// not ended is handed out. Everything here is guarded by `mutex`.
+// One part of the view, walked by one request at a time.
 struct CWalkMIBOperation::WalkPart {
   struct Held {  // bindings [first, first + count) of a reply, found behind an earlier range
     std::unique_ptr<snmp::CSNMPMessage> reply;
@@ -227,6 +221,13 @@ struct CWalkMIBOperation::WalkPart {
   std::vector<Held> held;
 };
 
+// One walk, shared by the requests in flight. The view is split into ranges, each walked by one
+// request at a time: the first from the start OID; later ones cut off the end of a range being
+// walked (CutPoint) when a request is free. Each range ends at the first object past its last
+// OID, at the end of the view, or at a failure. Objects are handed out in the order of the
+// ranges: those of a range behind one still walking are held until it ends, so the results
+// come in ascending order with no gap, and after a failure or stop nothing past the first range
+// not ended is handed out. Everything here is guarded by `mutex`.
 struct CWalkMIBOperation::WalkRun {
   using Range = WalkPart;
   std::mutex mutex;

@@ -1,9 +1,9 @@
 // The walkMIB page without its window: the page's values and their checks, the walk on its own
 // worker thread (GetNext, or GetBulk of a set or an automatic count when the Options ask for
-// it, with one request or several in flight), the objects found
-// under their lock, the closing status lines, the results file, "&Get SysObjectID" and the
-// community history. The page copies its controls into WalkMibForm, starts and stops the walk,
-// and polls the results and the finished flag on its timer.
+// it, with one request or several in flight), the objects found under their lock, the closing
+// status lines, the results file, "&Get SysObjectID" and the community history. The page
+// copies its controls into WalkMibForm, starts and stops the walk, and polls the results and
+// the finished flag on its timer.
 #pragma once
 
 #include <atomic>
