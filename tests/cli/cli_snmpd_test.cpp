@@ -281,6 +281,7 @@ TEST_F(CliV3, EveryUserReadsWhatNetSnmpReads) {
   };
   // The walk starts near the end of the agent's view, so it ends where snmpwalk's does.
   const std::string tail = ".1.3.6.1.6.3.16.1.5";
+  sondara_test::TempFolder folder;
   for (const std::vector<std::string>& user : users) {
     std::vector<std::string> args = {".1.3.6.1.2.1.1.1.0", ".1.3.6.1.2.1.1.2.0", "-v", "3"};
     args.insert(args.end(), user.begin(), user.end());
@@ -293,14 +294,20 @@ TEST_F(CliV3, EveryUserReadsWhatNetSnmpReads) {
     ASSERT_GT(Lines(walked).size(), 3U);
     args = {tail, "-v", "3"};
     args.insert(args.end(), user.begin(), user.end());
+    const std::string capture = folder / "v3.pcapng";
     for (const std::vector<std::string>& how :
-         {std::vector<std::string>{}, {"--bulk", "7"}, {"--bulk", "auto", "--parallel", "4"}}) {
+         {std::vector<std::string>{},
+          {"--bulk", "7"},
+          {"--bulk", "auto", "--parallel", "4", "--pcapng", capture}}) {
       std::vector<std::string> walk_args = args;
       walk_args.insert(walk_args.end(), how.begin(), how.end());
       const ProcessResult walk = Ours("walk", walk_args);
       EXPECT_EQ(walk.status, 0) << walk.err;
       EXPECT_EQ(walk.out, walked) << user[1] << " " << how.size();
     }
+    // One discovery (no engine ID) for all four requests in flight.
+    const auto engines = Tshark(capture, port_, "-e snmp.msgAuthoritativeEngineID");
+    EXPECT_EQ(std::ranges::count(engines, "<MISSING>"), 1) << user[1];
   }
   // A set as the read-write user, read back.
   const ProcessResult set =
