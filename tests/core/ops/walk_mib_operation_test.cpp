@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -112,16 +113,19 @@ struct InFlight : logs::ITransactionSink {
                    const logs::DatagramEnds&) override {
     const std::uint32_t id = ReadRequestFields({bytes.begin(), bytes.end()}).id;
     std::lock_guard lock(mutex);
-    if (direction == logs::kDirectionSent)
+    if (direction == logs::kDirectionSent) {
+      ++sent;
       outstanding.insert(id);  // a retry is the same request
-    else
+    } else {
       outstanding.erase(id);
+    }
     most = std::max(most, outstanding.size());
   }
   void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
   std::mutex mutex;
   std::set<std::uint32_t> outstanding;
   std::size_t most = 0;
+  std::atomic<std::size_t> sent = 0;
 };
 
 struct Walk {
@@ -414,6 +418,8 @@ TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
       EXPECT_EQ(found, 25U);
     }
     EXPECT_EQ(w.sink.Lines().back(), w.op.FinalStatusLine());
+    // A request sent just before the stop may still be on its way to the agent.
+    ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= w.in_flight.sent; }));
     asked = agent.Received().size();
   }
 }
