@@ -12,6 +12,7 @@
 #include "mib/mib_set.h"
 #include "net/address.h"
 #include "ops/operation_common.h"
+#include "ops/walk_mib_operation.h"
 #include "settings/setting_rules.h"
 #include "snmp/asn_data_type.h"
 #include "snmp/snmp_rules.h"
@@ -58,12 +59,19 @@ constexpr std::array<CommandSpec, 9> kCommands = {{
      "IPAddress, Counter32, Gauge32, UInteger32, Timeticks, Opaque or Counter64 (case is\n"
      "ignored); VALUE is checked against its TYPE before anything is sent; \"\" is an empty\n"
      "Octet String or Opaque."},
-    {"walk", Shape::kHostOptionalOid, kRequestOptions | kOptBulk, "walk HOST [OID] [--bulk N]",
+    {"walk", Shape::kHostOptionalOid, kRequestOptions | kOptBulk | kOptParallel,
+     "walk HOST [OID] [--bulk N|auto] [--parallel N]",
      "Walks the agent's MIB as the walkMIB page does, from OID (default .1.3.6.1) to the end of\n"
      "its view, printing each object as it comes: with GetNext requests, or with GetBulk\n"
-     "requests of N repetitions for --bulk N (-v 2c). The closing line (\"walkMIB complete. No.\n"
-     "of OIDs found: 'N'.\") goes to standard error. Ctrl+C stops the walk: what was found is\n"
-     "printed, then the stopped line, and the exit status is 130."},
+     "requests of N repetitions for --bulk N (-v 2c or 3). --bulk auto finds the count: it\n"
+     "grows while answers come back whole and quickly, halves on tooBig, a time-out or an\n"
+     "answer near the largest datagram, falls back to GetNext for an agent that does not\n"
+     "answer GetBulk, and says on standard error what it settled on (-v 1: GetNext).\n"
+     "--parallel N (1 to 8) keeps up to N requests outstanding, each part of the view walked\n"
+     "by one of them; the objects are still printed in ascending order, with no gap. The\n"
+     "closing line (\"walkMIB complete. No. of OIDs found: 'N'.\") goes to standard error.\n"
+     "Ctrl+C stops the walk: what was found is printed, then the stopped line, and the exit\n"
+     "status is 130."},
     {"trap", Shape::kHostOptionalBindings,
      kCommonOptions | kV3Options | kOptEnterprise | kOptAgentAddress | kOptGeneric | kOptSpecific |
          kOptTrapOid,
@@ -115,7 +123,7 @@ struct OptionSpec {
   std::string_view help;
 };
 
-constexpr std::array<OptionSpec, 30> kOptions = {{
+constexpr std::array<OptionSpec, 31> kOptions = {{
     {'v', "snmp-version", kOptSnmpVersion, "1|2c|3", "SNMP version (default 2c)"},
     {'c', "community", kOptCommunity, "COMMUNITY",
      "community (default \"getcom\", \"setcomm\" for set)"},
@@ -128,7 +136,8 @@ constexpr std::array<OptionSpec, 30> kOptions = {{
     {0, "format", kOptFormat, "text|csv|json", "output format (default text)"},
     {0, "log", kOptLog, "FILE", "write every message to FILE as the window saves its log"},
     {0, "pcapng", kOptPcapng, "FILE", "write every SNMP datagram to FILE as a pcapng capture"},
-    {0, "bulk", kOptBulk, "N", "walk with GetBulk requests of N repetitions"},
+    {0, "bulk", kOptBulk, "N|auto", "walk with GetBulk requests of N repetitions, or find N"},
+    {0, "parallel", kOptParallel, "N", "walk: requests outstanding at once, 1 to 8 (default 1)"},
     {0, "enterprise", kOptEnterprise, "OID", "v1 trap: enterprise (sender OID)"},
     {0, "agent-address", kOptAgentAddress, "IP", "v1 trap: agent address (sender IP)"},
     {0, "generic", kOptGeneric, "NAME|N",
@@ -491,9 +500,19 @@ class CParser {
           error_ = "--pcapng needs a FILE";
         break;
       case kOptBulk:
-        if (!ReadNumber(value, 1, kMaxBulk, n))
-          error_ = "bad --bulk " + Quoted(value) + Range(1, kMaxBulk);
-        line_.bulk = static_cast<int>(n);
+        if (value == "auto")
+          line_.bulk = pages::kBulkAuto;
+        else if (!ReadNumber(value, 1, kMaxBulk, n))
+          error_ =
+              "bad --bulk " + Quoted(value) + " (1 to " + std::to_string(kMaxBulk) + ", or auto)";
+        else
+          line_.bulk = static_cast<int>(n);
+        break;
+      case kOptParallel:
+        if (!ReadNumber(value, app::kMinWalkInFlight, app::kMaxWalkInFlight, n))
+          error_ = "bad --parallel " + Quoted(value) +
+                   Range(app::kMinWalkInFlight, app::kMaxWalkInFlight);
+        line_.parallel = static_cast<int>(n);
         break;
       case kOptEnterprise:
         enterprise_text_ = value;
@@ -642,8 +661,9 @@ class CParser {
       error_ = "-x and -X need -l authPriv";
     if (!error_.empty())
       return;
-    if (line_.bulk && v1)
-      error_ = "--bulk needs -v 2c (GetBulk is a version 2c request)";
+    // Auto walks a version 1 agent with GetNext, as the window does.
+    if (line_.bulk && *line_.bulk != pages::kBulkAuto && v1)
+      error_ = "--bulk needs -v 2c or 3 (GetBulk is a version 2c request)";
     else if (line_.trap_oid && v1)
       error_ = "--trap-oid is for -v 2c traps";
     else if (!v1 &&

@@ -51,6 +51,7 @@ enum OptionBit : unsigned {
   kOptNumeric = 1u << 25,  // -On
   kOptMibDir = 1u << 26,
   kOptCount = 1u << 27,
+  kOptParallel = 1u << 28,
 };
 inline constexpr unsigned kV3Options = kOptUser | kOptLevel | kOptAuthProtocol | kOptAuthPassword |
                                        kOptPrivProtocol | kOptPrivPassword | kOptContext |
@@ -80,7 +81,8 @@ struct CommandLine {
   std::string log_path;     // empty: no transaction log file
   std::string pcapng_path;  // empty: no capture file
 
-  std::optional<int> bulk;                     // walk: GetBulk max-repetitions
+  std::optional<int> bulk;                     // walk: GetBulk max-repetitions, pages::kBulkAuto
+  std::optional<int> parallel;                 // walk: requests in flight
   std::optional<std::wstring> enterprise;      // v1 trap
   std::optional<std::wstring> agent_address;   // v1 trap
   std::optional<std::int32_t> generic_trap;    // v1 trap, 0 to 6

@@ -19,6 +19,7 @@ int RunWalk(CliContext& context) {
   options.udp = context.udp;
   // GetNext unless --bulk: a script walks the same way whatever the Options say.
   options.bulk_repetitions = line.bulk.value_or(0);
+  options.in_flight = line.parallel.value_or(1);
   options.progress = [&context](const pages::ProgressSnapshot& progress) {
     context.progress.Show(pages::WalkProgressLine(progress));
   };

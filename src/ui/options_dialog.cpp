@@ -36,6 +36,7 @@ constexpr int kRequestTimeoutStep = 100;
 constexpr int kRequestTimeoutTextLimit = 5;
 constexpr int kRetriesTextLimit = 1;
 constexpr int kWalkBulkRepetitionsTextLimit = 3;
+constexpr int kWalkInFlightTextLimit = 1;
 constexpr int kMibListRows = 4;
 
 QString ChooseFolder(QWidget* parent) {
@@ -88,6 +89,20 @@ COptionsDialog::COptionsDialog(CSondaraUtilityApp& app, net::CAdapterTable& adap
   walk_bulk_repetitions_ = AddNumberField(
       grid, 3, QStringLiteral("&GetBulk repetitions for walkMIB:"), kWalkBulkRepetitionsTextLimit,
       kMinWalkBulkRepetitions, kMaxWalkBulkRepetitions, 1, net.walk_bulk_repetitions);
+  // Auto leaves the number as it was, for when the user turns it off again.
+  walk_bulk_auto_ = new QCheckBox(QStringLiteral("&Auto"), parameters_group);
+  walk_bulk_auto_->setAccessibleName(QStringLiteral("Automatic GetBulk repetitions"));
+  walk_bulk_auto_->setChecked(net.walk_bulk_auto != 0);
+  grid->addWidget(walk_bulk_auto_, 3, 2);
+  const auto show_auto = [this](bool on) {
+    walk_bulk_repetitions_.edit->setEnabled(!on);
+    walk_bulk_repetitions_.spin->setEnabled(!on);
+  };
+  show_auto(walk_bulk_auto_->isChecked());
+  connect(walk_bulk_auto_, &QCheckBox::toggled, this, show_auto);
+  walk_in_flight_ = AddNumberField(grid, 4, QStringLiteral("Requests in &flight for walkMIB:"),
+                                   kWalkInFlightTextLimit, kMinWalkInFlight, kMaxWalkInFlight, 1,
+                                   net.walk_in_flight);
 
   auto* buttons = new QDialogButtonBox(this);
   QPushButton* ok = buttons->addButton(QStringLiteral("&OK"), QDialogButtonBox::AcceptRole);
@@ -243,9 +258,16 @@ bool COptionsDialog::TakeNumber(const NumberField& field, int& out_value) {
 void COptionsDialog::accept() {
   int request_timeout_ms = 0;
   int retries = 0;
-  int walk_bulk_repetitions = 0;
+  int walk_bulk_repetitions = app_.Network().walk_bulk_repetitions;
+  int walk_in_flight = 1;
+  const bool walk_bulk_auto = walk_bulk_auto_->isChecked();
+  // Under Auto the number is not used: it is kept when valid and not argued about otherwise.
+  if (const std::int64_t typed = walk_bulk_repetitions_.edit->GetValue();
+      walk_bulk_auto && typed >= kMinWalkBulkRepetitions && typed <= kMaxWalkBulkRepetitions)
+    walk_bulk_repetitions = static_cast<int>(typed);
   if (!TakeNumber(request_timeout_, request_timeout_ms) || !TakeNumber(retries_, retries) ||
-      !TakeNumber(walk_bulk_repetitions_, walk_bulk_repetitions)) {
+      (!walk_bulk_auto && !TakeNumber(walk_bulk_repetitions_, walk_bulk_repetitions)) ||
+      !TakeNumber(walk_in_flight_, walk_in_flight)) {
     return;
   }
   const bool use_ipv6 = use_ipv6_->isChecked();
@@ -255,6 +277,8 @@ void COptionsDialog::accept() {
   net.request_timeout_ms = request_timeout_ms;
   net.retries = retries;
   net.walk_bulk_repetitions = walk_bulk_repetitions;
+  net.walk_bulk_auto = walk_bulk_auto ? 1 : 0;
+  net.walk_in_flight = walk_in_flight;
   QStringList folders;
   for (int i = 0; i < mib_folders_->count(); ++i)
     folders << mib_folders_->item(i)->text();

@@ -69,6 +69,8 @@ class COptionsDialog : public QDialog {
   NumberField request_timeout_;
   NumberField retries_;
   NumberField walk_bulk_repetitions_;
+  QCheckBox* walk_bulk_auto_ = nullptr;
+  NumberField walk_in_flight_;
   QListWidget* mib_folders_ = nullptr;
   QListWidget* mib_problems_ = nullptr;
 };

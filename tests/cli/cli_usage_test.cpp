@@ -77,7 +77,9 @@ TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
       {"sweep|10.0.0.1|10.0.0.256", "bad END '10.0.0.256'"},
       {"sweep|10.0.0.x|10.0.0.2", "bad START '10.0.0.x'"},
       {"walk|H|.1.3|.1.4", "unexpected argument '.1.4'"},
-      {"walk|H|--bulk|0", "bad --bulk '0'"},
+      {"walk|H|--bulk|0", "bad --bulk '0' (1 to 65535, or auto)"},
+      {"walk|H|--parallel|9", "bad --parallel '9' (1 to 8)"},
+      {"get|H|O|--parallel|2", "get: option --parallel does not apply"},
       {"trap|H|--trap-oid|1.3.", "bad --trap-oid '1.3.'"},
       {"trap|H|-v|1|--trap-oid|.1.3", "for -v 2c traps"},
       {"trap|H|-v|1|--enterprise|1.x", "bad --enterprise '1.x'"},
@@ -320,7 +322,9 @@ TEST(CliUsage, HelpDescribesEveryCommand) {
   for (const char* synopsis : {"get HOST OID...", "getnext HOST OID...", "set HOST OID TYPE VALUE",
                                "walk HOST [OID]", "trap HOST", "ping HOST", "sweep START END"})
     EXPECT_NE(help.out.find(synopsis), std::string::npos) << synopsis;
-  EXPECT_EQ(walk.out.rfind("Usage: sondara-cli walk HOST [OID] [--bulk N]", 0), 0U) << walk.out;
+  EXPECT_EQ(walk.out.rfind("Usage: sondara-cli walk HOST [OID] [--bulk N|auto] [--parallel N]", 0),
+            0U)
+      << walk.out;
   EXPECT_EQ(walk.out.find("--trap-oid"), std::string::npos);
 }
 

@@ -423,19 +423,31 @@ class OptionsDialogTest : public QObject {
   // nothing. OK then stores every field and the adapter; Cancel stores nothing.
   void OkChecksRangesThenStoresEverythingCancelNothing() {
     const QString captions[] = {
-        "&Request Timeout (milliseconds):", "R&etries:", "&GetBulk repetitions for walkMIB:"};
+        "&Request Timeout (milliseconds):", "R&etries:", "&GetBulk repetitions for walkMIB:",
+        "Requests in &flight for walkMIB:"};
     const QString request_range = "Please enter an integer between 100 and 30000.";
-    const QList<int> defaults{0, 3, 1000, 3, 0};
+    const QList<int> defaults{0, 3, 1000, 3, 0, 0, 1};
     const struct {
-      QStringList typed;  // request, retries, GetBulk repetitions; +n: n spin clicks
+      QStringList typed;  // request, retries, GetBulk repetitions, in flight; +n: n spin clicks
       QString button, warning;
-      QList<int> stored;  // use IPv6, connect time-out (kept, not shown), the three fields
+      // use IPv6, connect time-out (kept, not shown), request, retries, GetBulk, Auto, in flight
+      QList<int> stored;
+      bool tick_auto = false;
+      int focus = 0;  // the field a warning focuses
     } cases[] = {
-        {{"99", "3", "0"}, "&OK", request_range, defaults},
-        {{"30001", "3", "0"}, "&OK", request_range, defaults},
-        {{"100", "+8", "999"}, "&OK", "", {1, 3, 100, 10, 999}},  // the spin stops
-        {{"30000", "0", ""}, "&OK", "", {1, 3, 30000, 0, 0}},     // empty reads as 0
-        {{"2500", "+8", "50"}, "Cance&l", "", defaults},
+        {{"99", "3", "0", "1"}, "&OK", request_range, defaults},
+        {{"30001", "3", "0", "1"}, "&OK", request_range, defaults},
+        {{"100", "+8", "999", "+9"}, "&OK", "", {1, 3, 100, 10, 999, 0, 8}},  // the spins stop
+        {{"30000", "0", "", "2"}, "&OK", "", {1, 3, 30000, 0, 0, 0, 2}},      // empty reads as 0
+        {{"2500", "+8", "50", "1"}, "Cance&l", "", defaults},
+        // Auto disables the number and keeps it as it was; the in-flight range is checked.
+        {{"1000", "3", "40", "4"}, "&OK", "", {1, 3, 1000, 3, 0, 1, 4}, true},
+        {{"1000", "3", "40", "9"},
+         "&OK",
+         "Please enter an integer between 1 and 8.",
+         defaults,
+         true,
+         3},
     };
     for (const auto& c : cases) {
       sondara_test::TempFolder dir;
@@ -448,17 +460,21 @@ class OptionsDialogTest : public QObject {
       d.show();
       QVERIFY(QTest::qWaitForWindowActive(&d));
       // Near the box: a check box stretched across the dialog takes clicks only by its text.
-      auto* box = d.findChild<QCheckBox*>();
-      QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
+      for (QCheckBox* box : d.findChildren<QCheckBox*>()) {
+        if (box->text() == "&Use IPv6" || (c.tick_auto && box->text() == "&Auto"))
+          QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
+      }
       d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
-      QLineEdit* fields[3] = {};  // by their captions, as Alt+letter reaches them
+      QLineEdit* fields[4] = {};  // by their captions, as Alt+letter reaches them
       for (QLabel* label : d.findChildren<QLabel*>()) {
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < 4; ++i) {
           if (label->text() == captions[i])
             fields[i] = qobject_cast<QLineEdit*>(label->buddy());
         }
       }
-      for (int i = 0; i < 3; ++i) {
+      for (int i = 0; i < 4; ++i) {
+        if (!fields[i]->isEnabled())  // the GetBulk number under Auto
+          continue;
         for (auto* spin : d.findChildren<tvkutil::SpinButtons*>()) {
           for (int k = 0; spin->Buddy() == fields[i] && k < c.typed[i].toInt(); ++k)
             QTest::mouseClick(spin->UpButton(), Qt::LeftButton);  // "+n" reads as n
@@ -477,10 +493,10 @@ class OptionsDialogTest : public QObject {
       QCOMPARE(warnings, c.warning.isEmpty() ? QStringList() : QStringList{c.warning});
       QCOMPARE(d.isVisible(), !c.warning.isEmpty());
       if (!c.warning.isEmpty())
-        QCOMPARE(QApplication::focusWidget(), fields[0]);
+        QCOMPARE(QApplication::focusWidget(), fields[c.focus]);
       const app::NetworkSettings& n = sondara.Network();
       QCOMPARE((QList<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
-                           n.walk_bulk_repetitions}),
+                           n.walk_bulk_repetitions, n.walk_bulk_auto, n.walk_in_flight}),
                c.stored);
       const bool stored = c.stored != defaults;
       QCOMPARE(n.adapter_name, std::wstring(stored ? L"wlan0[fe80::2%3]" : L""));

@@ -2,6 +2,7 @@
 // requester, and the reason texts of the exchange's own failures.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -58,6 +59,8 @@ struct [[nodiscard]] ExchangeResult {
   // A line worth keeping in the event log although the request succeeded (how AES keys were
   // stretched when the agent took the second way).
   std::wstring note;
+  // The size of the datagram that answered, for a walk that sizes its GetBulk requests.
+  std::size_t answer_bytes = 0;
 
   bool Ok() const { return failure == ExchangeFailure::kNone; }
   // kNone, kCheck or kAgentError by what the answer's check found.

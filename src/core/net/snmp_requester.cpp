@@ -86,10 +86,12 @@ ExchangeResult CSnmpRequester::Request(snmp::CSNMPMessage& request, snmp::CSNMPM
   if (request.Version() == snmp::kSnmpVersion3)
     return RequestV3(request, response, stop);
   snmp::ResponseCheck check;
+  std::size_t answer_bytes = 0;
   const AnswerTest answers = [&](std::span<const std::uint8_t> reply) {
     // The checks stop at the request id, before any binding is read, so `response` takes the
     // next datagram as it took the first.
     check = snmp::ValidateResponse(reply, response, request);
+    answer_bytes = reply.size();
     return check.failure != snmp::CheckFailure::kRequestIdMismatch;
   };
   try {
@@ -101,7 +103,9 @@ ExchangeResult CSnmpRequester::Request(snmp::CSNMPMessage& request, snmp::CSNMPM
   } catch (SNMPINTERNALERROR code) {
     return ExchangeResult::Thrown(code);
   }
-  return ExchangeResult::Checked(check);
+  ExchangeResult result = ExchangeResult::Checked(check);
+  result.answer_bytes = answer_bytes;
+  return result;
 }
 
 ExchangeResult CSnmpRequester::SendOnce(snmp::CSNMPMessage& message) {
@@ -336,6 +340,7 @@ ExchangeResult CSnmpRequester::ExchangeV3(snmp::CSNMPMessage& request, snmp::CSN
     if (check.failure == snmp::CheckFailure::kRequestIdMismatch)
       return false;
     outcome = ExchangeResult::Checked(check);
+    outcome.answer_bytes = reply.size();
     // A signed answer carries the agent's clock: keep ours moving with it (RFC 3414 3.2.7 b).
     if (authenticates && (in.header.boots > engine_.boots ||
                           (in.header.boots == engine_.boots && in.header.time > EngineTime())))

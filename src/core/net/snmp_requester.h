@@ -55,6 +55,22 @@ class CSnmpRequester {
   // the first request discovers them). Setting another user forgets the keys.
   void SetSecurity(const snmp::usm::UserSecurity& user);
 
+  // What SNMPv3 requests learnt of the agent: its engine, clock and the keys localised to it.
+  struct Engine {
+    bool known = false;
+    snmp::usm::Bytes id;
+    std::uint32_t boots = 0;
+    std::uint32_t time = 0;
+    std::chrono::steady_clock::time_point learnt;
+    snmp::usm::Bytes auth_key;  // localised
+    snmp::usm::Bytes priv_key;  // localised and stretched
+    bool reeder = false;        // the automatic choice fell back to the Reeder extension
+  };
+  // For a second requester of the same user to the same agent (a walk with several requests
+  // in flight): it takes what the first learnt instead of discovering the engine again.
+  const Engine& LearntEngine() const { return engine_; }
+  void AdoptEngine(const Engine& engine) { engine_ = engine; }
+
   // The socket is open: requests will be sent.
   bool IsOpen() const { return session_.has_value(); }
   // See CUdpSession::SetQuickAnswerWait: for operations that make many requests in a row.
@@ -99,16 +115,6 @@ class CSnmpRequester {
   snmp::usm::KeyExtension Extension() const;
 
   snmp::usm::UserSecurity security_;
-  struct Engine {
-    bool known = false;
-    snmp::usm::Bytes id;
-    std::uint32_t boots = 0;
-    std::uint32_t time = 0;
-    std::chrono::steady_clock::time_point learnt;
-    snmp::usm::Bytes auth_key;  // localised
-    snmp::usm::Bytes priv_key;  // localised and stretched
-    bool reeder = false;        // the automatic choice fell back to the Reeder extension
-  };
   Engine engine_;
   snmp::usm::Bytes auth_master_key_;  // the password's key, made once (a megabyte hashed)
   std::int32_t next_msg_id_ = 0;

@@ -1,8 +1,17 @@
 #include "ops/walk_mib_operation.h"
 
+#include <algorithm>
 #include <chrono>
+#include <climits>
+#include <condition_variable>
+#include <list>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <span>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -45,12 +54,6 @@ int StatusLineId(WalkStatus status) {
 
 // How one reply ends the walk, or lets it go on.
 enum class Judgement { kGoOn, kFailed, kEnd };
-
-// An OID that is not past the one before it would make the walk ask the same question again
-// and again: the walk must only ever move forward.
-bool Follows(const snmp::COid& next, const snmp::COid& previous) {
-  return previous.Arcs() < next.Arcs();
-}
 
 }  // namespace
 
@@ -141,126 +144,472 @@ void CWalkMIBOperation::EndWalk() {
     AddToHistory(form_.communities, job_.community);
 }
 
+namespace {
+
+using Arcs = std::vector<std::uint32_t>;
+
+std::span<const std::uint32_t> ArcsOf(const snmp::COid& oid) {
+  return {oid.Arcs().data(), oid.Arcs().size()};
+}
+
+bool Less(std::span<const std::uint32_t> a, std::span<const std::uint32_t> b) {
+  return std::ranges::lexicographical_compare(a, b);
+}
+
+// Where a range walked up to `at` may be cut, so that another request walks on from there: the
+// next sibling of one of `at`'s ancestors, the shallowest that still lies before `last` (no
+// `last`: the range runs to the end of the view). The shallowest takes the most of what is
+// left; the deeper ones stay for later cuts. Nothing when there is none.
+std::optional<Arcs> CutPoint(std::span<const std::uint32_t> at, const std::optional<Arcs>& last) {
+  // Two arcs at least, and a second arc below 40 under 0 and 1: an OID that can be sent.
+  for (std::size_t len = 2; len < at.size(); ++len) {
+    if (at[len - 1] == UINT32_MAX || (len == 2 && at[0] < 2 && at[1] >= 39))
+      continue;
+    Arcs cut(at.begin(), at.begin() + static_cast<std::ptrdiff_t>(len));
+    ++cut.back();
+    if (!last || Less(cut, *last))
+      return cut;
+  }
+  return std::nullopt;
+}
+
+std::wstring ArcsText(const Arcs& arcs) {
+  return snmp::COid(std::span<const std::uint32_t>(arcs)).Text();
+}
+
+// "host:port", an IPv6 address in brackets.
+std::wstring AgentText(const std::wstring& host, std::uint16_t port) {
+  const bool v6 = host.find(L':') != std::wstring::npos;
+  return (v6 ? L"[" + host + L"]" : host) + L":" + std::to_wstring(port);
+}
+
+// What Auto learnt of each agent while the program runs: the repetitions it settled on (0 for
+// an agent that answers GetNext only) and the smallest count that failed. The next walk of
+// that agent starts there.
+struct LearntBulk {
+  int repetitions = 0;
+  int ceiling = INT_MAX;
+};
+std::mutex learnt_mutex;
+std::map<std::wstring, LearntBulk>& Learnt() {
+  static std::map<std::wstring, LearntBulk> learnt;
+  return learnt;
+}
+
+// Auto starts moderate, and grows no further than this: a large answer costs an agent as
+// much work as many small ones, and some agents break long before the datagram is full.
+constexpr int kAutoFirstRepetitions = 10;
+constexpr int kAutoMostRepetitions = 250;
+// An answer this close to the largest UDP datagram over IPv4 (65,507 bytes) leaves no room to
+// grow, and halves the next count before the agent has to answer tooBig.
+constexpr std::size_t kNearLargestDatagram = 56 * 1024;
+
+}  // namespace
+
+// One part of the view, walked by one request at a time.
+struct CWalkMIBOperation::WalkPart {
+  struct Held {  // bindings [first, first + count) of a reply, found behind an earlier range
+    std::unique_ptr<snmp::CSNMPMessage> reply;
+    int first = 1;
+    int count = 0;
+  };
+  Arcs from;                 // the walk goes on after this OID
+  std::wstring from_text;    // the same as text, for the request and the failure lines
+  std::optional<Arcs> last;  // the range ends with this OID; none: at the end of the view
+  bool busy = false;         // a request walks it
+  bool done = false;
+  std::vector<Held> held;
+};
+
+// One walk, shared by the requests in flight. The view is split into ranges, each walked by one
+// request at a time: the first from the start OID; later ones cut off the end of a range being
+// walked (CutPoint) when a request is free. Each range ends at the first object past its last
+// OID, at the end of the view, or at a failure. Objects are handed out in the order of the
+// ranges: those of a range behind one still walking are held until it ends, so the results
+// come in ascending order with no gap, and after a failure or stop nothing past the first range
+// not ended is handed out. Everything here is guarded by `mutex`.
+struct CWalkMIBOperation::WalkRun {
+  using Range = WalkPart;
+  std::mutex mutex;
+  std::condition_variable ready;
+  std::list<Range> ranges;
+  bool over = false;  // failed or stopped: no request starts any more
+  WalkStatus status = WalkStatus::kComplete;
+  WalkFailure failure = WalkFailure::kOther;
+  int found = 0;
+  // GetBulk or GetNext, and how many repetitions, for every request in flight.
+  bool bulk = false;
+  bool auto_bulk = false;
+  bool bulk_answered = false;  // an answer to a GetBulk came: silence then is no refusal
+  bool auto_answered = false;  // Auto has something to say at the end
+  int repetitions = 0;
+  // The smallest count that failed (tooBig, a time-out, an answer near the largest datagram, an
+  // answer cut short): Auto grows only while twice the count stays below it, so it settles
+  // instead of running into the same wall again and again.
+  int ceiling = INT_MAX;
+  // Lowers the count to half of what failed; false when nothing is left to halve.
+  bool Halve(int failed) {
+    ceiling = std::min(ceiling, failed);
+    if (failed <= 1)
+      return false;
+    repetitions = std::min(repetitions, failed / 2);
+    return true;
+  }
+  // Version 3: the engine the first request discovered, for the others.
+  std::optional<net::CSnmpRequester::Engine> engine;
+  // Ends the waits of every request at a stop from outside or a failure of one of them.
+  std::stop_source halt;
+
+  void Fail() {
+    status = WalkStatus::kFailed;
+    over = true;
+    halt.request_stop();
+  }
+};
+
+bool CWalkMIBOperation::Emit(WalkRun& run, const WalkJob& job, const snmp::CVarBind& bind,
+                             std::stop_token stop) {
+  COidInfo info;
+  info.oid = bind.Name()->Text();
+  (void)bind.ValueText(info.value, info.type);  // Null and the exceptions show empty
+  if (job.options.names) {
+    info.name = tvkutil::FromUtf8Lenient(mib::CMibSet::Builtin().NameOf(ArcsOf(*bind.Name())));
+  }
+  if (job.found)
+    job.found(info, bind);  // printed as it comes: keeping it too would grow without end
+  else
+    results_.Append(std::move(info));
+  progress_.AddDone();
+  if (job.options.progress)
+    job.options.progress(progress_.Snapshot());
+  if (++run.found % 10 == 0 && stop.stop_requested()) {
+    run.status = WalkStatus::kStopped;
+    run.over = true;
+    return false;
+  }
+  return true;
+}
+
+void CWalkMIBOperation::Flush(WalkRun& run, const WalkJob& job, std::stop_token stop) {
+  while (!run.ranges.empty() && !run.over) {
+    WalkRun::Range& head = run.ranges.front();
+    for (const WalkPart::Held& held : head.held) {
+      for (int i = held.first; i < held.first + held.count; ++i) {
+        if (!Emit(run, job, *held.reply->GetVarBind(i), stop))
+          return;
+      }
+    }
+    head.held.clear();
+    if (!head.done || head.busy)
+      return;
+    run.ranges.pop_front();
+  }
+}
+
+void CWalkMIBOperation::WalkRanges(WalkRun& run, const WalkJob& job, std::stop_token stop) {
+  const bool v3 = job.version == snmp::kSnmpVersion3;
+  std::optional<net::CSnmpRequester> requester;
+  auto request = std::make_unique<snmp::CSNMPMessage>(snmp::kPduResponse);
+  auto reply = std::make_unique<snmp::CSNMPMessage>(snmp::kPduResponse);
+
+  // The next range to walk: one nobody walks yet, or a cut off the end of one being walked.
+  // Version 3 waits for the first request's discovery, which every other one then uses.
+  const auto take = [&]() -> WalkRun::Range* {
+    if (v3 && !requester && !run.engine) {
+      const bool someone_walks =
+          std::ranges::any_of(run.ranges, [](const auto& r) { return r.busy; });
+      if (someone_walks)
+        return nullptr;
+    }
+    for (WalkRun::Range& r : run.ranges) {
+      if (!r.busy && !r.done) {
+        r.busy = true;
+        return &r;
+      }
+    }
+    auto best = run.ranges.end();
+    std::optional<Arcs> best_cut;
+    for (auto it = run.ranges.begin(); it != run.ranges.end(); ++it) {
+      if (it->done)
+        continue;
+      std::optional<Arcs> cut = CutPoint(it->from, it->last);
+      if (cut && (!best_cut || cut->size() < best_cut->size())) {
+        best = it;
+        best_cut = std::move(cut);
+      }
+    }
+    if (!best_cut)
+      return nullptr;
+    WalkRun::Range piece;
+    piece.from = *best_cut;
+    piece.from_text = ArcsText(piece.from);
+    piece.last = best->last;
+    piece.busy = true;
+    best->last = std::move(best_cut);
+    return &*run.ranges.insert(std::next(best), std::move(piece));
+  };
+
+  for (;;) {
+    WalkRun::Range* range = nullptr;
+    {
+      std::unique_lock lock(run.mutex);
+      // Bounded waits: a stop from outside wakes nobody.
+      while (!run.over && !run.ranges.empty() && (range = take()) == nullptr) {
+        if (stop.stop_requested()) {
+          run.status = WalkStatus::kStopped;
+          run.over = true;
+          break;
+        }
+        run.ready.wait_for(lock, tvkutil::kStopPollSlice);
+      }
+      if (range == nullptr)
+        return;
+      if (!requester) {
+        requester.emplace(job.host, job.port, job.options.udp, L"walkMIB", transactions_, nullptr);
+        // Spinning for answers pays for one request at a time against a near agent; with
+        // several the threads would take the processor from each other and from the agent.
+        requester->SetQuickAnswerWait(job.options.in_flight <= 1);
+        requester->SetSecurity(job.security);
+        if (run.engine)
+          requester->AdoptEngine(*run.engine);
+      }
+    }
+    // The message is built anew for every range: its version and community come first.
+    request =
+        std::make_unique<snmp::CSNMPMessage>(job.version, job.community, snmp::kPduGetNextRequest);
+    request->AddNullVarBind(range->from_text);
+    WalkRange(run, job, stop, *range, *requester, request, reply);
+    std::lock_guard lock(run.mutex);
+    range->busy = false;
+    if (!run.over)
+      Flush(run, job, stop);
+    run.ready.notify_all();
+  }
+}
+
+void CWalkMIBOperation::WalkRange(WalkRun& run, const WalkJob& job, std::stop_token stop,
+                                  WalkPart& range, net::CSnmpRequester& requester,
+                                  std::unique_ptr<snmp::CSNMPMessage>& request,
+                                  std::unique_ptr<snmp::CSNMPMessage>& reply) {
+  const bool v2c = job.version != snmp::kSnmpVersion1;
+  const bool v3 = job.version == snmp::kSnmpVersion3;
+  const auto timeout = std::chrono::milliseconds(job.options.udp.request_timeout_ms);
+  for (;;) {
+    bool bulk = false;
+    int repetitions = 0;
+    {
+      std::lock_guard lock(run.mutex);
+      if (run.over)
+        return;
+      bulk = run.bulk;
+      repetitions = run.repetitions;
+      request->SetRequestId(request_ids_.Next(job.host, std::to_wstring(job.version), job.port,
+                                              kRequestIdOperation, job.community));
+    }
+    request->SetPduType(bulk ? snmp::kPduGetBulkRequest : snmp::kPduGetNextRequest);
+    request->SetNonRepeaters(0);
+    request->SetMaxRepetitions(bulk ? repetitions : 0);
+    const auto asked = std::chrono::steady_clock::now();
+    const net::ExchangeResult result = requester.Request(*request, *reply, run.halt.get_token());
+    const auto took = std::chrono::steady_clock::now() - asked;
+
+    std::unique_lock lock(run.mutex);
+    if (!result.note.empty())
+      events_.AddEventLine(result.note);
+    if (run.over)
+      return;
+    if (result.failure == net::ExchangeFailure::kStopped) {
+      run.status = WalkStatus::kStopped;
+      run.over = true;
+      return;
+    }
+    if (v3 && !run.engine && requester.LearntEngine().known)
+      run.engine = requester.LearntEngine();
+    const bool too_big = result.check == snmp::ResponseCheck::AgentError(kTooBig);
+    // An answer that would not fit: ask again for half as many.
+    if (bulk && too_big && run.Halve(repetitions))
+      continue;
+    if (bulk && run.auto_bulk && !result.Ok()) {
+      const bool silent = result.failure == net::ExchangeFailure::kTimeout;
+      const bool refused = result.failure == net::ExchangeFailure::kAgentError &&
+                           result.check != snmp::ResponseCheck::AgentError(kNoSuchName);
+      if ((silent || refused) && !run.bulk_answered) {
+        run.bulk = false;  // an agent that never answers GetBulk: GetNext it is
+        run.auto_answered = true;
+        continue;
+      }
+      if (silent && run.Halve(repetitions))  // the agent took too long over that many
+        continue;
+    }
+
+    Judgement judgement = Judgement::kGoOn;
+    net::ExchangeResult judged = result;
+    if (judged.Ok() && reply->VarBinds().Count() == 0) {  // nothing to walk on from
+      judged =
+          net::ExchangeResult::Checked(snmp::ResponseCheck::Failed(snmp::CheckFailure::kWrongForm));
+    }
+    if (!v2c && judged.check == snmp::ResponseCheck::AgentError(kNoSuchName)) {
+      judgement = Judgement::kEnd;  // how a v1 agent says there is nothing after the last object
+    } else if (!judged.Ok()) {
+      events_.AddEventLine(RequestResultLine(judged, range.from_text, *request, *reply, job.host,
+                                             job.options.udp.use_ipv6));
+      run.failure = judged.failure == net::ExchangeFailure::kAgentError ||
+                            judged.failure == net::ExchangeFailure::kReport
+                        ? WalkFailure::kAgentError
+                    : judged.failure == net::ExchangeFailure::kTimeout ? WalkFailure::kNoAnswer
+                                                                       : WalkFailure::kOther;
+      judgement = Judgement::kFailed;
+    }
+    if (judgement == Judgement::kFailed) {
+      run.Fail();
+      return;
+    }
+    if (judgement == Judgement::kEnd) {
+      range.done = true;
+      return;
+    }
+    if (bulk)
+      run.bulk_answered = true;
+    if (run.auto_bulk)
+      run.auto_answered = true;
+
+    // The bindings that belong to this range, checked to move forward.
+    const snmp::CVarBindList& binds = reply->VarBinds();
+    int taken = 0;
+    for (int i = 1; i <= binds.Count(); ++i) {
+      const snmp::CVarBind& bind = *binds.Get(i);
+      if (v2c && bind.Value()->Tag() == snmp::kTagEndOfMibView) {
+        range.done = true;
+        break;
+      }
+      const std::span<const std::uint32_t> name = ArcsOf(*bind.Name());
+      const std::span<const std::uint32_t> previous =
+          i == 1 ? std::span<const std::uint32_t>(range.from) : ArcsOf(*binds.Get(i - 1)->Name());
+      if (!Less(previous, name)) {
+        Log(ids::kWalkOidNotIncreasing, i == 1 ? range.from_text : binds.Get(i - 1)->Name()->Text(),
+            bind.Name()->Text());
+        // What came before it in this answer was fine: hand it out with the rest.
+        range.done = true;
+        run.status = WalkStatus::kFailed;
+        break;
+      }
+      if (range.last && Less(*range.last, name)) {  // the next range's
+        range.done = true;
+        break;
+      }
+      ++taken;
+      if (range.last && !Less(name, *range.last)) {
+        range.done = true;
+        break;
+      }
+    }
+
+    if (run.auto_bulk && bulk) {
+      const bool cut_short = binds.Count() < repetitions && !range.done;
+      if (result.answer_bytes > kNearLargestDatagram) {
+        (void)run.Halve(repetitions);
+      } else if (cut_short && binds.Count() > 0) {
+        // The agent sent fewer than asked for without saying why: that is its limit.
+        run.ceiling = std::min(run.ceiling, binds.Count() + 1);
+        run.repetitions = std::min(run.repetitions, binds.Count());
+      } else if (!cut_short && took < timeout / 4 && repetitions * 2 < run.ceiling &&
+                 result.answer_bytes * 2 < kNearLargestDatagram && run.repetitions == repetitions) {
+        run.repetitions = std::min(repetitions * 2, kAutoMostRepetitions);
+      }
+    }
+
+    const bool head = &run.ranges.front() == &range;
+    bool failed = run.status == WalkStatus::kFailed;
+    if (taken > 0) {
+      const snmp::CVarBind& last = *binds.Get(taken);
+      range.from.assign(last.Name()->Arcs().begin(), last.Name()->Arcs().end());
+      range.from_text = last.Name()->Text();
+    }
+    if (head) {
+      for (int i = 1; i <= taken; ++i) {
+        if (!Emit(run, job, *binds.Get(i), stop))
+          return;
+      }
+    } else if (taken > 0) {
+      range.held.push_back({std::move(reply), 1, taken});
+      reply = std::make_unique<snmp::CSNMPMessage>(snmp::kPduResponse);
+    }
+    if (failed) {
+      run.Fail();
+      return;
+    }
+    run.ready.notify_all();  // the range moved on: there may be a cut to take now
+    if (range.done)
+      return;
+    lock.unlock();
+    if (head) {
+      // The reply becomes the next request and the request the holder of the next reply, so
+      // the name just found is never copied or parsed again.
+      reply->VarBinds().KeepOnlyNameOf(taken);
+      std::swap(request, reply);
+      reply->SetPduType(snmp::kPduResponse);
+    } else {
+      request->VarBinds().RemoveAll();
+      request->AddNullVarBind(range.from_text);
+    }
+  }
+}
+
 void CWalkMIBOperation::Walk(const WalkJob& job, std::stop_token stop) {
   results_.Clear();
   progress_.Start(0);
+  WalkRun run;
   // Version 3 carries version 2c's PDUs: endOfMibView and GetBulk alike.
   const bool v2c = job.version != snmp::kSnmpVersion1;
-  const bool bulk = job.options.bulk_repetitions > 0 && v2c;
-  const std::uint32_t request_type = bulk ? snmp::kPduGetBulkRequest : snmp::kPduGetNextRequest;
-  // The reply becomes the next request and the request the holder of the next reply, so the
-  // name just found is never copied or parsed again.
-  auto request = std::make_unique<snmp::CSNMPMessage>(job.version, job.community, request_type);
-  auto reply = std::make_unique<snmp::CSNMPMessage>(snmp::kPduResponse);
-  request->AddNullVarBind(job.start_oid);
-  std::wstring current_oid = request->GetVarBind(1)->Name()->Text();
-  int repetitions = job.options.bulk_repetitions;
-  int found = 0;
-  WalkStatus status = WalkStatus::kComplete;
-  WalkFailure failure = WalkFailure::kOther;  // what a failure is unless known better
+  const std::wstring agent = AgentText(job.host, job.port);
+  run.auto_bulk = v2c && job.options.bulk_repetitions == kBulkAuto;
+  if (run.auto_bulk) {
+    std::lock_guard lock(learnt_mutex);
+    const auto it = Learnt().find(agent);
+    run.repetitions = it != Learnt().end() ? it->second.repetitions : kAutoFirstRepetitions;
+    run.ceiling = it != Learnt().end() ? it->second.ceiling : INT_MAX;
+    run.bulk = run.repetitions > 0;
+    run.bulk_answered = it != Learnt().end();
+  } else if (v2c && job.options.bulk_repetitions > 0) {
+    run.bulk = true;
+    run.repetitions = job.options.bulk_repetitions;
+  }
+  WalkRun::Range whole;
+  const snmp::COid start(job.start_oid);
+  whole.from.assign(start.Arcs().begin(), start.Arcs().end());
+  whole.from_text = job.start_oid;
+  run.ranges.push_back(std::move(whole));
 
-  // Appends one returned binding; false when the walk ends there (see status).
-  const auto take = [&](const snmp::CVarBind& bind, const snmp::COid& previous) {
-    if (!Follows(*bind.Name(), previous)) {
-      Log(ids::kWalkOidNotIncreasing, current_oid, bind.Name()->Text());
-      status = WalkStatus::kFailed;
-      return false;
+  const int in_flight = std::clamp(job.options.in_flight, 1, app::kMaxWalkInFlight);
+  {
+    const std::stop_callback halt_on_stop(stop, [&run] { run.halt.request_stop(); });
+    std::vector<std::jthread> others;
+    try {
+      for (int i = 1; i < in_flight; ++i)
+        others.emplace_back([&](std::stop_token) { WalkRanges(run, job, stop); });
+    } catch (const std::system_error&) {
+      // No more threads to be had: the walk goes on with fewer requests in flight.
     }
-    COidInfo info;
-    info.oid = bind.Name()->Text();
-    (void)bind.ValueText(info.value, info.type);  // Null and the exceptions show empty
-    if (job.options.names) {
-      const auto& arcs = bind.Name()->Arcs();
-      info.name = tvkutil::FromUtf8Lenient(
-          mib::CMibSet::Builtin().NameOf(std::span<const std::uint32_t>(arcs.data(), arcs.size())));
+    WalkRanges(run, job, stop);
+  }  // every request has ended
+
+  const int found = run.found;
+  if (run.auto_answered) {
+    const int settled = run.bulk ? run.repetitions : 0;
+    {
+      std::lock_guard lock(learnt_mutex);
+      Learnt()[agent] = {settled, run.ceiling};
     }
-    current_oid = info.oid;
-    if (job.found)
-      job.found(info, bind);  // printed as it comes: keeping it too would grow without end
+    if (settled > 0)
+      Log(ids::kWalkBulkSettled, settled, agent);
     else
-      results_.Append(std::move(info));
-    progress_.AddDone();
-    if (job.options.progress)
-      job.options.progress(progress_.Snapshot());
-    if (++found % 10 == 0 && stop.stop_requested()) {
-      status = WalkStatus::kStopped;
-      return false;
-    }
-    return true;
-  };
-
-  // Go on, end or failure, by the rules of the version; a failure writes its line.
-  const auto judge = [&](net::ExchangeResult result) {
-    if (v2c && result.Ok() && reply->VarBinds().Count() == 0) {  // nothing to walk on from
-      result =
-          net::ExchangeResult::Checked(snmp::ResponseCheck::Failed(snmp::CheckFailure::kWrongForm));
-    }
-    // How a v1 agent says there is nothing after the last object.
-    if (!v2c && result.check == snmp::ResponseCheck::AgentError(kNoSuchName))
-      return Judgement::kEnd;
-    if (result.Ok())
-      return Judgement::kGoOn;
-    events_.AddEventLine(RequestResultLine(result, current_oid, *request, *reply, job.host,
-                                           job.options.udp.use_ipv6));
-    failure = result.failure == net::ExchangeFailure::kAgentError ||
-                      result.failure == net::ExchangeFailure::kReport
-                  ? WalkFailure::kAgentError
-              : result.failure == net::ExchangeFailure::kTimeout ? WalkFailure::kNoAnswer
-                                                                 : WalkFailure::kOther;
-    return Judgement::kFailed;
-  };
-
-  net::CSnmpRequester requester(job.host, job.port, job.options.udp, L"walkMIB", transactions_,
-                                nullptr);
-  requester.SetQuickAnswerWait(true);
-  requester.SetSecurity(job.security);
-  [&] {
-    for (;;) {
-      request->SetRequestId(request_ids_.Next(job.host, std::to_wstring(job.version), job.port,
-                                              kRequestIdOperation, job.community));
-      if (bulk) {
-        request->SetNonRepeaters(0);
-        request->SetMaxRepetitions(repetitions);
-      }
-      const net::ExchangeResult result = requester.Request(*request, *reply, stop);
-      if (!result.note.empty())
-        events_.AddEventLine(result.note);
-      if (result.failure == net::ExchangeFailure::kStopped) {
-        status = WalkStatus::kStopped;
-        return;
-      }
-      // An answer that would not fit: ask again for half as many.
-      if (bulk && result.check == snmp::ResponseCheck::AgentError(kTooBig) && repetitions > 1) {
-        repetitions /= 2;
-        continue;
-      }
-      const Judgement judgement = judge(result);
-      if (judgement != Judgement::kGoOn) {
-        status = judgement == Judgement::kEnd ? WalkStatus::kComplete : WalkStatus::kFailed;
-        return;
-      }
-      const snmp::CVarBindList& binds = reply->VarBinds();
-      for (int i = 1; i <= binds.Count(); ++i) {
-        const snmp::CVarBind& bind = *binds.Get(i);
-        if (v2c && bind.Value()->Tag() == snmp::kTagEndOfMibView)
-          return;  // complete
-        const snmp::COid& previous =
-            i == 1 ? *request->GetVarBind(1)->Name() : *binds.Get(i - 1)->Name();
-        if (!take(bind, previous))
-          return;
-      }
-      reply->VarBinds().KeepOnlyNameOf(binds.Count());
-      std::swap(request, reply);
-      request->SetPduType(request_type);
-      reply->SetPduType(snmp::kPduResponse);
-    }
-  }();
-
+      Log(ids::kWalkBulkNotAnswered, agent);
+  }
   progress_.Finish();
-  failure_.store(status == WalkStatus::kFailed ? failure : WalkFailure::kNone,
+  failure_.store(run.status == WalkStatus::kFailed ? run.failure : WalkFailure::kNone,
                  std::memory_order_release);
-  final_status_.store(status, std::memory_order_release);
-  Log(StatusLineId(status), found);
+  final_status_.store(run.status, std::memory_order_release);
+  Log(StatusLineId(run.status), found);
 }
 
 std::wstring CWalkMIBOperation::FinalStatusLine() const {

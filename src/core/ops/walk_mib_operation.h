@@ -1,13 +1,15 @@
 // The walkMIB page without its window: the page's values and their checks, the walk on its own
-// worker thread (GetNext, or GetBulk for v2c when the Options ask for it), the objects found
-// under their lock, the closing status lines, the results file, "&Get SysObjectID" and the
-// community history. The page copies its controls into WalkMibForm, starts and stops the walk,
-// and polls the results and the finished flag on its timer.
+// worker thread (GetNext, or GetBulk of a set or an automatic count when the Options ask for
+// it, with one request or several in flight), the objects found under their lock, the closing
+// status lines, the results file, "&Get SysObjectID" and the community history. The page
+// copies its controls into WalkMibForm, starts and stops the walk, and polls the results and
+// the finished flag on its timer.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -26,6 +28,13 @@
 #include "snmp/var_bind.h"
 #include "util/polled_list.h"
 #include "util/runner.h"
+
+namespace net {
+class CSnmpRequester;
+}
+namespace snmp {
+class CSNMPMessage;
+}
 
 namespace pages {
 
@@ -72,11 +81,23 @@ struct WalkMibForm {
   app::UsmSettings usm;  // version 3: stands for the community
 };
 
+// WalkOptions::bulk_repetitions for a walk that finds the count itself: it starts moderate,
+// grows while answers come back whole and quickly, halves on tooBig, on an answer near the
+// largest datagram and on a time-out (and asks again), and walks with GetNext an agent that
+// never answers GetBulk. What it settled on is kept for the agent while the program runs, and
+// said in the event log before the closing line.
+inline constexpr int kBulkAuto = -1;
+
 // How the walk reaches the agent.
 struct WalkOptions {
   net::UdpSettings udp;
-  // max-repetitions of each GetBulkRequest when the version is "2c"; 0 walks with GetNext.
+  // max-repetitions of each GetBulkRequest when the version is "2c" or "3"; 0 walks with
+  // GetNext, kBulkAuto finds the count.
   int bulk_repetitions = 0;
+  // Requests outstanding at once (1 to app::kMaxWalkInFlight): above 1 the view is split at
+  // the subtrees found, each part walked by one request at a time, each request with its own
+  // id, time-out and retries. The objects still come in ascending order.
+  int in_flight = 1;
   // Fills COidInfo::name from the MIB modules (read first if nobody has yet).
   bool names = false;
   // After each object found, on the walk's thread; the page polls Progress() instead.
@@ -191,7 +212,18 @@ class CWalkMIBOperation {
     OidFoundFn found{};  // empty for the page, which polls the results instead
   };
 
+  struct WalkPart;
+  struct WalkRun;
   void Walk(const WalkJob& job, std::stop_token stop);
+  // One request in flight: takes a range to walk, or cuts one off, until the walk is over.
+  void WalkRanges(WalkRun& run, const WalkJob& job, std::stop_token stop);
+  void WalkRange(WalkRun& run, const WalkJob& job, std::stop_token stop, WalkPart& range,
+                 net::CSnmpRequester& requester, std::unique_ptr<snmp::CSNMPMessage>& request,
+                 std::unique_ptr<snmp::CSNMPMessage>& reply);
+  // Hands one object out (results or `found`); false when a stop ends the walk there.
+  bool Emit(WalkRun& run, const WalkJob& job, const snmp::CVarBind& bind, std::stop_token stop);
+  // Hands out what the first ranges held, and forgets the ranges that have ended.
+  void Flush(WalkRun& run, const WalkJob& job, std::stop_token stop);
   // Writes a formatted string-table line to the event log.
   template <typename... Args>
   void Log(int string_id, const Args&... args) const;

@@ -21,6 +21,9 @@ inline constexpr int kMinRetries = 0;  // sondara-cli -r 0 asks for it too
 inline constexpr int kMaxRetries = 10;
 inline constexpr int kMinWalkBulkRepetitions = 0;
 inline constexpr int kMaxWalkBulkRepetitions = 999;
+// Requests a walk keeps outstanding at once.
+inline constexpr int kMinWalkInFlight = 1;
+inline constexpr int kMaxWalkInFlight = 8;
 
 // A stored number as the window and sondara-cli both read it: an optional sign and decimal
 // digits only, within lo..hi, else def ("abc", "3x", an empty value and a missing key give

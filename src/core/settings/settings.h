@@ -92,6 +92,11 @@ struct NetworkSettings {
   int retries = 3;
   // max-repetitions of the walk's GetBulkRequests (v2c); 0 walks with GetNext only.
   int walk_bulk_repetitions = 0;
+  // "Auto": the walk finds the count itself. Kept in a key of its own beside the number, so a
+  // profile read by an earlier version still walks with the number last chosen.
+  int walk_bulk_auto = 0;
+  // Requests a walk keeps outstanding at once.
+  int walk_in_flight = 1;
 };
 
 // When the run began. Trap time stamps count from it.

@@ -427,6 +427,10 @@ void CSondaraUtilityApp::LoadNetworkSettings(net::CAdapterTable& adapters) {
   network_.retries = in_range(L"Retries", defaults.retries, kMinRetries, kMaxRetries);
   network_.walk_bulk_repetitions = in_range(L"GetBulkRepetitions", defaults.walk_bulk_repetitions,
                                             kMinWalkBulkRepetitions, kMaxWalkBulkRepetitions);
+  network_.walk_bulk_auto =
+      ini.GetInt(kNetwork, L"GetBulkAuto", defaults.walk_bulk_auto) != 0 ? 1 : 0;
+  network_.walk_in_flight = in_range(L"WalkRequestsInFlight", defaults.walk_in_flight,
+                                     kMinWalkInFlight, kMaxWalkInFlight);
   network_.adapter = adapters.Lookup(network_.adapter_name, network_.use_ipv6 != 0);
 }
 
@@ -442,6 +446,8 @@ void CSondaraUtilityApp::SaveNetworkSettings() {
   ini.WriteInt(kNetwork, L"RequestTimeoutMS", network_.request_timeout_ms);
   ini.WriteInt(kNetwork, L"Retries", network_.retries);
   ini.WriteInt(kNetwork, L"GetBulkRepetitions", network_.walk_bulk_repetitions);
+  ini.WriteInt(kNetwork, L"GetBulkAuto", network_.walk_bulk_auto);
+  ini.WriteInt(kNetwork, L"WalkRequestsInFlight", network_.walk_in_flight);
   (void)ini.Save();
 }
 

@@ -120,6 +120,8 @@ constexpr Entry kTable[] = {
     {ids::kSettingsFileNotText,
      L"The settings file '%s' is not text (neither UTF-8 nor UTF-16). It is left as it is and "
      L"not written by this run; the pages start with their defaults."},
+    {ids::kWalkBulkSettled, L"GetBulk repetitions settled on %d for %s."},
+    {ids::kWalkBulkNotAnswered, L"The agent at %s does not answer GetBulk: walked with GetNext."},
     {ids::kTransactionLogExport, L"Export as &pcapng\u2026"},
     {ids::kPcapngFilter, L"pcapng Files (*.pcapng)|*.pcapng|"},
     {ids::kPcapngExtension, L"pcapng"},

@@ -114,6 +114,8 @@ inline constexpr int kWalkOidNotIncreasing = 1050;
 inline constexpr int kSnapshotSaved = 1051;
 inline constexpr int kSnapshotNotSaved = 1052;
 inline constexpr int kSettingsFileNotText = 1053;
+inline constexpr int kWalkBulkSettled = 1058;
+inline constexpr int kWalkBulkNotAnswered = 1059;
 // The transaction log's decoded view and its capture file.
 inline constexpr int kTransactionLogExport = 1070;
 inline constexpr int kPcapngFilter = 1071;

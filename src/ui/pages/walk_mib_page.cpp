@@ -246,7 +246,9 @@ void CWalkMIBPropertyPage::OnBeginWalk() {
   MapFields(ui);
   WalkOptions options;
   options.udp = UdpSettingsFrom(app_.Network());
-  options.bulk_repetitions = app_.Network().walk_bulk_repetitions;
+  options.bulk_repetitions =
+      app_.Network().walk_bulk_auto != 0 ? pages::kBulkAuto : app_.Network().walk_bulk_repetitions;
+  options.in_flight = app_.Network().walk_in_flight;
   options.names = app::CMibNames::Instance().Shown();
   if (!operation_.BeginWalk(options, ui))
     return;

@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -44,10 +46,14 @@ Mib SystemMib(int objects) {
 }
 
 // Answers GetNext and GetBulk from `mib` as a v1 (noSuchName) or v2c (endOfMibView) agent; a
-// GetBulk above `too_big_above` repetitions (not 0) gets tooBig; answer `slow` waits 2 s.
-FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1) {
-  return FakeAgent([mib, too_big_above, slow](const FakeAgent::Datagram& d, int n) {
+// GetBulk above `too_big_above` repetitions (not 0) gets tooBig, or no answer at all with
+// `drops_bulk`; answer `slow` waits 2 s.
+FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1,
+                   bool drops_bulk = false) {
+  return FakeAgent([mib, too_big_above, slow, drops_bulk](const FakeAgent::Datagram& d, int n) {
     const ReadRequest r = ReadRequestFields(d.bytes);
+    if (drops_bulk && r.pdu == 0xA5)
+      return std::vector<FakeAgent::Reply>{};
     // std::ranges: g++ 12 at -O3 falsely warns about the memcmp that `<` on vectors becomes.
     const auto after = [&](const Bytes& oid) {
       return std::upper_bound(mib.begin(), mib.end(), oid, [](const Bytes& o, const auto& entry) {
@@ -101,9 +107,30 @@ FakeAgent Silent() {
   return FakeAgent([](const FakeAgent::Datagram&, int) { return std::vector<FakeAgent::Reply>{}; });
 }
 
+// The request ids sent and answered, in order, to count how many were outstanding at once.
+struct InFlight : logs::ITransactionSink {
+  void LogDatagram(std::int32_t direction, std::wstring_view, std::span<const std::uint8_t> bytes,
+                   const logs::DatagramEnds&) override {
+    const std::uint32_t id = ReadRequestFields({bytes.begin(), bytes.end()}).id;
+    std::lock_guard lock(mutex);
+    if (direction == logs::kDirectionSent) {
+      ++sent;
+      outstanding.insert(id);  // a retry is the same request
+    } else {
+      outstanding.erase(id);
+    }
+    most = std::max(most, outstanding.size());
+  }
+  void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
+  std::mutex mutex;
+  std::set<std::uint32_t> outstanding;
+  std::size_t most = 0;
+  std::atomic<std::size_t> sent = 0;
+};
+
 struct Walk {
   explicit Walk(std::uint16_t port, const std::wstring& version = L"2c")
-      : op(app::WalkMibSettings{}, sink) {
+      : op(app::WalkMibSettings{}, sink, in_flight) {
     pages::WalkMibForm& f = op.Form();
     f.host = L"127.0.0.1";
     f.version = version;
@@ -135,6 +162,7 @@ struct Walk {
     });
   }
   EventLines sink;
+  InFlight in_flight;
   RecordingUi ui;
   pages::WalkOptions options;
   pages::CWalkMIBOperation op;
@@ -211,19 +239,29 @@ TEST(WalkMibOperation, EndsByVersionAndAgent) {
     int bulk;
     WalkStatus status;
     Lines lines;  // after "walkMIB started."
+    int in_flight;
   } cases[] = {
-      {"v2c to endOfMibView", two, L"2c", 0, S::kComplete, {complete}},
-      {"v1: noSuchName, GetNext only", two, L"1", 50, S::kComplete, {complete}},
-      {"v1 genErr", gen_err, L"1", 0, S::kFailed, {gen_err_line, failed0}},
-      {"an OID repeated", repeats, L"2c", 0, S::kFailed, {repeated_line, failed1}},
-      {"a GetBulk answer going back", goes_back, L"2c", 10, S::kFailed, {back_line, failed1}},
-      {"silence", Silent, L"2c", 0, S::kFailed, {timeout_line, failed0}},
+      {"v2c to endOfMibView", two, L"2c", 0, S::kComplete, {complete}, 1},
+      {"v2c, 4 in flight", two, L"2c", 0, S::kComplete, {complete}, 4},
+      {"v1: noSuchName, GetNext only", two, L"1", 50, S::kComplete, {complete}, 1},
+      {"v1: Auto is GetNext, 3 in flight",
+       two,
+       L"1",
+       pages::kBulkAuto,
+       S::kComplete,
+       {complete},
+       3},
+      {"v1 genErr", gen_err, L"1", 0, S::kFailed, {gen_err_line, failed0}, 1},
+      {"an OID repeated", repeats, L"2c", 0, S::kFailed, {repeated_line, failed1}, 1},
+      {"a GetBulk answer going back", goes_back, L"2c", 10, S::kFailed, {back_line, failed1}, 1},
+      {"silence", Silent, L"2c", 0, S::kFailed, {timeout_line, failed0}, 1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     FakeAgent agent = c.agent();
     Walk w(agent.Port(), c.version);
     w.options.bulk_repetitions = c.bulk;
+    w.options.in_flight = c.in_flight;
     w.options.udp.request_timeout_ms = 150;
     EXPECT_EQ(w.Run(), c.status);
     Lines lines = {L"walkMIB started."};
@@ -253,6 +291,87 @@ TEST(WalkMibOperation, GetBulkHalvesOnTooBigAndWalksOnFromTheLastBinding) {
   EXPECT_EQ(repetitions, (std::vector<std::uint32_t>{50, 25, 12, 6, 3, 3, 3, 3, 3}));
   // Asks on from the last name it got.
   EXPECT_EQ(ReadRequestFields(agent.Received().back().bytes).oid, SystemOid(12));
+}
+
+// Auto grows from 10 while answers come back whole, halves on tooBig and stays below it, falls
+// back to GetNext for an agent that drops GetBulk, says so before the closing line, and starts
+// the next walk of that agent where the last one settled.
+TEST(WalkMibOperation, AutoRepetitionsSettleForEachAgent) {
+  const struct {
+    const char* what;
+    bool drops_bulk;
+    std::vector<std::uint32_t> first, second;  // max-repetitions sent by each walk (0: GetNext)
+    std::wstring line;
+  } cases[] = {
+      {"tooBig above 20",
+       false,
+       {10, 20, 40, 20, 20, 20, 20},
+       {20, 20, 20, 20, 20},
+       L"GetBulk repetitions settled on 20 for 127.0.0.1:"},
+      {"drops GetBulk", true, {10, 0}, {0}, L"The agent at 127.0.0.1:"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    FakeAgent agent = MibAgent(SystemMib(90), 20, -1, c.drops_bulk);
+    Walk w(agent.Port());
+    w.options.bulk_repetitions = pages::kBulkAuto;
+    w.options.udp.request_timeout_ms = 200;
+    w.options.udp.retries = 0;
+    std::size_t asked = 0;
+    for (const auto& expected : {c.first, c.second}) {
+      ASSERT_EQ(w.Run(), WalkStatus::kComplete);
+      EXPECT_EQ(w.Oids().size(), 90U);
+      std::vector<std::uint32_t> sent;
+      const auto received = agent.Received();
+      for (std::size_t i = asked; i < received.size(); ++i) {
+        const ReadRequest r = ReadRequestFields(received[i].bytes);
+        if (sent.empty() || r.pdu == 0xA5 || sent.back() != 0)  // GetNext: once for all
+          sent.push_back(r.pdu == 0xA5 ? r.third : 0);
+      }
+      asked = received.size();
+      EXPECT_EQ(sent, expected);
+      const std::vector<std::wstring> lines = w.sink.Lines();
+      ASSERT_GE(lines.size(), 2U);
+      EXPECT_EQ(lines[lines.size() - 2].rfind(c.line + std::to_wstring(agent.Port()), 0), 0U)
+          << tvkutil::ToUtf8(lines[lines.size() - 2]);
+    }
+  }
+}
+
+// Several requests in flight: the objects in order, never more outstanding than asked for, and
+// a stop still ends every wait at once.
+TEST(WalkMibOperation, RequestsInFlightKeepTheOrderAndTheirNumber) {
+  Mib mib;  // three subtrees that the walk can split at
+  for (std::uint8_t group : {1, 2, 4})
+    for (std::uint8_t n = 1; n <= 40; ++n)
+      mib.emplace_back(Cat({Hex("2b 06 01 02 01"), Bytes{group, n, 0}}), Int(n));
+  FakeAgent agent = MibAgent(mib);
+  for (const int bulk : {0, pages::kBulkAuto}) {
+    Walk w(agent.Port());
+    w.options.bulk_repetitions = bulk;
+    w.options.in_flight = 3;
+    ASSERT_EQ(w.Run(), WalkStatus::kComplete);
+    std::vector<std::wstring> expected;
+    for (int group : {1, 2, 4})
+      for (int n = 1; n <= 40; ++n)
+        expected.push_back(L".1.3.6.1.2.1." + std::to_wstring(group) + L"." + std::to_wstring(n) +
+                           L".0");
+    EXPECT_EQ(w.Oids(), expected);
+    EXPECT_LE(w.in_flight.most, 3U) << bulk;
+    EXPECT_GE(w.in_flight.most, 2U) << bulk;
+  }
+  FakeAgent silent = Silent();
+  Walk w(silent.Port());
+  w.options.in_flight = 8;
+  w.options.udp.request_timeout_ms = 60000;
+  ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
+  ASSERT_TRUE(WaitUntil([&] { return silent.Received().size() >= 2; }));
+  const auto asked = std::chrono::steady_clock::now();
+  w.op.StopWalk();
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(30));
+  w.WaitEnded();
+  EXPECT_EQ(w.op.FinalStatus(), WalkStatus::kStopped);
+  EXPECT_LE(w.in_flight.most, 8U);
 }
 
 // A stop ends the wait for an answer at once, however long the time-out: nothing is waited out
@@ -299,6 +418,8 @@ TEST(WalkMibOperation, AStopRacingCompletionEndsTheWalkEitherWay) {
       EXPECT_EQ(found, 25U);
     }
     EXPECT_EQ(w.sink.Lines().back(), w.op.FinalStatusLine());
+    // A request sent just before the stop may still be on its way to the agent.
+    ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= w.in_flight.sent; }));
     asked = agent.Received().size();
   }
 }
@@ -431,19 +552,25 @@ TEST(WalkMibOperation, AgainstSnmpdGetNextAndGetBulkListWhatSnmpwalkLists) {
     });
     return oids;
   };
-  for (int bulk : {0, 50}) {
-    SCOPED_TRACE(testing::Message() << "bulk " << bulk);
+  for (const auto& [bulk, in_flight] : {std::pair{0, 1}, {50, 1}, {pages::kBulkAuto, 4}, {0, 8}}) {
+    SCOPED_TRACE(testing::Message() << "bulk " << bulk << ", in flight " << in_flight);
     Walk w(snmpd.Port());
     w.options.bulk_repetitions = bulk;
+    w.options.in_flight = in_flight;
     ASSERT_EQ(w.Run(), WalkStatus::kComplete);
     const std::vector<std::wstring> got = w.Oids();
     EXPECT_EQ(stable(got), stable(expected));
     EXPECT_NEAR(static_cast<double>(got.size()), static_cast<double>(expected.size()),
                 expected.size() * 0.03);
-    EXPECT_TRUE(std::is_sorted(got.begin(), got.end(), [](const auto& a, const auto& b) {
-      return snmp::COid(a).Arcs() < snmp::COid(b).Arcs();
-    }));
+    // Ascending, and so without a duplicate.
+    EXPECT_EQ(std::ranges::adjacent_find(got,
+                                         [](const auto& a, const auto& b) {
+                                           return !(snmp::COid(a).Arcs() < snmp::COid(b).Arcs());
+                                         }),
+              got.end());
     EXPECT_EQ(w.sink.Lines().back(), w.op.FinalStatusLine());
+    EXPECT_LE(w.in_flight.most, static_cast<std::size_t>(in_flight));
+    EXPECT_GT(w.in_flight.most, in_flight > 1 ? 1U : 0U);
   }
   // Version 1 ends at noSuchName; it starts near the end of the view to stay short.
   Walk v1(snmpd.Port(), L"1");

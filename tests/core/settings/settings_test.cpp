@@ -244,17 +244,20 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
                               {net::MakeAdapterInfo(L"eth0", L"fe80::1%4", false, 4)});
   const struct {
     const char* profile;
-    std::vector<int> expected;  // use IPv6, connect, request, retries, scope id, bulk
+    // use IPv6, connect, request, retries, scope id, bulk, bulk auto, in flight
+    std::vector<int> expected;
   } cases[] = {
       {"[NetworkInterface Settings]\nUseIPv6=1\nAdapterName=old name[fe80::1%4]\n"
-       "ConnectTimeout=30\nRequestTimeoutMS=100\nRetries=10\nGetBulkRepetitions=999\n",
-       {1, 30, 100, 10, 4, 999}},
+       "ConnectTimeout=30\nRequestTimeoutMS=100\nRetries=10\nGetBulkRepetitions=999\n"
+       "GetBulkAuto=1\nWalkRequestsInFlight=8\n",
+       {1, 30, 100, 10, 4, 999, 1, 8}},
       {"[NetworkInterface Settings]\nConnectTimeout=0\nRequestTimeoutMS=30001\nRetries=-1\n"
-       "GetBulkRepetitions=1000\n",
-       {0, 3, 1000, 3, -1, 0}},
+       "GetBulkRepetitions=1000\nWalkRequestsInFlight=9\n",
+       {0, 3, 1000, 3, -1, 0, 0, 1}},
       // Text that is no number is the default, never 0; 0 retries are asked for.
-      {"[NetworkInterface Settings]\nRetries=0\nRequestTimeoutMS=150x\nGetBulkRepetitions=+7\n",
-       {0, 3, 1000, 0, -1, 7}},
+      {"[NetworkInterface Settings]\nRetries=0\nRequestTimeoutMS=150x\nGetBulkRepetitions=+7\n"
+       "WalkRequestsInFlight=0\n",
+       {0, 3, 1000, 0, -1, 7, 0, 1}},
   };
   std::filesystem::create_directories(dir_ / "config");
   for (const auto& c : cases) {
@@ -264,7 +267,7 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
     const app::NetworkSettings& n = a->Network();
     EXPECT_EQ((std::vector<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
                                 n.adapter.IsDefault() ? -1 : int(n.adapter.ipv6_scope_id),
-                                n.walk_bulk_repetitions}),
+                                n.walk_bulk_repetitions, n.walk_bulk_auto, n.walk_in_flight}),
               c.expected)
         << c.profile;
   }
@@ -277,7 +280,7 @@ TEST_F(SettingsTest, NetworkGroupReadsValidValuesAndSelectsTheAdapterByItsAddres
   const tvkutil::CIniFile ini = Saved(ProfileFile());
   EXPECT_EQ(ini.KeyNames(L"NetworkInterface Settings"),
             (Names{L"UseIPv6", L"AdapterName", L"ConnectTimeout", L"RequestTimeoutMS", L"Retries",
-                   L"GetBulkRepetitions"}));
+                   L"GetBulkRepetitions", L"GetBulkAuto", L"WalkRequestsInFlight"}));
   EXPECT_EQ(ini.GetString(L"NetworkInterface Settings", L"AdapterName", L""), L"eth0[192.0.2.2]");
   EXPECT_EQ(ini.GetInt(L"main window", L"X", 0), 40);
 }
