@@ -1,4 +1,4 @@
-// walk_bench HOST PORT COMMUNITY [--bulk N] [--v3 USER AUTH_PASSWORD PRIV_PASSWORD]
+// walk_bench HOST PORT COMMUNITY [--bulk N|auto] [--v3 USER AUTH_PASSWORD PRIV_PASSWORD]
 //
 // With --v3 the walk speaks SNMPv3 as USER at authPriv with SHA-256 and AES-128 instead of v2c.
 // Walks an agent from .1.3.6.1 with version 2c through the walk operation of the walkMIB page,
@@ -63,7 +63,7 @@ std::size_t DrainTick(logs::CEventLog& events, logs::CTransactionLog& transactio
 }
 
 int Usage() {
-  std::cerr << "usage: walk_bench HOST PORT COMMUNITY [--bulk N] [--v3 USER AUTH_PASSWORD "
+  std::cerr << "usage: walk_bench HOST PORT COMMUNITY [--bulk N|auto] [--v3 USER AUTH_PASSWORD "
                "PRIV_PASSWORD]\n";
   return 2;
 }
@@ -77,7 +77,8 @@ int main(int argc, char** argv) {
   const char* v3[3] = {};
   for (int i = 4; i < argc; ++i) {
     if (std::strcmp(argv[i], "--bulk") == 0 && i + 1 < argc) {
-      bulk = std::atoi(argv[++i]);
+      ++i;
+      bulk = std::strcmp(argv[i], "auto") == 0 ? pages::kBulkAuto : std::atoi(argv[i]);
     } else if (std::strcmp(argv[i], "--v3") == 0 && i + 3 < argc) {
       for (const char*& field : v3)
         field = argv[++i];
