@@ -87,8 +87,8 @@ class LogViewsTest : public QObject {
     logs::CDecodedMessageView* decoded = view.DecodedView();
     QVERIFY(decoded->isHidden());  // until a row is selected
     const auto get = testing_support::Hex(
-        "30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06"
-        "08 2b 06 01 02 01 01 01 00 05 00");
+        "30 2c 02 01 00 04 06 67 65 74 63 6f 6d a0 1f 02 01 00 02 01 00 02 01 00 30 14 30 12 06"
+        "08 2b 06 01 02 01 01 01 00 06 06 2b 06 01 02 01 01");
     logs::LogDatagram(logs::kDirectionSent, L"Get", get, {});
     auto broken = get;
     broken.insert(broken.end(), {0, 0, 0});
@@ -124,11 +124,13 @@ class LogViewsTest : public QObject {
     const auto name = tree->findItems("name", Qt::MatchExactly | Qt::MatchRecursive);
     QCOMPARE(name.size(), 1);
     QCOMPARE(name.front()->text(1), ".1.3.6.1.2.1.1.1.0 (SNMPv2-MIB::sysDescr.0)");
+    const auto value = tree->findItems("value", Qt::MatchExactly | Qt::MatchRecursive);
+    QCOMPARE(value.front()->text(1), ".1.3.6.1.2.1.1 (SNMPv2-MIB::system)");  // OID values too
 
     click_row(1);  // a message that does not decode: its damage node is selected
     QCOMPARE(tree->currentItem()->text(0),
-             "Error at offset 40: 3 bytes after the end of the message");
-    QCOMPARE(decoded->Highlighted(), (std::pair<std::uint32_t, std::uint32_t>(40, 3)));
+             "Error at offset 46: 3 bytes after the end of the message");
+    QCOMPARE(decoded->Highlighted(), (std::pair<std::uint32_t, std::uint32_t>(46, 3)));
 
     // A v3 Get of user "bob", its scoped PDU DES-encrypted with a key this run remembers: its
     // nodes highlight the plaintext's bytes, shown below the datagram's 8 lines and a title.
