@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "mib/mib_set.h"
+#include "mib/mib_value.h"
 #include "settings/profile_store.h"
 #include "util/text.h"
 
@@ -102,6 +103,18 @@ void CMibNames::CompleteNamesIn(QLineEdit* edit) {
 void CMibNames::CompleteNamesIn(QComboBox* combo) {
   if (combo->lineEdit() != nullptr)
     CompleteNamesIn(combo->lineEdit());
+}
+
+std::wstring CMibNames::NamedValue(const std::wstring& oid, const snmp::CASNDataType& value) const {
+  if (!shown_ || !loaded_)
+    return {};
+  const mib::CMibSet& set = mib::CMibSet::Builtin();
+  mib::Arcs arcs;
+  std::string error;
+  if (!set.ToOid(tvkutil::ToUtf8(oid), arcs, error))
+    return {};
+  const auto named = mib::NamedValueText(value, set.Match(arcs).node);
+  return named ? tvkutil::FromUtf8Lenient(*named) : std::wstring();
 }
 
 std::wstring CMibNames::NameOf(const std::wstring& oid) const {

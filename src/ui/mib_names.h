@@ -14,6 +14,10 @@ namespace tvkutil {
 class IProfileStore;
 }
 
+namespace snmp {
+class CASNDataType;
+}
+
 class QComboBox;
 class QLineEdit;
 
@@ -40,6 +44,9 @@ class CMibNames : public QObject {
   bool Loaded() const { return loaded_; }
   // "IF-MIB::ifDescr.1" of a dotted OID; empty when names are off, not loaded yet or unknown.
   std::wstring NameOf(const std::wstring& oid) const;
+  // "down(2)" for a value of the object at dotted `oid` that its MIB labels; empty when names
+  // are off, not loaded yet, or the MIB has no word for it.
+  std::wstring NamedValue(const std::wstring& oid, const snmp::CASNDataType& value) const;
   // Offers the known names, "ifOperStatus" and "IF-MIB::ifOperStatus", as an OID field is
   // typed in; from the moment the modules are read.
   void CompleteNamesIn(QLineEdit* edit);

@@ -16,6 +16,7 @@
 #include "ops/usm_fields.h"
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
+#include "snmp/integer32.h"
 #include "snmp/type_names.h"
 #include "ui/logs/decoded_message_view.h"
 #include "ui/message_box_dialog.h"
@@ -339,7 +340,13 @@ void CNotificationsPropertyPage::ShowSelected() {
   for (int i = 0; const NotificationBinding& b : row.bindings) {
     bindings_->setItem(i, 0, new QTableWidgetItem(Named(b.oid)));
     bindings_->setItem(i, 1, new QTableWidgetItem(Q(snmp::TypeNameOfTag(b.tag))));
-    bindings_->setItem(i, 2, new QTableWidgetItem(Q(b.value)));
+    // Labels and names as the other pages show them; the list keeps the numbers.
+    std::wstring value = b.value;
+    if (b.tag == snmp::kTagOid)
+      value = Named(b.value).toStdWString();
+    else if (b.tag == snmp::kTagInteger32)
+      value = app::CMibNames::Instance().NamedValue(b.oid, snmp::CInteger32(b.value));
+    bindings_->setItem(i, 2, new QTableWidgetItem(Q(value.empty() ? b.value : value)));
     ++i;
   }
   auto datagram = std::make_shared<logs::KeptDatagram>();

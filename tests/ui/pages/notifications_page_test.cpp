@@ -96,10 +96,11 @@ class NotificationsPageTest : public QObject {
     QVERIFY(sondara_.GetProfileString(L"Notifications", L"EngineID", L"")
                 .starts_with(L"80 00 e9 df 04"));
     const QString to = QStringLiteral("127.0.0.1:%1").arg(port);
-    QCOMPARE(QProcess::execute("/usr/bin/snmptrap",
-                               {"-v", "2c", "-c", "plant", to, "4242", ".1.3.6.1.6.3.1.1.5.4",
-                                ".1.3.6.1.2.1.2.2.1.1.3", "i", "3"}),
-             0);
+    QCOMPARE(
+        QProcess::execute("/usr/bin/snmptrap",
+                          {"-v", "2c", "-c", "plant", to, "4242", ".1.3.6.1.6.3.1.1.5.4",
+                           ".1.3.6.1.2.1.2.2.1.1.3", "i", "3", ".1.3.6.1.2.1.2.2.1.8.3", "i", "1"}),
+        0);
     QCOMPARE(QProcess::execute("/usr/bin/snmpinform",
                                {"-v", "2c", "-c", "hall", "-r", "0", "-t", "5", to, "777",
                                 ".1.3.6.1.6.3.1.1.5.1", ".1.3.6.1.2.1.1.6.0", "s", "door 3"}),
@@ -109,7 +110,7 @@ class NotificationsPageTest : public QObject {
     QTRY_COMPARE_WITH_TIMEOUT(list->rowCount(), 3, 20000);
     const QString rows[3][8] = {
         {"", "127.0.0.1", "2c", "plant", "SNMPv2-Trap", "IF-MIB::linkUp", "4242 (0:00:42.42)",
-         "IF-MIB::ifIndex.3 = 3"},
+         "IF-MIB::ifIndex.3 = 3; IF-MIB::ifOperStatus.3 = 1"},
         {"", "127.0.0.1", "2c", "hall", "InformRequest answered", "SNMPv2-MIB::coldStart",
          "777 (0:00:07.77)", "SNMPv2-MIB::sysLocation.0 = door 3"},
         {"", "127.0.0.1", "", "", "malformed", "", "",
@@ -134,6 +135,8 @@ class NotificationsPageTest : public QObject {
     QVERIFY(!decoded->Tree()
                  ->findItems("InformRequest", Qt::MatchContains | Qt::MatchRecursive, 1)
                  .isEmpty());
+    page_->List()->selectRow(0);
+    QCOMPARE(bindings->item(1, 2)->text(), QStringLiteral("up(1)"));  // labelled by its MIB
     page_->List()->selectRow(2);
     QVERIFY(decoded->Tree()->currentItem()->text(0).contains("runs past the end"));
     // Every datagram, the Response too, went to the transaction log.
@@ -151,7 +154,8 @@ class NotificationsPageTest : public QObject {
             "^Time,Source,Port,Version,Community,Type,Notification,SysUpTime,Enterprise,"
             "AgentAddress,Generic,Specific,Bindings,Problem\n"
             "[-\\d: .]+,127\\.0\\.0\\.1,\\d+,2c,plant,SNMPv2-Trap,\\.1\\.3\\.6\\.1\\.6\\.3\\.1\\."
-            "1\\.5\\.4,4242,,,,,\\.1\\.3\\.6\\.1\\.2\\.1\\.2\\.2\\.1\\.1\\.3 = Integer32: 3,\n$")
+            "1\\.5\\.4,4242,,,,,\\.1\\.3\\.6\\.1\\.2\\.1\\.2\\.2\\.1\\.1\\.3 = Integer32: 3; "
+            "\\.1\\.3\\.6\\.1\\.2\\.1\\.2\\.2\\.1\\.8\\.3 = Integer32: 1,\n$")
             .match(QString::fromStdString(csv))
             .hasMatch(),
         csv.c_str());
