@@ -39,3 +39,11 @@ require_tools() {
       { echo "$tool is missing (apt-get install snmpd snmp util-linux)" >&2; exit 2; }
   done
 }
+# Waits up to 5 s for an agent at TARGET (host:port) to answer community getcom; TIMEOUT is
+# snmpget's per-try time-out in seconds (default 0.1).
+wait_agent() {
+  for _ in $(seq 50); do
+    snmpget -v2c -c getcom -t "${2:-0.1}" -r 0 "$1" .1.3.6.1.2.1.1.1.0 >/dev/null 2>&1 && return 0
+    sleep 0.1
+  done
+}

@@ -33,10 +33,7 @@ SNMP_PERSISTENT_DIR="$work/persist" HOME="$work" "${agent_rt[@]}" taskset -c "$a
   /usr/sbin/snmpd -f -C \
   -c "$work/snmpd.conf" -Lf "$work/snmpd.log" "udp:127.0.0.1:$port" >/dev/null 2>&1 &
 snmpd_pid=$!
-for _ in $(seq 50); do
-  snmpget -v2c -c getcom -t 0.1 -r 0 "127.0.0.1:$port" .1.3.6.1.2.1.1.1.0 >/dev/null 2>&1 && break
-  sleep 0.1
-done
+wait_agent "127.0.0.1:$port"
 target="127.0.0.1:$port"
 rt=()
 [ "${WALK_COMPARE_RT:-0}" = 1 ] && rt=(chrt -f 10)

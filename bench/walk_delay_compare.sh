@@ -40,10 +40,7 @@ mkdir -p "$work/persist"
 SNMP_PERSISTENT_DIR="$work/persist" HOME="$work" /usr/sbin/snmpd -f -C \
   -c "$work/snmpd.conf" -Lf "$work/snmpd.log" "udp:127.0.0.1:$port" >/dev/null 2>&1 &
 snmpd_pid=$!
-for _ in $(seq 50); do
-  snmpget -v2c -c getcom -t 0.1 -r 0 "127.0.0.1:$port" .1.3.6.1.2.1.1.1.0 >/dev/null 2>&1 && break
-  sleep 0.1
-done
+wait_agent "127.0.0.1:$port"
 
 # The OIDs a client listed (numeric, one a line), from its output in $work/out; net-snmp's
 # closing "No more variables" line names the last OID again.
@@ -64,10 +61,7 @@ for delay in $delays; do
   "$relay" "$relay_port" "$port" "$delay" "$loss" 1800 >"$work/relay.log" 2>&1 &
   relay_pid=$!
   target="127.0.0.1:$relay_port"
-  for _ in $(seq 50); do
-    snmpget -v2c -c getcom -t 0.5 -r 0 "$target" .1.3.6.1.2.1.1.1.0 >/dev/null 2>&1 && break
-    sleep 0.1
-  done
+  wait_agent "$target" 0.5
   ours=("$cli" walk 127.0.0.1 .1.3.6.1 -p "$relay_port" -c getcom -On -t 1000 -r 3)
   declare -A cmds=(
     [auto4]="${ours[*]} --bulk auto --parallel 4"

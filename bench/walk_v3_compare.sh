@@ -29,10 +29,7 @@ mkdir -p "$work/persist"
 SNMP_PERSISTENT_DIR="$work/persist" HOME="$work" taskset -c "$core" /usr/sbin/snmpd -f -C \
   -c "$work/snmpd.conf" -Lf "$work/snmpd.log" "udp:127.0.0.1:$port" >/dev/null 2>&1 &
 snmpd_pid=$!
-for _ in $(seq 50); do
-  snmpget -v2c -c getcom -t 0.1 -r 0 "127.0.0.1:$port" .1.3.6.1.2.1.1.1.0 >/dev/null 2>&1 && break
-  sleep 0.1
-done
+wait_agent "127.0.0.1:$port"
 target="127.0.0.1:$port"
 v3=(-v3 -l authPriv -u "$user" -a SHA-256 -A "$auth_pass" -x AES -X "$priv_pass")
 

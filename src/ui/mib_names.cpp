@@ -105,27 +105,25 @@ void CMibNames::CompleteNamesIn(QComboBox* combo) {
     CompleteNamesIn(combo->lineEdit());
 }
 
-std::wstring CMibNames::NamedValue(const std::wstring& oid, const snmp::CASNDataType& value) const {
+std::optional<mib::OidMatch> CMibNames::MatchOf(const std::wstring& oid) const {
   if (!shown_ || !loaded_)
-    return {};
-  const mib::CMibSet& set = mib::CMibSet::Builtin();
+    return std::nullopt;
   mib::Arcs arcs;
   std::string error;
-  if (!set.ToOid(tvkutil::ToUtf8(oid), arcs, error))
-    return {};
-  const auto named = mib::NamedValueText(value, set.Match(arcs).node);
+  if (!mib::CMibSet::Builtin().ToOid(tvkutil::ToUtf8(oid), arcs, error))
+    return std::nullopt;
+  return mib::CMibSet::Builtin().Match(arcs);
+}
+
+std::wstring CMibNames::NamedValue(const std::wstring& oid, const snmp::CASNDataType& value) const {
+  const auto match = MatchOf(oid);
+  const auto named = match ? mib::NamedValueText(value, match->node) : std::nullopt;
   return named ? tvkutil::FromUtf8Lenient(*named) : std::wstring();
 }
 
 std::wstring CMibNames::NameOf(const std::wstring& oid) const {
-  if (!shown_ || !loaded_)
-    return {};
-  const mib::CMibSet& set = mib::CMibSet::Builtin();
-  mib::Arcs arcs;
-  std::string error;
-  if (!set.ToOid(tvkutil::ToUtf8(oid), arcs, error))
-    return {};
-  return tvkutil::FromUtf8Lenient(set.NameOf(arcs));
+  const auto match = MatchOf(oid);
+  return match ? tvkutil::FromUtf8Lenient(mib::CMibSet::NameOf(*match)) : std::wstring();
 }
 
 }  // namespace app

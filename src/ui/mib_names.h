@@ -7,8 +7,11 @@
 #include <QStringList>
 #include <QStringListModel>
 #include <atomic>
+#include <optional>
 #include <string>
 #include <thread>
+
+#include "mib/mib_set.h"
 
 namespace tvkutil {
 class IProfileStore;
@@ -58,6 +61,8 @@ class CMibNames : public QObject {
 
  private:
   CMibNames() = default;
+  // The node and instance of dotted `oid`; none while names are off or not read yet.
+  std::optional<mib::OidMatch> MatchOf(const std::wstring& oid) const;
 
   bool shown_ = true;
   std::atomic<bool> loaded_{false};
