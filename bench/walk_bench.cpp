@@ -118,9 +118,15 @@ int main(int argc, char** argv) {
   form.community = tvkutil::FromUtf8Lenient(argv[3]);
   if (v3[0] != nullptr) {
     form.version = L"3";
-    form.usm = {tvkutil::FromUtf8Lenient(v3[0]), L"authPriv", L"SHA-256",
-                tvkutil::FromUtf8Lenient(v3[1]), L"AES", tvkutil::FromUtf8Lenient(v3[2]),
-                L"Automatic", L"", L""};
+    form.usm = {tvkutil::FromUtf8Lenient(v3[0]),
+                L"authPriv",
+                L"SHA-256",
+                tvkutil::FromUtf8Lenient(v3[1]),
+                L"AES",
+                tvkutil::FromUtf8Lenient(v3[2]),
+                L"Automatic",
+                L"",
+                L""};
   }
   form.start_oid = L".1.3.6.1";
   pages::WalkOptions options;
