@@ -1,5 +1,6 @@
 #include "cli/result_printer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
@@ -119,10 +120,22 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
   std::wstring name;
   if (names_ && bind.Name() != nullptr) {
     const auto& arcs = bind.Name()->Arcs();
-    const mib::OidMatch match =
-        mib::CMibSet::Builtin().Match(std::span<const std::uint32_t>(arcs.data(), arcs.size()));
+    const std::span<const std::uint32_t> oid(arcs.data(), arcs.size());
+    mib::OidMatch match;
+    // A walk goes down a column object by object: under a node with nothing known below it,
+    // the node is the match without a search.
+    if (named_leaf_ && oid.size() >= named_node_->oid.size() &&
+        std::equal(named_node_->oid.begin(), named_node_->oid.end(), oid.begin())) {
+      match = {
+          named_node_,
+          mib::Arcs(oid.begin() + static_cast<std::ptrdiff_t>(named_node_->oid.size()), oid.end()),
+          true};
+    } else {
+      match = mib::CMibSet::Builtin().Match(oid);
+    }
     if (match.node != nullptr) {
       // A walk meets one column many times over: its "MODULE::name" is made once.
+      named_leaf_ = match.leaf;
       if (match.node != named_node_) {
         named_node_ = match.node;
         node_name_ = tvkutil::FromUtf8Lenient(match.node->module + "::" + match.node->name);

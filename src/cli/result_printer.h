@@ -53,6 +53,7 @@ class CResultPrinter {
   std::future<void> names_read_;
   std::deque<snmp::CVarBind> held_;
   const mib::MibNode* named_node_ = nullptr;  // the node node_name_ names
+  bool named_leaf_ = false;                   // nothing known lies below named_node_
   std::wstring node_name_;
 };
 

@@ -340,7 +340,13 @@ OidMatch CMibSet::Match(std::span<const std::uint32_t> oid) const {
         std::mismatch(rest.begin(), rest.end(), entry.oid.begin(), entry.oid.end());
     if (theirs == entry.oid.end()) {
       const auto length = entry.oid.size();
-      return {NodeOf(entry), Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end())};
+      // What lies below a node sorts right after it.
+      const bool leaf =
+          at + 1 == by_oid_.end() ||
+          !std::ranges::equal(
+              entry.oid, entries_[at[1]].oid.first(std::min(length, entries_[at[1]].oid.size())));
+      return {NodeOf(entry), Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end()),
+              leaf};
     }
     rest = rest.first(static_cast<std::size_t>(mine - rest.begin()));
   }

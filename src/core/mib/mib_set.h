@@ -26,6 +26,7 @@ using Arcs = std::vector<std::uint32_t>;
 struct OidMatch {
   const MibNode* node = nullptr;
   Arcs suffix;
+  bool leaf = false;  // no known OID lies below the node: every OID under it matches it too
 };
 
 // OIDs in the order of their arcs; a span is looked up without copying it into a key.
