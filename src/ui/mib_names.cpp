@@ -73,11 +73,14 @@ void CMibNames::StartLoading(const QStringList& folders) {
     });
   }
   loader_ = std::jthread([this] {
-    // The list to complete from is made here too: reading every node takes a while.
+    // The list to complete from is made here too, from the names alone: the rows stay unread.
     QStringList names;
-    mib::CMibSet::Builtin().ForEachNode([&names](const mib::MibNode& node) {
-      const QString name = QString::fromStdString(node.name);
-      names << name << QString::fromStdString(node.module) + QStringLiteral("::") + name;
+    mib::CMibSet::Builtin().ForEachName([&names](std::string_view module, std::string_view name) {
+      const QString short_name =
+          QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+      names << short_name
+            << QString::fromUtf8(module.data(), static_cast<qsizetype>(module.size())) +
+                   QStringLiteral("::") + short_name;
     });
     names.sort(Qt::CaseInsensitive);
     names.removeDuplicates();

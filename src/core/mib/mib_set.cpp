@@ -418,6 +418,13 @@ void CMibSet::ForEachNode(const std::function<void(const MibNode&)>& visit) cons
     visit(*NodeOf(entries_[i]));
 }
 
+void CMibSet::ForEachName(
+    const std::function<void(std::string_view module, std::string_view name)>& visit) const {
+  std::shared_lock lock(mutex_);
+  for (const Entry& entry : entries_)
+    visit(entry.module, entry.name);
+}
+
 std::string CMibSet::Description(const MibNode& node) const {
   std::shared_lock lock(mutex_);
   if (!node.description.empty())

@@ -74,6 +74,9 @@ class CMibSet {
   // Every OID's node (the one names resolve to) in the order of the OIDs; `visit` must not
   // call back into the set.
   void ForEachNode(const std::function<void(const MibNode&)>& visit) const;
+  // Every known module and name, without reading the table's rows into nodes.
+  void ForEachName(
+      const std::function<void(std::string_view module, std::string_view name)>& visit) const;
 
  private:
   // One known OID or name: a row of the built-in table, read into a MibNode only when asked
