@@ -38,24 +38,28 @@ std::string CsvField(std::wstring_view value, bool always_quoted) {
 }
 
 std::string TerminalText(std::wstring_view text) {
-  std::wstring out;
+  // Written straight to UTF-8: a walk prints every object through here.
+  std::string out;
+  out.reserve(text.size());
   for (wchar_t ch : text) {
     if (ch == L'\\') {
-      out += L"\\\\";
+      out += "\\\\";
+    } else if (ch >= 0x20 && ch < 0x7F) {
+      out.push_back(static_cast<char>(ch));
     } else if (!NeedsEscape(ch)) {
-      out.push_back(ch);
+      out += Utf8(std::wstring_view(&ch, 1));
     } else if (ch == L'\r') {
-      out += L"\\r";
+      out += "\\r";
     } else if (ch == L'\n') {
-      out += L"\\n";
+      out += "\\n";
     } else if (ch == L'\t') {
-      out += L"\\t";
+      out += "\\t";
     } else {
-      out += tvkutil::FormatN(ch <= 0xFF ? L"\\x%02x" : L"\\u%04x", SIZE_MAX,
-                              static_cast<unsigned>(ch));
+      out += Utf8(tvkutil::FormatN(ch <= 0xFF ? L"\\x%02x" : L"\\u%04x", SIZE_MAX,
+                                   static_cast<unsigned>(ch)));
     }
   }
-  return Utf8(out);
+  return out;
 }
 
 std::string JsonString(std::wstring_view text) {

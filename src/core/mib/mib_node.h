@@ -41,6 +41,8 @@ struct MibNode {
   std::vector<std::string> index;  // a row's INDEX objects; "IMPLIED ifName" for the implied one
   std::string augments;            // the row this one AUGMENTS, when it does
   std::string description;
+
+  bool operator==(const MibNode&) const = default;
 };
 
 }  // namespace mib

@@ -1,5 +1,8 @@
 #include "mib/mib_set.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +12,8 @@
 #include <mutex>
 #include <numeric>
 #include <set>
+
+#include "mib/mib_cache.h"
 
 namespace mib {
 
@@ -98,6 +103,11 @@ std::vector<std::string>& ExtraFolders() {
 
 }  // namespace
 
+CMibSet::~CMibSet() {
+  if (!table_text_.empty())
+    ::munmap(const_cast<char*>(table_text_.data()), table_text_.size());
+}
+
 void CMibSet::AddFolders(std::vector<std::string> folders) {
   ExtraFolders() = std::move(folders);
 }
@@ -112,7 +122,7 @@ const CMibSet& CMibSet::Builtin() {
     for (std::string& folder : StandardMibFolders())
       request.folders.push_back(std::move(folder));
     request.base_folder = BaseMibFolder();
-    SmiLoadResult read = LoadMibModules(request);
+    SmiLoadResult read = LoadMibModulesCached(request, MibCacheFile());
     // A module of the user's replaces the built-in one of its name, unless it could not be
     // read whole: then the built-in one, complete, stays.
     std::set<std::string, std::less<>> partial;
@@ -153,26 +163,38 @@ bool CMibSet::LoadTable(const std::string& folder) {
 }
 
 bool CMibSet::ReadTable(const std::string& folder, bool index) {
-  std::ifstream in(folder + "builtin.tab", std::ios::binary);
-  if (folder.empty() || !in)
+  if (folder.empty())
     return false;
-  in.seekg(0, std::ios::end);
-  std::string text(static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0)), '\0');
-  in.seekg(0);
-  if (!in.read(text.data(), static_cast<std::streamsize>(text.size())))
+  // Mapped, not read: the rows stay where the page cache has them, and no copy is made.
+  const int fd = ::open((folder + "builtin.tab").c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0)
+    return false;
+  struct stat st {};
+  void* map = MAP_FAILED;
+  if (::fstat(fd, &st) == 0 && st.st_size > 0)
+    map = ::mmap(nullptr, static_cast<std::size_t>(st.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
+  ::close(fd);
+  if (map == MAP_FAILED)
     return false;
   std::unique_lock lock(mutex_);
-  if (!table_text_.empty())
+  if (!table_text_.empty()) {
+    ::munmap(map, static_cast<std::size_t>(st.st_size));
     return false;  // one table per set: rows are numbered from its first line
-  table_text_ = std::move(text);
+  }
+  table_text_ = {static_cast<const char*>(map), static_cast<std::size_t>(st.st_size)};
   description_file_ = folder + "builtin.desc";
   // Only the OID, module and name are read now; a row becomes a node when first asked for.
   const std::string_view all = table_text_;
+  // Rows run to about 120 bytes and their OIDs to about ten arcs: room enough, once.
+  const std::size_t rows = all.size() / 100 + 1;
+  table_rows_.reserve(rows);
+  table_arcs_.reserve(rows * 12);
   struct Cut {
     std::size_t at, count;
     std::string_view module, name;
   };
   std::vector<Cut> cuts;
+  cuts.reserve(rows);
   for (std::size_t from = 0; from < all.size();) {
     std::size_t end = all.find('\n', from);
     if (end == std::string_view::npos)
@@ -218,8 +240,15 @@ int CMibSet::Rank(std::string_view module) const {
 void CMibSet::Reindex() {
   entries_.clear();
   entries_.reserve(table_entries_.size() + nodes_.size());
+  // Rows come a module's run at a time: one look-up a run.
+  std::string_view module;
+  bool replaced = false;  // by the user's module of that name
   for (const Entry& entry : table_entries_) {
-    if (user_modules_.count(entry.module) == 0)  // else replaced by the user's module
+    if (entry.module != module) {
+      module = entry.module;
+      replaced = user_modules_.count(module) != 0;
+    }
+    if (!replaced)
       entries_.push_back(entry);
   }
   const auto table_end = static_cast<std::ptrdiff_t>(entries_.size());

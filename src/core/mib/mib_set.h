@@ -40,6 +40,7 @@ struct ArcsLess {
 class CMibSet {
  public:
   CMibSet() = default;
+  ~CMibSet();
   CMibSet(const CMibSet&) = delete;
   CMibSet& operator=(const CMibSet&) = delete;
 
@@ -97,9 +98,9 @@ class CMibSet {
   const MibNode* NodeOf(const Entry& entry) const;
 
   mutable std::shared_mutex mutex_;
-  // The table as read, one line a row, and every row's OID in one array: loading cuts lines
+  // The table as mapped, one line a row, and every row's OID in one array: loading cuts lines
   // and reads arcs, nothing more.
-  std::string table_text_;
+  std::string_view table_text_;
   std::vector<std::string_view> table_rows_;
   std::vector<std::uint32_t> table_arcs_;
   std::vector<Entry> table_entries_;

@@ -19,6 +19,8 @@ struct MibProblem {
   int line = 0;        // 1-based; 0 when the problem concerns the whole file
   std::string module;  // the module concerned, when known
   std::string message;
+
+  bool operator==(const MibProblem&) const = default;
 };
 
 // "file:line: message", as compilers write it; the line is left out when it is 0.
@@ -28,6 +30,8 @@ struct LoadedModule {
   std::string name;
   std::string file;
   std::size_t nodes = 0;  // how many of the returned nodes are this module's
+
+  bool operator==(const LoadedModule&) const = default;
 };
 
 struct SmiLoadRequest {
