@@ -160,9 +160,16 @@ ExchangeResult NotDecoded(snmp::BerStatus why) {
 }  // namespace
 
 void CSnmpRequester::SetSecurity(const snmp::usm::UserSecurity& user) {
+  if (auth_key_made_.valid())
+    auth_key_made_.wait();  // made for the old user: dropped
+  if (priv_key_made_.valid())
+    priv_key_made_.wait();
+  auth_key_made_ = {};
+  priv_key_made_ = {};
   security_ = user;
   engine_ = {};
   auth_master_key_.clear();
+  priv_master_key_.clear();
   if (scoped_buffer_.empty()) {
     std::random_device seed;
     next_msg_id_ = static_cast<std::int32_t>(seed() & 0x3FFFFFFF);
@@ -182,17 +189,34 @@ snmp::usm::KeyExtension CSnmpRequester::Extension() const {
   return engine_.reeder ? snmp::usm::KeyExtension::kReeder : snmp::usm::KeyExtension::kBlumenthal;
 }
 
+void CSnmpRequester::StartPasswordKeys() {
+  if (!Authenticates(security_) || !auth_master_key_.empty() || auth_key_made_.valid())
+    return;
+  const auto make = [auth = security_.auth](std::string password) {
+    return snmp::usm::PasswordToKey(auth, password);
+  };
+  auth_key_made_ = std::async(std::launch::async, make, security_.auth_password);
+  if (Encrypts(security_))
+    priv_key_made_ = std::async(std::launch::async, make, security_.priv_password);
+}
+
 void CSnmpRequester::LocaliseKeys() {
   engine_.auth_key.clear();
   engine_.priv_key.clear();
   if (!Authenticates(security_))
     return;
+  if (auth_key_made_.valid())
+    auth_master_key_ = auth_key_made_.get();
+  if (priv_key_made_.valid())
+    priv_master_key_ = priv_key_made_.get();
   if (auth_master_key_.empty())
     auth_master_key_ = snmp::usm::PasswordToKey(security_.auth, security_.auth_password);
   engine_.auth_key = snmp::usm::LocalizeKey(security_.auth, auth_master_key_, engine_.id);
   if (Encrypts(security_)) {
-    engine_.priv_key = snmp::usm::PrivacyKey(security_.auth, security_.priv, Extension(),
-                                             security_.priv_password, engine_.id);
+    if (priv_master_key_.empty())
+      priv_master_key_ = snmp::usm::PasswordToKey(security_.auth, security_.priv_password);
+    engine_.priv_key = snmp::usm::PrivacyKeyOf(security_.auth, security_.priv, Extension(),
+                                               priv_master_key_, engine_.id);
     // The transaction log's decoded view shows these messages' scoped PDUs with it.
     snmp::usm::RememberPrivacyKey(engine_.id, security_.user_name, security_.priv,
                                   engine_.priv_key);
@@ -386,6 +410,7 @@ ExchangeResult CSnmpRequester::Discover(std::stop_token stop) {
   snmp::CSNMPMessage probe(snmp::kSnmpVersion3, L"", snmp::kPduGetRequest);
   probe.SetRequestId(next_msg_id_);
   snmp::CSNMPMessage answer(snmp::kPduResponse);
+  StartPasswordKeys();
   ExchangeResult result = ExchangeV3(probe, answer, stop, true);
   if (result.failure != ExchangeFailure::kReport ||
       result.v3->report != ReportKind::kUnknownEngineId || last_report_.engine_id.empty()) {

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <optional>
 #include <span>
 #include <stop_token>
@@ -109,6 +110,9 @@ class CSnmpRequester {
   // The agent's clock now, as its boots and time plus what elapsed here since we learnt them.
   std::uint32_t EngineTime() const;
   void SetEngineClock(std::uint32_t boots, std::uint32_t time);
+  // The passwords' keys (a megabyte hashed each) made on threads of their own while the
+  // discovery's answer is awaited; LocaliseKeys takes them.
+  void StartPasswordKeys();
   // The localised keys for the engine and key extension now in use.
   void LocaliseKeys();
   snmp::v3::Header HeaderFor(bool discovery);
@@ -116,7 +120,10 @@ class CSnmpRequester {
 
   snmp::usm::UserSecurity security_;
   Engine engine_;
-  snmp::usm::Bytes auth_master_key_;  // the password's key, made once (a megabyte hashed)
+  snmp::usm::Bytes auth_master_key_;  // the passwords' keys, made once
+  snmp::usm::Bytes priv_master_key_;
+  std::future<snmp::usm::Bytes> auth_key_made_;  // being made, when valid
+  std::future<snmp::usm::Bytes> priv_key_made_;
   std::int32_t next_msg_id_ = 0;
   std::uint64_t next_salt_ = 0;
   snmp::v3::Header last_report_;  // the header of the last report, for its engine's clock

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <mutex>
 
 namespace snmp::usm {
 
@@ -18,18 +19,19 @@ constexpr std::size_t kSaltLength = 8;
 constexpr std::size_t kDesBlock = 8;
 
 // OpenSSL 3 looks an algorithm up by name on every use of EVP_sha256() and the like; fetched
-// once here, a walk's thousands of digests and ciphers skip that. Kept until exit.
+// once here, a walk's thousands of digests and ciphers skip that. Each is fetched on its first
+// use only, and kept until exit.
 const EVP_MD* Md(AuthProtocol auth) {
   // In the order of AuthProtocol.
-  static const std::array<EVP_MD*, 7> mds = {nullptr,
-                                             EVP_MD_fetch(nullptr, "MD5", nullptr),
-                                             EVP_MD_fetch(nullptr, "SHA1", nullptr),
-                                             EVP_MD_fetch(nullptr, "SHA224", nullptr),
-                                             EVP_MD_fetch(nullptr, "SHA256", nullptr),
-                                             EVP_MD_fetch(nullptr, "SHA384", nullptr),
-                                             EVP_MD_fetch(nullptr, "SHA512", nullptr)};
+  static constexpr std::array<const char*, 7> kNames = {nullptr,  "MD5",    "SHA1",  "SHA224",
+                                                        "SHA256", "SHA384", "SHA512"};
+  static std::array<std::once_flag, 7> fetched;
+  static std::array<EVP_MD*, 7> mds{};
   const auto i = static_cast<std::size_t>(auth);
-  return i < mds.size() ? mds[i] : nullptr;
+  if (i == 0 || i >= mds.size())
+    return nullptr;
+  std::call_once(fetched[i], [i] { mds[i] = EVP_MD_fetch(nullptr, kNames[i], nullptr); });
+  return mds[i];
 }
 
 struct MacContextFree {
@@ -99,11 +101,14 @@ const EVP_CIPHER* Cipher(PrivProtocol priv) {
     case PrivProtocol::kAes128:
     case PrivProtocol::kAes192:
     case PrivProtocol::kAes256: {
-      static const std::array<EVP_CIPHER*, 3> aes = {
-          EVP_CIPHER_fetch(nullptr, "AES-128-CFB", nullptr),
-          EVP_CIPHER_fetch(nullptr, "AES-192-CFB", nullptr),
-          EVP_CIPHER_fetch(nullptr, "AES-256-CFB", nullptr)};
-      return aes[static_cast<std::size_t>(priv) - static_cast<std::size_t>(PrivProtocol::kAes128)];
+      static constexpr std::array<const char*, 3> kNames = {"AES-128-CFB", "AES-192-CFB",
+                                                            "AES-256-CFB"};
+      static std::array<std::once_flag, 3> fetched;
+      static std::array<EVP_CIPHER*, 3> aes{};
+      const std::size_t i =
+          static_cast<std::size_t>(priv) - static_cast<std::size_t>(PrivProtocol::kAes128);
+      std::call_once(fetched[i], [i] { aes[i] = EVP_CIPHER_fetch(nullptr, kNames[i], nullptr); });
+      return aes[i];
     }
     case PrivProtocol::kNone:
       break;
@@ -214,8 +219,14 @@ Bytes LocalizeKey(AuthProtocol auth, std::span<const std::uint8_t> key,
 
 Bytes PrivacyKey(AuthProtocol auth, PrivProtocol priv, KeyExtension extension,
                  std::string_view password, std::span<const std::uint8_t> engine_id) {
+  return PrivacyKeyOf(auth, priv, extension, PasswordToKey(auth, password), engine_id);
+}
+
+Bytes PrivacyKeyOf(AuthProtocol auth, PrivProtocol priv, KeyExtension extension,
+                   std::span<const std::uint8_t> password_key,
+                   std::span<const std::uint8_t> engine_id) {
   const std::size_t needed = PrivKeyLength(priv);
-  Bytes key = LocalizeKey(auth, PasswordToKey(auth, password), engine_id);
+  Bytes key = LocalizeKey(auth, password_key, engine_id);
   if (needed == 0 || key.empty())
     return {};
   Bytes segment = key;

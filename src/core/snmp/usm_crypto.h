@@ -38,6 +38,10 @@ Bytes LocalizeKey(AuthProtocol auth, std::span<const std::uint8_t> key,
 // The localised privacy key for a cipher, stretched when the hash is too short for it.
 Bytes PrivacyKey(AuthProtocol auth, PrivProtocol priv, KeyExtension extension,
                  std::string_view password, std::span<const std::uint8_t> engine_id);
+// The same from the password's key, PasswordToKey(auth, password), made beforehand.
+Bytes PrivacyKeyOf(AuthProtocol auth, PrivProtocol priv, KeyExtension extension,
+                   std::span<const std::uint8_t> password_key,
+                   std::span<const std::uint8_t> engine_id);
 
 // HMAC of the whole message, its digest field zeroed, cut to DigestLength (RFC 3414 6.3.1,
 // RFC 7860 4.2).
