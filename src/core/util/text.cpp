@@ -88,6 +88,10 @@ std::wstring FromUtf8Lenient(std::string_view text) {
   std::wstring out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size();) {
+    if (bytes[i] < 0x80) {  // most text a device sends, and every name
+      out.push_back(static_cast<wchar_t>(bytes[i++]));
+      continue;
+    }
     std::uint32_t cp = 0;
     std::size_t n = DecodeOne(bytes, text.size(), i, cp);
     if (n == 0) {
