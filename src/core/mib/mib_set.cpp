@@ -34,27 +34,27 @@ std::vector<std::string_view> Split(std::string_view text, char by) {
 }
 
 // Dotted decimal arcs, a leading dot allowed; false for anything else or an arc above 2^32-1.
+// The table's twenty thousand OIDs go through here at first use.
 bool ReadArcs(std::string_view text, Arcs& out) {
-  if (!text.empty() && text.front() == '.')
-    text.remove_prefix(1);
-  if (text.empty())
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  if (p != end && *p == '.')
+    ++p;
+  if (p == end)
     return true;
-  std::uint64_t n = 0;
-  std::size_t digits = 0;
-  for (std::size_t i = 0; i <= text.size(); ++i) {
-    if (i == text.size() || text[i] == '.') {
-      if (digits == 0 || n > 0xFFFFFFFFu)
-        return false;
-      out.push_back(static_cast<std::uint32_t>(n));
-      n = 0;
-      digits = 0;
-    } else if (text[i] < '0' || text[i] > '9' || ++digits > 10) {
+  for (;;) {
+    const char* const start = p;
+    std::uint64_t n = 0;
+    for (; p != end && *p >= '0' && *p <= '9'; ++p)
+      n = n * 10 + static_cast<std::uint64_t>(*p - '0');
+    if (p == start || p - start > 10 || n > 0xFFFFFFFFu)
       return false;
-    } else {
-      n = n * 10 + static_cast<std::uint64_t>(text[i] - '0');
-    }
+    out.push_back(static_cast<std::uint32_t>(n));
+    if (p == end)
+      return true;
+    if (*p++ != '.')
+      return false;
   }
-  return true;
 }
 
 constexpr std::size_t kTableFields = 15;
