@@ -176,23 +176,21 @@ TEST(CliListen, EndsWithTheStatusOfWhatEndedIt) {
     int status;
     std::string says;
   };
+  const std::string in_use = "Unable to listen on UDP port " + std::to_string(held.port) + ": " +
+                             comm + " (pid " + std::to_string(::getpid()) +
+                             ") already listens on it.";
   std::vector<Case> cases = {
       {{"--port", std::to_string(FreePort()), "--timeout", "1"}, false, 3, "Stopped listening"},
       {{"--port", std::to_string(FreePort())}, true, 130, "Stopped listening"},
-      {{"--port", std::to_string(held.port), "-t", "1"},
-       false,
-       2,
-       "Unable to listen on UDP port " + std::to_string(held.port) + ": " + comm + " (pid " +
-           std::to_string(::getpid()) + ") already listens on it."},
+      {{"--port", std::to_string(held.port), "-t", "1"}, false, 2, in_use},
   };
   // As root the privileged port is tried as nobody in cli_ping_test's namespace.
   int unprivileged_start = 1024;
   std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> unprivileged_start;
-  if (::geteuid() != 0 && unprivileged_start > 162)
-    cases.push_back({{"--port", "162", "-t", "1"},
-                     false,
-                     2,
-                     "ports below 1024 need a privilege this program does not have"});
+  if (::geteuid() != 0 && unprivileged_start > 162) {
+    const std::string needs = "ports below 1024 need a privilege this program does not have";
+    cases.push_back({{"--port", "162", "-t", "1"}, false, 2, needs});
+  }
   Cli cli;
   for (const Case& c : cases) {
     auto run = c.interrupt ? StartListening(cli, c.args) : nullptr;
