@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/cli_process.h"
+#include "core/ops/scripted_agents.h"
 #include "support/ber_builder.h"
 #include "support/fake_agent.h"
 #include "support/hex_bytes.h"
@@ -25,13 +26,8 @@ using sondara_test::Cli;
 using namespace std::string_literals;
 using sondara_test::ProcessResult;
 
-// Listens and never answers.
-FakeAgent::Script Silent() {
-  return [](const auto&, int) { return std::vector<FakeAgent::Reply>{}; };
-}
-
 TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
-  FakeAgent agent(Silent());
+  FakeAgent agent = Silent();
   struct Case {
     std::string args;  // "|" between arguments; H is the agent's address and port, O an OID
     std::string says;
@@ -128,7 +124,7 @@ TEST(CliUsage, OutputFilesThatCannotBeFinishedKeepTheOldOnes) {
   sondara_test::WriteFile(fs / "old.log", "old log");
   sondara_test::WriteFile(fs / "old.pcapng", "old capture");
   fs.Fill();
-  FakeAgent agent(Silent());
+  FakeAgent agent = Silent();
   const ProcessResult r =
       Cli().Run({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "200", "-r", "0",
                  "--log", fs / "old.log", "--pcapng", fs / "old.pcapng", ".1.3.6.1.2.1.1.4.0"});
@@ -143,7 +139,7 @@ TEST(CliUsage, OutputFilesThatCannotBeFinishedKeepTheOldOnes) {
 
 // Read as the window reads them: stored 0 retries are 0, text is the default 3.
 TEST(CliUsage, TimeOutAndRetriesComeFromTheSettingsUnlessGiven) {
-  FakeAgent agent(Silent());
+  FakeAgent agent = Silent();
   Cli cli;
   std::size_t sent = 0;
   for (const auto& [retries, option, tries] :
@@ -168,10 +164,7 @@ TEST(CliUsage, DeviceTextIsEscapedOnTheTerminalAndItsBytesGivenInJson) {
        VarBind(Hex("2b 06 01 02 01 01 05 00"), Hex("04 04 de ad be ef")),
        VarBind(Hex("2b 06 01 02 01 01 06 00"), Str("de ad be ef")),
        VarBind(Hex("2b 06 01 02 01 01 02 00"), Tlv(0x06, Hex("2b 06 01 04 01 bf 08 03 02 0a")))});
-  FakeAgent agent([&binds](const FakeAgent::Datagram& d, int) {
-    return std::vector<FakeAgent::Reply>{
-        {Response(1, "getcom", ReadRequestFields(d.bytes).id, 0, 0, binds)}};
-  });
+  FakeAgent agent = Answering(binds);
   const auto get = [&](const char* format) {
     return Cli().Run({"get", "127.0.0.1", "-p", std::to_string(agent.Port()), ".1.3.6.1.2.1.1.4.0",
                       ".1.3.6.1.2.1.1.5.0", ".1.3.6.1.2.1.1.6.0", ".1.3.6.1.2.1.1.2.0", "--format",
@@ -255,14 +248,9 @@ TEST(CliUsage, AFailureSaysHowByItsStatus) {
            {"walk|.1.3.6.1.2.1.1", 0, false, 4, "'.1.3.6.1.2.1.1.1.0'"},
            {"set|.1.3.6.1.2.1.1.1.0|Octet String|x", 17, false, 1,
             "Set request failed for OID '.1.3.6.1.2.1.1.1.0'. Error Code:17"}}) {
-    FakeAgent agent([&](const FakeAgent::Datagram& d, int) {
-      if (c.silent)
-        return std::vector<FakeAgent::Reply>{};
-      const ReadRequest request = ReadRequestFields(d.bytes);
-      return std::vector<FakeAgent::Reply>{
-          {Response(1, request.community, request.id, c.error_status, c.error_status != 0 ? 1 : 0,
-                    VarBind(Hex("2b 06 01 02 01 01 01 00"), Str("x")))}};
-    });
+    FakeAgent agent =
+        c.silent ? Silent()
+                 : Answering(VarBind(Hex("2b 06 01 02 01 01 01 00"), Str("x")), c.error_status);
     std::vector<std::string> args = sondara_test::Args(c.args);
     args.insert(args.begin() + 1,
                 {"127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "200", "-r", "0"});

@@ -8,10 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "core/ops/scripted_agents.h"
 #include "settings/settings.h"
-#include "support/ber_builder.h"
-#include "support/fake_agent.h"
-#include "support/hex_bytes.h"
 #include "support/recorders.h"
 #include "support/registered_transaction_log.h"
 #include "support/request_reader.h"
@@ -58,15 +56,10 @@ struct Operation {
   pages::CGetSetOperation op;
 };
 
-// Answers sysDescr.0 = Integer32 7 with the version, community and id its own reader found.
+// Answers sysDescr.0 = Integer32 7.
 FakeAgent EchoAgent() {
-  return FakeAgent([](const FakeAgent::Datagram& d, int) {
-    using namespace testing_support;
-    const ReadRequest request = ReadRequestFields(d.bytes);
-    return std::vector<FakeAgent::Reply>{
-        {Response(request.version, request.community, request.id, 0, 0,
-                  VarBind(Hex("2b 06 01 02 01 01 01 00"), Int(7)))}};
-  });
+  using namespace testing_support;
+  return Answering(VarBind(Hex("2b 06 01 02 01 01 01 00"), Int(7)));
 }
 
 TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothing) {

@@ -13,14 +13,11 @@
 #include <thread>
 #include <vector>
 
+#include "core/ops/scripted_agents.h"
 #include "ops/results_file.h"
 #include "settings/sondara_utility_app.h"
 #include "snmp/oid.h"
-#include "support/ber_builder.h"
-#include "support/fake_agent.h"
-#include "support/hex_bytes.h"
 #include "support/recorders.h"
-#include "support/request_reader.h"
 #include "support/snmpd_process.h"
 #include "support/temp_folder.h"
 #include "util/text.h"
@@ -90,20 +87,6 @@ FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1,
     return std::vector<FakeAgent::Reply>{
         {Response(r.version, r.community, r.id, status, index, binds), n == slow ? 2000 : 0}};
   });
-}
-
-// Answers every request with `binds` (empty: the name asked for, Null) and `status`.
-FakeAgent Answering(Bytes binds, std::uint32_t status = 0) {
-  return FakeAgent([=](const FakeAgent::Datagram& d, int) {
-    const ReadRequest r = ReadRequestFields(d.bytes);
-    return std::vector<FakeAgent::Reply>{
-        {Response(r.version, r.community, r.id, status, status != 0 ? 1 : 0,
-                  binds.empty() ? VarBind(r.oid, kNull) : binds)}};
-  });
-}
-
-FakeAgent Silent() {
-  return FakeAgent([](const FakeAgent::Datagram&, int) { return std::vector<FakeAgent::Reply>{}; });
 }
 
 // The request ids sent and answered, in order, to count how many were outstanding at once.
