@@ -127,11 +127,10 @@ TEST_F(CliAgainstSnmpd, NamesAreThoseOfPysnmpAndNamesAreTaken) {
   // once, in order.
   sondara_test::TempFolder modules;
   for (int i = 0; i < 1000; ++i) {
-    const std::string n = std::to_string(i);
-    sondara_test::WriteFile(modules / ("M" + n), "M" + n +
-                                                     "-MIB DEFINITIONS ::= BEGIN\nIMPORTS "
-                                                     "enterprises FROM SNMPv2-SMI;\nm" +
-                                                     n + " OBJECT IDENTIFIER ::= { enterprises " +
+    const std::string n = std::to_string(i), module = "M" + n + "-MIB DEFINITIONS ::= BEGIN\n";
+    sondara_test::WriteFile(modules / ("M" + n), module +
+                                                     "IMPORTS enterprises FROM SNMPv2-SMI;\nm" + n +
+                                                     " OBJECT IDENTIFIER ::= { enterprises " +
                                                      std::to_string(90000 + i) + " }\nEND\n");
   }
   const auto oids = [&](bool names) {

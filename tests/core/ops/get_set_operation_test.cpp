@@ -119,13 +119,8 @@ TEST(GetSetOperation, V3ChecksRefuseWithTheirMessageAndField) {
   const std::wstring id_5 = L"80 00 1f 88 80", id_32(64, L'a');
   const auto user = [](std::wstring name, std::wstring level, std::wstring auth_password,
                        std::wstring priv_password, std::wstring engine_id = L"") {
-    app::UsmSettings u;
-    u.user_name = std::move(name);
-    u.level = std::move(level);
-    u.auth_password = std::move(auth_password);
-    u.priv_password = std::move(priv_password);
-    u.context_engine_id = std::move(engine_id);
-    return u;
+    return app::UsmSettings{name,          level,        L"SHA", auth_password, L"AES",
+                            priv_password, L"Automatic", L"",    engine_id};
   };
   const struct {
     GetSetMode mode;
