@@ -54,8 +54,8 @@ std::unique_ptr<RunningProcess> StartListening(const Cli& cli, std::vector<std::
   return run;
 }
 
-// Four notifications from net-snmp and one datagram that is none: each line as sent, the inform
-// answered (snmpinform exits 0 only then), and the run ends after the fourth.
+// Four notifications from net-snmp and one datagram that is none (from bash): each line as sent,
+// the inform answered (snmpinform exits 0 only then), and the run ends after the fourth.
 TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
   const std::string port = std::to_string(FreePort());
   const std::string to = "127.0.0.1:" + port;
@@ -63,8 +63,8 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
   // An IPv6 socket takes IPv4 senders too, and shows them by their IPv4 address.
   auto listen = StartListening(cli, {"-6", "--port", port, "--count", "4", "-t", "120", "-On"});
   struct Case {
-    std::vector<std::string> sender;  // empty: hand-written bytes
-    std::string printed;              // a regex of the lines after the time
+    std::vector<std::string> sender;
+    std::string printed;  // a regex of the lines after the time
   };
   const std::string v1 =
       "/usr/bin/snmptrap|-v|1|-c|public|" + to + "|.1.3.6.1.4.1.8072.2.3|10.1.2.3|";
@@ -81,25 +81,15 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
                           "|777|.1.3.6.1.4.1.8072.2.3.0.1|.1.3.6.1.2.1.1.6.0|s|hall"),
        R"( v2c community=pub2 InformRequest answered notification=\.1\.3\.6\.1\.4\.1\.8072\.2\.3\.0\.1 )"
        "sysUpTime=777\n  \\.1\\.3\\.6\\.1\\.2\\.1\\.1\\.6\\.0 = Octet String: hall\n"},
-      {{},
+      // Hand-written bytes that are no message: a length past the end.
+      {{"/bin/bash", "-c", "printf '\\x30\\x05\\x02\\x01\\x00\\x04' >/dev/udp/127.0.0.1/" + port},
        " malformed at offset 1: length 5 runs past the end of the message \\(4 bytes left\\)\n"},
       {sondara_test::Args(v1 + "6|17|1"),
        R"( v1 community=public Trap notification=\.1\.3\.6\.1\.4\.1\.8072\.2\.3\.0\.17 sysUpTime=1 )"},
   };
   for (const Case& c : cases) {
-    if (c.sender.empty()) {
-      const HeldPort from;
-      sockaddr_in a{};
-      a.sin_family = AF_INET;
-      a.sin_port = htons(static_cast<std::uint16_t>(std::stoi(port)));
-      a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      const std::uint8_t bytes[] = {0x30, 0x05, 0x02, 0x01, 0x00, 0x04};
-      ASSERT_EQ(
-          ::sendto(from.fd, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr*>(&a), sizeof a), 6);
-    } else {
-      const ProcessResult sent = RunningProcess(c.sender).Wait();
-      EXPECT_EQ(sent.status, 0) << c.sender.front() << sent.err;
-    }
+    const ProcessResult sent = RunningProcess(c.sender).Wait();
+    EXPECT_EQ(sent.status, 0) << c.sender.front() << sent.err;
     const std::regex printed(
         "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} (127\\.0\\.0\\.1|\\[::1\\]):\\d+" +
         c.printed);
@@ -186,23 +176,21 @@ TEST(CliListen, EndsWithTheStatusOfWhatEndedIt) {
     int status;
     std::string says;
   };
+  const std::string in_use = "Unable to listen on UDP port " + std::to_string(held.port) + ": " +
+                             comm + " (pid " + std::to_string(::getpid()) +
+                             ") already listens on it.";
   std::vector<Case> cases = {
       {{"--port", std::to_string(FreePort()), "--timeout", "1"}, false, 3, "Stopped listening"},
       {{"--port", std::to_string(FreePort())}, true, 130, "Stopped listening"},
-      {{"--port", std::to_string(held.port), "-t", "1"},
-       false,
-       2,
-       "Unable to listen on UDP port " + std::to_string(held.port) + ": " + comm + " (pid " +
-           std::to_string(::getpid()) + ") already listens on it."},
+      {{"--port", std::to_string(held.port), "-t", "1"}, false, 2, in_use},
   };
   // As root the privileged port is tried as nobody in cli_ping_test's namespace.
   int unprivileged_start = 1024;
   std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> unprivileged_start;
-  if (::geteuid() != 0 && unprivileged_start > 162)
-    cases.push_back({{"--port", "162", "-t", "1"},
-                     false,
-                     2,
-                     "ports below 1024 need a privilege this program does not have"});
+  if (::geteuid() != 0 && unprivileged_start > 162) {
+    const std::string needs = "ports below 1024 need a privilege this program does not have";
+    cases.push_back({{"--port", "162", "-t", "1"}, false, 2, needs});
+  }
   Cli cli;
   for (const Case& c : cases) {
     auto run = c.interrupt ? StartListening(cli, c.args) : nullptr;

@@ -8,10 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "core/ops/scripted_agents.h"
 #include "settings/settings.h"
-#include "support/ber_builder.h"
-#include "support/fake_agent.h"
-#include "support/hex_bytes.h"
 #include "support/recorders.h"
 #include "support/registered_transaction_log.h"
 #include "support/request_reader.h"
@@ -58,15 +56,10 @@ struct Operation {
   pages::CGetSetOperation op;
 };
 
-// Answers sysDescr.0 = Integer32 7 with the version, community and id its own reader found.
+// Answers sysDescr.0 = Integer32 7.
 FakeAgent EchoAgent() {
-  return FakeAgent([](const FakeAgent::Datagram& d, int) {
-    using namespace testing_support;
-    const ReadRequest request = ReadRequestFields(d.bytes);
-    return std::vector<FakeAgent::Reply>{
-        {Response(request.version, request.community, request.id, 0, 0,
-                  VarBind(Hex("2b 06 01 02 01 01 01 00"), Int(7)))}};
-  });
+  using namespace testing_support;
+  return Answering(VarBind(Hex("2b 06 01 02 01 01 01 00"), Int(7)));
 }
 
 TEST(GetSetOperation, ChecksRunInOrderShowTheirMessageFocusTheFieldAndSendNothing) {
@@ -126,13 +119,8 @@ TEST(GetSetOperation, V3ChecksRefuseWithTheirMessageAndField) {
   const std::wstring id_5 = L"80 00 1f 88 80", id_32(64, L'a');
   const auto user = [](std::wstring name, std::wstring level, std::wstring auth_password,
                        std::wstring priv_password, std::wstring engine_id = L"") {
-    app::UsmSettings u;
-    u.user_name = std::move(name);
-    u.level = std::move(level);
-    u.auth_password = std::move(auth_password);
-    u.priv_password = std::move(priv_password);
-    u.context_engine_id = std::move(engine_id);
-    return u;
+    return app::UsmSettings{name,          level,        L"SHA", auth_password, L"AES",
+                            priv_password, L"Automatic", L"",    engine_id};
   };
   const struct {
     GetSetMode mode;

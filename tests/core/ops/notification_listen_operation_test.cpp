@@ -49,44 +49,22 @@ TEST(NotificationListen, EachDatagramBecomesOneRowAndAnInformIsAnswered) {
     const char* what;
     Bytes bytes;
     NotificationKind kind;
-    std::wstring trap_oid;
-    std::optional<std::uint32_t> up;
-    std::wstring problem;  // a part of it
+    std::wstring trap_oid = L"";
+    std::optional<std::uint32_t> up = std::nullopt;
+    std::optional<Bytes> answer = std::nullopt;
+    std::wstring problem = L"";  // a part of it
     std::uint32_t offset = 0;
-    std::optional<Bytes> answer;
   };
   Bytes cut = V2(0xA7, 5);
   cut.pop_back();
+  const Bytes response = Response(1, "x", 1, 0, 0, {});
+  using K = NotificationKind;
   const Case cases[] = {
-      {"coldStart",
-       V1Trap(0, 0),
-       NotificationKind::kTrapV1,
-       L".1.3.6.1.6.3.1.1.5.1",
-       12345,
-       L"",
-       0,
-       {}},
-      {"egpNeighborLoss",
-       V1Trap(5, 0),
-       NotificationKind::kTrapV1,
-       L".1.3.6.1.6.3.1.1.5.6",
-       12345,
-       L"",
-       0,
-       {}},
-      {"inform", V2(0xA6, 0x1234), NotificationKind::kInform, L".1.3.6.1.6.3.1.1.5.3", 777, L"", 0,
-       V2(0xA2, 0x1234)},
-      {"inform with error fields", V2(0xA6, 9, 3), NotificationKind::kInform,
-       L".1.3.6.1.6.3.1.1.5.3", 777, L"", 0, V2(0xA2, 9, 0)},
-      {"cut", cut, NotificationKind::kMalformed, L"", std::nullopt, L"runs past the end", 1, {}},
-      {"get",
-       Response(1, "x", 1, 0, 0, {}),
-       NotificationKind::kOther,
-       L"",
-       std::nullopt,
-       L"not a notification: Response-PDU",
-       0,
-       {}},
+      {"coldStart", V1Trap(0, 0), K::kTrapV1, L".1.3.6.1.6.3.1.1.5.1", 12345},
+      {"inform, error fields set", V2(0xA6, 9, 3), K::kInform, L".1.3.6.1.6.3.1.1.5.3", 777,
+       V2(0xA2, 9, 0)},
+      {"cut", cut, K::kMalformed, L"", {}, {}, L"runs past the end", 1},
+      {"response", response, K::kOther, L"", {}, {}, L"not a notification: Response-PDU"},
   };
   for (const Case& c : cases) {
     std::optional<Bytes> answered;
