@@ -147,9 +147,20 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
       name = node_name_;
       snmp::AppendArcsText(name, match.suffix);
     }
-    if (const auto shown =
-            bind.Value() ? mib::NamedValueText(*bind.Value(), match.node) : std::nullopt)
-      text = tvkutil::FromUtf8Lenient(*shown);
+    // A column often holds one number or OID over and over (every process's hrSWRunID, a
+    // column of up(1)): named once for the run. Their text is exact; a string's need not be.
+    const bool exact = tag == snmp::kTagInteger32 || tag == snmp::kTagOid ||
+                       tag == snmp::kTagCounter32 || tag == snmp::kTagGauge32;
+    if (bind.Value() != nullptr &&
+        (!exact || match.node != shown_node_ || tag != shown_tag_ || text != shown_from_)) {
+      const auto shown = mib::NamedValueText(*bind.Value(), match.node);
+      shown_node_ = exact ? match.node : nullptr;
+      shown_tag_ = exact ? tag : 0;
+      shown_from_ = text;
+      shown_as_ = shown ? std::optional(tvkutil::FromUtf8Lenient(*shown)) : std::nullopt;
+    }
+    if (bind.Value() != nullptr && shown_as_)
+      text = *shown_as_;
   }
   // Text output shows the name alone where there is one.
   const bool dotted = bind.Name() != nullptr && (format_ != OutputFormat::kText || name.empty());

@@ -55,6 +55,11 @@ class CResultPrinter {
   const mib::MibNode* named_node_ = nullptr;  // the node node_name_ names
   bool named_leaf_ = false;                   // nothing known lies below named_node_
   std::wstring node_name_;
+  // The last exact value named: its node, tag and text, and what it was shown as.
+  const mib::MibNode* shown_node_ = nullptr;
+  std::uint32_t shown_tag_ = 0;
+  std::wstring shown_from_;
+  std::optional<std::wstring> shown_as_;
 };
 
 // A field of the results files' CSV, UTF-8.

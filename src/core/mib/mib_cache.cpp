@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <optional>
 #include <string_view>
@@ -206,19 +208,26 @@ void WriteWhole(const std::string& file, const std::string& bytes) {
 
 }  // namespace
 
-std::string MibCacheFile() {
+std::string MibCacheFolder() {
   const char* cache_home = std::getenv("XDG_CACHE_HOME");
   const char* home = std::getenv("HOME");
   if (cache_home != nullptr && *cache_home == '/')
-    return std::string(cache_home) + "/sondara/mib-modules.cache";
+    return std::string(cache_home) + "/sondara";
   if (home != nullptr && *home != 0)
-    return std::string(home) + "/.cache/sondara/mib-modules.cache";
+    return std::string(home) + "/.cache/sondara";
   return {};
 }
 
-SmiLoadResult LoadMibModulesCached(const SmiLoadRequest& request, const std::string& cache_file) {
-  if (cache_file.empty() || !request.files.empty())
+SmiLoadResult LoadMibModulesCached(const SmiLoadRequest& request, const std::string& cache_folder) {
+  if (cache_folder.empty() || !request.files.empty())
     return LoadMibModules(request);
+  std::string folders = request.base_folder;
+  for (const std::string& folder : request.folders)
+    folders += '\n' + folder;
+  char name[48];
+  std::snprintf(name, sizeof name, "/mib-modules-%016llx.cache",
+                static_cast<unsigned long long>(std::hash<std::string>{}(folders)));
+  const std::string cache_file = cache_folder + name;
   const std::string state = FolderState(request);
   const std::string cached = ReadWhole(cache_file);
   Reader before(cached);

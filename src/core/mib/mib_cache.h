@@ -10,13 +10,13 @@
 
 namespace mib {
 
-// $XDG_CACHE_HOME/sondara/mib-modules.cache, else ~/.cache/sondara/mib-modules.cache; empty
-// when there is no home to keep it in.
-std::string MibCacheFile();
+// $XDG_CACHE_HOME/sondara, else ~/.cache/sondara; empty when there is no home to keep it in.
+std::string MibCacheFolder();
 
-// LoadMibModules(request), or what it gave last time from `cache_file` (an empty name: no
-// cache). A request naming files is never cached. A cache that cannot be written is no fault:
-// the modules are read again next time.
-SmiLoadResult LoadMibModulesCached(const SmiLoadRequest& request, const std::string& cache_file);
+// LoadMibModules(request), or what it gave last time, from a file in `cache_folder` of its own
+// for each list of folders, so that programs run with other folders (--mibdir) keep theirs
+// (an empty name: no cache). A request naming files is never cached. A cache that cannot be
+// written is no fault: the modules are read again next time.
+SmiLoadResult LoadMibModulesCached(const SmiLoadRequest& request, const std::string& cache_folder);
 
 }  // namespace mib

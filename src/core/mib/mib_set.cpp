@@ -122,7 +122,7 @@ const CMibSet& CMibSet::Builtin() {
     for (std::string& folder : StandardMibFolders())
       request.folders.push_back(std::move(folder));
     request.base_folder = BaseMibFolder();
-    SmiLoadResult read = LoadMibModulesCached(request, MibCacheFile());
+    SmiLoadResult read = LoadMibModulesCached(request, MibCacheFolder());
     // A module of the user's replaces the built-in one of its name, unless it could not be
     // read whole: then the built-in one, complete, stays.
     std::set<std::string, std::less<>> partial;

@@ -59,13 +59,13 @@ TEST(MibCache, GivesWhatTheFoldersGaveUntilAFileChanges) {
   mib::SmiLoadRequest request;
   request.folders = {folder};
   request.base_folder = mib::BaseMibFolder();
-  const std::string cache = dir / "cache/mib-modules.cache";
+  const std::string cache_folder = dir / "cache";
 
   const mib::SmiLoadResult fresh = mib::LoadMibModules(request);
   ASSERT_FALSE(fresh.nodes.empty());
   ASSERT_FALSE(fresh.problems.empty());
   for (int pass = 0; pass < 2; ++pass) {  // written, then read back
-    const mib::SmiLoadResult cached = mib::LoadMibModulesCached(request, cache);
+    const mib::SmiLoadResult cached = mib::LoadMibModulesCached(request, cache_folder);
     EXPECT_EQ(cached.nodes, fresh.nodes) << pass;
     EXPECT_EQ(cached.modules, fresh.modules) << pass;
     EXPECT_EQ(cached.problems, fresh.problems) << pass;
@@ -76,14 +76,16 @@ TEST(MibCache, GivesWhatTheFoldersGaveUntilAFileChanges) {
   changed.replace(changed.find("down(2)"), 7, "dawn(2)");
   sondara_test::WriteFile(state, changed);
   SetTime(state, 1700000000);
-  EXPECT_EQ(StateLabel(mib::LoadMibModulesCached(request, cache)), "down");
+  EXPECT_EQ(StateLabel(mib::LoadMibModulesCached(request, cache_folder)), "down");
   SetTime(state, 1700000001);
-  EXPECT_EQ(StateLabel(mib::LoadMibModulesCached(request, cache)), "dawn");
+  EXPECT_EQ(StateLabel(mib::LoadMibModulesCached(request, cache_folder)), "dawn");
 
   // A cache cut short is read as none, and written anew.
+  ASSERT_EQ(std::distance(std::filesystem::directory_iterator(cache_folder), {}), 1);
+  const std::string cache = std::filesystem::directory_iterator(cache_folder)->path();
   const std::string whole = sondara_test::ReadFile(cache);
   sondara_test::WriteFile(cache, whole.substr(0, whole.size() / 2));
-  EXPECT_EQ(StateLabel(mib::LoadMibModulesCached(request, cache)), "dawn");
+  EXPECT_EQ(StateLabel(mib::LoadMibModulesCached(request, cache_folder)), "dawn");
   EXPECT_EQ(sondara_test::ReadFile(cache), whole);
 }
 
