@@ -21,7 +21,8 @@ if(TARGET sondara-cli)
 endif()
 # The standard MIB modules' table; the programs look in ../share/sondara/mibs from bin.
 if(SONDARA_HAVE_MIB_TABLE)
-  install(FILES ${SONDARA_MIB_TABLE_DIR}/builtin.tab ${SONDARA_MIB_TABLE_DIR}/builtin.desc
+  install(FILES ${SONDARA_MIB_TABLE_DIR}/builtin.tab ${SONDARA_MIB_TABLE_DIR}/builtin.idx
+                ${SONDARA_MIB_TABLE_DIR}/builtin.desc
           DESTINATION ${CMAKE_INSTALL_DATADIR}/sondara/mibs)
 endif()
 # The SMI base modules libsmi needs to read any MIB module, which Debian does not ship.

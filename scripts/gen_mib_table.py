@@ -3,11 +3,14 @@
 python3-pysnmp4-mibs packages (compiled pysnmp modules), loaded module by module.
 
 Usage: gen_mib_table.py OUT_DIR
-Writes OUT_DIR/builtin.tab (one node a line, tab-separated) and OUT_DIR/builtin.desc (the
-descriptions, read by offset only when a node's description is asked for). A module that does
+Writes OUT_DIR/builtin.tab (one node a line, tab-separated), OUT_DIR/builtin.idx (where each
+line, its module and name are and its OID as numbers, so that the programs read no text at
+start) and OUT_DIR/builtin.desc (the descriptions, read by offset only when a node's description
+is asked for). A module that does
 not load is left out and named on standard error. Exit status 3 when the packages are missing.
 """
 import os
+import struct
 import sys
 
 try:
@@ -135,10 +138,12 @@ def main():
                 augments[key] = name
     os.makedirs(out_dir, exist_ok=True)
     tab_path = os.path.join(out_dir, "builtin.tab")
+    idx_path = os.path.join(out_dir, "builtin.idx")
     desc_path = os.path.join(out_dir, "builtin.desc")
-    with open(tab_path + ".tmp", "w", encoding="utf-8") as tab, \
-            open(desc_path + ".tmp", "wb") as desc:
+    index_rows, arcs = [], []
+    with open(tab_path + ".tmp", "wb") as tab, open(desc_path + ".tmp", "wb") as desc:
         offset = 0
+        tab_size = 0
         for oid, module, name, kind, symbol in rows:
             base, tc, hint, enums = syntax_of(symbol)
             access = ACCESS.get(getattr(symbol, "getMaxAccess", lambda: "")() or "", "")
@@ -150,12 +155,24 @@ def main():
                                  for implied, _, obj in symbol.getIndexNames())
             text = (getattr(symbol, "getDescription", lambda: "")() or "").encode("utf-8")
             desc.write(text)
-            tab.write("\t".join(field(f) for f in (
+            fields = [field(f).encode("utf-8") for f in (
                 ".".join(str(n) for n in oid), module, name, kind, base, tc, hint, enums,
                 access, status, units, index, augments.get((module, name), ""), offset,
-                len(text))) + "\n")
+                len(text))]
+            line = b"\t".join(fields)
+            tab.write(line + b"\n")
+            # Line offset and length, first arc and arc count, OID text, module and name lengths.
+            index_rows.append(struct.pack("<IIIHHHH", tab_size, len(line), len(arcs), len(oid),
+                                          len(fields[0]), len(fields[1]), len(fields[2])))
+            arcs.extend(oid)
+            tab_size += len(line) + 1
             offset += len(text)
+    with open(idx_path + ".tmp", "wb") as idx:
+        idx.write(struct.pack("<8sIII", b"SNDRIDX1", tab_size, len(index_rows), len(arcs)))
+        idx.write(b"".join(index_rows))
+        idx.write(struct.pack("<%dI" % len(arcs), *arcs))
     os.replace(tab_path + ".tmp", tab_path)
+    os.replace(idx_path + ".tmp", idx_path)
     os.replace(desc_path + ".tmp", desc_path)
     loaded = len(mib_builder.mibSymbols)
     sys.stderr.write("gen_mib_table: %d nodes from %d modules\n" % (len(rows), loaded))

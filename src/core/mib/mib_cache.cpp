@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -184,8 +183,12 @@ std::optional<SmiLoadResult> Get(Reader& r) {
 }
 
 std::string ReadWhole(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  return in ? std::string(std::istreambuf_iterator<char>(in), {}) : std::string();
+  std::ifstream in(file, std::ios::binary | std::ios::ate);
+  std::string bytes(in ? static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0)) : 0,
+                    '\0');
+  if (!in.seekg(0) || !in.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
+    return {};
+  return bytes;
 }
 
 // Written beside the cache and renamed over it: a reader sees the old cache or the new one.

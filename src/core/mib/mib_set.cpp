@@ -7,11 +7,14 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <mutex>
 #include <numeric>
 #include <set>
+#include <utility>
 
 #include "mib/mib_cache.h"
 
@@ -34,7 +37,6 @@ std::vector<std::string_view> Split(std::string_view text, char by) {
 }
 
 // Dotted decimal arcs, a leading dot allowed; false for anything else or an arc above 2^32-1.
-// The table's twenty thousand OIDs go through here at first use.
 bool ReadArcs(std::string_view text, Arcs& out) {
   const char* p = text.data();
   const char* const end = p + text.size();
@@ -162,64 +164,108 @@ bool CMibSet::LoadTable(const std::string& folder) {
   return ReadTable(folder, true);
 }
 
+namespace {
+
+// A file mapped read-only for as long as this lives; empty when it cannot be.
+class MappedFile {
+ public:
+  explicit MappedFile(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+      return;
+    struct stat st {};
+    if (::fstat(fd, &st) == 0 && st.st_size > 0) {
+      void* map =
+          ::mmap(nullptr, static_cast<std::size_t>(st.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
+      if (map != MAP_FAILED)
+        bytes_ = {static_cast<const char*>(map), static_cast<std::size_t>(st.st_size)};
+    }
+    ::close(fd);
+  }
+  ~MappedFile() {
+    if (!bytes_.empty())
+      ::munmap(const_cast<char*>(bytes_.data()), bytes_.size());
+  }
+  MappedFile(const MappedFile&) = delete;
+  MappedFile& operator=(const MappedFile&) = delete;
+  std::string_view Bytes() const { return bytes_; }
+  std::string_view Release() { return std::exchange(bytes_, {}); }
+
+ private:
+  std::string_view bytes_;
+};
+
+// The index's numbers are little-endian, whatever the host.
+template <typename Number>
+Number Little(std::string_view bytes, std::size_t at) {
+  Number n;
+  std::memcpy(&n, bytes.data() + at, sizeof n);
+  if constexpr (std::endian::native == std::endian::big) {
+    if constexpr (sizeof n == 4)
+      n = __builtin_bswap32(n);
+    else
+      n = __builtin_bswap16(n);
+  }
+  return n;
+}
+
+}  // namespace
+
 bool CMibSet::ReadTable(const std::string& folder, bool index) {
   if (folder.empty())
     return false;
-  // Mapped, not read: the rows stay where the page cache has them, and no copy is made.
-  const int fd = ::open((folder + "builtin.tab").c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0)
+  // Both mapped, not read: the rows stay where the page cache has them. The index, written with
+  // the table, says where each row, its module and name are and holds its OID as numbers, so
+  // that no text is parsed at start.
+  MappedFile table(folder + "builtin.tab");
+  const MappedFile where(folder + "builtin.idx");
+  const std::string_view tab = table.Bytes();
+  const std::string_view idx = where.Bytes();
+  constexpr std::size_t kHead = 20, kRow = 20;
+  if (tab.empty() || idx.size() < kHead || idx.substr(0, 8) != "SNDRIDX1" ||
+      Little<std::uint32_t>(idx, 8) != tab.size())
     return false;
-  struct stat st {};
-  void* map = MAP_FAILED;
-  if (::fstat(fd, &st) == 0 && st.st_size > 0)
-    map = ::mmap(nullptr, static_cast<std::size_t>(st.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
-  ::close(fd);
-  if (map == MAP_FAILED)
+  const std::size_t rows = Little<std::uint32_t>(idx, 12);
+  const std::size_t arcs = Little<std::uint32_t>(idx, 16);
+  if (idx.size() != kHead + rows * kRow + arcs * 4)
     return false;
   std::unique_lock lock(mutex_);
-  if (!table_text_.empty()) {
-    ::munmap(map, static_cast<std::size_t>(st.st_size));
+  if (!table_text_.empty())
     return false;  // one table per set: rows are numbered from its first line
+  table_arcs_.resize(arcs);
+  std::memcpy(table_arcs_.data(), idx.data() + kHead + rows * kRow, arcs * 4);
+  if constexpr (std::endian::native == std::endian::big) {
+    for (std::uint32_t& arc : table_arcs_)
+      arc = __builtin_bswap32(arc);
   }
-  table_text_ = {static_cast<const char*>(map), static_cast<std::size_t>(st.st_size)};
-  description_file_ = folder + "builtin.desc";
-  // Only the OID, module and name are read now; a row becomes a node when first asked for.
-  const std::string_view all = table_text_;
-  // Rows run to about 120 bytes and their OIDs to about ten arcs: room enough, once.
-  const std::size_t rows = all.size() / 100 + 1;
   table_rows_.reserve(rows);
-  table_arcs_.reserve(rows * 12);
-  struct Cut {
-    std::size_t at, count;
-    std::string_view module, name;
-  };
-  std::vector<Cut> cuts;
-  cuts.reserve(rows);
-  for (std::size_t from = 0; from < all.size();) {
-    std::size_t end = all.find('\n', from);
-    if (end == std::string_view::npos)
-      end = all.size();
-    const std::string_view line = all.substr(from, end - from);
-    from = end + 1;
-    const std::size_t at = table_arcs_.size();
-    const std::size_t tab1 = line.find('\t');
-    const std::size_t tab2 = line.find('\t', tab1 + 1);
-    const std::size_t tab3 = tab2 == std::string_view::npos ? tab2 : line.find('\t', tab2 + 1);
-    if (tab3 == std::string_view::npos || !ReadArcs(line.substr(0, tab1), table_arcs_) ||
-        table_arcs_.size() == at) {
-      table_arcs_.resize(at);
-      continue;
+  table_entries_.reserve(rows);
+  for (std::size_t row = 0; row < rows; ++row) {
+    const std::size_t at = kHead + row * kRow;
+    const std::size_t line_at = Little<std::uint32_t>(idx, at);
+    const std::size_t line_size = Little<std::uint32_t>(idx, at + 4);
+    const std::size_t first = Little<std::uint32_t>(idx, at + 8);
+    const std::size_t count = Little<std::uint16_t>(idx, at + 12);
+    const std::size_t oid = Little<std::uint16_t>(idx, at + 14);
+    const std::size_t module = Little<std::uint16_t>(idx, at + 16);
+    const std::size_t name = Little<std::uint16_t>(idx, at + 18);
+    if (line_at + line_size > tab.size() || oid + module + name + 3 > line_size ||
+        first + count > arcs || count == 0) {
+      table_rows_.clear();
+      table_entries_.clear();
+      table_arcs_.clear();
+      return false;
     }
+    const std::string_view line = tab.substr(line_at, line_size);
     table_rows_.push_back(line);
-    cuts.push_back({at, table_arcs_.size() - at, line.substr(tab1 + 1, tab2 - tab1 - 1),
-                    line.substr(tab2 + 1, tab3 - tab2 - 1)});
+    table_entries_.push_back({{table_arcs_.data() + first, count},
+                              line.substr(oid + 1, module),
+                              line.substr(oid + module + 2, name),
+                              nullptr,
+                              static_cast<std::uint32_t>(row)});
   }
-  table_entries_.reserve(cuts.size());
-  for (std::uint32_t row = 0; row < cuts.size(); ++row) {
-    const Cut& cut = cuts[row];
-    table_entries_.push_back(
-        {{table_arcs_.data() + cut.at, cut.count}, cut.module, cut.name, nullptr, row});
-  }
+  table_text_ = table.Release();
+  description_file_ = folder + "builtin.desc";
   made_of_row_.assign(table_rows_.size(), nullptr);
   if (index)
     Reindex();

@@ -1,10 +1,13 @@
 #include "mib/mib_cache.h"
+#include "mib/mib_set.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "support/temp_folder.h"
 
@@ -87,6 +90,38 @@ TEST(MibCache, GivesWhatTheFoldersGaveUntilAFileChanges) {
   sondara_test::WriteFile(cache, whole.substr(0, whole.size() / 2));
   EXPECT_EQ(StateLabel(mib::LoadMibModulesCached(request, cache_folder)), "dawn");
   EXPECT_EQ(sondara_test::ReadFile(cache), whole);
+}
+
+}  // namespace
+
+namespace {
+
+// The table's index is checked against the table before any of it is used: a damaged or stale
+// one gives no names rather than wrong ones or a crash.
+TEST(MibTable, ADamagedIndexGivesNoTable) {
+  const std::string built = SONDARA_MIB_TABLE_DIR;
+  const std::string tab = sondara_test::ReadFile(built + "builtin.tab");
+  const std::string idx = sondara_test::ReadFile(built + "builtin.idx");
+  ASSERT_GT(idx.size(), 40u);
+  std::string wide_row = idx;
+  wide_row[20 + 7] = '\x7f';  // the first row's line runs far past the table
+  for (const auto& [what, tab_bytes, idx_bytes, loads] :
+       std::vector<std::tuple<const char*, std::string, std::string, bool>>{
+           {"intact", tab, idx, true},
+           {"cut short", tab, idx.substr(0, idx.size() - 4), false},
+           {"stale", tab + "\n", idx, false},
+           {"row past the table", tab, wide_row, false},
+           {"no index", tab, "", false}}) {
+    sondara_test::TempFolder dir;
+    sondara_test::WriteFile(dir / "builtin.tab", tab_bytes);
+    if (!idx_bytes.empty())
+      sondara_test::WriteFile(dir / "builtin.idx", idx_bytes);
+    mib::CMibSet set;
+    EXPECT_EQ(set.LoadTable(dir.Path() + "/"), loads) << what;
+    EXPECT_EQ(set.NameOf(std::vector<std::uint32_t>{1, 3, 6, 1, 2, 1, 1, 1, 0}),
+              loads ? "SNMPv2-MIB::sysDescr.0" : "")
+        << what;
+  }
 }
 
 }  // namespace
