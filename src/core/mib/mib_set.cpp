@@ -323,7 +323,14 @@ void CMibSet::Reindex() {
     }
     by_oid_.push_back(i);
   }
-  // By name: open addressing, linear probing; a name's entries are met in the order loaded.
+  std::lock_guard names_lock(names_mutex_);
+  name_slots_.clear();  // made again when a name is first looked up
+}
+
+void CMibSet::HashNames() const {
+  if (!name_slots_.empty())
+    return;
+  // Open addressing, linear probing; a name's entries are met in the order loaded.
   std::size_t slots = 16;
   while (slots < 2 * entries_.size())
     slots *= 2;
@@ -444,6 +451,11 @@ std::string CMibSet::NameOf(const OidMatch& match) {
 const MibNode* CMibSet::Find(std::string_view module, std::string_view name) const {
   std::shared_lock lock(mutex_);
   const Entry* best = nullptr;
+  {
+    // A walk names objects by OID only: the hash waits for the first name typed.
+    std::lock_guard names_lock(names_mutex_);
+    HashNames();
+  }
   const std::size_t mask = name_slots_.size() - 1;
   for (std::size_t at = std::hash<std::string_view>{}(name)&mask;
        !name_slots_.empty() && name_slots_[at] != 0; at = (at + 1) & mask) {

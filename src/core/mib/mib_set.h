@@ -94,7 +94,8 @@ class CMibSet {
   // SNMPv2/IF/IP modules, then the rest, then the SMIv1 ones they replaced (RFC1213-MIB...).
   int Rank(std::string_view module) const;
   bool ReadTable(const std::string& folder, bool index);
-  void Reindex();  // unique lock held
+  void Reindex();          // unique lock held
+  void HashNames() const;  // shared lock and names_mutex_ held
   const MibNode* NodeOf(const Entry& entry) const;
 
   mutable std::shared_mutex mutex_;
@@ -107,10 +108,12 @@ class CMibSet {
   std::string description_file_;
   std::deque<MibNode> nodes_;  // the user's; never shrinks: pointers handed out stay valid
   std::set<std::string, std::less<>> user_modules_;
-  std::set<const MibNode*> replaced_;      // user nodes of a module loaded again
-  std::vector<Entry> entries_;             // the table's rows not replaced, then the user's nodes
-  std::vector<std::uint32_t> by_oid_;      // entries in the order of OIDs, one per OID
-  std::vector<std::uint32_t> name_slots_;  // a hash table of entries by name, index + 1
+  std::set<const MibNode*> replaced_;  // user nodes of a module loaded again
+  std::vector<Entry> entries_;         // the table's rows not replaced, then the user's nodes
+  std::vector<std::uint32_t> by_oid_;  // entries in the order of OIDs, one per OID
+  // A hash table of entries by name, index + 1; made on first use, under names_mutex_.
+  mutable std::mutex names_mutex_;
+  mutable std::vector<std::uint32_t> name_slots_;
   std::vector<MibProblem> problems_;
 
   // Table rows read into nodes so far, kept for the set's life (pointers handed out).
