@@ -43,10 +43,11 @@ Mib SystemMib(int objects) {
 
 // Answers GetNext and GetBulk from `mib` as a v1 (noSuchName) or v2c (endOfMibView) agent; a
 // GetBulk above `too_big_above` repetitions (not 0) gets tooBig, or no answer at all with
-// `drops_bulk`; answer `slow` waits 2 s.
-FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1,
-                   bool drops_bulk = false) {
-  return FakeAgent([mib, too_big_above, slow, drops_bulk](const FakeAgent::Datagram& d, int n) {
+// `drops_bulk`; answer `slow` waits 2 s, the first `late` answers 100 ms each.
+FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1, bool drops_bulk = false,
+                   int late = 0) {
+  return FakeAgent([mib, too_big_above, slow, drops_bulk, late](const FakeAgent::Datagram& d,
+                                                                int n) {
     const ReadRequest r = ReadRequestFields(d.bytes);
     if (drops_bulk && r.pdu == 0xA5)
       return std::vector<FakeAgent::Reply>{};
@@ -85,7 +86,8 @@ FakeAgent MibAgent(Mib mib, std::uint32_t too_big_above = 0, int slow = -1,
       }
     }
     return std::vector<FakeAgent::Reply>{
-        {Response(r.version, r.community, r.id, status, index, binds), n == slow ? 2000 : 0}};
+        {Response(r.version, r.community, r.id, status, index, binds),
+         n == slow ? 2000 : (n < late ? 100 : 0)}};
   });
 }
 
@@ -320,8 +322,10 @@ TEST(WalkMibOperation, RequestsInFlightKeepTheOrderAndTheirNumber) {
   for (std::uint8_t group : {1, 2, 4})
     for (std::uint8_t n = 1; n <= 40; ++n)
       mib.emplace_back(Cat({Hex("2b 06 01 02 01"), Bytes{group, n, 0}}), Int(n));
-  FakeAgent agent = MibAgent(mib);
   for (const int bulk : {0, pages::kBulkAuto}) {
+    // The first answers come late, so the other requests go out meanwhile however fast or
+    // busy this machine is.
+    FakeAgent agent = MibAgent(mib, 0, -1, false, 4);
     Walk w(agent.Port());
     w.options.bulk_repetitions = bulk;
     w.options.in_flight = 3;
