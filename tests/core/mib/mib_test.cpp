@@ -74,19 +74,6 @@ TEST(MibSet, ModuleOfTheUserReplacesTheBuiltInOne) {
             std::string::npos);
 }
 
-// Debian's own modules import framework conventions no Debian package ships as MIB text: our
-// base modules stand in, so a fresh machine reports nothing at every start.
-TEST(MibSet, DebiansModulesLoadWithOurBaseModules) {
-  mib::SmiLoadRequest request;
-  request.folders = {"/usr/share/snmp/mibs"};
-  request.base_folder = mib::BaseMibFolder();
-  const mib::SmiLoadResult read = mib::LoadMibModules(request);
-  if (read.modules.empty())
-    GTEST_SKIP() << "no MIB modules in /usr/share/snmp/mibs";
-  for (const mib::MibProblem& problem : read.problems)
-    ADD_FAILURE() << mib::FormatProblem(problem);
-}
-
 TEST(MibValue, HintsEnumsBitsAndUnits) {
   struct Case {
     const char* hint;
