@@ -191,14 +191,19 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
 // (R + 1) x time-out (a flood from another port is the never-empty socket's test).
 TEST(RequestExchange, AFloodNeverStretchesTheWait) {
   const int retries = 2, timeout_ms = 300, expected_ms = (retries + 1) * timeout_ms;
-  FakeAgent agent = Always({});
-  agent.StartFlood({{GoodReply(8), 0, false}, {GoodReply(6), 0, false}}, 100us, 40000);
+  // From the first datagram on, two answers to other requests every millisecond for 4 s.
+  const FakeAgent agent([](const auto&, int n) {
+    Replies flood;
+    for (int ms = 0; n == 0 && ms < 4000; ++ms)
+      flood.insert(flood.end(), {{GoodReply(8), ms, false}, {GoodReply(6), ms, false}});
+    return flood;
+  });
   const Outcome o = RunGet(agent.Port(), Settings(retries, timeout_ms));
   EXPECT_EQ(o.failure, Failure::kCheck);
   EXPECT_EQ(o.result, kIdMismatch);
   EXPECT_GE(o.ms, expected_ms - 10);
   EXPECT_LT(o.ms, expected_ms + 2000);  // a wait restarted by the flood lasts past its 4 s
-  EXPECT_EQ(agent.Received().size(), 3U);
+  EXPECT_EQ(o.sink.Count(logs::kDirectionSent), 3U);
 }
 
 TEST(RequestExchange, EmptyOrTruncatedReplyIsJudgedAtOnceAndNeverCrashes) {
