@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QMenu>
 #include <QPlainTextEdit>
-#include <QTableView>
 #include <QTest>
 #include <QTextBlock>
 #include <QTreeWidget>

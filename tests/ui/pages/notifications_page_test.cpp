@@ -5,13 +5,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 #include <QAction>
-#include <QApplication>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
-#include <QTabWidget>
-#include <QTableView>
 #include <QTableWidget>
 #include <QTest>
 #include <QTreeWidget>

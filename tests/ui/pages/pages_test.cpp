@@ -1,6 +1,5 @@
 // The pages' controls (what the requests do is the operation tests'), and requests that wait
 // on the network leaving the window working; ping and sweep in the namespace made in main().
-#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
