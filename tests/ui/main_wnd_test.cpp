@@ -64,7 +64,15 @@ QStringList Events(const app::CMainWnd& w) {
 class MainWndTest : public QObject {
   Q_OBJECT
 
+  int beeps_ = 0;  // refused characters of the numeric fields
+
  private slots:
+  void init() {
+    beeps_ = 0;
+    tvkutil::SetRefusalBeep([this] { ++beeps_; });
+  }
+  void cleanup() { tvkutil::SetRefusalBeep({}); }
+
   // First, so that its window is the one that reads the modules.
   // The MIB folders: added once each, removed, kept on OK with a word on when they count; what
   // could not be read of this run's folder listed below them and in the event log.
@@ -248,6 +256,164 @@ class MainWndTest : public QObject {
     QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().contains(
         QRect(w.pos(), w.size() + QSize(0, 40))));
   }
+
+  // OK checks the ranges in order: the first refusal shows, focuses its field and stores
+  // nothing. OK then stores every field and the adapter; Cancel stores nothing.
+  void OkChecksRangesThenStoresEverythingCancelNothing() {
+    const QString captions[] = {
+        "&Request Timeout (milliseconds):", "R&etries:", "&GetBulk repetitions for walkMIB:",
+        "Requests in &flight for walkMIB:"};
+    const QString request_range = "Please enter an integer between 100 and 30000.";
+    const QList<int> defaults{0, 3, 1000, 3, 0, 0, 1};
+    const struct {
+      QStringList typed;  // request, retries, GetBulk repetitions, in flight; +n: n spin clicks
+      QString button, warning;
+      // use IPv6, connect time-out (kept, not shown), request, retries, GetBulk, Auto, in flight
+      QList<int> stored;
+      bool tick_auto = false;
+      int focus = 0;  // the field a warning focuses
+    } cases[] = {
+        {{"99", "3", "0", "1"}, "&OK", request_range, defaults},
+        {{"30001", "3", "0", "1"}, "&OK", request_range, defaults},
+        {{"100", "+8", "999", "+9"}, "&OK", "", {1, 3, 100, 10, 999, 0, 8}},  // the spins stop
+        {{"30000", "0", "", "2"}, "&OK", "", {1, 3, 30000, 0, 0, 0, 2}},      // empty reads as 0
+        {{"2500", "+8", "50", "1"}, "Cance&l", "", defaults},
+        // Auto disables the number and keeps it as it was; the in-flight range is checked.
+        {{"1000", "3", "40", "4"}, "&OK", "", {1, 3, 1000, 3, 0, 1, 4}, true},
+        {{"1000", "3", "40", "9"},
+         "&OK",
+         "Please enter an integer between 1 and 8.",
+         defaults,
+         true,
+         3},
+    };
+    for (const auto& c : cases) {
+      sondara_test::TempFolder dir;
+      app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
+      net::CAdapterTable adapters({net::MakeAdapterInfo(L"eth0", L"10.0.0.1", true, 0)},
+                                  {net::MakeAdapterInfo(L"wlan0", L"fe80::2%3", false, 3)});
+      app::COptionsDialog d(sondara, adapters);
+      QStringList warnings;
+      app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { warnings << text; });
+      d.show();
+      QVERIFY(QTest::qWaitForWindowActive(&d));
+      // Near the box: a check box stretched across the dialog takes clicks only by its text.
+      for (QCheckBox* box : d.findChildren<QCheckBox*>()) {
+        if (box->text() == "&Use IPv6" || (c.tick_auto && box->text() == "&Auto"))
+          QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
+      }
+      d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
+      QLineEdit* fields[4] = {};  // by their captions, as Alt+letter reaches them
+      for (QLabel* label : d.findChildren<QLabel*>()) {
+        for (int i = 0; i < 4; ++i) {
+          if (label->text() == captions[i])
+            fields[i] = qobject_cast<QLineEdit*>(label->buddy());
+        }
+      }
+      for (int i = 0; i < 4; ++i) {
+        if (!fields[i]->isEnabled())  // the GetBulk number under Auto
+          continue;
+        for (auto* spin : d.findChildren<tvkutil::SpinButtons*>()) {
+          for (int k = 0; spin->Buddy() == fields[i] && k < c.typed[i].toInt(); ++k)
+            QTest::mouseClick(spin->UpButton(), Qt::LeftButton);  // "+n" reads as n
+        }
+        if (!c.typed[i].startsWith('+')) {
+          fields[i]->selectAll();
+          QTest::keyClick(fields[i], Qt::Key_Backspace);
+          QTest::keyClicks(fields[i], c.typed[i]);
+        }
+      }
+      for (QPushButton* b : d.findChildren<QPushButton*>()) {
+        if (b->text() == c.button)
+          QTest::mouseClick(b, Qt::LeftButton);
+      }
+      app::SetMessageBoxHook(nullptr);
+      QCOMPARE(warnings, c.warning.isEmpty() ? QStringList() : QStringList{c.warning});
+      QCOMPARE(d.isVisible(), !c.warning.isEmpty());
+      if (!c.warning.isEmpty())
+        QCOMPARE(QApplication::focusWidget(), fields[c.focus]);
+      const app::NetworkSettings& n = sondara.Network();
+      QCOMPARE((QList<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
+                           n.walk_bulk_repetitions, n.walk_bulk_auto, n.walk_in_flight}),
+               c.stored);
+      const bool stored = c.stored != defaults;
+      QCOMPARE(n.adapter_name, std::wstring(stored ? L"wlan0[fe80::2%3]" : L""));
+      QCOMPARE(n.adapter.ipv6_scope_id, stored ? 3u : 0u);
+    }
+  }
+
+  // The numeric fields: what typing and pasting let in, with a beep per refused character.
+  void TypedAndPastedRefuseWithABeepPerCharacter() {
+    const QString sep(QChar(tvkutil::CRealNumEdit().DecimalSeparator()));
+    const struct {
+      int base;  // -1: a real-number field
+      QString input, kept;
+      int beeps;
+    } cases[] = {
+        {tvkutil::kBaseUnsignedDecimal, "12a3", "123", 1},
+        {tvkutil::kBaseSignedDecimal, "--5-", "--5-", 0},  // minus anywhere
+        {tvkutil::kBaseOctal, "1789", "17", 2},
+        {tvkutil::kBaseHexadecimal, "fFgG1x", "fF1", 3},
+        {-1, "-1" + sep + "5e3E2x", "-1" + sep + "5e3E2", 1},
+    };
+    for (const auto& c : cases) {
+      for (bool paste : {false, true}) {
+        std::unique_ptr<tvkutil::CEditBase> edit = std::make_unique<tvkutil::CRealNumEdit>();
+        if (c.base >= 0) {
+          auto* numeric = new tvkutil::CNumericEdit;
+          numeric->SetBase(c.base);
+          edit.reset(numeric);
+        }
+        beeps_ = 0;
+        QGuiApplication::clipboard()->setText(c.input);
+        paste ? edit->paste() : QTest::keyClicks(edit.get(), c.input);
+        QCOMPARE(edit->text(), c.kept);
+        QCOMPARE(beeps_, c.beeps);
+      }
+    }
+  }
+
+  void TypedLengthLimit() {
+    tvkutil::CNumericEdit edit;
+    edit.SetTextLimit(3);
+    edit.SetValue(98765);  // the program may show more than a user may type
+    QCOMPARE(edit.text(), QString("98765"));
+    edit.selectAll();
+    QGuiApplication::clipboard()->setText("4a5678");
+    QTest::keyClick(&edit, Qt::Key_V, Qt::ControlModifier);
+    QTest::keyClicks(&edit, "7b");  // full: the digit is dropped quietly, the letter beeps
+    QCOMPARE(edit.text(), QString("456"));
+    QCOMPARE(beeps_, 2);
+  }
+
+  void ValuesInABase() {
+    const struct {
+      int base;
+      QString text;
+      std::uint32_t value;
+      QString shown;  // the value as the field shows it
+    } cases[] = {
+        {tvkutil::kBaseSignedDecimal, "-5", 0xFFFFFFFBu, "-5"},
+        {tvkutil::kBaseSignedDecimal, "--5", 0, "0"},  // two minus signs can be typed
+        {tvkutil::kBaseSignedDecimal, "99999999999", 0x7FFFFFFF, "2147483647"},
+        {tvkutil::kBaseUnsignedDecimal, "010", 10, "10"},  // decimal, not octal
+        {tvkutil::kBaseOctal, "10", 8, "10"},
+        {tvkutil::kBaseHexadecimal, "DEADBEEF", 0xDEADBEEF, "DEADBEEF"},
+    };
+    for (const auto& c : cases) {
+      tvkutil::CNumericEdit edit;
+      edit.SetBase(c.base);
+      edit.setText(c.text);
+      QCOMPARE(edit.GetValue(), c.value);
+      edit.SetValue(c.value);
+      QCOMPARE(edit.text(), c.shown);
+    }
+    tvkutil::CNumericEdit hex;
+    hex.SetBase(tvkutil::kBaseHexadecimal);
+    hex.SetText("4096");  // decimal in, shown in the field's base, read back in decimal
+    QCOMPARE(hex.text(), QString("1000"));
+    QCOMPARE(hex.ReadText(), QString("4096"));
+  }
 };
 
 // What an Alt+letter reaches: a menu, a tab, or a control (focus lands on it or inside it).
@@ -408,182 +574,6 @@ class MainWndKeyboardTest : public QObject {
   QStringList shown_;
 };
 
-class OptionsDialogTest : public QObject {
-  Q_OBJECT
-
- private slots:
-  // OK checks the ranges in order: the first refusal shows, focuses its field and stores
-  // nothing. OK then stores every field and the adapter; Cancel stores nothing.
-  void OkChecksRangesThenStoresEverythingCancelNothing() {
-    const QString captions[] = {
-        "&Request Timeout (milliseconds):", "R&etries:", "&GetBulk repetitions for walkMIB:",
-        "Requests in &flight for walkMIB:"};
-    const QString request_range = "Please enter an integer between 100 and 30000.";
-    const QList<int> defaults{0, 3, 1000, 3, 0, 0, 1};
-    const struct {
-      QStringList typed;  // request, retries, GetBulk repetitions, in flight; +n: n spin clicks
-      QString button, warning;
-      // use IPv6, connect time-out (kept, not shown), request, retries, GetBulk, Auto, in flight
-      QList<int> stored;
-      bool tick_auto = false;
-      int focus = 0;  // the field a warning focuses
-    } cases[] = {
-        {{"99", "3", "0", "1"}, "&OK", request_range, defaults},
-        {{"30001", "3", "0", "1"}, "&OK", request_range, defaults},
-        {{"100", "+8", "999", "+9"}, "&OK", "", {1, 3, 100, 10, 999, 0, 8}},  // the spins stop
-        {{"30000", "0", "", "2"}, "&OK", "", {1, 3, 30000, 0, 0, 0, 2}},      // empty reads as 0
-        {{"2500", "+8", "50", "1"}, "Cance&l", "", defaults},
-        // Auto disables the number and keeps it as it was; the in-flight range is checked.
-        {{"1000", "3", "40", "4"}, "&OK", "", {1, 3, 1000, 3, 0, 1, 4}, true},
-        {{"1000", "3", "40", "9"},
-         "&OK",
-         "Please enter an integer between 1 and 8.",
-         defaults,
-         true,
-         3},
-    };
-    for (const auto& c : cases) {
-      sondara_test::TempFolder dir;
-      app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
-      net::CAdapterTable adapters({net::MakeAdapterInfo(L"eth0", L"10.0.0.1", true, 0)},
-                                  {net::MakeAdapterInfo(L"wlan0", L"fe80::2%3", false, 3)});
-      app::COptionsDialog d(sondara, adapters);
-      QStringList warnings;
-      app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { warnings << text; });
-      d.show();
-      QVERIFY(QTest::qWaitForWindowActive(&d));
-      // Near the box: a check box stretched across the dialog takes clicks only by its text.
-      for (QCheckBox* box : d.findChildren<QCheckBox*>()) {
-        if (box->text() == "&Use IPv6" || (c.tick_auto && box->text() == "&Auto"))
-          QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2));
-      }
-      d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
-      QLineEdit* fields[4] = {};  // by their captions, as Alt+letter reaches them
-      for (QLabel* label : d.findChildren<QLabel*>()) {
-        for (int i = 0; i < 4; ++i) {
-          if (label->text() == captions[i])
-            fields[i] = qobject_cast<QLineEdit*>(label->buddy());
-        }
-      }
-      for (int i = 0; i < 4; ++i) {
-        if (!fields[i]->isEnabled())  // the GetBulk number under Auto
-          continue;
-        for (auto* spin : d.findChildren<tvkutil::SpinButtons*>()) {
-          for (int k = 0; spin->Buddy() == fields[i] && k < c.typed[i].toInt(); ++k)
-            QTest::mouseClick(spin->UpButton(), Qt::LeftButton);  // "+n" reads as n
-        }
-        if (!c.typed[i].startsWith('+')) {
-          fields[i]->selectAll();
-          QTest::keyClick(fields[i], Qt::Key_Backspace);
-          QTest::keyClicks(fields[i], c.typed[i]);
-        }
-      }
-      for (QPushButton* b : d.findChildren<QPushButton*>()) {
-        if (b->text() == c.button)
-          QTest::mouseClick(b, Qt::LeftButton);
-      }
-      app::SetMessageBoxHook(nullptr);
-      QCOMPARE(warnings, c.warning.isEmpty() ? QStringList() : QStringList{c.warning});
-      QCOMPARE(d.isVisible(), !c.warning.isEmpty());
-      if (!c.warning.isEmpty())
-        QCOMPARE(QApplication::focusWidget(), fields[c.focus]);
-      const app::NetworkSettings& n = sondara.Network();
-      QCOMPARE((QList<int>{n.use_ipv6, n.connect_timeout_s, n.request_timeout_ms, n.retries,
-                           n.walk_bulk_repetitions, n.walk_bulk_auto, n.walk_in_flight}),
-               c.stored);
-      const bool stored = c.stored != defaults;
-      QCOMPARE(n.adapter_name, std::wstring(stored ? L"wlan0[fe80::2%3]" : L""));
-      QCOMPARE(n.adapter.ipv6_scope_id, stored ? 3u : 0u);
-    }
-  }
-};
-
-// The numeric fields: what typing and pasting let in, with a beep per refused character.
-class NumericEditTest : public QObject {
-  Q_OBJECT
-
-  int beeps_ = 0;
-
- private slots:
-  void init() {
-    beeps_ = 0;
-    tvkutil::SetRefusalBeep([this] { ++beeps_; });
-  }
-  void cleanup() { tvkutil::SetRefusalBeep({}); }
-
-  void TypedAndPastedRefuseWithABeepPerCharacter() {
-    const QString sep(QChar(tvkutil::CRealNumEdit().DecimalSeparator()));
-    const struct {
-      int base;  // -1: a real-number field
-      QString input, kept;
-      int beeps;
-    } cases[] = {
-        {tvkutil::kBaseUnsignedDecimal, "12a3", "123", 1},
-        {tvkutil::kBaseSignedDecimal, "--5-", "--5-", 0},  // minus anywhere
-        {tvkutil::kBaseOctal, "1789", "17", 2},
-        {tvkutil::kBaseHexadecimal, "fFgG1x", "fF1", 3},
-        {-1, "-1" + sep + "5e3E2x", "-1" + sep + "5e3E2", 1},
-    };
-    for (const auto& c : cases) {
-      for (bool paste : {false, true}) {
-        std::unique_ptr<tvkutil::CEditBase> edit = std::make_unique<tvkutil::CRealNumEdit>();
-        if (c.base >= 0) {
-          auto* numeric = new tvkutil::CNumericEdit;
-          numeric->SetBase(c.base);
-          edit.reset(numeric);
-        }
-        beeps_ = 0;
-        QGuiApplication::clipboard()->setText(c.input);
-        paste ? edit->paste() : QTest::keyClicks(edit.get(), c.input);
-        QCOMPARE(edit->text(), c.kept);
-        QCOMPARE(beeps_, c.beeps);
-      }
-    }
-  }
-
-  void TypedLengthLimit() {
-    tvkutil::CNumericEdit edit;
-    edit.SetTextLimit(3);
-    edit.SetValue(98765);  // the program may show more than a user may type
-    QCOMPARE(edit.text(), QString("98765"));
-    edit.selectAll();
-    QGuiApplication::clipboard()->setText("4a5678");
-    QTest::keyClick(&edit, Qt::Key_V, Qt::ControlModifier);
-    QTest::keyClicks(&edit, "7b");  // full: the digit is dropped quietly, the letter beeps
-    QCOMPARE(edit.text(), QString("456"));
-    QCOMPARE(beeps_, 2);
-  }
-
-  void ValuesInABase() {
-    const struct {
-      int base;
-      QString text;
-      std::uint32_t value;
-      QString shown;  // the value as the field shows it
-    } cases[] = {
-        {tvkutil::kBaseSignedDecimal, "-5", 0xFFFFFFFBu, "-5"},
-        {tvkutil::kBaseSignedDecimal, "--5", 0, "0"},  // two minus signs can be typed
-        {tvkutil::kBaseSignedDecimal, "99999999999", 0x7FFFFFFF, "2147483647"},
-        {tvkutil::kBaseUnsignedDecimal, "010", 10, "10"},  // decimal, not octal
-        {tvkutil::kBaseOctal, "10", 8, "10"},
-        {tvkutil::kBaseHexadecimal, "DEADBEEF", 0xDEADBEEF, "DEADBEEF"},
-    };
-    for (const auto& c : cases) {
-      tvkutil::CNumericEdit edit;
-      edit.SetBase(c.base);
-      edit.setText(c.text);
-      QCOMPARE(edit.GetValue(), c.value);
-      edit.SetValue(c.value);
-      QCOMPARE(edit.text(), c.shown);
-    }
-    tvkutil::CNumericEdit hex;
-    hex.SetBase(tvkutil::kBaseHexadecimal);
-    hex.SetText("4096");  // decimal in, shown in the field's base, read back in decimal
-    QCOMPARE(hex.text(), QString("1000"));
-    QCOMPARE(hex.ReadText(), QString("4096"));
-  }
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -596,8 +586,6 @@ int main(int argc, char** argv) {
   int failed = 0;
   failed += QTest::qExec(std::make_unique<MainWndTest>().get(), argc, argv);
   failed += QTest::qExec(std::make_unique<MainWndKeyboardTest>().get(), argc, argv);
-  failed += QTest::qExec(std::make_unique<OptionsDialogTest>().get(), argc, argv);
-  failed += QTest::qExec(std::make_unique<NumericEditTest>().get(), argc, argv);
   return failed;
 }
 

@@ -132,14 +132,16 @@ struct Window {
   std::unique_ptr<app::CMainWnd> w;
 };
 
-class AgentPagesTest : public QObject {
+class PagesTest : public QObject {
   Q_OBJECT
 
  private slots:
   void initTestCase() {
     std::string error = agent_.Start();
     QVERIFY2(error.empty(), error.c_str());
-    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) { QFAIL(qPrintable(text)); });
+    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) {
+      QFAIL(qPrintable("unexpected message box: " + text));
+    });
     app::SetSaveDialog([this](QWidget*, const QString&, const QString&, const QString&) {
       return QString::fromStdString(dir_ / "walk.csv");
     });
@@ -371,21 +373,6 @@ class AgentPagesTest : public QObject {
     QCOMPARE(page.findChild<QLineEdit*>("varBindNum")->text(), QString("2"));
   }
 
- private:
-  sondara_test::TempFolder dir_;
-  testing_support::SnmpdProcess agent_;
-};
-
-class RequestResponsivenessTest : public QObject {
-  Q_OBJECT
-
- private slots:
-  void initTestCase() {
-    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) {
-      QFAIL(qPrintable("unexpected message box: " + text));
-    });
-  }
-
   // A Get for a silent agent (two tries), a ping for a silent address and a trap for a name
   // whose lookup is slow: a request run on the window's thread would be over when the click
   // returns.
@@ -500,6 +487,10 @@ class RequestResponsivenessTest : public QObject {
     QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"FastSweep", 0), 1);
     QCOMPARE(sondara.Discovery().start_ip, std::wstring(L"198.18.0.7"));
   }
+
+ private:
+  sondara_test::TempFolder dir_;
+  testing_support::SnmpdProcess agent_;
 };
 
 }  // namespace
@@ -520,10 +511,7 @@ int main(int argc, char** argv) {
   sondara_test::TempFolder home;  // the save dialog's default folder lives in the data folder
   ::setenv("SONDARA_HOME", home.Path().c_str(), 1);
   QApplication app(argc, argv);
-  // Each case's daemons and windows exist only while its own tests run.
-  int failed = QTest::qExec(std::make_unique<AgentPagesTest>().get(), argc, argv);
-  failed += QTest::qExec(std::make_unique<RequestResponsivenessTest>().get(), argc, argv);
-  return failed;
+  return QTest::qExec(std::make_unique<PagesTest>().get(), argc, argv);
 }
 
 #include "pages_test.moc"
