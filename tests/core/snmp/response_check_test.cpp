@@ -1,12 +1,13 @@
 // Checking responses against their requests, the failure lines, and the request-id rule.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "message_kinds.h"
 #include "snmp/request_id.h"
 #include "snmp/response_check.h"
+#include "snmp/type_names.h"
 #include "support/ber_builder.h"
 #include "support/hex_bytes.h"
 
@@ -52,10 +53,11 @@ struct Exchange {
     return Cat({Tl(0x30, Cat({Int(version), Str(community), pdu})), Hex(trailer)});
   }
   auto Request() const {
-    std::vector<Bind> binds;
+    auto m = std::make_unique<CSNMPMessage>(kSnmpVersion1, L"getcom", request_type);
+    m->SetRequestId(5);
     for (const wchar_t* name : asked)
-      binds.emplace_back(name, kTagNull, L"");
-    return MakeMessage(kSnmpVersion1, L"getcom", request_type, 5, binds);
+      m->AddNullVarBind(name);
+    return m;
   }
 };
 
@@ -146,9 +148,10 @@ TEST(ResponseCheck, MalformedRepliesAreRefusedWithOffsetAndCause) {
   // The same exception values are an answer in version 2c.
   CSNMPMessage response(kPduResponse);
   const Exchange v2{.version = 1, .value_tlv = "82 00"};
-  auto next = MakeMessage(kSnmpVersion2c, L"getcom", kPduGetNextRequest, 5,
-                          {Bind(L".1.3.6.1.2.1.1.1.0", kTagNull, L"")});
-  EXPECT_EQ(ValidateResponse(v2.Reply(), response, *next), kOk);
+  CSNMPMessage next(kSnmpVersion2c, L"getcom", kPduGetNextRequest);
+  next.SetRequestId(5);
+  next.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+  EXPECT_EQ(ValidateResponse(v2.Reply(), response, next), kOk);
 }
 
 TEST(ResponseCheck, FailureLines) {
