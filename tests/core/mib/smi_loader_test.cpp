@@ -1,7 +1,9 @@
 #include "mib/smi_loader.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -10,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "mib/mib_cache.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -224,6 +227,54 @@ END
     EXPECT_EQ(Describe(r.nodes[1]),
               "1.3.6.1.4.1.99999.1 scalar [OCTET STRING|DisplayString|32a|] read-only current  ");
   }
+}
+
+// The cache gives what the folders gave, field for field, while no file's size or time changed,
+// and reads them again as soon as one did or the cache itself is damaged.
+TEST_F(MibFolder, CacheGivesWhatTheFoldersGaveUntilAFileChanges) {
+  const std::string acme = Write("acme.my", kAcme);
+  Write("lost.txt", kMissingImport);  // its problem goes through the cache too
+  const auto set_time = [&](long seconds) {
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, acme.c_str(), times, 0), 0);
+  };
+  set_time(1700000000);
+  const mib::SmiLoadRequest request{{dir_.Path()}, {}, mib::BaseMibFolder()};
+  sondara_test::TempFolder cache_folder;
+  const auto state_label = [&] {
+    for (const mib::MibNode& n : mib::LoadMibModulesCached(request, cache_folder.Path()).nodes) {
+      if (n.name == "acmePortState" && n.enums.size() == 2)
+        return n.enums[1].second;
+    }
+    return std::string("(none)");
+  };
+
+  const mib::SmiLoadResult fresh = mib::LoadMibModules(request);
+  ASSERT_FALSE(fresh.nodes.empty());
+  ASSERT_FALSE(fresh.problems.empty());
+  for (int pass = 0; pass < 2; ++pass) {  // written, then read back
+    const mib::SmiLoadResult cached = mib::LoadMibModulesCached(request, cache_folder.Path());
+    EXPECT_EQ(cached.nodes, fresh.nodes) << pass;
+    EXPECT_EQ(cached.modules, fresh.modules) << pass;
+    EXPECT_EQ(cached.problems, fresh.problems) << pass;
+  }
+
+  // Same size, same time: the cache answers, so the old label shows.
+  std::string changed = kAcme;
+  changed.replace(changed.find("down(2)"), 7, "dawn(2)");
+  Write("acme.my", changed);
+  set_time(1700000000);
+  EXPECT_EQ(state_label(), "down");
+  set_time(1700000001);
+  EXPECT_EQ(state_label(), "dawn");
+
+  // A cache cut short is read as none, and written anew.
+  ASSERT_EQ(std::distance(fs::directory_iterator(cache_folder.Path()), {}), 1);
+  const std::string cache = fs::directory_iterator(cache_folder.Path())->path();
+  const std::string whole = sondara_test::ReadFile(cache);
+  sondara_test::WriteFile(cache, whole.substr(0, whole.size() / 2));
+  EXPECT_EQ(state_label(), "dawn");
+  EXPECT_EQ(sondara_test::ReadFile(cache), whole);
 }
 
 TEST_F(MibFolder, StandardFoldersStartWithTheUsersOwn) {
