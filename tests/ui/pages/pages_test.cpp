@@ -22,11 +22,11 @@
 #include <memory>
 #include <thread>
 
+#include "core/ops/scripted_agents.h"
 #include "net/address.h"
 #include "net/icmp_echo.h"
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
-#include "support/fake_agent.h"
 #include "support/private_netns.h"
 #include "support/snmpd_process.h"
 #include "support/temp_folder.h"
@@ -81,11 +81,6 @@ QStringList Column(const logs::CLogTableView* view, int column) {
 int SlowFailingLookup(const char*, const char*, const addrinfo*, addrinfo**) {
   std::this_thread::sleep_for(std::chrono::milliseconds(1500));
   return EAI_NONAME;
-}
-
-testing_support::FakeAgent SilentAgent() {
-  return testing_support::FakeAgent(
-      [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
 }
 
 struct Window {
@@ -377,7 +372,7 @@ class PagesTest : public QObject {
   // whose lookup is slow: a request run on the window's thread would be over when the click
   // returns.
   void EveryWaitingRequestRunsOffTheWindowsThread() {
-    testing_support::FakeAgent agent = SilentAgent();
+    testing_support::FakeAgent agent = testing_support::Silent();
     net::SetHostLookupForTesting(&SlowFailingLookup);
     const struct {
       const char* button;  // on a page (its failure in the event log); empty: the ping toolbar
@@ -423,7 +418,7 @@ class PagesTest : public QObject {
   // Leaving the page while a Get waits waits for its end, so the failure and the histories are
   // never lost; closing the window stops it at once.
   void LeavingWaitsForTheRequestAndClosingStopsIt() {
-    testing_support::FakeAgent agent = SilentAgent();
+    testing_support::FakeAgent agent = testing_support::Silent();
     Window win(300, 0);
     win.Show("getButton");
     win.TypeGet(agent.Port());
