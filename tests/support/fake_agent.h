@@ -1,6 +1,6 @@
 // A scripted SNMP agent on 127.0.0.1 or ::1 that records every datagram and answers from its own
-// thread as the script says (nothing, late, twice, from another port, any bytes the test wrote,
-// never the product's encoding); it can also flood whoever sent to it last.
+// thread as the script says (nothing, late, twice, a flood, from another port, any bytes the test
+// wrote, never the product's encoding).
 #pragma once
 
 #include <netinet/in.h>
@@ -45,8 +45,6 @@ class FakeAgent {
   ~FakeAgent() {
     stop_ = true;
     thread_.join();
-    if (flood_.joinable())
-      flood_.join();
     ::close(main_);
     ::close(other_);
   }
@@ -58,29 +56,6 @@ class FakeAgent {
   }
   // Replies sent so far; on loopback a sent reply already waits in the receiver's socket.
   int RepliesSent() const { return replies_sent_; }
-
-  // Sends every one of `datagrams` (delay_ms is not used) to the sender of the latest datagram
-  // received, then waits `every`, and again, for at most `rounds` rounds or until the agent is
-  // destroyed. Nothing is sent before a first datagram came.
-  void StartFlood(std::vector<Reply> datagrams, std::chrono::microseconds every, int rounds) {
-    flood_ = std::thread([this, datagrams = std::move(datagrams), every, rounds] {
-      for (int round = 0; round < rounds && !stop_; ++round) {
-        std::unique_lock lock(mutex_);
-        if (!received_.empty()) {
-          const Datagram& last = received_.back();
-          const sockaddr_storage to = last.from;
-          const socklen_t to_len = last.from_len;
-          lock.unlock();
-          for (const Reply& r : datagrams)
-            ::sendto(r.from_other_port ? other_ : main_, r.bytes.data(), r.bytes.size(), 0,
-                     reinterpret_cast<const sockaddr*>(&to), to_len);
-        } else {
-          lock.unlock();
-        }
-        std::this_thread::sleep_for(every);
-      }
-    });
-  }
 
  private:
   static int OpenBound(int family) {
@@ -113,6 +88,8 @@ class FakeAgent {
       const int index = static_cast<int>(received_.size()) - 1;
       lock.unlock();
       for (const auto& r : script_(d, index)) {
+        if (stop_)
+          break;  // the rest of a long script is not waited for
         std::this_thread::sleep_until(at + std::chrono::milliseconds(r.delay_ms));
         ::sendto(r.from_other_port ? other_ : main_, r.bytes.data(), r.bytes.size(), 0,
                  reinterpret_cast<const sockaddr*>(&d.from), d.from_len);
@@ -129,7 +106,6 @@ class FakeAgent {
   std::vector<Datagram> received_;
   std::atomic<int> replies_sent_{0};
   std::thread thread_;
-  std::thread flood_;
 };
 
 }  // namespace testing_support

@@ -26,6 +26,17 @@ namespace testing_support {
 
 inline constexpr char kSnmpdSysDescr[] = "Sondara test agent";
 
+// A UDP port on 127.0.0.1 that nobody used a moment ago.
+inline std::uint16_t FreeUdpPort() {
+  const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+  sockaddr_in a{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+  socklen_t len = sizeof a;
+  ::bind(fd, reinterpret_cast<sockaddr*>(&a), len);
+  ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
+  ::close(fd);
+  return ntohs(a.sin_port);
+}
+
 class NetSnmpDaemon {
  public:
   ~NetSnmpDaemon() {
@@ -39,16 +50,10 @@ class NetSnmpDaemon {
   std::uint16_t Port() const { return port_; }
 
  protected:
-  // Makes the folder and picks a UDP port on 127.0.0.1 that nobody used a moment ago.
+  // Makes the folder and picks a free port.
   bool Prepare(const std::string& name) {
     folder_ = (std::filesystem::temp_directory_path() / ("sondara-" + name + "-XXXXXX")).string();
-    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-    socklen_t len = sizeof a;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), len);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    port_ = ntohs(a.sin_port);
+    port_ = FreeUdpPort();
     return ::mkdtemp(folder_.data()) != nullptr;
   }
   std::string Endpoint() const { return "udp:127.0.0.1:" + std::to_string(port_); }

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 namespace sondara_test {
 
@@ -32,6 +33,14 @@ class TempFolder {
 
 inline void WriteFile(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+// ASCII text as UTF-16 without a byte-order mark, built independently of the product's writers.
+inline std::string Utf16(std::string_view ascii, bool little_endian = true) {
+  std::string out;
+  for (char c : ascii)
+    out += little_endian ? std::string{c, '\0'} : std::string{'\0', c};
+  return out;
 }
 
 inline std::string ReadFile(const std::string& path) {

@@ -57,9 +57,6 @@ TEST(ProgramExit, SignalsWriteBothStoresAndKeepEveryKeyOfAnySettingsFile) {
     big += "key" + std::to_string(n) + "=" + std::string(100, 'v') + "\n";
   big += "[Mine]\nkeep=at the end\n";
   const std::string small = ours + "\n[Mine]\nkeep=yes\n";
-  std::string utf16;
-  for (char c : small)
-    utf16 += {c, '\0'};
   const std::string latin1 = small + "name=M\xFCller\n";
   // Our own sections come first and are written anew (the walk page's two default communities
   // change places at every run); everything after them must come back byte for byte.
@@ -70,7 +67,8 @@ TEST(ProgramExit, SignalsWriteBothStoresAndKeepEveryKeyOfAnySettingsFile) {
     std::size_t ours_end;
   } cases[] = {
       {"100 MB, own section at the end", big, big, ours.size()},
-      {"UTF-16LE without a mark, rewritten as UTF-8", utf16, small, ours.size()},
+      {"UTF-16LE without a mark, rewritten as UTF-8", sondara_test::Utf16(small), small,
+       ours.size()},
       {"not text: left as it is", latin1, latin1, 0},
   };
   for (const auto& c : cases) {

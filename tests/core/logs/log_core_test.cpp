@@ -24,14 +24,6 @@ namespace {
 using logs::CEventLog;
 using logs::CTransactionLog;
 
-// UTF-16LE of ASCII text, built independently of the product's writer.
-std::string Utf16le(std::string_view ascii) {
-  std::string out;
-  for (char c : ascii)
-    out += {c, '\0'};
-  return out;
-}
-
 // How every saved line starts: CR LF, date, time.
 template <typename Entry>
 std::string LineStart(const Entry& e) {
@@ -97,9 +89,10 @@ TEST(EventLog, LogEventFormatsFromTheStringTableReachesOnlyARegisteredLogAndIsSa
   EXPECT_EQ(log.PendingCount(), 1U);
   ASSERT_EQ(log.ShownCount(), 2U);
   const std::string expected =
-      "\xFF\xFE" + Utf16le("Date      \tTime    \tEvent" + LineStart(log.Shown(0)) +
-                           "Ping command sent to IP 10.0.0.2." + LineStart(log.Shown(1)) +
-                           "Ping command sent to IP " + std::string(487, 'x'));
+      "\xFF\xFE" +
+      sondara_test::Utf16("Date      \tTime    \tEvent" + LineStart(log.Shown(0)) +
+                          "Ping command sent to IP 10.0.0.2." + LineStart(log.Shown(1)) +
+                          "Ping command sent to IP " + std::string(487, 'x'));
   sondara_test::TempFolder dir;
   ASSERT_EQ(log.SaveToFile(dir / "events.txt"), std::error_code());
   EXPECT_EQ(sondara_test::ReadFile(dir / "events.txt"), expected);
@@ -124,10 +117,11 @@ TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
   // other than 0 or 1 shows none.
   const std::string expected =
       "\xFF\xFE" +
-      Utf16le("Date      \tTime    \tSource               \tTransaction" + LineStart(log.Shown(0)) +
-              "[Get]TX:" + std::string(13, ' ') + "\t" + hex(0, 86) + hex(86, 172) + hex(172, 200) +
-              LineStart(log.Shown(3)) + "[a-source-name-over-21]RX:" + std::string(5, ' ') +
-              "\tab " + LineStart(log.Shown(4)) + "[Ping]:" + std::string(14, ' ') + "\t" + reply);
+      sondara_test::Utf16(
+          "Date      \tTime    \tSource               \tTransaction" + LineStart(log.Shown(0)) +
+          "[Get]TX:" + std::string(13, ' ') + "\t" + hex(0, 86) + hex(86, 172) + hex(172, 200) +
+          LineStart(log.Shown(3)) + "[a-source-name-over-21]RX:" + std::string(5, ' ') + "\tab " +
+          LineStart(log.Shown(4)) + "[Ping]:" + std::string(14, ' ') + "\t" + reply);
   EXPECT_EQ(log.SavedFileBytes(), expected);
 }
 

@@ -4,8 +4,8 @@
 #include <tuple>
 #include <vector>
 
-#include "message_kinds.h"
 #include "snmp/response_check.h"
+#include "snmp/snmp_message.h"
 #include "snmp/v3_message.h"
 #include "support/hex_bytes.h"
 
@@ -25,10 +25,10 @@ TEST(Message, GetRequestBytesAndTheTrailingByte) {
   const char kGet[] =
       "30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06 08 "
       "2b 06 01 02 01 01 01 00 05 00";
-  auto get = MakeMessage(kSnmpVersion1, L"getcom", kPduGetRequest, 0,
-                         {{L".1.3.6.1.2.1.1.1.0", kTagNull, L""}});
-  EXPECT_EQ(EncodeHex(*get, 40), kGet);
-  EXPECT_EQ(EncodeHex(*get, 39), "FAIL");
+  CSNMPMessage get(kSnmpVersion1, L"getcom", kPduGetRequest);
+  get.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+  EXPECT_EQ(EncodeHex(get, 40), kGet);
+  EXPECT_EQ(EncodeHex(get, 39), "FAIL");
 
   CSNMPMessage trailing(kPduGetRequest);
   EXPECT_EQ(trailing.DecodeFrom(Hex(std::string(kGet) + " 00")), kTrailing);
@@ -37,14 +37,15 @@ TEST(Message, GetRequestBytesAndTheTrailingByte) {
 // A walk's GetBulk answer (RFC 3416), whose binding count the check leaves to the agent, turns
 // into the next request: the last name with a Null value (the fields on the wire: tshark's).
 TEST(Message, GetBulkAnswerTurnsIntoTheNextRequest) {
-  auto bulk =
-      MakeMessage(kSnmpVersion2c, L"getcom", kPduGetBulkRequest, 6, {{L".1.3.6.1", kTagNull, L""}});
+  CSNMPMessage bulk(kSnmpVersion2c, L"getcom", kPduGetBulkRequest);
+  bulk.SetRequestId(6);
+  bulk.AddNullVarBind(L".1.3.6.1");
   CSNMPMessage answer(kPduResponse);
   ASSERT_TRUE(ValidateResponse(
                   Hex("30 37 02 01 01 04 06 67 65 74 63 6f 6d a2 2a 02 01 06 02 01 00 02 01 00 30 "
                       "1f 30 0e 06 08 2b 06 01 02 01 01 01 00 04 02 61 62 30 0d 06 08 2b 06 01 02 "
                       "01 01 03 00 43 01 2a"),
-                  answer, *bulk)
+                  answer, bulk)
                   .Ok());
   ASSERT_EQ(answer.VarBinds().Count(), 2);
   EXPECT_FALSE(answer.VarBinds().KeepOnlyNameOf(3));

@@ -97,25 +97,19 @@ std::pair<Bytes, std::wstring> Arcs(int n) {
   return {testing_support::Tlv(0x06, testing_support::Cat({Hex("2b"), Bytes(n - 2, 1)})), text};
 }
 
-TEST(MessageTree, TheGetExampleShowsEveryFieldAtItsOffset) {
+// Tag, length and BER type beside the offset (the v3 test lists every node of the same PDU).
+TEST(MessageTree, TheGetExampleShowsEachFieldsTagLengthAndType) {
   const MessageTree tree = DecodeMessageTree(kGet);
-  ExpectNodes(tree, {{L"message", 0, 40, 0, L""},
-                     {L"version", 2, 3, 1, L"0 (SNMPv1)"},
-                     {L"community", 5, 8, 1, L"getcom"},
-                     {L"PDU", 13, 27, 1, L"GetRequest"},
-                     {L"request-id", 15, 3, 2, L"0"},
-                     {L"error-status", 18, 3, 2, L"0 (noError)"},
-                     {L"error-index", 21, 3, 2, L"0"},
-                     {L"variable-bindings", 24, 16, 2, L"1 binding"},
-                     {L"varbind 1", 26, 14, 3, L".1.3.6.1.2.1.1.1.0"},
-                     {L"name", 28, 10, 4, L".1.3.6.1.2.1.1.1.0"},
-                     {L"value", 38, 2, 4, L""}});
-  for (const auto& [i, tag, length, type] : {std::tuple(0u, 0x30, 38u, L"SEQUENCE"),
-                                             {3u, 0xA0, 25u, L"GetRequest-PDU"},
-                                             {9u, 0x06, 8u, L"OBJECT IDENTIFIER"},
-                                             {10u, 0x05, 0u, L"NULL"}}) {
+  ASSERT_EQ(tree.nodes.size(), 11u);
+  for (const auto& [i, field, offset, tag, length, type] :
+       {std::tuple(0u, L"message", 0u, 0x30, 38u, L"SEQUENCE"),
+        {2u, L"community", 5u, 0x04, 6u, L"OCTET STRING"},
+        {3u, L"PDU", 13u, 0xA0, 25u, L"GetRequest-PDU"},
+        {9u, L"name", 28u, 0x06, 8u, L"OBJECT IDENTIFIER"},
+        {10u, L"value", 38u, 0x05, 0u, L"NULL"}}) {
     const MessageNode& n = tree.nodes.at(i);
-    EXPECT_EQ(std::tuple(n.tag, n.length, n.type), std::tuple(tag, length, std::wstring(type)));
+    EXPECT_EQ(std::tuple(n.field, n.offset, n.tag, n.length, n.type),
+              std::tuple(std::wstring(field), offset, tag, length, std::wstring(type)));
   }
 }
 

@@ -1,12 +1,13 @@
 // Checking responses against their requests, the failure lines, and the request-id rule.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "message_kinds.h"
 #include "snmp/request_id.h"
 #include "snmp/response_check.h"
+#include "snmp/type_names.h"
 #include "support/ber_builder.h"
 #include "support/hex_bytes.h"
 
@@ -52,10 +53,11 @@ struct Exchange {
     return Cat({Tl(0x30, Cat({Int(version), Str(community), pdu})), Hex(trailer)});
   }
   auto Request() const {
-    std::vector<Bind> binds;
+    auto m = std::make_unique<CSNMPMessage>(kSnmpVersion1, L"getcom", request_type);
+    m->SetRequestId(5);
     for (const wchar_t* name : asked)
-      binds.emplace_back(name, kTagNull, L"");
-    return MakeMessage(kSnmpVersion1, L"getcom", request_type, 5, binds);
+      m->AddNullVarBind(name);
+    return m;
   }
 };
 
@@ -132,27 +134,24 @@ TEST(ResponseCheck, MalformedRepliesAreRefusedWithOffsetAndCause) {
       {"82 00", L"endOfMibView in a version 1 message (SNMPv2 only)"},
       {"80 00", L"noSuchObject in a version 1 message (SNMPv2 only)"},
   };
-  std::vector<std::pair<Bytes, std::wstring>> cases;  // the message's own damage: the tree's test
+  const auto request = Exchange{}.Request();
   for (const auto& [tlv, cause] : values) {
     const Bytes reply = Exchange{.value_tlv = tlv}.Reply();
-    cases.emplace_back(reply,
-                       cause + L" at offset " + std::to_wstring(reply.size() - Hex(tlv).size()));
-  }
-  for (const auto& [reply, reason] : cases) {
     SCOPED_TRACE(ToHex(reply));
     CSNMPMessage response(kPduResponse);
-    const auto request = Exchange{}.Request();
     const ResponseCheck result = ValidateResponse(reply, response, *request);
     EXPECT_NE(result.failure, CheckFailure::kNone);
     EXPECT_EQ(RequestFailureLine(result, L".1.3.6.1.2.1.1.1.0", *request, response),
-              L"Get request failed for OID '.1.3.6.1.2.1.1.1.0'. Reason: '" + reason + L"'.");
+              L"Get request failed for OID '.1.3.6.1.2.1.1.1.0'. Reason: '" + cause +
+                  L" at offset " + std::to_wstring(reply.size() - Hex(tlv).size()) + L"'.");
   }
   // The same exception values are an answer in version 2c.
   CSNMPMessage response(kPduResponse);
   const Exchange v2{.version = 1, .value_tlv = "82 00"};
-  auto request = MakeMessage(kSnmpVersion2c, L"getcom", kPduGetNextRequest, 5,
-                             {Bind(L".1.3.6.1.2.1.1.1.0", kTagNull, L"")});
-  EXPECT_EQ(ValidateResponse(v2.Reply(), response, *request), kOk);
+  CSNMPMessage next(kSnmpVersion2c, L"getcom", kPduGetNextRequest);
+  next.SetRequestId(5);
+  next.AddNullVarBind(L".1.3.6.1.2.1.1.1.0");
+  EXPECT_EQ(ValidateResponse(v2.Reply(), response, next), kOk);
 }
 
 TEST(ResponseCheck, FailureLines) {

@@ -23,14 +23,6 @@ CIniFile Parsed(const std::string& bytes) {
   return ini;
 }
 
-// ASCII text as UTF-16 in either byte order, without a byte-order mark.
-std::string Utf16(std::string_view ascii, bool little_endian) {
-  std::string out;
-  for (char c : ascii)
-    out += little_endian ? std::string{c, '\0'} : std::string{'\0', c};
-  return out;
-}
-
 // What a user writes by hand, and what key "k" of section "S" must read as.
 TEST(IniFileTest, ReadsHandWrittenFilesAsMeant) {
   const struct {
@@ -48,9 +40,9 @@ TEST(IniFileTest, ReadsHandWrittenFilesAsMeant) {
       {"repeated section is one", "[S]\na=1\n[T]\n[S]\nk=v\n", L"v"},
       {"quotes kept off, equals kept", "[S]\nk=\" v=w \"\n", L" v=w "},
       {"damaged lines are skipped", "[S\n\x01\x02junk\n=nokey\nk=v\n", L"v"},
-      {"UTF-16LE without a mark", Utf16("; c\r\n[S]\r\nk=v\r\n", true), L"v"},
-      {"UTF-16BE without a mark", Utf16("[S]\nk=v", false), L"v"},
-      {"UTF-16LE with a mark", "\xFF\xFE" + Utf16("[S]\nk=v", true), L"v"},
+      {"UTF-16LE without a mark", sondara_test::Utf16("; c\r\n[S]\r\nk=v\r\n"), L"v"},
+      {"UTF-16BE without a mark", sondara_test::Utf16("[S]\nk=v", false), L"v"},
+      {"UTF-16LE with a mark", "\xFF\xFE" + sondara_test::Utf16("[S]\nk=v"), L"v"},
       {"invalid UTF-8 is not text", "[S]\nk=\x80\x81ok\n", nullptr},
       {"key before any section", "k=v\n[S]\n", nullptr},
       {"line without equals", "[S]\nk\n", nullptr},

@@ -1,5 +1,5 @@
-// The operations' runner and the results list the walk and the sweep share, and the small vector
-// the codec's values live in.
+// The operations' runner and the results list the walk and the sweep share, the small vector the
+// codec's values live in, and the logs' time and date texts.
 #include "util/runner.h"
 
 #include <gtest/gtest.h>
@@ -7,10 +7,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "util/date_time_format.h"
 #include "util/polled_list.h"
 #include "util/small_vector.h"
 
@@ -126,6 +128,14 @@ TEST(SmallVector, KeepsEveryElementOnBothSidesOfTheInPlaceEdge) {
     EXPECT_TRUE(b < longer);
     EXPECT_FALSE(longer < b);
   }
+}
+
+TEST(DateTimeFormatTest, TwentyFourHourTimeAndLocaleShortDate) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  const std::tm t = tvkutil::ToLocalTime(std::chrono::system_clock::from_time_t(1706742309));
+  EXPECT_EQ(tvkutil::FormatTime24(t), L"23:05:09");
+  EXPECT_EQ(tvkutil::FormatShortDate(t), L"01/31/24");  // the C locale's short date
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QMenu>
 #include <QPlainTextEdit>
-#include <QTableView>
 #include <QTest>
 #include <QTextBlock>
 #include <QTreeWidget>
@@ -106,9 +105,11 @@ class LogViewsTest : public QObject {
     click_row(0);
     QVERIFY(decoded->isVisible());
     QTreeWidget* tree = decoded->Tree();
-    const auto found = tree->findItems("community", Qt::MatchExactly | Qt::MatchRecursive);
-    QCOMPARE(found.size(), 1);
-    QTreeWidgetItem* community = found.front();
+    const auto nodes = [&](const char* field) {
+      return tree->findItems(field, Qt::MatchExactly | Qt::MatchRecursive);
+    };
+    QCOMPARE(nodes("community").size(), 1);
+    QTreeWidgetItem* community = nodes("community").front();
     // Value, type, offset, tag and length, under the message.
     QCOMPARE((QStringList{community->text(1), community->text(2), community->text(3),
                           community->text(4), community->text(5), community->parent()->text(0)}),
@@ -121,11 +122,9 @@ class LogViewsTest : public QObject {
     for (const auto& mark : decoded->Bytes()->extraSelections())
       marked << mark.cursor.selectedText();
     QCOMPARE(marked, (QStringList{"04 06 67  65 74 63 6f 6d", "..getcom"}));
-    const auto name = tree->findItems("name", Qt::MatchExactly | Qt::MatchRecursive);
-    QCOMPARE(name.size(), 1);
-    QCOMPARE(name.front()->text(1), ".1.3.6.1.2.1.1.1.0 (SNMPv2-MIB::sysDescr.0)");
-    const auto value = tree->findItems("value", Qt::MatchExactly | Qt::MatchRecursive);
-    QCOMPARE(value.front()->text(1), ".1.3.6.1.2.1.1 (SNMPv2-MIB::system)");  // OID values too
+    QCOMPARE(nodes("name").size(), 1);
+    QCOMPARE(nodes("name").front()->text(1), ".1.3.6.1.2.1.1.1.0 (SNMPv2-MIB::sysDescr.0)");
+    QCOMPARE(nodes("value").front()->text(1), ".1.3.6.1.2.1.1 (SNMPv2-MIB::system)");  // OIDs too
 
     click_row(1);  // a message that does not decode: its damage node is selected
     QCOMPARE(tree->currentItem()->text(0),
@@ -153,14 +152,10 @@ class LogViewsTest : public QObject {
     logs::LogDatagram(logs::kDirectionSent, L"Get", v3, {});
     view.Tick();
     click_row(2);
-    QCOMPARE(tree->findItems("decrypted with the key of user 'bob'",
-                             Qt::MatchExactly | Qt::MatchRecursive)
-                 .size(),
-             1);
-    const auto id = tree->findItems("request-id", Qt::MatchExactly | Qt::MatchRecursive);
-    QCOMPARE(id.size(), 1);
-    QCOMPARE(id.front()->text(1), QStringLiteral("7"));
-    tree->setCurrentItem(id.front());
+    QCOMPARE(nodes("decrypted with the key of user 'bob'").size(), 1);
+    QCOMPARE(nodes("request-id").size(), 1);
+    QCOMPARE(nodes("request-id").front()->text(1), QStringLiteral("7"));
+    tree->setCurrentItem(nodes("request-id").front());
     marked.clear();
     for (const auto& mark : decoded->Bytes()->extraSelections()) {
       marked << mark.cursor.selectedText();

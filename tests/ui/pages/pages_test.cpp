@@ -1,6 +1,5 @@
 // The pages' controls (what the requests do is the operation tests'), and requests that wait
 // on the network leaving the window working; ping and sweep in the namespace made in main().
-#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
@@ -23,11 +22,11 @@
 #include <memory>
 #include <thread>
 
+#include "core/ops/scripted_agents.h"
 #include "net/address.h"
 #include "net/icmp_echo.h"
 #include "settings/page_set.h"
 #include "settings/sondara_utility_app.h"
-#include "support/fake_agent.h"
 #include "support/private_netns.h"
 #include "support/snmpd_process.h"
 #include "support/temp_folder.h"
@@ -84,11 +83,6 @@ int SlowFailingLookup(const char*, const char*, const addrinfo*, addrinfo**) {
   return EAI_NONAME;
 }
 
-testing_support::FakeAgent SilentAgent() {
-  return testing_support::FakeAgent(
-      [](const auto&, int) { return std::vector<testing_support::FakeAgent::Reply>{}; });
-}
-
 struct Window {
   explicit Window(int timeout_ms, int retries) {
     sondara.Network().request_timeout_ms = timeout_ms;
@@ -133,14 +127,16 @@ struct Window {
   std::unique_ptr<app::CMainWnd> w;
 };
 
-class AgentPagesTest : public QObject {
+class PagesTest : public QObject {
   Q_OBJECT
 
  private slots:
   void initTestCase() {
     std::string error = agent_.Start();
     QVERIFY2(error.empty(), error.c_str());
-    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) { QFAIL(qPrintable(text)); });
+    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) {
+      QFAIL(qPrintable("unexpected message box: " + text));
+    });
     app::SetSaveDialog([this](QWidget*, const QString&, const QString&, const QString&) {
       return QString::fromStdString(dir_ / "walk.csv");
     });
@@ -372,26 +368,11 @@ class AgentPagesTest : public QObject {
     QCOMPARE(page.findChild<QLineEdit*>("varBindNum")->text(), QString("2"));
   }
 
- private:
-  sondara_test::TempFolder dir_;
-  testing_support::SnmpdProcess agent_;
-};
-
-class RequestResponsivenessTest : public QObject {
-  Q_OBJECT
-
- private slots:
-  void initTestCase() {
-    app::SetMessageBoxHook([](const QString& text, app::MessageIcon) {
-      QFAIL(qPrintable("unexpected message box: " + text));
-    });
-  }
-
   // A Get for a silent agent (two tries), a ping for a silent address and a trap for a name
   // whose lookup is slow: a request run on the window's thread would be over when the click
   // returns.
   void EveryWaitingRequestRunsOffTheWindowsThread() {
-    testing_support::FakeAgent agent = SilentAgent();
+    testing_support::FakeAgent agent = testing_support::Silent();
     net::SetHostLookupForTesting(&SlowFailingLookup);
     const struct {
       const char* button;  // on a page (its failure in the event log); empty: the ping toolbar
@@ -437,7 +418,7 @@ class RequestResponsivenessTest : public QObject {
   // Leaving the page while a Get waits waits for its end, so the failure and the histories are
   // never lost; closing the window stops it at once.
   void LeavingWaitsForTheRequestAndClosingStopsIt() {
-    testing_support::FakeAgent agent = SilentAgent();
+    testing_support::FakeAgent agent = testing_support::Silent();
     Window win(300, 0);
     win.Show("getButton");
     win.TypeGet(agent.Port());
@@ -501,6 +482,10 @@ class RequestResponsivenessTest : public QObject {
     QCOMPARE(sondara.GetProfileInt(L"Device Discovery", L"FastSweep", 0), 1);
     QCOMPARE(sondara.Discovery().start_ip, std::wstring(L"198.18.0.7"));
   }
+
+ private:
+  sondara_test::TempFolder dir_;
+  testing_support::SnmpdProcess agent_;
 };
 
 }  // namespace
@@ -521,10 +506,7 @@ int main(int argc, char** argv) {
   sondara_test::TempFolder home;  // the save dialog's default folder lives in the data folder
   ::setenv("SONDARA_HOME", home.Path().c_str(), 1);
   QApplication app(argc, argv);
-  // Each case's daemons and windows exist only while its own tests run.
-  int failed = QTest::qExec(std::make_unique<AgentPagesTest>().get(), argc, argv);
-  failed += QTest::qExec(std::make_unique<RequestResponsivenessTest>().get(), argc, argv);
-  return failed;
+  return QTest::qExec(std::make_unique<PagesTest>().get(), argc, argv);
 }
 
 #include "pages_test.moc"
