@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # What names from the built-in MIB modules cost sondara-cli, beside the same work without them:
 # the first use (start-up and resident memory of `mib translate` against `--version`) and a walk
-# of a local snmpd's whole view with names against `-On`, same run, same objects.
+# of a local snmpd's whole view with names against `-On`, same run, same objects. The MIB
+# folders' cache is a folder of this run's own: the first `mib translate` reads the folders
+# (shown once, as "cold"), the rest find them in the cache as a user's later runs do.
 #   bench/mib_names_compare.sh [SONDARA_CLI] [RUNS]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -13,8 +15,9 @@ require_built "$cli"
 require_tools snmpd
 
 compare_init sondara-mib-names
-export SONDARA_HOME="$work/home"
+export SONDARA_HOME="$work/home" XDG_CACHE_HOME="$work/cache"
 mkdir -p "$SONDARA_HOME" "$work/persist"
+t_cold=$(timed "$cli" mib translate IF-MIB::ifOperStatus.3)
 port=$(free_udp_port)
 printf 'rocommunity getcom 127.0.0.1\n' >"$work/snmpd.conf"
 SNMP_PERSISTENT_DIR="$work/persist" HOME="$work" /usr/sbin/snmpd -f -C -c "$work/snmpd.conf" \
@@ -45,6 +48,6 @@ printf '%-40s %9ss %8s KB\n' \
   "sondara-cli mib translate (first use)" "$m_translate" "$(peak_kb "$cli" mib translate sysDescr.0)" \
   "walk --bulk 50 -On" "$m_numeric" "$(peak_kb "${walk[@]}" -On)" \
   "walk --bulk 50 (names)" "$m_names" "$(peak_kb "${walk[@]}")"
-echo "first use of the names: $(awk -v a="$m_translate" -v b="$m_version" 'BEGIN { printf "%.0f", (a - b) * 1000 }') ms (goal: under 100 ms)"
+echo "first use of the names: $(awk -v a="$m_translate" -v b="$m_version" 'BEGIN { printf "%.0f", (a - b) * 1000 }') ms (goal: under 100 ms); the very first, MIB folders not yet cached: $(awk -v a="$t_cold" -v b="$m_version" 'BEGIN { printf "%.0f", (a - b) * 1000 }') ms"
 echo "walk with names / walk -On: $(ratio "$m_names" "$m_numeric") (goal: at most 1.05)"
 echo "load average after: $(cut -d' ' -f1-3 /proc/loadavg)"
