@@ -1,6 +1,5 @@
-// A scripted SNMP agent on 127.0.0.1 or ::1 that records every datagram and answers from its own
-// thread as the script says (nothing, late, twice, a flood, from another port, any bytes the test
-// wrote, never the product's encoding).
+// A scripted SNMP agent on 127.0.0.1 or ::1: records every datagram and answers from its own
+// thread as the script says (late, twice, a flood, from another port; bytes the test wrote).
 #pragma once
 
 #include <netinet/in.h>

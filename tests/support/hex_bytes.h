@@ -13,11 +13,8 @@ namespace testing_support {
 
 // Anything that is not a hex digit separates.
 inline std::vector<std::uint8_t> Hex(std::string_view text) {
-  std::string digits;
-  for (char c : text) {
-    if (std::isxdigit(static_cast<unsigned char>(c)))
-      digits.push_back(c);
-  }
+  std::string digits(text);
+  std::erase_if(digits, [](unsigned char c) { return std::isxdigit(c) == 0; });
   if (digits.size() % 2 != 0)
     throw std::invalid_argument("odd number of hex digits");
   std::vector<std::uint8_t> out;

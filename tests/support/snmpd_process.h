@@ -24,8 +24,6 @@
 
 namespace testing_support {
 
-inline constexpr char kSnmpdSysDescr[] = "Sondara test agent";
-
 // A UDP port on 127.0.0.1 that nobody used a moment ago.
 inline std::uint16_t FreeUdpPort() {
   const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
@@ -113,16 +111,15 @@ class SnmpdProcess : public NetSnmpDaemon {
       return "no temporary folder";
     const std::string conf = folder_ + "/snmpd.conf", log = folder_ + "/snmpd.log";
     // sysContact stays unset, so it can be written.
-    std::ofstream(conf) << "rocommunity getcom 127.0.0.1\nrwcommunity setcomm 127.0.0.1\nsysdescr "
-                        << kSnmpdSysDescr << "\nsyslocation Test bench\n"
+    std::ofstream(conf) << "rocommunity getcom 127.0.0.1\nrwcommunity setcomm 127.0.0.1\n"
+                           "sysdescr Sondara test agent\nsyslocation Test bench\n"
                         << extra_conf;
     argv_ = {"/usr/sbin/snmpd", "-f", "-C", "-c", conf, "-Lf", log, Endpoint()};
     if (!Spawn(argv_, {}))
       return "snmpd could not be started";
     return WaitUntilBound("snmpd");
   }
-  // Stops the daemon and starts it again on its port with its state, as a device reboots: the
-  // same engine ID, one more boot, its clock from zero.
+  // Stops and restarts the daemon on its port with its state, as a device reboots (one more boot).
   std::string Restart() {
     ::kill(pid_, SIGTERM);
     ::waitpid(pid_, nullptr, 0);

@@ -17,8 +17,7 @@ inline constexpr char kSnmpsimContext[] = "recorded";
 
 class SnmpsimProcess : public NetSnmpDaemon {
  public:
-  // Empty when it started; otherwise why not. `snmprec` holds the objects ("OID|tag|value"
-  // lines), `user_options` the --v3-* options of its user.
+  // Empty when started, else why not; `snmprec`: "OID|tag|value" lines; `user_options`: --v3-*.
   std::string Start(const std::string& snmprec, const std::vector<std::string>& user_options) {
     if (!Prepare("snmpsim"))
       return "no temporary folder";

@@ -73,9 +73,8 @@ class MainWndTest : public QObject {
   }
   void cleanup() { tvkutil::SetRefusalBeep({}); }
 
-  // First, so that its window is the one that reads the modules.
-  // The MIB folders: added once each, removed, kept on OK with a word on when they count; what
-  // could not be read of this run's folder listed below them and in the event log.
+  // First, so that its window reads the modules. MIB folders: added once each, removed, kept on
+  // OK with a word on when they count; what could not be read, there and in the event log.
   void MibFoldersWhatCouldNotBeReadAndTheTree() {
     Stores s;
     app::CMainWnd w(s.app);
@@ -88,13 +87,12 @@ class MainWndTest : public QObject {
     auto* problems = d.findChild<QListWidget*>("mibProblems");
     QVERIFY(problems->count() == 1 && problems->item(0)->text().contains("notes.pdf") &&
             problems->item(0)->text().contains(problem));
-    auto* folders = d.findChild<QListWidget*>("mibFolders");
     for (const QString folder : {"/srv/mibs", "/srv/mibs", "/opt/vendor mibs"}) {
       app::COptionsDialog::SetFolderChooser([&](QWidget*) { return folder; });
       d.findChild<QPushButton*>("addMibFolder")->click();
     }
     app::COptionsDialog::SetFolderChooser({});
-    folders->setCurrentRow(0);
+    d.findChild<QListWidget*>("mibFolders")->setCurrentRow(0);
     d.findChild<QPushButton*>("removeMibFolder")->click();
     QStringList said;
     app::SetMessageBoxHook([&](const QString& text, app::MessageIcon) { said << text; });
@@ -153,9 +151,8 @@ class MainWndTest : public QObject {
     QCOMPARE(TabTexts(w), (QStringList{"&sendTrap", "&Get/Set"}));
     QCOMPARE(w.PropertySheetView()->Sheet()->currentIndex(), 1);
     w.UpdateCommandStates();
-    QVERIFY(w.Action("viewGetSet")->isChecked());
-    QVERIFY(!w.Action("viewWalkMib")->isChecked());
-    QVERIFY(w.Action("viewDecodedMessage")->isChecked());
+    QVERIFY(w.Action("viewGetSet")->isChecked() && !w.Action("viewWalkMib")->isChecked() &&
+            w.Action("viewDecodedMessage")->isChecked());
     w.Action("viewDecodedMessage")->trigger();
     QVERIFY(!w.TransactionView()->DecodedPaneEnabled() &&
             !w.Action("viewDecodedMessage")->isChecked());
@@ -252,10 +249,11 @@ class MainWndTest : public QObject {
   // OK checks the ranges in order: the first refusal shows, focuses its field and stores
   // nothing. OK then stores every field and the adapter; Cancel stores nothing.
   void OkChecksRangesThenStoresEverythingCancelNothing() {
-    const QString captions[] = {
+    const QStringList captions{
         "&Request Timeout (milliseconds):", "R&etries:", "&GetBulk repetitions for walkMIB:",
         "Requests in &flight for walkMIB:"};
-    const QString request_range = "Please enter an integer between 100 and 30000.";
+    const QString request_range = "Please enter an integer between 100 and 30000.",
+                  flight_range = "Please enter an integer between 1 and 8.";
     const QList<int> defaults{0, 3, 1000, 3, 0, 0, 1};
     const struct {
       QStringList typed;  // request, retries, GetBulk repetitions, in flight; +n: n spin clicks
@@ -272,12 +270,7 @@ class MainWndTest : public QObject {
         {{"2500", "+8", "50", "1"}, "Cance&l", "", defaults},
         // Auto disables the number and keeps it as it was; the in-flight range is checked.
         {{"1000", "3", "40", "4"}, "&OK", "", {1, 3, 1000, 3, 0, 1, 4}, true},
-        {{"1000", "3", "40", "9"},
-         "&OK",
-         "Please enter an integer between 1 and 8.",
-         defaults,
-         true,
-         3},
+        {{"1000", "3", "40", "9"}, "&OK", flight_range, defaults, true, 3},
     };
     for (const auto& c : cases) {
       sondara_test::TempFolder dir;
@@ -297,10 +290,8 @@ class MainWndTest : public QObject {
       d.findChild<QComboBox*>()->setCurrentText("wlan0[fe80::2%3]");
       QLineEdit* fields[4] = {};  // by their captions, as Alt+letter reaches them
       for (QLabel* label : d.findChildren<QLabel*>()) {
-        for (int i = 0; i < 4; ++i) {
-          if (label->text() == captions[i])
-            fields[i] = qobject_cast<QLineEdit*>(label->buddy());
-        }
+        if (const qsizetype i = captions.indexOf(label->text()); i >= 0)
+          fields[i] = qobject_cast<QLineEdit*>(label->buddy());
       }
       for (int i = 0; i < 4; ++i) {
         if (!fields[i]->isEnabled())  // the GetBulk number under Auto

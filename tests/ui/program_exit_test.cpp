@@ -41,9 +41,8 @@ void RunAndEnd(const sondara_test::TempFolder& dir, int sig) {
   EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
 }
 
-// Ended by Ctrl+C from no settings, the program writes both stores; ended by SIGTERM (log-out)
-// over a settings file of any size and encoding, it keeps every key: a file it can read is
-// written back with every key, one it cannot read is not written at all.
+// Ctrl+C from no settings writes both stores; SIGTERM (log-out) over a settings file of any
+// size and encoding writes back one it can read with every key, and one it cannot not at all.
 TEST(ProgramExit, SignalsWriteBothStoresAndKeepEveryKeyOfAnySettingsFile) {
   sondara_test::TempFolder dir;
   RunAndEnd(dir, SIGINT);

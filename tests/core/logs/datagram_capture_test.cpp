@@ -1,5 +1,4 @@
-// The datagrams behind the transaction log: their limits, Reset, and the pcapng file as a packet
-// analyser reads it.
+// The transaction log's datagrams: limits, Reset, and the pcapng file as tshark reads it.
 #include <gtest/gtest.h>
 
 #include <netdb.h>

@@ -21,9 +21,6 @@
 
 namespace {
 
-using logs::CEventLog;
-using logs::CTransactionLog;
-
 // How every saved line starts: CR LF, date, time.
 template <typename Entry>
 std::string LineStart(const Entry& e) {
@@ -32,7 +29,7 @@ std::string LineStart(const Entry& e) {
 }
 
 TEST(EventLog, FiveThousandLinesFromFourThreadsArriveInOrderPerThread) {
-  CEventLog log;
+  logs::CEventLog log;
   logs::RegisterEventLog(&log);
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
@@ -77,7 +74,7 @@ TEST(TransactionLog, SplitsMessagesInto86ByteOr260CharacterRowsWithTheExtraEmpty
 }
 
 TEST(EventLog, LogEventFormatsFromTheStringTableReachesOnlyARegisteredLogAndIsSavedAsUtf16) {
-  CEventLog log;
+  logs::CEventLog log;
   logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.1");  // dropped: nothing registered yet
   logs::RegisterEventLog(&log);
   logs::LogEvent(tvkutil::ids::kPingSent, L"10.0.0.2");
@@ -99,7 +96,7 @@ TEST(EventLog, LogEventFormatsFromTheStringTableReachesOnlyARegisteredLogAndIsSa
 }
 
 TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
-  CTransactionLog log;
+  logs::CTransactionLog log;
   std::vector<std::uint8_t> big(200);
   std::iota(big.begin(), big.end(), std::uint8_t{0});
   log.AddTransaction(1, L"Get", big.data(), big.size(), 0);
@@ -113,8 +110,7 @@ TEST(TransactionLog, SavedFileJoinsContinuationRowsAndPadsTheSourceColumn) {
   auto hex = [&](std::size_t from, std::size_t to) {
     return testing_support::ToHex(std::span(big).subspan(from, to - from)) + " ";
   };
-  // The source column is padded to 21; one of 26 characters still gets 5 spaces. A direction
-  // other than 0 or 1 shows none.
+  // The source column is padded to 21 (26 characters get 5 spaces); directions not 0 or 1 none.
   const std::string expected =
       "\xFF\xFE" +
       sondara_test::Utf16(
@@ -131,12 +127,11 @@ TEST(TransactionLog, TheRowCapDropsWholeMessages) {
   const std::vector<std::uint8_t> three_rows(200, 0x5f);
   const std::string header = "Date      \tTime    \tSource               \tTransaction";
   for (const int first_tick : {-1, 300}) {
-    CTransactionLog log;
+    logs::CTransactionLog log;
     std::size_t told = 0;  // rows the ticks said are shown
     const auto tick = [&] {
       const tvkutil::LogTickResult change = log.MovePending();
-      told += change.appended;
-      told -= change.removed_front;
+      told += change.appended - change.removed_front;
     };
     for (int i = 0; i < 400; ++i) {
       log.AddTransaction(1, L"Get", three_rows.data(), three_rows.size(), 0);

@@ -59,8 +59,7 @@ TEST(MibSet, NamesAndNumbersBothWays) {
   }
 }
 
-// The table's index is checked against the table before any of it is used: a damaged or stale
-// one gives no names rather than wrong ones or a crash.
+// The index is checked against the table first: a damaged or stale one gives no names, no crash.
 TEST(MibTable, ADamagedIndexGivesNoTable) {
   const std::string built = SONDARA_MIB_TABLE_DIR;
   const std::string tab = sondara_test::ReadFile(built + "builtin.tab");

@@ -93,8 +93,7 @@ lostFrobs OBJECT-TYPE SYNTAX FrobCount MAX-ACCESS read-only STATUS current
 END
 )";
 
-// SMIv1, through the base modules of RFC 1155, 1212, 1215 and 1213; imports LOST-MIB, whose
-// file sorts after this one.
+// SMIv1 through the base modules of RFC 1155, 1212, 1215, 1213; imports LOST-MIB, sorted after.
 const char kOldStyle[] = R"(OLD-MIB DEFINITIONS ::= BEGIN
 IMPORTS Counter, enterprises FROM RFC1155-SMI OBJECT-TYPE FROM RFC-1212
     TRAP-TYPE FROM RFC-1215 DisplayString FROM RFC1213-MIB lost FROM LOST-MIB;
@@ -167,8 +166,7 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   const std::map<std::string, std::string> kNodes = {
       {"acme", "1.3.6.1.4.1.99999 node [|||]  current  "},
       {"acmeName",
-       "1.3.6.1.4.1.99999.1 scalar [OCTET STRING|DisplayString|255a|] read-only "
-       "current  "},
+       "1.3.6.1.4.1.99999.1 scalar [OCTET STRING|DisplayString|255a|] read-only current  "},
       {"acmePortTable", "1.3.6.1.4.1.99999.2 table [|||] not-accessible current  "},
       {"acmePortEntry", "1.3.6.1.4.1.99999.2.1 row [|||] not-accessible current  acmePortIndex"},
       {"acmePortIndex", "1.3.6.1.4.1.99999.2.1.1 column [Integer32|||] not-accessible current  "},
@@ -187,9 +185,8 @@ TEST_F(MibFolder, LoadsByDeclaredNameAndNamesEachFailure) {
   std::map<std::string, std::string> got;
   for (const mib::MibNode& n : r.nodes)
     got[n.name] = Describe(n);
-  for (const auto& [name, want] : kNodes) {
+  for (const auto& [name, want] : kNodes)
     EXPECT_EQ(got[name], want) << name;
-  }
   EXPECT_EQ(got.count("brokenOther"), 0u);  // libsmi gives up on a module at a syntax error
   EXPECT_EQ(got.count("sysDescr") + got.count("enterprises"), 0u);  // base modules stay out
 }
@@ -285,9 +282,8 @@ TEST_F(MibFolder, StandardFoldersStartWithTheUsersOwn) {
   EXPECT_EQ(folders[0], dir_ / "sondara/mibs");
 }
 
-// Debian's own modules import framework conventions no Debian package ships as MIB text: our
-// base modules stand in, so a fresh machine reports nothing at every start, and their types
-// resolve through them.
+// Debian's modules import conventions no Debian package ships as MIB text: our base modules
+// stand in, so a fresh machine reports nothing at start, and their types resolve through them.
 TEST(DebianMibs, LoadWithOurBaseModulesAndResolveTheirTypes) {
   const mib::SmiLoadResult r =
       mib::LoadMibModules({{"/usr/share/snmp/mibs"}, {}, mib::BaseMibFolder()});

@@ -31,16 +31,14 @@ TEST(AddressTest, IPv4AndIPv6TextValidation) {
         L"fe80::1%eth0", L"1::2:3:4:5:6:7:8", L"12345::1", L"g::1", L"1.2.3.4\n",
         L"1111:2222:3333:4444:5555:6666:7777:8888%655350", kLong.c_str()}}};
   for (const auto& [valid_as, texts] : cases) {
-    for (const wchar_t* t : texts) {
+    for (const wchar_t* t : texts)
       EXPECT_EQ(std::string(IsValidIPv4Text(t) ? "v4" : "") + (IsValidIPv6Text(t) ? "v6" : ""),
                 valid_as)
           << tvkutil::ToUtf8(t);
-    }
   }
 }
 
-// Counts lookups and answers 127.0.0.9 for IPv4 and ::1 for IPv6, without a name server; a
-// name starting "nosuch" is unknown.
+// Counts lookups; answers 127.0.0.9 or ::1 without a name server; "nosuch..." is unknown.
 int g_lookups = 0;
 int FakeLookup(const char* node, const char*, const addrinfo* hints, addrinfo** res) {
   ++g_lookups;
@@ -49,40 +47,36 @@ int FakeLookup(const char* node, const char*, const addrinfo* hints, addrinfo** 
   return ::getaddrinfo(hints->ai_family == AF_INET ? "127.0.0.9" : "::1", nullptr, hints, res);
 }
 
-// Host names, dotted or not, are looked up; digits and dots, IPv6 addresses and texts that are
-// no RFC 1123 host name never are.
+// Names, dotted or not, are looked up; numbers, IPv6 addresses and non-RFC 1123 names never.
 TEST(AddressTest, OnlyNamesAreLookedUpAndAFailedLookupSaysWhy) {
   SetHostLookupForTesting(&FakeLookup);
   const std::wstring label63(63, L'a'),
       name253 = label63 + L'.' + label63 + L'.' + label63 + L'.' + std::wstring(61, L'b');
-  for (const auto& [host, looked_up, resolved] : {std::tuple{L"printer", true, true},
-                                                  {L"sw-3.plant.example", true, true},
-                                                  {L"sw-3.plant.example.", true, true},
-                                                  {L"10.0.0.1", false, true},
-                                                  {L"1.2.0x4", false, true},
-                                                  {L"10.0.0.300", false, false},
-                                                  {L"1.2.3", false, false},
-                                                  {L"-sw.plant", false, false},
-                                                  {L"sw-.plant", false, false},
-                                                  {L"sw..plant", false, false},
-                                                  {L"sw_3.plant", false, false},
-                                                  {L"nosuch.example", true, false}}) {
-    g_lookups = 0;
-    std::uint32_t addr = 0;
-    EXPECT_EQ(ResolveIPv4Host(host, addr), resolved) << tvkutil::ToUtf8(host);
-    EXPECT_EQ(g_lookups, looked_up ? 1 : 0) << tvkutil::ToUtf8(host);
+  // Looked up, resolved: the hosts.
+  const std::tuple<bool, bool, std::vector<const wchar_t*>> hosts[] = {
+      {true, true, {L"printer", L"sw-3.plant.example", L"sw-3.plant.example."}},
+      {false, true, {L"10.0.0.1", L"1.2.0x4"}},
+      {false, false, {L"10.0.0.300", L"1.2.3", L"-sw.plant"}},
+      {false, false, {L"sw-.plant", L"sw..plant", L"sw_3.plant"}},
+      {true, false, {L"nosuch.example"}}};
+  for (const auto& [looked_up, resolved, names] : hosts) {
+    for (const wchar_t* host : names) {
+      g_lookups = 0;
+      std::uint32_t addr = 0;
+      EXPECT_EQ(ResolveIPv4Host(host, addr), resolved) << tvkutil::ToUtf8(host);
+      EXPECT_EQ(g_lookups, looked_up ? 1 : 0) << tvkutil::ToUtf8(host);
+    }
   }
   EXPECT_TRUE(IsHostNameText(name253) && IsHostNameText(label63 + L".x"));
   EXPECT_FALSE(IsHostNameText(name253 + L"b") || IsHostNameText(label63 + L"a.x"));
 
   // IPv6: the chosen scope only where the address needs one, and never an empty one.
   std::wstring text;
-  for (const auto& [host, scope, shown, looked_up] : {std::tuple{L"fe80::1%3", 5u, L"fe80::1%3", 0},
-                                                      {L"fe80::1", 0u, L"fe80::1", 0},
-                                                      {L"ff02::1", 4u, L"ff02::1%4", 0},
-                                                      {L"::1", 2u, L"::1", 0},
-                                                      {L"2001:db8::7", 2u, L"2001:db8::7", 0},
-                                                      {L"printer", 2u, L"::1", 1}}) {
+  const std::tuple<const wchar_t*, unsigned, const wchar_t*, int> v6_hosts[] = {
+      {L"fe80::1%3", 5u, L"fe80::1%3", 0},     {L"fe80::1", 0u, L"fe80::1", 0},
+      {L"ff02::1", 4u, L"ff02::1%4", 0},       {L"::1", 2u, L"::1", 0},
+      {L"2001:db8::7", 2u, L"2001:db8::7", 0}, {L"printer", 2u, L"::1", 1}};
+  for (const auto& [host, scope, shown, looked_up] : v6_hosts) {
     g_lookups = 0;
     EXPECT_TRUE(ResolveIPv6Host(host, scope, text));
     EXPECT_EQ(text, shown);
@@ -91,8 +85,7 @@ TEST(AddressTest, OnlyNamesAreLookedUpAndAFailedLookupSaysWhy) {
   EXPECT_FALSE(ResolveIPv6Host(L"fe80::1::2", 5, text));
   EXPECT_EQ(text, L"");
 
-  // A failed lookup's reason is told with its host; the next resolve that needs no lookup
-  // forgets it.
+  // A failed lookup's reason names its host; the next resolve without a lookup forgets it.
   const auto failed = [](const wchar_t* host) {
     return ExchangeFailureText(ExchangeResult::Thrown(kSnmpResolveError), host, false);
   };
@@ -105,8 +98,7 @@ TEST(AddressTest, OnlyNamesAreLookedUpAndAFailedLookupSaysWhy) {
   SetHostLookupForTesting(nullptr);
 }
 
-// Dotted text as inet_addr reads it (short forms too), all ones and zero refused; numeric IPv6
-// only.
+// Dotted text as inet_addr reads it (short forms too), all ones and zero refused; IPv6 numeric.
 TEST(AddressTest, ConversionsOfDottedAndIPv6Text) {
   const struct {
     const wchar_t* text;

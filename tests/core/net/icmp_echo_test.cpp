@@ -59,10 +59,9 @@ std::string PingCase(bool v6, const std::string& address, int retries, int timeo
   return out.str();
 }
 
-// Silent addresses get retries + 1 echoes, loopback stops them at its first reply, a route that
-// refuses is reported in a ping tool's words at once, and a stop ends the wait without a retry.
-// ping_group_range decides whether the datagram socket may be used; closed, we fall back to a raw
-// socket. Both run.
+// Silent addresses get retries + 1 echoes, loopback stops them at its first reply, a refusing
+// route is told at once in a ping tool's words, a stop ends the wait without a retry; over the
+// datagram socket and, with ping_group_range closed, over the raw one.
 TEST(IcmpEcho, AnswersSilenceAndRefusingRoutesOverEitherSocket) {
   const auto run = testing_support::RunInPrivateNetns([] {
     if (std::system("ip route add unreachable 198.51.100.0/24 && ip route add prohibit "
@@ -96,8 +95,7 @@ TEST(IcmpEcho, AnswersSilenceAndRefusingRoutesOverEitherSocket) {
   EXPECT_EQ(run.output, each + each);
 }
 
-// No datagram socket (ping_group_range closed) and no raw one (no capability left): ICMP is
-// reported unavailable and pings send and log nothing.
+// No datagram or raw socket (no capability): ICMP is unavailable; pings send and log nothing.
 TEST(IcmpEcho, NoSocketThatOpensMeansNoIcmpAndSilentPings) {
   const auto run = testing_support::RunInPrivateNetns([] {
     std::ofstream("/proc/sys/net/ipv4/ping_group_range") << "1 0";
@@ -119,8 +117,7 @@ TEST(IcmpEcho, NoSocketThatOpensMeansNoIcmpAndSilentPings) {
 }
 
 // Never answers. Sequence numbers run modulo `sequences`; `refusal` is what Send says for .1.
-class CSilentPort : public net::IEchoPort {
- public:
+struct CSilentPort : net::IEchoPort {
   CSilentPort(std::uint16_t sequences, std::int32_t refusal)
       : sequences_(sequences), refusal_(refusal) {}
   bool CanSend() const override { return true; }
@@ -134,14 +131,11 @@ class CSilentPort : public net::IEchoPort {
     return {};
   }
   std::map<int, int> sends;  // by last number
-
- private:
   std::uint16_t sequences_, next_ = 0;
   std::int32_t refusal_;
 };
 
-// Each address gets all its attempts and one outcome, also when the sequence numbers come
-// round while earlier echoes wait, or when the system refuses to send.
+// Each address gets all its attempts and one outcome, also as sequence numbers wrap or sends fail.
 TEST(IcmpSweep, EveryAddressEndsOnceAfterItsAttempts) {
   const struct {
     std::uint16_t sequences;

@@ -70,8 +70,7 @@ struct RecordingSink : logs::ITransactionSink {
   }
   void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
   std::size_t Count(std::int32_t direction) const {
-    return static_cast<std::size_t>(std::count_if(
-        entries.begin(), entries.end(), [&](const Entry& e) { return e.direction == direction; }));
+    return static_cast<std::size_t>(std::ranges::count(entries, direction, &Entry::direction));
   }
   std::vector<Entry> entries;
 };
@@ -142,8 +141,7 @@ TEST(RequestExchange, OnlyTheAnswerFromTheAgentsPortWithTheRequestsIdIsTaken) {
     net::UdpSettings settings = Settings(0, 300);
   } cases[] = {
       {"another community", {{GoodReply(7, "public")}}, kCommunityMismatch, 0, 1},
-      // An answer to another request is waited past within the same try; with nothing else by
-      // the end, the mismatch is the result.
+      // Waited past within its try; with nothing else by the end, the mismatch is the result.
       {"another request id only", {{GoodReply(8)}}, kIdMismatch, 300, 1},
       {"another request id first", StrayFirst(6, false), kOk, 100, 2},
       {"stray from another port", StrayFirst(7, true), kOk, 100, 1},
@@ -318,14 +316,12 @@ TEST(RequestExchange, EachFailureComesBackWithItsText) {
   EXPECT_EQ(net::ExchangeFailureText(built, L"h", false), L"Unable to build message for transmit");
   EXPECT_EQ(sink.entries.size(), 0U);
   // An IPv6 address with IPv6 off: the text says where IPv6 is switched on.
-  const auto unresolved = [](const wchar_t* host, bool ipv6) {
-    return net::ExchangeFailureText(net::ExchangeResult::Thrown(net::kSnmpResolveError), host,
-                                    ipv6);
-  };
-  EXPECT_EQ(unresolved(L"::1", false),
+  const auto unresolved = net::ExchangeResult::Thrown(net::kSnmpResolveError);
+  EXPECT_EQ(net::ExchangeFailureText(unresolved, L"::1", false),
             L"Unable to resolve IPv4 host '::1': an IPv6 address needs Tools > Options > \"Use "
             L"IPv6\".");
-  EXPECT_EQ(unresolved(L"::1", true), L"Unable to resolve IPv6 host '::1'");
+  EXPECT_EQ(net::ExchangeFailureText(unresolved, L"::1", true),
+            L"Unable to resolve IPv6 host '::1'");
 }
 
 // A socket never empty for 3 s: the stale datagrams drained before a send are bounded.
@@ -399,9 +395,8 @@ TEST(SnmpRequester, OneSocketAndAQuickAnswerWaitThatTakesOnlyThePeerAndStopsSpin
   }
 }
 
-// SNMPv3 against snmpd: the engine is discovered once and the keys kept for the requester's
-// life; after the agent restarts (one more boot) the requester takes its clock from the
-// notInTimeWindow report once and the request goes through.
+// SNMPv3 against snmpd: the engine is discovered once, the keys kept; after a restart (one more
+// boot) the requester takes the clock from the notInTimeWindow report once and goes through.
 TEST(SnmpRequester, Version3DiscoversOnceAndFollowsTheAgentsClockAcrossARestart) {
   testing_support::SnmpdProcess snmpd;
   ASSERT_EQ(snmpd.Start("createUser ops SHA-256 ops-password AES ops-privacy\nrouser ops priv\n"),
@@ -430,8 +425,7 @@ TEST(SnmpRequester, Version3DiscoversOnceAndFollowsTheAgentsClockAcrossARestart)
   EXPECT_EQ(sink.Count(logs::kDirectionSent), 5U);  // refused as out of time, then taken
   get(4);
   EXPECT_EQ(sink.Count(logs::kDirectionSent), 6U);
-  // The decoded view reads what went both ways with the keys the requester made: the Gets and
-  // their answers, before the restart and after it (same engine ID, same keys).
+  // The decoded view reads both ways with the requester's keys, across the restart (same keys).
   std::size_t decrypted = 0;
   for (const RecordingSink::Entry& e : sink.entries) {
     const snmp::MessageTree tree =

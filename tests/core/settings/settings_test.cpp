@@ -195,8 +195,7 @@ class FakeKeyring : public app::ISecretStore {
   std::map<std::wstring, std::wstring> kept;
 };
 
-// The v3 user is saved with the page, its passwords never: they go to the keyring, or without
-// one stay in memory for the run.
+// The v3 user is saved with the page; its passwords go to the keyring, or stay for the run.
 TEST_F(SettingsTest, V3UserIsSavedWithoutItsPasswords) {
   FakeKeyring keyring;
   for (app::ISecretStore* secrets :
@@ -212,10 +211,8 @@ TEST_F(SettingsTest, V3UserIsSavedWithoutItsPasswords) {
     a->WalkMib().usm.user_name = L"walker";
     a->SavePageSettings();
     a->SaveNetworkSettings();
-    for (const std::string& file : {SettingsFile(), ProfileFile()}) {
-      const std::string text = sondara_test::ReadFile(file);
-      EXPECT_EQ(text.find("secret"), std::string::npos) << file;
-    }
+    for (const std::string& file : {SettingsFile(), ProfileFile()})
+      EXPECT_EQ(sondara_test::ReadFile(file).find("secret"), std::string::npos) << file;
     EXPECT_EQ(a->GetSet().usm.auth_password, L"authpass-secret1");  // kept for the run
     auto b = NewApp();
     b->SetSecretStore(secrets);
@@ -231,10 +228,9 @@ TEST_F(SettingsTest, V3UserIsSavedWithoutItsPasswords) {
   }
   EXPECT_EQ(keyring.kept.at(L"sw-3/engineer/p"), L"privpass-secret2");
   // Names the program does not know read as the defaults.
-  const app::UsmSettings bad =
-      LoadFrom("[GetSet]\nV3SecurityLevel=high\nV3AuthProtocol=sha-512\nV3PrivProtocol=3DES\n")
-          ->GetSet()
-          .usm;
+  const auto bad_app =
+      LoadFrom("[GetSet]\nV3SecurityLevel=high\nV3AuthProtocol=sha-512\nV3PrivProtocol=3DES\n");
+  const app::UsmSettings& bad = bad_app->GetSet().usm;
   EXPECT_EQ((Names{bad.level, bad.auth_protocol, bad.priv_protocol}),
             (Names{L"authPriv", L"SHA-512", L"AES"}));
 }

@@ -83,8 +83,7 @@ TEST(ValueCodec, DecodeTable) {
       {kTagInteger32, "02 84 00 00 00 01 05", kOk, L"5"},
       {kTagInteger32, "02 85 00 00 00 00 01 05", kOk, L"5"},         // zero beyond four skipped
       {kTagInteger32, "02 05 ff 80 00 00 00", kOk, L"-2147483648"},  // fifth byte: the sign
-      // Wider than the type: refused, not cut to the last four bytes (with their causes: the
-      // response check's malformed replies).
+      // Wider than the type: refused, not cut to four bytes (causes: the response check's test).
       {kTagInteger32, "02 05 80 00 00 00 01", kBadLength, L""},
       {kTagInteger32, "02 05 00 ff ff ff ff", kBadLength, L""},
       {kTagTimeTicks, "43 06 00 00 00 00 00 05", kBadLength, L""},
@@ -114,12 +113,10 @@ TEST(ValueCodec, DecodeTable) {
 }
 
 TEST(ValueCodec, LengthFormsAndTheWritersRoom) {
-  for (const auto& [len, prefix] : {std::pair<std::size_t, std::string>{127, "04 7f"},
-                                    {128, "04 81 80"},
-                                    {255, "04 81 ff"},
-                                    {256, "04 82 01 00"},
-                                    {65535, "04 82 ff ff"},
-                                    {65536, "04 83 01 00 00"}}) {
+  const std::pair<std::size_t, std::string> forms[] = {
+      {127, "04 7f"},       {128, "04 81 80"},      {255, "04 81 ff"},
+      {256, "04 82 01 00"}, {65535, "04 82 ff ff"}, {65536, "04 83 01 00 00"}};
+  for (const auto& [len, prefix] : forms) {
     COctetString s(std::wstring(len, L'a'));
     const std::string hex = EncodeHex(s, 70000);
     EXPECT_EQ(hex.substr(0, prefix.size()), prefix) << len;

@@ -104,8 +104,7 @@ TEST(VarBind, ListAccessAndCopy) {
 namespace snmp::v3 {
 namespace {
 
-using testing_support::Hex;
-using testing_support::ToHex;
+using namespace testing_support;
 
 // An authNoPriv GetRequest of user "ops" (RFC 3412 6, RFC 3414 2.4), written by hand; the
 // digest's 12 bytes are still zero, as they are while it is computed.

@@ -16,27 +16,25 @@ namespace {
 using snmp::DecodeMessageTree;
 using snmp::MessageNode;
 using snmp::MessageTree;
-using testing_support::Bytes;
-using testing_support::Hex;
+using namespace testing_support;
 
 // The Get request of sysDescr.0 with community "getcom", version 1, request id 0.
 const Bytes kGet =
     Hex("30 26 02 01 00 04 06 67 65 74 63 6f 6d a0 19 02 01 00 02 01 00 02 01 00 30 0e 30 0c 06 08"
         "2b 06 01 02 01 01 01 00 05 00");
 
-// An SNMPv3 discovery request (RFC 3414 4): noAuthNoPriv, reportable, empty engine ID and user,
-// a GetRequest without bindings.
+// RFC 3414 4 discovery: noAuthNoPriv, reportable, empty engine ID and user, a Get of nothing.
 const Bytes kDiscovery =
     Hex("30 3c 02 01 03 30 11 02 04 12 34 56 78 02 03 00 ff e3 04 01 04 02 01 03 04 10 30 0e 04 00"
         "02 01 00 02 01 00 04 00 04 00 04 00 30 12 04 00 04 00 a0 0c 02 02 01 f4 02 01 00 02 01 00"
         "30 00");
 
 // An authPriv request from user "bob", its scoped PDU 40 bytes of cipher text.
-const Bytes kAuthPriv = testing_support::Cat(
-    {Hex("30 78 02 01 03 30 11 02 04 00 00 30 39 02 03 00 ff e3 04 01 07 02 01 03 04 36 30 34"
-         "04 0d 80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81 02 01 05 02 03 01 e2 40 04 03 62 6f 62"
-         "04 0c 11 22 33 44 55 66 77 88 99 aa bb cc 04 08 01 02 03 04 05 06 07 08 04 28"),
-     Bytes(40, 0xc5)});
+const Bytes kAuthPriv =
+    Cat({Hex("30 78 02 01 03 30 11 02 04 00 00 30 39 02 03 00 ff e3 04 01 07 02 01 03 04 36 30 34"
+             "04 0d 80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81 02 01 05 02 03 01 e2 40 04 03 62 6f 62"
+             "04 0c 11 22 33 44 55 66 77 88 99 aa bb cc 04 08 01 02 03 04 05 06 07 08 04 28"),
+         Bytes(40, 0xc5)});
 // What it decrypts to: a Get of sysDescr.0 and the 7 bytes DES pads it with.
 const Bytes kAuthPrivPlain =
     Hex("30 1f 04 00 04 00 a0 19 02 01 01 02 01 00 02 01 00 30 0e 30 0c 06 08 2b 06 01 02 01 01"
@@ -80,7 +78,6 @@ void ExpectWellFormed(const MessageTree& tree, std::size_t size) {
 
 // A v2c Response with one binding of .1.3.6.1.2.1.1.5.0 and the given value TLV.
 Bytes ResponseWith(const Bytes& value) {
-  using namespace testing_support;
   return Response(1, "public", 7, 0, 0, VarBind(Hex("2b 06 01 02 01 01 05 00"), value));
 }
 
@@ -94,7 +91,7 @@ std::pair<Bytes, std::wstring> Arcs(int n) {
   std::wstring text = L".1.3";
   for (int i = 2; i < n; ++i)
     text += L".1";
-  return {testing_support::Tlv(0x06, testing_support::Cat({Hex("2b"), Bytes(n - 2, 1)})), text};
+  return {Tlv(0x06, Cat({Hex("2b"), Bytes(n - 2, 1)})), text};
 }
 
 // Tag, length and BER type beside the offset (the v3 test lists every node of the same PDU).
@@ -114,7 +111,6 @@ TEST(MessageTree, TheGetExampleShowsEachFieldsTagLengthAndType) {
 }
 
 TEST(MessageTree, ValuesAndLengthFormsReadAsThePagesShowThem) {
-  using testing_support::Tlv;
   const struct {
     const char* what;
     Bytes value;
@@ -153,7 +149,6 @@ TEST(MessageTree, ValuesAndLengthFormsReadAsThePagesShowThem) {
 }
 
 TEST(MessageTree, EveryPduKindShowsItsOwnFields) {
-  using namespace testing_support;
   const Bytes binds = Tlv(0x30, VarBind(Hex("2b 06 01 02 01 01 03 00"), Hex("43 01 2a")));
   const Bytes bulk =
       Tlv(0x30, Cat({Int(1), Str("public"), Tlv(0xA5, Cat({Int(9), Int(1), Int(10), binds}))}));

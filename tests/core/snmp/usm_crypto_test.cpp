@@ -1,6 +1,5 @@
-// Keys of the security model against vectors worked out by hand: RFC 3414 A.3 for MD5 and
-// SHA-1, and for the SHA-2 hashes and the AES key extensions, the same algorithms run in Python's
-// hashlib and openssl. Digests and cipher text are net-snmp's to judge.
+// Keys against vectors by hand: RFC 3414 A.3 for MD5 and SHA-1; Python's hashlib and openssl for
+// SHA-2 and the AES key extensions. Digests and cipher text are net-snmp's to judge.
 #include "snmp/usm_crypto.h"
 
 #include <gtest/gtest.h>

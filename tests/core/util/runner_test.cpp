@@ -1,5 +1,4 @@
-// The operations' runner and the results list the walk and the sweep share, the small vector the
-// codec's values live in, and the logs' time and date texts.
+// The runner, the polled results list, the small vector of codec values and the logs' dates.
 #include "util/runner.h"
 
 #include <gtest/gtest.h>
@@ -34,9 +33,7 @@ TEST(Runner, StopWakesTheBodysWaitAndIsNotCarriedToTheNextBody) {
   for (int i = 0; i < 60000 && !waiting; ++i)  // up to a minute
     std::this_thread::sleep_for(1ms);
   runner.StopAndWait();
-  EXPECT_TRUE(stopped);
-  EXPECT_TRUE(runner.Finished());
-  EXPECT_FALSE(runner.HasThread());
+  EXPECT_TRUE(stopped && runner.Finished() && !runner.HasThread());
 
   // A stop asked for after a body ended must not stop the next one.
   runner.RequestStop();
@@ -55,8 +52,7 @@ TEST(PolledList, InsertsInOrderAndCountsOnlyMovesBeforeTheEnd) {
   EXPECT_EQ(list.Reorders(), 0U);  // all at the end
   list.InsertSorted(15, less);
   EXPECT_EQ(list.Reorders(), 1U);
-  const auto all = list.WithAll([](const std::vector<int>& v) { return v; });
-  EXPECT_EQ(all, (std::vector<int>{10, 15, 20, 30}));
+  EXPECT_EQ(list.WithAll([](const auto& v) { return v; }), (std::vector<int>{10, 15, 20, 30}));
   EXPECT_FALSE(list.With(4, [](int) {}));  // one past the end
   list.Clear();
   EXPECT_FALSE(list.With(0, [](int) {}));
@@ -106,8 +102,7 @@ TEST(SmallVector, KeepsEveryElementOnBothSidesOfTheInPlaceEdge) {
 
     v.push_back("extra");  // on the heap from 4 on
     v = std::move(copy);
-    EXPECT_TRUE(same(v));
-    EXPECT_TRUE(copy.empty());
+    EXPECT_TRUE(same(v) && copy.empty());
     v.emplace_at(count / 2, "mid");
     EXPECT_EQ(v[count / 2], "mid");
     v.erase_at(count / 2);
@@ -125,8 +120,7 @@ TEST(SmallVector, KeepsEveryElementOnBothSidesOfTheInPlaceEdge) {
     EXPECT_EQ(std::vector<std::uint8_t>(b.begin(), b.end()), bytes);
     tvkutil::CSmallVector<std::uint8_t, 4> longer(b);
     longer.push_back(0);
-    EXPECT_TRUE(b < longer);
-    EXPECT_FALSE(longer < b);
+    EXPECT_TRUE(b < longer && !(longer < b));
   }
 }
 

@@ -14,6 +14,7 @@
 #include "logs/log_entry_points.h"
 #include "settings/sondara_utility_app.h"
 #include "snmp/usm_key_book.h"
+#include "support/ber_builder.h"
 #include "support/hex_bytes.h"
 #include "support/small_filesystem.h"
 #include "support/temp_folder.h"
@@ -142,13 +143,11 @@ class LogViewsTest : public QObject {
             "01 01 00 05 00 07 07 07 07 07 07 07"));
     QVERIFY(sealed.has_value());
     snmp::usm::RememberPrivacyKey(engine, "bob", snmp::usm::PrivProtocol::kDes, key);
-    auto v3 =
+    const auto head =
         Hex("30 78 02 01 03 30 11 02 04 00 00 30 39 02 03 00 ff e3 04 01 07 02 01 03 04 36 30 34 04"
             "0d 80 00 1f 88 80 5a 1b 3c 4d 5e 6f 70 81 02 01 05 02 03 01 e2 40 04 03 62 6f 62 04 0c"
             "11 22 33 44 55 66 77 88 99 aa bb cc 04 08");
-    v3.insert(v3.end(), sealed->salt.begin(), sealed->salt.end());
-    v3.insert(v3.end(), {0x04, 0x28});
-    v3.insert(v3.end(), sealed->text.begin(), sealed->text.end());
+    const auto v3 = testing_support::Cat({head, sealed->salt, Hex("04 28"), sealed->text});
     logs::LogDatagram(logs::kDirectionSent, L"Get", v3, {});
     view.Tick();
     click_row(2);

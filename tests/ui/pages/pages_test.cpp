@@ -109,19 +109,6 @@ struct Window {
     Type(w.get(), "getCommunity", "public");
   }
 
-  // Clicks `button`: while its request waits, `button` is disabled and the wait cursor shows over
-  // `busy` alone; at the end `column` of `pane` reads `lines`, each once.
-  void Watch(QAbstractButton* button, QWidget* busy, const logs::CLogTableView* pane, int column,
-             const QStringList& lines) {
-    QTest::mouseClick(button, Qt::LeftButton);
-    QVERIFY(!button->isEnabled());
-    QCOMPARE(busy->cursor().shape(), Qt::WaitCursor);
-    QVERIFY(QGuiApplication::overrideCursor() == nullptr);  // the rest of the window as ever
-    QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
-    QTRY_COMPARE(Column(pane, column), lines);
-    QCOMPARE(busy->cursor().shape(), Qt::ArrowCursor);
-  }
-
   sondara_test::TempFolder dir;
   app::CSondaraUtilityApp sondara{dir / "sondara.ini", dir / "profile.ini"};
   std::unique_ptr<app::CMainWnd> w;
@@ -229,9 +216,8 @@ class PagesTest : public QObject {
     QCOMPARE(sondara.GetSet().usm.auth_password, std::wstring(L"typed-blind"));
   }
 
-  // In the main window over a profile whose column widths read -5, 300 and the old default 120:
-  // "&Get SysObjectID" fills the start; the list grows while the walk runs with the log at its
-  // bottom; St&op and leaving the page stop the walk; then double-click copy and save.
+  // Over a profile whose widths read -5, 300 and the old default 120: Get SysObjectID fills the
+  // start; rows come with the log at its bottom; St&op and leaving stop the walk; copy and save.
   void WalkPageInTheMainWindow() {
     sondara_test::WriteFile(dir_ / "widths.ini", "[walkMIB]\n0=-5\n1=300\n2=120\n");
     app::CSondaraUtilityApp sondara(dir_ / "sondara.ini", dir_ / "widths.ini");
@@ -368,9 +354,8 @@ class PagesTest : public QObject {
     QCOMPARE(page.findChild<QLineEdit*>("varBindNum")->text(), QString("2"));
   }
 
-  // A Get for a silent agent (two tries), a ping for a silent address and a trap for a name
-  // whose lookup is slow: a request run on the window's thread would be over when the click
-  // returns.
+  // A Get for a silent agent (two tries), a ping of a silent address, a trap for a slow lookup:
+  // run on the window's thread, each would be over when the click returns.
   void EveryWaitingRequestRunsOffTheWindowsThread() {
     testing_support::FakeAgent agent = testing_support::Silent();
     net::SetHostLookupForTesting(&SlowFailingLookup);
@@ -395,19 +380,27 @@ class PagesTest : public QObject {
       Type(win.w.get(), "pingHost", "198.18.0.2");
       Type(win.w.get(), "sendTrapHost", "nosuchmanager");
       auto* value = win.w->findChild<QLineEdit*>("getValue");
-      QTimer::singleShot(0, [&] {  // while the request waits
-        QCOMPARE(Button(win.w.get(), "setButton")->isEnabled(),
-                 !get);  // a Set would take the next id
+      QTimer::singleShot(0, [&] {                                       // while the request waits
+        QCOMPARE(Button(win.w.get(), "setButton")->isEnabled(), !get);  // a Set takes the next id
         QCOMPARE(value->text(), QString());
       });
-      if (toolbar) {
-        win.Watch(win.w->PingView()->PingButton(), win.w->PingView(), win.w->TransactionView(), 3,
-                  c.lines);
+      // While it waits the button is disabled and the wait cursor shows over `busy` alone; at the
+      // end the lines are in the pane, each once.
+      QAbstractButton* button =
+          toolbar ? win.w->PingView()->PingButton() : Button(win.w.get(), c.button);
+      QWidget* busy = toolbar ? win.w->PingView() : win.Show(c.button);
+      const logs::CLogTableView* pane = win.w->EventView();
+      if (toolbar)
+        pane = win.w->TransactionView();
+      QTest::mouseClick(button, Qt::LeftButton);
+      QVERIFY(!button->isEnabled());
+      QCOMPARE(busy->cursor().shape(), Qt::WaitCursor);
+      QVERIFY(QGuiApplication::overrideCursor() == nullptr);  // the rest of the window as ever
+      QTRY_VERIFY_WITH_TIMEOUT(button->isEnabled(), 10000);
+      QTRY_COMPARE(Column(pane, toolbar ? 3 : 2), c.lines);
+      QCOMPARE(busy->cursor().shape(), Qt::ArrowCursor);
+      if (toolbar)
         QTRY_VERIFY(Column(win.w->EventView(), 2).contains("Ping to 198.18.0.2 not answered."));
-      } else {
-        win.Watch(Button(win.w.get(), c.button), win.Show(c.button), win.w->EventView(), 2,
-                  c.lines);
-      }
       QCOMPARE(value->text(), get ? kFailed : QString());
       QVERIFY(Button(win.w.get(), "setButton")->isEnabled());
     }
@@ -443,8 +436,7 @@ class PagesTest : public QObject {
   void SweepOnTheDeviceDiscoveryPage() {
     if (!g_no_netns.empty())
       QSKIP(g_no_netns.c_str());
-    sondara_test::TempFolder dir;
-    app::CSondaraUtilityApp sondara(dir / "sondara.ini", dir / "profile.ini");
+    app::CSondaraUtilityApp sondara(dir_ / "sweep.ini", dir_ / "sweep_profile.ini");
     sondara.Network().request_timeout_ms = 100;
     sondara.Network().retries = 0;
     sondara.WriteProfileInt(L"Device Discovery", L"1", 150);
