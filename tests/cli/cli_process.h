@@ -66,8 +66,6 @@ class RunningProcess {
       ::waitpid(pid_, nullptr, 0);
     }
   }
-  RunningProcess(const RunningProcess&) = delete;
-  RunningProcess& operator=(const RunningProcess&) = delete;
 
   void Signal(int signal) const {
     if (pid_ > 0)  // never kill(-1, ...)
@@ -77,9 +75,8 @@ class RunningProcess {
 
   // Waits for the end; kills the program after `deadline_ms`: a hanging run fails the test.
   ProcessResult Wait(int deadline_ms = 30000) {
-    ProcessResult result;
     if (pid_ < 0)
-      return result;
+      return {};
     int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadline_ms);
     while (::waitpid(pid_, &status, WNOHANG) == 0) {
@@ -91,10 +88,7 @@ class RunningProcess {
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     pid_ = -1;
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = ReadFile(out_path_);
-    result.err = ReadFile(err_path_);
-    return result;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out_path_), ReadFile(err_path_)};
   }
 
  private:
