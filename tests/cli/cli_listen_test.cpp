@@ -11,6 +11,7 @@
 #include <fstream>
 #include <regex>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "cli/cli_process.h"
@@ -167,18 +168,13 @@ TEST(CliListen, EndsWithTheStatusOfWhatEndedIt) {
   const HeldPort held;
   std::string comm;
   std::getline(std::ifstream("/proc/self/comm"), comm);
-  struct Case {
-    std::vector<std::string> args;
-    bool interrupt;
-    int status;
-    std::string says;
-  };
   const std::string in_use = "Unable to listen on UDP port " + std::to_string(held.port) + ": " +
                              comm + " (pid " + std::to_string(::getpid()) +
                              ") already listens on it.";
   // The run that times out has closed the port before the next one takes it.
   const std::string free = std::to_string(testing_support::FreeUdpPort());
-  std::vector<Case> cases = {
+  // Arguments, whether Ctrl+C ends the run, its exit status and what it says.
+  std::vector<std::tuple<std::vector<std::string>, bool, int, std::string>> cases = {
       {{"listen", "--port", free, "--timeout", "1"}, false, 3, "Stopped listening"},
       {{"listen", "--port", free}, true, 130, "Stopped listening"},
       {{"listen", "--port", std::to_string(held.port), "-t", "1"}, false, 2, in_use},
@@ -191,14 +187,14 @@ TEST(CliListen, EndsWithTheStatusOfWhatEndedIt) {
     cases.push_back({{"listen", "--port", "162", "-t", "1"}, false, 2, needs});
   }
   Cli cli;
-  for (const Case& c : cases) {
-    auto run = c.interrupt ? StartListening(cli, c.args) : nullptr;
+  for (const auto& [args, interrupt, status, says] : cases) {
+    auto run = interrupt ? StartListening(cli, args) : nullptr;
     if (run)
       run->Signal(SIGINT);
-    const ProcessResult r = run ? run->Wait() : cli.Run(c.args);
+    const ProcessResult r = run ? run->Wait() : cli.Run(args);
     const std::string said = r.out + r.err;
-    EXPECT_EQ(r.status, c.status) << said;
-    EXPECT_NE(said.find(c.says), std::string::npos) << said;
+    EXPECT_EQ(r.status, status) << said;
+    EXPECT_NE(said.find(says), std::string::npos) << said;
   }
 }
 

@@ -38,8 +38,7 @@ class RunningProcess {
     std::vector<std::string> env_text(env);
     for (char** e = environ; *e != nullptr; ++e) {
       const std::string entry(*e), name = entry.substr(0, entry.find('=') + 1);
-      if (std::none_of(env.begin(), env.end(),
-                       [&](const auto& mine) { return mine.starts_with(name); }))
+      if (std::ranges::none_of(env, [&](const auto& mine) { return mine.starts_with(name); }))
         env_text.push_back(entry);
     }
     std::vector<char*> args, envp;

@@ -76,8 +76,7 @@ TEST(VarBindListRules, DeleteRefusesProtectedEntriesAndSelectsTheItemAfterTheLas
       {v1, {}, kNone, {0, 1, 2, 3, 4}, std::nullopt},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message()
-                 << (c.v2c ? "2c " : "1 ") << testing::PrintToString(c.selected));
+    SCOPED_TRACE((c.v2c ? "2c " : "1 ") + testing::PrintToString(c.selected));
     Numbered list(5);
     std::mutex lock;
     CVarBindListRules rules(list, c.v2c, lock);
