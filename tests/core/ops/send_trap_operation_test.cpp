@@ -318,9 +318,8 @@ TEST_F(SendTrap, VarBindNumTrapTypeAndHistoriesAreStoredUnlessTheSendFails) {
   f.version = L"1";
   f.community = L"trapcom";
   o.op.StoreTo(stored);
-  RecordingSinks sinks;
   pages::CSendTrapOperation next(
-      stored, list, [] { return 0u; }, sinks, sinks);
+      stored, list, [] { return 0u; }, o.sinks, o.sinks);
   EXPECT_FALSE(next.Form().use_default);
   EXPECT_EQ(Fields(next.Form()), (std::vector<std::wstring>{L"10.20.30.40", L".1.3.6.1.4.1.59871.7",
                                                             L"trapcom", L"linkUp", L"1", L"12"}));
