@@ -18,10 +18,8 @@
 
 namespace {
 
-using cli::ParseCommandLine;
-
 cli::CommandLine Accepted(const std::string& args) {
-  cli::ParseResult r = ParseCommandLine(sondara_test::Args(args));
+  cli::ParseResult r = cli::ParseCommandLine(sondara_test::Args(args));
   EXPECT_EQ(r.error, "") << args;
   return r.line;
 }

@@ -11,10 +11,12 @@
 #include <fstream>
 #include <regex>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "cli/cli_process.h"
 #include "support/recorders.h"
+#include "support/snmpd_process.h"
 
 namespace {
 
@@ -40,13 +42,8 @@ struct HeldPort {
   std::uint16_t port = 0;
 };
 
-std::uint16_t FreePort() {
-  return HeldPort().port;
-}
-
-// `listen` started with `args`, once it has said that it listens.
+// `args` (a listen) started, once it has said that it listens.
 std::unique_ptr<RunningProcess> StartListening(const Cli& cli, std::vector<std::string> args) {
-  args.insert(args.begin(), "listen");
   auto run = cli.Start(args);
   testing_support::WaitUntil(
       [&] { return run->OutputSoFar().find("Listening for notifications") != std::string::npos; },
@@ -57,11 +54,12 @@ std::unique_ptr<RunningProcess> StartListening(const Cli& cli, std::vector<std::
 // Four notifications from net-snmp and one datagram that is none (from bash): each line as sent,
 // the inform answered (snmpinform exits 0 only then), and the run ends after the fourth.
 TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
-  const std::string port = std::to_string(FreePort());
+  const std::string port = std::to_string(testing_support::FreeUdpPort());
   const std::string to = "127.0.0.1:" + port;
   Cli cli;
   // An IPv6 socket takes IPv4 senders too, and shows them by their IPv4 address.
-  auto listen = StartListening(cli, {"-6", "--port", port, "--count", "4", "-t", "120", "-On"});
+  auto listen =
+      StartListening(cli, {"listen", "-6", "--port", port, "--count", "4", "-t", "120", "-On"});
   struct Case {
     std::vector<std::string> sender;
     std::string printed;  // a regex of the lines after the time
@@ -111,7 +109,7 @@ TEST(CliListen, PrintsEachNotificationAsSentAndAnswersInforms) {
 // ours (snmpinform exits 0 only when the Response comes from the engine it named), a wrong
 // password and an inform for another engine; names as the other commands print them.
 TEST(CliListen, TakesV3NotificationsOfItsUser) {
-  const std::string to = "127.0.0.1:" + std::to_string(FreePort());
+  const std::string to = "127.0.0.1:" + std::to_string(testing_support::FreeUdpPort());
   const std::string ours = "0x8000e9df04aabbccdd";
   const std::string user = "-v|3|-u|ops|-l|authPriv|-a|SHA|-x|AES|-X|privpass1|-r|0|";
   const std::string trap = "/usr/bin/snmptrap|-e|0x80001f8880aabbcc|" + user;
@@ -147,9 +145,9 @@ TEST(CliListen, TakesV3NotificationsOfItsUser) {
   Cli cli;
   for (const Run& run : runs) {
     auto listen = StartListening(
-        cli, {"--port",   to.substr(10), "--count", run.count, "-u",        "ops", "-l",
-              "authPriv", "-a",          "SHA",     "-A",      "authpass1", "-x",  "AES",
-              "-X",       "privpass1",   "-E",      ours,      "-t",        "60"});
+        cli, {"listen", "--port",   to.substr(10), "--count", run.count, "-u",        "ops",
+              "-l",     "authPriv", "-a",          "SHA",     "-A",      "authpass1", "-x",
+              "AES",    "-X",       "privpass1",   "-E",      ours,      "-t",        "60"});
     for (const Send& send : run.sends) {
       const ProcessResult sent = RunningProcess(sondara_test::Args(send.args)).Wait();
       EXPECT_EQ(sent.status != 0, send.status != 0) << send.args << sent.err;
@@ -170,38 +168,33 @@ TEST(CliListen, EndsWithTheStatusOfWhatEndedIt) {
   const HeldPort held;
   std::string comm;
   std::getline(std::ifstream("/proc/self/comm"), comm);
-  struct Case {
-    std::vector<std::string> args;
-    bool interrupt;
-    int status;
-    std::string says;
-  };
   const std::string in_use = "Unable to listen on UDP port " + std::to_string(held.port) + ": " +
                              comm + " (pid " + std::to_string(::getpid()) +
                              ") already listens on it.";
-  std::vector<Case> cases = {
-      {{"--port", std::to_string(FreePort()), "--timeout", "1"}, false, 3, "Stopped listening"},
-      {{"--port", std::to_string(FreePort())}, true, 130, "Stopped listening"},
-      {{"--port", std::to_string(held.port), "-t", "1"}, false, 2, in_use},
+  // The run that times out has closed the port before the next one takes it.
+  const std::string free = std::to_string(testing_support::FreeUdpPort());
+  // Arguments, whether Ctrl+C ends the run, its exit status and what it says.
+  std::vector<std::tuple<std::vector<std::string>, bool, int, std::string>> cases = {
+      {{"listen", "--port", free, "--timeout", "1"}, false, 3, "Stopped listening"},
+      {{"listen", "--port", free}, true, 130, "Stopped listening"},
+      {{"listen", "--port", std::to_string(held.port), "-t", "1"}, false, 2, in_use},
   };
   // As root the privileged port is tried as nobody in cli_ping_test's namespace.
   int unprivileged_start = 1024;
   std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> unprivileged_start;
   if (::geteuid() != 0 && unprivileged_start > 162) {
     const std::string needs = "ports below 1024 need a privilege this program does not have";
-    cases.push_back({{"--port", "162", "-t", "1"}, false, 2, needs});
+    cases.push_back({{"listen", "--port", "162", "-t", "1"}, false, 2, needs});
   }
   Cli cli;
-  for (const Case& c : cases) {
-    auto run = c.interrupt ? StartListening(cli, c.args) : nullptr;
-    std::vector<std::string> args = c.args;
-    args.insert(args.begin(), "listen");
+  for (const auto& [args, interrupt, status, says] : cases) {
+    auto run = interrupt ? StartListening(cli, args) : nullptr;
     if (run)
       run->Signal(SIGINT);
     const ProcessResult r = run ? run->Wait() : cli.Run(args);
     const std::string said = r.out + r.err;
-    EXPECT_EQ(r.status, c.status) << said;
-    EXPECT_NE(said.find(c.says), std::string::npos) << said;
+    EXPECT_EQ(r.status, status) << said;
+    EXPECT_NE(said.find(says), std::string::npos) << said;
   }
 }
 

@@ -38,8 +38,7 @@ class RunningProcess {
     std::vector<std::string> env_text(env);
     for (char** e = environ; *e != nullptr; ++e) {
       const std::string entry(*e), name = entry.substr(0, entry.find('=') + 1);
-      if (std::none_of(env.begin(), env.end(),
-                       [&](const auto& mine) { return mine.starts_with(name); }))
+      if (std::ranges::none_of(env, [&](const auto& mine) { return mine.starts_with(name); }))
         env_text.push_back(entry);
     }
     std::vector<char*> args, envp;
@@ -66,8 +65,6 @@ class RunningProcess {
       ::waitpid(pid_, nullptr, 0);
     }
   }
-  RunningProcess(const RunningProcess&) = delete;
-  RunningProcess& operator=(const RunningProcess&) = delete;
 
   void Signal(int signal) const {
     if (pid_ > 0)  // never kill(-1, ...)
@@ -77,9 +74,8 @@ class RunningProcess {
 
   // Waits for the end; kills the program after `deadline_ms`: a hanging run fails the test.
   ProcessResult Wait(int deadline_ms = 30000) {
-    ProcessResult result;
     if (pid_ < 0)
-      return result;
+      return {};
     int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadline_ms);
     while (::waitpid(pid_, &status, WNOHANG) == 0) {
@@ -91,10 +87,7 @@ class RunningProcess {
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     pid_ = -1;
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = ReadFile(out_path_);
-    result.err = ReadFile(err_path_);
-    return result;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out_path_), ReadFile(err_path_)};
   }
 
  private:

@@ -347,13 +347,12 @@ TEST(CliV3Reeder, AutomaticKeyExtensionFindsTheReederWayAndSaysSo) {
        "--v3-priv-key=privsyrup"});
   ASSERT_TRUE(error.empty()) << error;  // CI installs snmpsim: a missing one fails
   const std::vector<std::string> user = sondara_test::Args(
-      "-v|3|-u|ops|-l|authPriv|-a|SHA|-A|maplesyrup|-x|AES-256|-X|privsyrup|-t|2000|-r|0");
+      "-v|3|-u|ops|-l|authPriv|-a|SHA|-A|maplesyrup|-x|AES-256|-X|privsyrup|-t|2000|-r|0|-p|" +
+      std::to_string(agent.Port()) + "|-n|" + testing_support::kSnmpsimContext);
   const auto run = [&](const std::string& command, const std::string& oid,
                        const std::string& extension) {
     std::vector<std::string> args = user;
     args.insert(args.begin(), {command, "127.0.0.1", oid, "--key-extension", extension});
-    args.insert(args.end(),
-                {"-p", std::to_string(agent.Port()), "-n", testing_support::kSnmpsimContext});
     return Cli().Run(args);
   };
   const std::string note =

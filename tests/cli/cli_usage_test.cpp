@@ -93,10 +93,9 @@ TEST(CliUsage, BadInputOrAnUnwritableFileExitsWithOneLineAndSendsNothing) {
       {"/nonexistent/f", "No such file or directory"}};
   if (read_only.Why().empty())
     files.emplace_back(read_only / "f", "Read-only file system");
-  for (const auto& [path, reason] : files) {
+  for (const auto& [path, reason] : files)
     for (const char* option : {"|--log|", "|--pcapng|"})
       cases.push_back({"walk|H"s + option + path, "unable to write " + path + ": " + reason, 4});
-  }
   Cli cli;
   for (const Case& c : cases) {
     std::vector<std::string> args;
@@ -235,28 +234,22 @@ TEST(CliUsage, CtrlCStopsTheWaitOfAWalkOrAGetAndTheirFilesAreWritten) {
 // An agent error exits 1 (its line names the binding the index points at), silence 3, an answer
 // that does not move a walk on 4.
 TEST(CliUsage, AFailureSaysHowByItsStatus) {
-  struct Case {
-    std::string args;
-    std::uint32_t error_status;  // answered with this status and sysDescr.0, unless silent
-    bool silent;
-    int exit_status;
-    std::string line;
-  };
-  for (const Case& c : std::vector<Case>{
-           {"walk|.1.3.6.1.2.1.1", 5, false, 1, "walkMIB failed. No. of OIDs found: '0'"},
-           {"walk|.1.3.6.1.2.1.1", 0, true, 3, "Timed out while waiting for response"},
-           {"walk|.1.3.6.1.2.1.1", 0, false, 4, "'.1.3.6.1.2.1.1.1.0'"},
-           {"set|.1.3.6.1.2.1.1.1.0|Octet String|x", 17, false, 1,
-            "Set request failed for OID '.1.3.6.1.2.1.1.1.0'. Error Code:17"}}) {
+  // The agent answers with the error status and sysDescr.0, unless silent.
+  for (const auto& [command, error_status, silent, exit_status, line] :
+       {std::tuple{"walk|.1.3.6.1.2.1.1", 5U, false, 1, "walkMIB failed. No. of OIDs found: '0'"},
+        {"walk|.1.3.6.1.2.1.1", 0U, true, 3, "Timed out while waiting for response"},
+        {"walk|.1.3.6.1.2.1.1", 0U, false, 4, "'.1.3.6.1.2.1.1.1.0'"},
+        {"set|.1.3.6.1.2.1.1.1.0|Octet String|x", 17U, false, 1,
+         "Set request failed for OID '.1.3.6.1.2.1.1.1.0'. Error Code:17"}}) {
     FakeAgent agent =
-        c.silent ? Silent()
-                 : Answering(VarBind(Hex("2b 06 01 02 01 01 01 00"), Str("x")), c.error_status);
-    std::vector<std::string> args = sondara_test::Args(c.args);
+        silent ? Silent()
+               : Answering(VarBind(Hex("2b 06 01 02 01 01 01 00"), Str("x")), error_status);
+    std::vector<std::string> args = sondara_test::Args(command);
     args.insert(args.begin() + 1,
                 {"127.0.0.1", "-p", std::to_string(agent.Port()), "-t", "200", "-r", "0"});
     const ProcessResult r = Cli().Run(args);
-    EXPECT_EQ(r.status, c.exit_status) << r.err;
-    EXPECT_NE(r.err.find(c.line), std::string::npos) << r.err;
+    EXPECT_EQ(r.status, exit_status) << r.err;
+    EXPECT_NE(r.err.find(line), std::string::npos) << r.err;
   }
 }
 

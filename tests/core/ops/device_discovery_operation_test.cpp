@@ -18,7 +18,6 @@
 #include "support/private_netns.h"
 #include "support/recorders.h"
 #include "support/temp_folder.h"
-#include "util/string_table.h"
 #include "util/text.h"
 
 namespace {
@@ -52,27 +51,20 @@ std::string DeviceLines(const CDeviceDiscoveryOperation& op) {
   });
 }
 
-// Inside the namespace: the answering addresses with their names (198.18.0.1 is the
-// namespace's own; 198.18.0.41 has no name), and ICMP.
-std::string PrepareNamespace() {
-  const std::string hosts =
-      "198.18.0.1 alpha.test alpha\n198.18.0.7 bravo.test\n198.18.0.12 charlie.test\n"
-      "198.18.0.25 delta.test\n198.18.0.40 echo.test\n";
-  const std::string error = testing_support::UseHostsFile(hosts);
-  if (!error.empty())
-    return error;
-  if (!testing_support::AddAnsweringAddresses(
-          {"198.18.0.7", "198.18.0.12", "198.18.0.25", "198.18.0.40", "198.18.0.41"})) {
-    return "cannot add the answering addresses";
-  }
-  return net::LoadIcmp() ? "" : "ICMP not available in the namespace";
-}
-
 // Per mode: a sweep of .1-.40, then one stopped once .40 and .41 are listed and .42 waits.
 TEST(DeviceDiscovery, SweepListsAnsweringHostsInOrderAndStopKeepsThemForTheSave) {
   const auto run = testing_support::RunInPrivateNetns([]() -> std::string {
-    if (const std::string error = PrepareNamespace(); !error.empty())
+    // The answering addresses with their names (198.18.0.1 is the namespace's own; 198.18.0.41
+    // has no name), and ICMP.
+    const std::string error = testing_support::UseHostsFile(
+        "198.18.0.1 alpha.test alpha\n198.18.0.7 bravo.test\n198.18.0.12 charlie.test\n"
+        "198.18.0.25 delta.test\n198.18.0.40 echo.test\n");
+    if (!error.empty())
       return "set-up: " + error;
+    if (!testing_support::AddAnsweringAddresses(
+            {"198.18.0.7", "198.18.0.12", "198.18.0.25", "198.18.0.40", "198.18.0.41"}) ||
+        !net::LoadIcmp())
+      return std::string("set-up: no answering addresses or no ICMP");
     std::ostringstream out;
     for (const bool fast : {false, true}) {
       EventLines lines;
@@ -170,8 +162,7 @@ TEST(DeviceDiscovery, ChecksRefuseBadAddressesAndKeepOnlyValidPairs) {
       EXPECT_EQ(ui.shown, (std::vector<RecordingUi::Shown>{{c.message, c.icon, c.field}}));
       EXPECT_EQ(stored.start_ip, L"1.1.1.1");  // nothing stored unless both are valid
     } else {
-      EXPECT_EQ(stored.start_ip, c.start);
-      EXPECT_EQ(stored.end_ip, c.end);
+      EXPECT_EQ(std::tie(stored.start_ip, stored.end_ip), std::tuple(c.start, c.end));
     }
   }
 }
@@ -310,7 +301,6 @@ TEST(DeviceDiscovery, AStopLeavesHangingNamesBehindAndListsTheDevicesWithoutThem
 }
 
 TEST(DeviceDiscovery, ProgressLinesSayWhatIsDoneAndWhatIsLeft) {
-  using pages::ProgressSnapshot;
   EXPECT_EQ(pages::SweepProgressLine({120, 256, 3, std::chrono::milliseconds(3000)}),
             L"Swept 120 of 256 addresses (46 %), 3 devices found, 40.0 addresses/s, 0:03 "
             L"elapsed, about 0:03 left");

@@ -21,7 +21,6 @@ using pages::RequestOutcome;
 using testing_support::FakeAgent;
 
 using testing_support::RecordingUi;
-using RecordingSink = testing_support::EventLines;
 
 const std::wstring kSysDescr = L".1.3.6.1.2.1.1.1.0";
 
@@ -51,7 +50,7 @@ struct Operation {
     return reply.outcome;
   }
   net::UdpSettings fast{.request_timeout_ms = 300, .retries = 1, .adapter = {}};
-  RecordingSink sink;
+  testing_support::EventLines sink;
   RecordingUi ui;
   pages::CGetSetOperation op;
 };
@@ -122,32 +121,29 @@ TEST(GetSetOperation, V3ChecksRefuseWithTheirMessageAndField) {
     return app::UsmSettings{name,          level,        L"SHA", auth_password, L"AES",
                             priv_password, L"Automatic", L"",    engine_id};
   };
+  const GetSetMode get = GetSetMode::kGet, set = GetSetMode::kSet;
   const struct {
     GetSetMode mode;
     app::UsmSettings usm;
     int field;  // -1: passes
     std::wstring message = {};
   } cases[] = {
-      {GetSetMode::kGet, user(L"", L"noAuthNoPriv", L"", L""), kFieldUsmUser,
+      {get, user(L"", L"noAuthNoPriv", L"", L""), kFieldUsmUser,
        L"Please enter the SNMPv3 user name."},
-      {GetSetMode::kSet, user(L"u", L"authNoPriv", seven, L""), kFieldUsmAuthPassword,
+      {set, user(L"u", L"authNoPriv", seven, L""), kFieldUsmAuthPassword,
        L"Please enter an authentication password of at least 8 characters."},
-      {GetSetMode::kGet, user(L"u", L"authPriv", eight, seven), kFieldUsmPrivPassword,
+      {get, user(L"u", L"authPriv", eight, seven), kFieldUsmPrivPassword,
        L"Please enter a privacy password of at least 8 characters."},
-      {GetSetMode::kGet, user(L"u", L"authNoPriv", eight, L""), -1},
-      {GetSetMode::kSet, user(L"u", L"noAuthNoPriv", L"", L""), -1},
-      {GetSetMode::kGet, user(L"u", L"authPriv", eight, eight, id_5), -1},
-      {GetSetMode::kGet, user(L"u", L"authPriv", eight, eight, id_32), -1},
-      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", L"80001f88"),
-       kFieldUsmContextEngineId,
+      {get, user(L"u", L"authNoPriv", eight, L""), -1},
+      {set, user(L"u", L"noAuthNoPriv", L"", L""), -1},
+      {get, user(L"u", L"authPriv", eight, eight, id_5), -1},
+      {get, user(L"u", L"authPriv", eight, eight, id_32), -1},
+      {get, user(L"u", L"noAuthNoPriv", L"", L"", L"80001f88"), kFieldUsmContextEngineId,
        L"Please enter the context engine ID as 5 to 32 bytes in hex (such as 80001f8880), or "
        L"leave it empty for the agent's own."},
-      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", id_32 + L"aa"),
-       kFieldUsmContextEngineId},
-      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", L"80001f8880a"),
-       kFieldUsmContextEngineId},
-      {GetSetMode::kGet, user(L"u", L"noAuthNoPriv", L"", L"", L"0x80001g8880"),
-       kFieldUsmContextEngineId},
+      {get, user(L"u", L"noAuthNoPriv", L"", L"", id_32 + L"aa"), kFieldUsmContextEngineId},
+      {get, user(L"u", L"noAuthNoPriv", L"", L"", L"80001f8880a"), kFieldUsmContextEngineId},
+      {get, user(L"u", L"noAuthNoPriv", L"", L"", L"0x80001g8880"), kFieldUsmContextEngineId},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "field " << c.field << " " << c.usm.context_engine_id);
@@ -177,9 +173,7 @@ TEST(GetSetOperation, AV3RequestCarriesTheUserAsTyped) {
   EXPECT_EQ(std::tuple(r->version, r->community), std::tuple(snmp::kSnmpVersion3, L""));
   EXPECT_EQ(
       (std::vector<std::string>{u.user_name, u.auth_password, u.priv_password, u.context_name}),
-      (std::vector<std::string>{"t\xC3\xA9"
-                                "chnicien",
-                                "auth-pass", "priv-pass", "ctx"}));
+      (std::vector<std::string>{"t\u00e9chnicien", "auth-pass", "priv-pass", "ctx"}));
   EXPECT_EQ(std::tuple(u.level, u.auth, u.priv, u.extension),
             std::tuple(snmp::usm::SecurityLevel::kAuthPriv, AuthProtocol::kSha512,
                        PrivProtocol::kAes192, snmp::usm::KeyExtensionChoice::kReeder));

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -20,7 +19,7 @@
 namespace {
 
 using namespace testing_support;
-using pages::NotificationKind;
+using K = pages::NotificationKind;
 
 const Bytes kSysUpTime0 = {0x2b, 6, 1, 2, 1, 1, 3, 0};
 const Bytes kSnmpTrapOid0 = {0x2b, 6, 1, 6, 3, 1, 1, 4, 1, 0};
@@ -48,7 +47,7 @@ TEST(NotificationListen, EachDatagramBecomesOneRowAndAnInformIsAnswered) {
   struct Case {
     const char* what;
     Bytes bytes;
-    NotificationKind kind;
+    K kind;
     std::wstring trap_oid = L"";
     std::optional<std::uint32_t> up = std::nullopt;
     std::optional<Bytes> answer = std::nullopt;
@@ -58,7 +57,6 @@ TEST(NotificationListen, EachDatagramBecomesOneRowAndAnInformIsAnswered) {
   Bytes cut = V2(0xA7, 5);
   cut.pop_back();
   const Bytes response = Response(1, "x", 1, 0, 0, {});
-  using K = NotificationKind;
   const Case cases[] = {
       {"coldStart", V1Trap(0, 0), K::kTrapV1, L".1.3.6.1.6.3.1.1.5.1", 12345},
       {"inform, error fields set", V2(0xA6, 9, 3), K::kInform, L".1.3.6.1.6.3.1.1.5.3", 777,
@@ -80,7 +78,7 @@ TEST(NotificationListen, EachDatagramBecomesOneRowAndAnInformIsAnswered) {
     EXPECT_EQ(row.damage_offset, c.offset) << c.what;
     EXPECT_EQ(answered, c.answer) << c.what;
     EXPECT_EQ(row.answered, c.answer.has_value()) << c.what;
-    if (c.kind == NotificationKind::kTrapV1 || c.kind == NotificationKind::kInform) {
+    if (c.kind == K::kTrapV1 || c.kind == K::kInform) {
       ASSERT_EQ(row.bindings.size(), 1U) << c.what;
       EXPECT_EQ(row.bindings[0].oid, L".1.3.6.1.2.1.2.2.1.1.2") << c.what;
     }
@@ -91,8 +89,7 @@ TEST(NotificationListen, EachDatagramBecomesOneRowAndAnInformIsAnswered) {
 // kernel dropped is counted, so received and dropped add up to what was sent. Every datagram
 // read is logged, and the list keeps its newest rows and counts the ones it let go.
 TEST(NotificationListen, AFloodIsReceivedOrCountedAsDropped) {
-  struct Sinks : logs::IEventLineSink, logs::ITransactionSink {
-    void AddEventLine(const std::wstring&) override {}
+  struct Sinks : EventLines, logs::ITransactionSink {
     void LogDatagram(std::int32_t, std::wstring_view, std::span<const std::uint8_t>,
                      const logs::DatagramEnds&) override {
       ++logged;
@@ -102,18 +99,14 @@ TEST(NotificationListen, AFloodIsReceivedOrCountedAsDropped) {
   } sinks;
   constexpr std::size_t kRows = 4;
   pages::CNotificationListenOperation listen(sinks, sinks, kRows);
-  pages::ListenRequest request;
-  request.port = 0;
-  request.receive_buffer = 4096;
+  const pages::ListenRequest request{
+      .port = 0, .receive_buffer = 4096, .users = {}, .engine_id = {}};
   net::UdpSettings settings;
   ASSERT_EQ(listen.Open(request, settings), L"");
 
   constexpr int kSent = 2000;
   const int sender = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  sockaddr_in to{};
-  to.sin_family = AF_INET;
-  to.sin_port = htons(listen.Port());
-  to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in to{AF_INET, htons(listen.Port()), {htonl(INADDR_LOOPBACK)}, {}};
   const Bytes trap = V2(0xA7, 1);
   for (int i = 0; i < kSent; ++i)
     ASSERT_EQ(

@@ -22,14 +22,13 @@ using pages::SendTrapForm;
 using pages::TrapOutcome;
 
 using testing_support::RecordingUi;
-struct RecordingSinks : logs::IEventLineSink, logs::ITransactionSink {
-  void AddEventLine(const std::wstring& line) override { lines.push_back(line); }
+
+struct RecordingSinks : testing_support::EventLines, logs::ITransactionSink {
   void LogDatagram(std::int32_t direction, std::wstring_view source, std::span<const std::uint8_t>,
                    const logs::DatagramEnds&) override {
     sent.emplace_back(direction, source);
   }
   void LogText(std::int32_t, std::wstring_view, std::string_view) override {}
-  std::vector<std::wstring> lines;
   std::vector<std::pair<std::int32_t, std::wstring>> sent;
 };
 
@@ -46,8 +45,6 @@ std::vector<std::wstring> Fields(const SendTrapForm& f) {
 class SendTrap : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(manager_.Start(), ""); }
-  std::uint16_t Port() const { return manager_.Port(); }
-
   testing_support::SnmptrapdProcess manager_;
 };
 
@@ -129,7 +126,7 @@ TEST_F(SendTrap, V1AndV2cTrapsArriveWithEveryFieldAndTheFirstVarBindNumBindings)
       if (expected.size() < 5 + c.varbind_num)
         expected.push_back(std::string(oid.begin(), oid.end()) + " = " + arrived);
     }
-    Operation o(list, Port());
+    Operation o(list, manager_.Port());
     o.op.Form().version = c.v1 ? L"1" : L"2c";
     if (!c.v1)
       o.op.Form().sender_oid.clear();  // not looked at for a v2c trap
@@ -217,7 +214,7 @@ TEST_F(SendTrap, ChecksRunInOrderShowTheirMessageAndIconFocusTheFieldAndSendNoth
     list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"1");
     list.Add(L".1.3.6.1.2.1.2.2.1.1.2", c.counter64 ? snmp::kTagCounter64 : snmp::kTagInteger32,
              L"2");
-    Operation o(list, Port());
+    Operation o(list, manager_.Port());
     for (const auto& [member, value] : c.changes)
       o.op.Form().*member = value;
     o.ui.answer = c.field < 0;
@@ -247,7 +244,7 @@ TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSendsTheWholeList) {
   for (const bool v2c : {false, true}) {
     SCOPED_TRACE(v2c ? "2c" : "1");
     snmp::CVarBindList list;
-    Operation o(list, Port());
+    Operation o(list, manager_.Port());
     SendTrapForm& f = o.op.Form();
     f.version = v2c ? L"2c" : L"1";
     EXPECT_TRUE(o.op.V1FieldsEnabled() != v2c);
@@ -270,7 +267,7 @@ TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSendsTheWholeList) {
   }
   // A v3 trap goes as the user typed, defaults or not; VarBind# counts the fixed entries.
   snmp::CVarBindList list;
-  Operation o(list, Port());
+  Operation o(list, manager_.Port());
   o.op.Form().version = L"3";
   o.op.Form().varbind_num_text = L"2";
   o.op.Form().usm.user_name = L"trapper";
@@ -283,11 +280,9 @@ TEST_F(SendTrap, UseDefaultFillsTheDefaultsAndSendsTheWholeList) {
 }
 
 TEST_F(SendTrap, DefaultSenderIpIsTheChosenAdapterElseTheFirstElseLoopback) {
-  const auto v4 = [](const wchar_t* name, const wchar_t* address) {
-    return net::MakeAdapterInfo(name, address, true, 0);
-  };
-  const std::vector<net::_adapterinfo> table{v4(L"eth0", L"192.0.2.5"),
-                                             v4(L"wlan0", L"198.51.100.7")};
+  const std::vector<net::_adapterinfo> table{
+      net::MakeAdapterInfo(L"eth0", L"192.0.2.5", true, 0),
+      net::MakeAdapterInfo(L"wlan0", L"198.51.100.7", true, 0)};
   EXPECT_EQ(pages::SenderIpChoices(table, {}),
             (std::vector<std::wstring>{L"192.0.2.5", L"198.51.100.7"}));
   EXPECT_EQ(pages::SenderIpChoices(table, table[1]),
@@ -306,7 +301,7 @@ TEST_F(SendTrap, VarBindNumTrapTypeAndHistoriesAreStoredUnlessTheSendFails) {
   snmp::CVarBindList list;
   list.Add(L".1.3.6.1.2.1.2.2.1.1.1", snmp::kTagInteger32, L"-42");
   app::SendTrapSettings stored;
-  Operation o(list, Port(), stored);
+  Operation o(list, manager_.Port(), stored);
   o.op.Form().varbind_num_text = L"1";
   o.op.Form().trap_type = L"linkUp";
   o.op.Form().specific_type_text = L"12";
@@ -323,9 +318,8 @@ TEST_F(SendTrap, VarBindNumTrapTypeAndHistoriesAreStoredUnlessTheSendFails) {
   f.version = L"1";
   f.community = L"trapcom";
   o.op.StoreTo(stored);
-  RecordingSinks sinks;
   pages::CSendTrapOperation next(
-      stored, list, [] { return 0u; }, sinks, sinks);
+      stored, list, [] { return 0u; }, o.sinks, o.sinks);
   EXPECT_FALSE(next.Form().use_default);
   EXPECT_EQ(Fields(next.Form()), (std::vector<std::wstring>{L"10.20.30.40", L".1.3.6.1.4.1.59871.7",
                                                             L"trapcom", L"linkUp", L"1", L"12"}));

@@ -121,8 +121,7 @@ struct Walk {
     f.port_text = std::to_wstring(port);
     f.community = L"getcom";
     f.start_oid = L".1.3.6.1";
-    options.udp.request_timeout_ms = 1000;
-    options.udp.retries = 1;
+    options.udp = {.use_ipv6 = false, .request_timeout_ms = 1000, .retries = 1, .adapter = {}};
   }
   // Starts the walk and waits (bounded) until it has ended.
   WalkStatus Run() {
@@ -293,8 +292,7 @@ TEST(WalkMibOperation, AutoRepetitionsSettleForEachAgent) {
     FakeAgent agent = MibAgent(SystemMib(90), 20, -1, c.drops_bulk);
     Walk w(agent.Port());
     w.options.bulk_repetitions = pages::kBulkAuto;
-    w.options.udp.request_timeout_ms = 200;
-    w.options.udp.retries = 0;
+    w.options.udp = {.use_ipv6 = false, .request_timeout_ms = 200, .retries = 0, .adapter = {}};
     std::size_t asked = 0;
     for (const auto& expected : {c.first, c.second}) {
       ASSERT_EQ(w.Run(), WalkStatus::kComplete);
@@ -356,8 +354,7 @@ TEST(WalkMibOperation, StopEndsTheWaitForAnAnswer) {
     FakeAgent agent = c.answers ? MibAgent(SystemMib(25), 0, 3) : Silent();
     Walk w(agent.Port());
     w.options.in_flight = c.in_flight;
-    w.options.udp.request_timeout_ms = 60000;
-    w.options.udp.retries = 5;
+    w.options.udp = {.use_ipv6 = false, .request_timeout_ms = 60000, .retries = 5, .adapter = {}};
     ASSERT_TRUE(w.op.BeginWalk(w.options, w.ui));
     ASSERT_TRUE(WaitUntil([&] { return agent.Received().size() >= c.asked; }));
     w.op.StopWalk();
