@@ -42,7 +42,7 @@ int RunMib(CliContext& context) {
   }
   std::string numbers;
   for (std::uint32_t arc : oid)
-    numbers += "." + std::to_string(arc);
+    numbers.append(".").append(std::to_string(arc));
   const mib::OidMatch match = mibs.Match(oid);
   if (match.node == nullptr) {
     context.out << numbers << "\n";

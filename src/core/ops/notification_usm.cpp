@@ -30,16 +30,20 @@ constexpr std::size_t kMaxKeyedEngines = 1024;
 
 // One BER element, written forwards (the lengths here never pass 65535).
 Bytes Tlv(std::uint8_t tag, std::span<const std::uint8_t> content) {
-  Bytes out{tag};
   const std::size_t n = content.size();
-  if (n < 0x80) {
-    out.push_back(static_cast<std::uint8_t>(n));
-  } else if (n < 0x100) {
-    out.insert(out.end(), {0x81, static_cast<std::uint8_t>(n)});
-  } else {
-    out.insert(out.end(), {0x82, static_cast<std::uint8_t>(n >> 8), static_cast<std::uint8_t>(n)});
+  // Sized once and filled by index: g++ 12 at -O3 takes inserts into a fresh vector for
+  // overflows (-Warray-bounds) that cannot happen.
+  const std::size_t head = n < 0x80 ? 2 : n < 0x100 ? 3 : 4;
+  Bytes out(head + n);
+  out[0] = tag;
+  if (head == 3)
+    out[1] = 0x81;
+  if (head == 4) {
+    out[1] = 0x82;
+    out[2] = static_cast<std::uint8_t>(n >> 8);
   }
-  out.insert(out.end(), content.begin(), content.end());
+  out[head - 1] = static_cast<std::uint8_t>(n);
+  std::copy(content.begin(), content.end(), out.begin() + static_cast<std::ptrdiff_t>(head));
   return out;
 }
 

@@ -43,7 +43,7 @@ TEST(MibSet, NamesAndNumbersBothWays) {
     ASSERT_TRUE(Table().ToOid(c.typed, arcs, error)) << c.typed << ": " << error;
     std::string numbers;
     for (std::uint32_t arc : arcs)
-      numbers += (numbers.empty() ? "" : ".") + std::to_string(arc);
+      numbers.append(numbers.empty() ? "" : ".").append(std::to_string(arc));
     EXPECT_EQ(numbers, c.numbers) << c.typed;
     EXPECT_EQ(Table().NameOf(arcs), c.shown) << c.typed;
   }

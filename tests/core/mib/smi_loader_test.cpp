@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 std::string Describe(const mib::MibNode& n) {
   std::string oid;
   for (std::uint32_t sub : n.oid)
-    oid += (oid.empty() ? "" : ".") + std::to_string(sub);
+    oid.append(oid.empty() ? "" : ".").append(std::to_string(sub));
   std::string enums;
   for (const auto& [value, label] : n.enums)
     enums += (enums.empty() ? "" : ",") + label + "(" + std::to_string(value) + ")";
