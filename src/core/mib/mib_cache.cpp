@@ -1,7 +1,6 @@
 #include "mib/mib_cache.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -13,6 +12,8 @@
 #include <optional>
 #include <string_view>
 #include <vector>
+
+#include "util/file_replace.h"
 
 namespace mib {
 
@@ -191,24 +192,6 @@ std::string ReadWhole(const std::string& file) {
   return bytes;
 }
 
-// Written beside the cache and renamed over it: a reader sees the old cache or the new one.
-void WriteWhole(const std::string& file, const std::string& bytes) {
-  std::error_code ec;
-  fs::create_directories(fs::path(file).parent_path(), ec);
-  const std::string part = file + '.' + std::to_string(::getpid());
-  {
-    std::ofstream out(part, std::ios::binary | std::ios::trunc);
-    if (!out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())) || !out.flush()) {
-      out.close();
-      fs::remove(part, ec);
-      return;
-    }
-  }
-  fs::rename(part, file, ec);
-  if (ec)
-    fs::remove(part, ec);
-}
-
 }  // namespace
 
 std::string MibCacheFolder() {
@@ -242,7 +225,10 @@ SmiLoadResult LoadMibModulesCached(const SmiLoadRequest& request, const std::str
   Writer now;
   now.Text(state);
   Put(now, result);
-  WriteWhole(cache_file, now.Out());
+  // Replaced in one step: a reader sees the old cache or the new one. Not written is no fault.
+  std::error_code ec;
+  fs::create_directories(cache_folder, ec);
+  (void)tvkutil::ReplaceFile(cache_file, now.Out());
   return result;
 }
 
