@@ -31,21 +31,27 @@ std::string Header(int first, int second, int third) {
   return Utf8(LoadString(first) + L"," + LoadString(second) + L"," + LoadString(third));
 }
 
-}  // namespace
-
-std::string CsvField(std::wstring_view value, bool always_quoted) {
-  return Utf8(pages::CsvField(value, always_quoted));
-}
-
-std::string TerminalText(std::wstring_view text) {
-  // Written straight to UTF-8: a walk prints every object through here.
-  std::string out;
-  out.reserve(text.size());
-  for (wchar_t ch : text) {
+// TerminalText onto the end of `out`.
+void AppendTerminalText(std::string& out, std::wstring_view text) {
+  // A walk prints every object through here: runs of plain ASCII are copied at once.
+  const auto plain = [](wchar_t ch) { return ch >= 0x20 && ch < 0x7F && ch != L'\\'; };
+  for (std::size_t i = 0; i < text.size();) {
+    std::size_t end = i;
+    while (end < text.size() && plain(text[end]))
+      ++end;
+    if (end != i) {
+      const std::size_t at = out.size();
+      out.resize(at + (end - i));
+      std::transform(text.begin() + static_cast<std::ptrdiff_t>(i),
+                     text.begin() + static_cast<std::ptrdiff_t>(end),
+                     out.begin() + static_cast<std::ptrdiff_t>(at),
+                     [](wchar_t ch) { return static_cast<char>(ch); });
+      i = end;
+      continue;
+    }
+    const wchar_t ch = text[i++];
     if (ch == L'\\') {
       out += "\\\\";
-    } else if (ch >= 0x20 && ch < 0x7F) {
-      out.push_back(static_cast<char>(ch));
     } else if (!NeedsEscape(ch)) {
       out += Utf8(std::wstring_view(&ch, 1));
     } else if (ch == L'\r') {
@@ -59,6 +65,17 @@ std::string TerminalText(std::wstring_view text) {
                                    static_cast<unsigned>(ch)));
     }
   }
+}
+
+}  // namespace
+
+std::string CsvField(std::wstring_view value, bool always_quoted) {
+  return Utf8(pages::CsvField(value, always_quoted));
+}
+
+std::string TerminalText(std::wstring_view text) {
+  std::string out;
+  AppendTerminalText(out, text);
   return out;
 }
 
@@ -121,50 +138,57 @@ void CResultPrinter::PrintBinding(const snmp::CVarBind& bind) {
   std::optional<std::span<const std::uint8_t>> octets;
   if (const snmp::CASNDataType* value = bind.Value(); value && tag == snmp::kTagOctetString)
     octets = static_cast<const snmp::COctetString*>(value)->Bytes();
-  std::wstring name;
+  std::wstring_view name;
+  std::wstring_view shown = text;
   if (names_ && bind.Name() != nullptr) {
     const auto& arcs = bind.Name()->Arcs();
     const std::span<const std::uint32_t> oid(arcs.data(), arcs.size());
-    mib::OidMatch match;
+    const mib::MibNode* node = nullptr;
     // A walk goes down a column object by object: under a node with nothing known below it,
     // the node is the match without a search.
     if (named_leaf_ && oid.size() >= named_node_->oid.size() &&
         std::equal(named_node_->oid.begin(), named_node_->oid.end(), oid.begin())) {
-      match = {
-          named_node_,
-          mib::Arcs(oid.begin() + static_cast<std::ptrdiff_t>(named_node_->oid.size()), oid.end()),
-          true};
-    } else {
-      match = mib::CMibSet::Builtin().Match(oid);
-    }
-    if (match.node != nullptr) {
-      // A walk meets one column many times over: its "MODULE::name" is made once.
+      node = named_node_;
+    } else if (const mib::OidMatch match = mib::CMibSet::Builtin().Match(oid); match.node) {
+      node = match.node;
       named_leaf_ = match.leaf;
-      if (match.node != named_node_) {
-        named_node_ = match.node;
-        node_name_ = tvkutil::FromUtf8Lenient(match.node->module + "::" + match.node->name);
-      }
-      name = node_name_;
-      snmp::AppendArcsText(name, match.suffix);
     }
-    // A column often holds one number or OID over and over (every process's hrSWRunID, a
-    // column of up(1)): named once for the run. Their text is exact; a string's need not be.
+    if (node != nullptr) {
+      // A walk meets one column many times over: its "MODULE::name" is made once, and the
+      // object's name is written into the same buffer each time.
+      if (node != named_node_) {
+        named_node_ = node;
+        node_name_ = tvkutil::FromUtf8Lenient(node->module + "::" + node->name);
+      }
+      name_.assign(node_name_);
+      snmp::AppendArcsText(name_, oid.subspan(node->oid.size()));
+      name = name_;
+    }
+    // A column often holds one value over and over (every process's hrSWRunID, a column of
+    // up(1), the date most packages were installed on): named once for the run. Numbers and
+    // OIDs are told by their text, which is exact; strings by their bytes, as their text
+    // need not be.
     const bool exact = tag == snmp::kTagInteger32 || tag == snmp::kTagOid ||
                        tag == snmp::kTagCounter32 || tag == snmp::kTagGauge32;
-    if (bind.Value() != nullptr &&
-        (!exact || match.node != shown_node_ || tag != shown_tag_ || text != shown_from_)) {
-      const auto shown = mib::NamedValueText(*bind.Value(), match.node);
-      shown_node_ = exact ? match.node : nullptr;
-      shown_tag_ = exact ? tag : 0;
-      shown_from_ = text;
-      shown_as_ = shown ? std::optional(tvkutil::FromUtf8Lenient(*shown)) : std::nullopt;
+    const bool kept = exact || octets.has_value();
+    const bool same = kept && node == shown_node_ && tag == shown_tag_ &&
+                      (octets ? std::ranges::equal(*octets, shown_octets_) : text == shown_from_);
+    if (bind.Value() != nullptr && !same) {
+      const auto named = mib::NamedValueText(*bind.Value(), node);
+      shown_node_ = kept ? node : nullptr;
+      shown_tag_ = kept ? tag : 0;
+      if (octets)
+        shown_octets_.assign(octets->begin(), octets->end());
+      else
+        shown_from_ = text;
+      shown_as_ = named ? std::optional(tvkutil::FromUtf8Lenient(*named)) : std::nullopt;
     }
     if (bind.Value() != nullptr && shown_as_)
-      text = *shown_as_;
+      shown = *shown_as_;
   }
   // Text output shows the name alone where there is one.
   const bool dotted = bind.Name() != nullptr && (format_ != OutputFormat::kText || name.empty());
-  PrintBinding(dotted ? bind.Name()->Text() : std::wstring(), name, snmp::TypeNameOfTag(tag), text,
+  PrintBinding(dotted ? bind.Name()->Text() : std::wstring(), name, snmp::TypeNameOfTag(tag), shown,
                octets);
 }
 
@@ -174,8 +198,15 @@ void CResultPrinter::PrintBinding(std::wstring_view oid, std::wstring_view name,
   using namespace tvkutil::ids;
   switch (format_) {
     case OutputFormat::kText:
-      out_ << TerminalText(name.empty() ? oid : name) << " = " << TerminalText(type_name) << ": "
-           << TerminalText(value) << "\n";
+      // One write a line, from a buffer kept from line to line.
+      line_.clear();
+      AppendTerminalText(line_, name.empty() ? oid : name);
+      line_ += " = ";
+      AppendTerminalText(line_, type_name);
+      line_ += ": ";
+      AppendTerminalText(line_, value);
+      line_ += '\n';
+      out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
       break;
     case OutputFormat::kCsv:
       if (!header_written_ && names_)

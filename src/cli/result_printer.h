@@ -14,6 +14,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cli/command_line.h"
 #include "snmp/var_bind.h"
@@ -55,10 +56,14 @@ class CResultPrinter {
   const mib::MibNode* named_node_ = nullptr;  // the node node_name_ names
   bool named_leaf_ = false;                   // nothing known lies below named_node_
   std::wstring node_name_;
-  // The last exact value named: its node, tag and text, and what it was shown as.
+  std::wstring name_;  // the last object's name
+  std::string line_;   // the last line printed as text
+  // The last value named: its node, tag and text (a number, an OID) or bytes (a string), and
+  // what it was shown as.
   const mib::MibNode* shown_node_ = nullptr;
   std::uint32_t shown_tag_ = 0;
   std::wstring shown_from_;
+  std::vector<std::uint8_t> shown_octets_;
   std::optional<std::wstring> shown_as_;
 };
 

@@ -150,7 +150,8 @@ TEST_F(CliAgainstSnmpd, NamesAreThoseOfPysnmpAndNamesAreTaken) {
   const ProcessResult walk = Ours("walk", {"--format", "json", "--bulk", "50"});
   ASSERT_EQ(walk.status, 0) << walk.err;
   const std::regex row_re(
-      R"re(\{"oid":"([.0-9]+)","name":"([^"]*)","type":"([^"]*)","value":"((?:[^"\\]|\\.)*)".*)re");
+      R"re(\{"oid":"([.0-9]+)","name":"([^"]*)","type":"([^"]*)","value":"((?:[^"\\]|\\.)*)")re"
+      R"re((?:,"hex":"([0-9a-f ]*)")?\})re");
   const std::regex enum_re(R"((.*)\((-?[0-9]+)\))");
   sondara_test::TempFolder folder;
   std::string asked;
@@ -160,10 +161,15 @@ TEST_F(CliAgainstSnmpd, NamesAreThoseOfPysnmpAndNamesAreTaken) {
     ASSERT_TRUE(std::regex_match(line, m, row_re)) << line;
     const std::string value = m[4];
     const bool labelled = m[3] == "Integer32" && std::regex_match(value, e, enum_re);
-    numbers.push_back(labelled ? e[2].str() : m[3] == "Integer32" ? value : "-");
+    std::string hex = m[5];
+    std::erase(hex, ' ');
+    numbers.push_back(labelled              ? e[2].str()
+                      : m[3] == "Integer32" ? value
+                      : m[5].matched        ? "x" + hex
+                                            : "-");
     asked += m[1].str() + " " + numbers.back() + "\n";
     names.push_back(m[2]);
-    values.push_back(labelled ? value : "");
+    values.push_back(labelled || m[5].matched ? value : "");
   }
   ASSERT_GT(names.size(), 1000U);
   sondara_test::WriteFile(folder / "oids", asked);
@@ -174,14 +180,20 @@ TEST_F(CliAgainstSnmpd, NamesAreThoseOfPysnmpAndNamesAreTaken) {
   ASSERT_EQ(pysnmp.status, 0) << pysnmp.err;
   const std::vector<std::string> expected = Lines(pysnmp.out);
   ASSERT_EQ(expected.size(), names.size());
-  int labels = 0;
+  int labels = 0, hinted = 0;
   for (std::size_t i = 0; i < names.size(); ++i) {
     const std::size_t tab = expected[i].find('\t');
     EXPECT_EQ(names[i], expected[i].substr(0, tab));
     const std::string label = expected[i].substr(tab + 1);
-    EXPECT_EQ(values[i], label.empty() ? "" : label + "(" + numbers[i] + ")") << names[i];
+    if (!numbers[i].starts_with('x')) {
+      EXPECT_EQ(values[i], label.empty() ? "" : label + "(" + numbers[i] + ")") << names[i];
+    } else if (!label.empty()) {  // a string its DISPLAY-HINT renders
+      EXPECT_EQ(values[i], label) << names[i];
+      ++hinted;
+    }
     labels += !label.empty();
   }
+  EXPECT_GT(hinted, 10);
   EXPECT_GT(labels, 20);
 }
 

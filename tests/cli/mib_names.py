@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """The names pysnmp's MibViewController gives, over Debian's pysnmp modules: one line
-"OID VALUE" in, one line "NAME<TAB>LABEL" out (LABEL: the value's enumeration label, or
-empty). Where the programs choose otherwise on purpose, the same choice is made here: mib-2
+"OID VALUE" in (a string's VALUE: "x" and its bytes in hex), one line "NAME<TAB>LABEL" out
+(LABEL: the value's enumeration label, a string as its DISPLAY-HINT renders it, or empty). Where the programs choose otherwise on purpose, the same choice is made here: mib-2
 is SNMPv2-SMI's rather than RFC1213-MIB's, and an instance a module names (sysUpTimeInstance)
 goes by its object (sysUpTime.0). Debian's pyasn1 needs BITS with named bits let through."""
 import os
@@ -50,6 +50,12 @@ for line in open(sys.argv[1]):
     enum = ""
     syntax = getattr(mib_builder.importSymbols(module, name)[0], "getSyntax", lambda: None)()
     named = getattr(syntax, "namedValues", None)
-    if named and value.lstrip("-").isdigit() and int(value) in named:
+    hint = getattr(syntax, "displayHint", "")
+    if value.startswith("x") and hint and hint.strip("0123456789at"):  # text hints: as is
+        try:
+            enum = syntax.clone(bytes.fromhex(value[1:])).prettyPrint()
+        except Exception:
+            pass
+    elif named and value.lstrip("-").isdigit() and int(value) in named:
         enum = named.getName(int(value))
     print("%s::%s%s\t%s" % (module, name, "".join("." + str(n) for n in suffix), enum))

@@ -1,6 +1,7 @@
 #include "mib/mib_value.h"
 
 #include <cstdio>
+#include <iterator>
 
 #include "mib/mib_set.h"
 #include "snmp/counter64.h"
@@ -8,21 +9,25 @@
 #include "snmp/octet_string.h"
 #include "snmp/oid.h"
 #include "snmp/unsigned32.h"
+#include "util/small_vector.h"
 
 namespace mib {
 
 namespace {
 
-std::string Unsigned(std::uint64_t n, char format, std::size_t width = 0) {
+// `n` in the hint's base, at least `width` digits, appended: a walk shows many of these.
+void AppendUnsigned(std::string& out, std::uint64_t n, char format, std::size_t width = 0) {
   const unsigned base = format == 'x' ? 16 : format == 'o' ? 8 : format == 'b' ? 2 : 10;
-  std::string out;
+  char digits[64];
+  char* first = std::end(digits);
   do {
-    out.insert(out.begin(), "0123456789abcdef"[n % base]);
+    *--first = "0123456789abcdef"[n % base];
     n /= base;
   } while (n != 0);
-  if (out.size() < width)
-    out.insert(0, width - out.size(), '0');
-  return out;
+  const auto count = static_cast<std::size_t>(std::end(digits) - first);
+  if (count < width)
+    out.append(width - count, '0');
+  out.append(first, count);
 }
 
 bool IsDigit(char c) {
@@ -38,7 +43,10 @@ struct HintPart {
   std::optional<char> terminator;
 };
 
-bool ReadHintParts(std::string_view hint, std::vector<HintPart>& out) {
+// A hint's parts, kept in place for the usual hints (DateAndTime has ten).
+using HintParts = tvkutil::CSmallVector<HintPart, 12>;
+
+bool ReadHintParts(std::string_view hint, HintParts& out) {
   std::size_t i = 0;
   while (i < hint.size()) {
     HintPart part;
@@ -60,7 +68,7 @@ bool ReadHintParts(std::string_view hint, std::vector<HintPart>& out) {
       part.separator = hint[i++];
     if (part.repeat && i < hint.size() && !IsDigit(hint[i]) && hint[i] != '*')
       part.terminator = hint[i++];
-    out.push_back(part);
+    out.emplace_back(part);
   }
   return !out.empty();
 }
@@ -69,7 +77,7 @@ bool ReadHintParts(std::string_view hint, std::vector<HintPart>& out) {
 
 std::optional<std::string> OctetsByHint(std::string_view hint,
                                         std::span<const std::uint8_t> octets) {
-  std::vector<HintPart> parts;
+  HintParts parts;
   if (!ReadHintParts(hint, parts))
     return std::nullopt;
   std::string out;
@@ -88,7 +96,7 @@ std::optional<std::string> OctetsByHint(std::string_view hint,
         std::uint64_t n = 0;
         for (std::size_t k = 0; k < take; ++k)
           n = (n << 8) | octets[at + k];
-        out += Unsigned(n, part.format, part.format == 'x' ? 2 * take : 0);
+        AppendUnsigned(out, n, part.format, part.format == 'x' ? 2 * take : 0);
       }
       at += take;
       // No separator after the last octet; a terminator ends the repetitions instead.
@@ -110,7 +118,7 @@ std::optional<std::string> IntegerByHint(std::string_view hint, std::int64_t val
       negative ? static_cast<std::uint64_t>(-(value + 1)) + 1 : static_cast<std::uint64_t>(value);
   std::string digits;
   if (hint == "x" || hint == "o" || hint == "b" || hint == "d") {
-    digits = Unsigned(magnitude, hint[0]);
+    AppendUnsigned(digits, magnitude, hint[0]);
   } else if (hint.starts_with("d-") && hint.size() > 2 && hint.size() <= 4) {
     std::size_t places = 0;
     for (char c : hint.substr(2)) {
@@ -118,7 +126,7 @@ std::optional<std::string> IntegerByHint(std::string_view hint, std::int64_t val
         return std::nullopt;
       places = places * 10 + static_cast<std::size_t>(c - '0');
     }
-    digits = Unsigned(magnitude, 'd', places + 1);
+    AppendUnsigned(digits, magnitude, 'd', places + 1);
     if (places > 0)
       digits.insert(digits.size() - places, 1, '.');
   } else {
@@ -167,8 +175,15 @@ std::optional<std::string> ValueText(const MibNode& node, const snmp::CASNDataTy
   if (!number)
     return std::nullopt;
   for (const auto& [n, label] : node.enums) {
-    if (n == *number)
-      return label + "(" + std::to_string(n) + ")";
+    if (n == *number) {
+      std::string out;
+      out.reserve(label.size() + 22);
+      out += label;
+      out += '(';
+      out += std::to_string(n);
+      out += ')';
+      return out;
+    }
   }
   std::optional<std::string> text = IntegerByHint(node.display_hint, *number);
   if (node.units.empty())
