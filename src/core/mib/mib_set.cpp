@@ -13,6 +13,7 @@
 #include <fstream>
 #include <mutex>
 #include <numeric>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -106,8 +107,10 @@ std::vector<std::string>& ExtraFolders() {
 }  // namespace
 
 CMibSet::~CMibSet() {
-  if (!table_text_.empty())
-    ::munmap(const_cast<char*>(table_text_.data()), table_text_.size());
+  for (std::string_view mapped : {table_text_, table_index_}) {
+    if (!mapped.empty())
+      ::munmap(const_cast<char*>(mapped.data()), mapped.size());
+  }
 }
 
 void CMibSet::AddFolders(std::vector<std::string> folders) {
@@ -131,9 +134,9 @@ const CMibSet& CMibSet::Builtin() {
     for (const MibProblem& problem : read.problems)
       partial.insert(problem.module);
     std::set<std::pair<std::string_view, std::string_view>> built_in;
-    for (const Entry& entry : loaded->table_entries_) {
-      if (partial.count(entry.module) != 0)
-        built_in.emplace(entry.module, entry.name);
+    for (Ref row = 0; row < loaded->TableRows(); ++row) {
+      if (partial.count(loaded->ModuleAt(row)) != 0)
+        built_in.emplace(loaded->ModuleAt(row), loaded->NameAt(row));
     }
     std::erase_if(read.nodes, [&](const MibNode& node) {
       return built_in.count({node.module, node.name}) != 0;
@@ -195,6 +198,8 @@ class MappedFile {
   std::string_view bytes_;
 };
 
+constexpr std::size_t kIndexHead = 20, kIndexRow = 20;
+
 // The index's numbers are little-endian, whatever the host.
 template <typename Number>
 Number Little(std::string_view bytes, std::size_t at) {
@@ -214,34 +219,22 @@ Number Little(std::string_view bytes, std::size_t at) {
 bool CMibSet::ReadTable(const std::string& folder, bool index) {
   if (folder.empty())
     return false;
-  // Both mapped, not read: the rows stay where the page cache has them. The index, written with
-  // the table, says where each row, its module and name are and holds its OID as numbers, so
-  // that no text is parsed at start.
+  // Both mapped, not read: the rows stay where the page cache has them, and no text is parsed
+  // at start.
   MappedFile table(folder + "builtin.tab");
-  const MappedFile where(folder + "builtin.idx");
+  MappedFile where(folder + "builtin.idx");
   const std::string_view tab = table.Bytes();
   const std::string_view idx = where.Bytes();
-  constexpr std::size_t kHead = 20, kRow = 20;
-  if (tab.empty() || idx.size() < kHead || idx.substr(0, 8) != "SNDRIDX1" ||
+  if (tab.empty() || idx.size() < kIndexHead || idx.substr(0, 8) != "SNDRIDX1" ||
       Little<std::uint32_t>(idx, 8) != tab.size())
     return false;
   const std::size_t rows = Little<std::uint32_t>(idx, 12);
   const std::size_t arcs = Little<std::uint32_t>(idx, 16);
-  if (idx.size() != kHead + rows * kRow + arcs * 4)
+  const std::size_t arcs_at = kIndexHead + rows * kIndexRow;
+  if (idx.size() != arcs_at + arcs * 4)
     return false;
-  std::unique_lock lock(mutex_);
-  if (!table_text_.empty())
-    return false;  // one table per set: rows are numbered from its first line
-  table_arcs_.resize(arcs);
-  std::memcpy(table_arcs_.data(), idx.data() + kHead + rows * kRow, arcs * 4);
-  if constexpr (std::endian::native == std::endian::big) {
-    for (std::uint32_t& arc : table_arcs_)
-      arc = __builtin_bswap32(arc);
-  }
-  table_rows_.reserve(rows);
-  table_entries_.reserve(rows);
   for (std::size_t row = 0; row < rows; ++row) {
-    const std::size_t at = kHead + row * kRow;
+    const std::size_t at = kIndexHead + row * kIndexRow;
     const std::size_t line_at = Little<std::uint32_t>(idx, at);
     const std::size_t line_size = Little<std::uint32_t>(idx, at + 4);
     const std::size_t first = Little<std::uint32_t>(idx, at + 8);
@@ -250,26 +243,59 @@ bool CMibSet::ReadTable(const std::string& folder, bool index) {
     const std::size_t module = Little<std::uint16_t>(idx, at + 16);
     const std::size_t name = Little<std::uint16_t>(idx, at + 18);
     if (line_at + line_size > tab.size() || oid + module + name + 3 > line_size ||
-        first + count > arcs || count == 0) {
-      table_rows_.clear();
-      table_entries_.clear();
-      table_arcs_.clear();
+        first + count > arcs || count == 0)
       return false;
-    }
-    const std::string_view line = tab.substr(line_at, line_size);
-    table_rows_.push_back(line);
-    table_entries_.push_back({{table_arcs_.data() + first, count},
-                              line.substr(oid + 1, module),
-                              line.substr(oid + module + 2, name),
-                              nullptr,
-                              static_cast<std::uint32_t>(row)});
   }
+  std::unique_lock lock(mutex_);
+  if (!table_text_.empty())
+    return false;  // one table per set: rows are numbered from its first line
   table_text_ = table.Release();
+  table_index_ = where.Release();
+  table_rows_ = rows;
+  // The arcs start on a multiple of four bytes of a mapping: used where they are.
+  const auto* mapped_arcs = reinterpret_cast<const std::uint32_t*>(table_index_.data() + arcs_at);
+  table_arcs_ = {mapped_arcs, arcs};
+  if constexpr (std::endian::native == std::endian::big) {
+    table_arcs_swapped_.assign(mapped_arcs, mapped_arcs + arcs);
+    for (std::uint32_t& arc : table_arcs_swapped_)
+      arc = __builtin_bswap32(arc);
+    table_arcs_ = table_arcs_swapped_;
+  }
   description_file_ = folder + "builtin.desc";
-  made_of_row_.assign(table_rows_.size(), nullptr);
   if (index)
     Reindex();
   return true;
+}
+
+std::string_view CMibSet::RowText(Ref row) const {
+  const std::size_t at = kIndexHead + row * kIndexRow;
+  return table_text_.substr(Little<std::uint32_t>(table_index_, at),
+                            Little<std::uint32_t>(table_index_, at + 4));
+}
+
+std::span<const std::uint32_t> CMibSet::OidAt(Ref ref) const {
+  if (ref >= TableRows())
+    return nodes_[ref - TableRows()].oid;
+  const std::size_t at = kIndexHead + ref * kIndexRow;
+  return table_arcs_.subspan(Little<std::uint32_t>(table_index_, at + 8),
+                             Little<std::uint16_t>(table_index_, at + 12));
+}
+
+std::string_view CMibSet::ModuleAt(Ref ref) const {
+  if (ref >= TableRows())
+    return nodes_[ref - TableRows()].module;
+  const std::size_t at = kIndexHead + ref * kIndexRow;
+  return RowText(ref).substr(Little<std::uint16_t>(table_index_, at + 14) + 1,
+                             Little<std::uint16_t>(table_index_, at + 16));
+}
+
+std::string_view CMibSet::NameAt(Ref ref) const {
+  if (ref >= TableRows())
+    return nodes_[ref - TableRows()].name;
+  const std::size_t at = kIndexHead + ref * kIndexRow;
+  const std::size_t oid = Little<std::uint16_t>(table_index_, at + 14);
+  const std::size_t module = Little<std::uint16_t>(table_index_, at + 16);
+  return RowText(ref).substr(oid + module + 2, Little<std::uint16_t>(table_index_, at + 18));
 }
 
 int CMibSet::Rank(std::string_view module) const {
@@ -285,43 +311,65 @@ int CMibSet::Rank(std::string_view module) const {
 
 void CMibSet::Reindex() {
   entries_.clear();
-  entries_.reserve(table_entries_.size() + nodes_.size());
+  entries_.reserve(TableRows() + nodes_.size());
   // Rows come a module's run at a time: one look-up a run.
   std::string_view module;
   bool replaced = false;  // by the user's module of that name
-  for (const Entry& entry : table_entries_) {
-    if (entry.module != module) {
-      module = entry.module;
+  for (Ref row = 0; row < TableRows(); ++row) {
+    if (const std::string_view row_module = ModuleAt(row); row_module != module) {
+      module = row_module;
       replaced = user_modules_.count(module) != 0;
     }
     if (!replaced)
-      entries_.push_back(entry);
+      entries_.push_back(row);
   }
-  const auto table_end = static_cast<std::ptrdiff_t>(entries_.size());
-  for (const MibNode& node : nodes_) {
-    if (replaced_.count(&node) == 0)
-      entries_.push_back({node.oid, node.module, node.name, &node, 0});
+  const std::size_t table_end = entries_.size();
+  for (std::size_t i = 0; i < nodes_.size(); ++i) {
+    if (replaced_.count(&nodes_[i]) == 0)
+      entries_.push_back(TableRows() + static_cast<Ref>(i));
   }
-  // By OID: the table comes sorted; the user's nodes are sorted and merged in after it.
-  std::vector<std::uint32_t> order(entries_.size());
-  std::iota(order.begin(), order.end(), 0u);
-  const auto arcs_less = [this](std::uint32_t a, std::uint32_t b) {
-    return ArcsLess{}(entries_[a].oid, entries_[b].oid);
-  };
-  const auto middle = order.begin() + table_end;
-  if (!std::is_sorted(order.begin(), middle, arcs_less))
-    std::stable_sort(order.begin(), middle, arcs_less);
-  std::stable_sort(middle, order.end(), arcs_less);
-  std::inplace_merge(order.begin(), middle, order.end(), arcs_less);
-  // One per OID, the best ranked; among equals the first loaded.
-  by_oid_.clear();
-  for (std::uint32_t i : order) {
-    if (!by_oid_.empty() && !arcs_less(by_oid_.back(), i)) {
-      if (Rank(entries_[i].module) < Rank(entries_[by_oid_.back()].module))
-        by_oid_.back() = i;
-      continue;
+  // By OID, one per OID: the best ranked, among equals the first loaded. The table comes
+  // sorted; the user's nodes are sorted and merged in as it is read. Each row is compared with
+  // the one kept before it once, which also finds a table out of order.
+  const auto arcs_less = [this](Ref a, Ref b) { return ArcsLess{}(OidAt(a), OidAt(b)); };
+  std::vector<Ref> user(entries_.begin() + static_cast<std::ptrdiff_t>(table_end), entries_.end());
+  std::stable_sort(user.begin(), user.end(), arcs_less);
+  bool sorted = true;
+  const auto keep = [&](Ref ref) {
+    if (!by_oid_.empty()) {
+      const std::span<const std::uint32_t> kept = OidAt(by_oid_.back()), oid = OidAt(ref);
+      const auto order =
+          std::lexicographical_compare_three_way(kept.begin(), kept.end(), oid.begin(), oid.end());
+      sorted = sorted && order <= 0;
+      if (order >= 0) {
+        if (Rank(ModuleAt(ref)) < Rank(ModuleAt(by_oid_.back())))
+          by_oid_.back() = ref;
+        return;
+      }
     }
-    by_oid_.push_back(i);
+    by_oid_.push_back(ref);
+  };
+  by_oid_.clear();
+  auto next_user = user.begin();
+  for (std::size_t i = 0; i < table_end && sorted; ++i) {
+    for (; next_user != user.end() && arcs_less(*next_user, entries_[i]); ++next_user)
+      keep(*next_user);
+    keep(entries_[i]);
+  }
+  if (sorted) {
+    for (; next_user != user.end(); ++next_user)
+      keep(*next_user);
+  } else {  // a table out of order: sorted here, slowly
+    std::vector<Ref> order = entries_;
+    std::stable_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(table_end),
+                     arcs_less);
+    std::stable_sort(order.begin() + static_cast<std::ptrdiff_t>(table_end), order.end(),
+                     arcs_less);
+    std::inplace_merge(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(table_end),
+                       order.end(), arcs_less);
+    by_oid_.clear();
+    for (Ref ref : order)
+      keep(ref);
   }
   std::lock_guard names_lock(names_mutex_);
   name_slots_.clear();  // made again when a name is first looked up
@@ -335,24 +383,25 @@ void CMibSet::HashNames() const {
   while (slots < 2 * entries_.size())
     slots *= 2;
   name_slots_.assign(slots, 0);
-  for (std::uint32_t i = 0; i < entries_.size(); ++i) {
-    std::size_t at = std::hash<std::string_view>{}(entries_[i].name) & (slots - 1);
+  for (Ref ref : entries_) {
+    std::size_t at = std::hash<std::string_view>{}(NameAt(ref)) & (slots - 1);
     while (name_slots_[at] != 0)
       at = (at + 1) & (slots - 1);
-    name_slots_[at] = i + 1;
+    name_slots_[at] = ref + 1;
   }
 }
 
-const MibNode* CMibSet::NodeOf(const Entry& entry) const {
-  if (entry.node != nullptr)
-    return entry.node;
+const MibNode* CMibSet::NodeOf(Ref ref) const {
+  if (ref >= TableRows())
+    return &nodes_[ref - TableRows()];
   std::lock_guard lock(made_mutex_);
-  const MibNode*& made = made_of_row_[entry.row];
+  const MibNode*& made = made_of_row_[ref];
   if (made != nullptr)
     return made;
-  const std::array<std::string_view, kTableFields> f = Fields(table_rows_[entry.row]);
+  const std::array<std::string_view, kTableFields> f = Fields(RowText(ref));
   MibNode node;
-  node.oid.assign(entry.oid.begin(), entry.oid.end());
+  const std::span<const std::uint32_t> oid = OidAt(ref);
+  node.oid.assign(oid.begin(), oid.end());
   node.module = f[1];
   node.name = f[2];
   const auto kind = std::find(kKindNames.begin(), kKindNames.end(), f[3]);
@@ -412,22 +461,21 @@ OidMatch CMibSet::Match(std::span<const std::uint32_t> oid) const {
   std::span<const std::uint32_t> rest = oid;
   while (!rest.empty()) {
     auto at = std::upper_bound(by_oid_.begin(), by_oid_.end(), rest,
-                               [this](std::span<const std::uint32_t> key, std::uint32_t i) {
-                                 return ArcsLess{}(key, entries_[i].oid);
+                               [this](std::span<const std::uint32_t> key, Ref ref) {
+                                 return ArcsLess{}(key, OidAt(ref));
                                });
     if (at == by_oid_.begin())
       break;
-    const Entry& entry = entries_[*--at];
-    const auto [mine, theirs] =
-        std::mismatch(rest.begin(), rest.end(), entry.oid.begin(), entry.oid.end());
-    if (theirs == entry.oid.end()) {
-      const auto length = entry.oid.size();
+    const Ref ref = *--at;
+    const std::span<const std::uint32_t> known = OidAt(ref);
+    const auto [mine, theirs] = std::mismatch(rest.begin(), rest.end(), known.begin(), known.end());
+    if (theirs == known.end()) {
+      const auto length = known.size();
       // What lies below a node sorts right after it.
-      const bool leaf =
-          at + 1 == by_oid_.end() ||
-          !std::ranges::equal(
-              entry.oid, entries_[at[1]].oid.first(std::min(length, entries_[at[1]].oid.size())));
-      return {NodeOf(entry), Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end()),
+      const std::span<const std::uint32_t> next =
+          at + 1 == by_oid_.end() ? std::span<const std::uint32_t>() : OidAt(at[1]);
+      const bool leaf = next.size() <= length || !std::ranges::equal(known, next.first(length));
+      return {NodeOf(ref), Arcs(oid.begin() + static_cast<std::ptrdiff_t>(length), oid.end()),
               leaf};
     }
     rest = rest.first(static_cast<std::size_t>(mine - rest.begin()));
@@ -450,7 +498,7 @@ std::string CMibSet::NameOf(const OidMatch& match) {
 
 const MibNode* CMibSet::Find(std::string_view module, std::string_view name) const {
   std::shared_lock lock(mutex_);
-  const Entry* best = nullptr;
+  std::optional<Ref> best;
   {
     // A walk names objects by OID only: the hash waits for the first name typed.
     std::lock_guard names_lock(names_mutex_);
@@ -459,13 +507,13 @@ const MibNode* CMibSet::Find(std::string_view module, std::string_view name) con
   const std::size_t mask = name_slots_.size() - 1;
   for (std::size_t at = std::hash<std::string_view>{}(name)&mask;
        !name_slots_.empty() && name_slots_[at] != 0; at = (at + 1) & mask) {
-    const Entry& entry = entries_[name_slots_[at] - 1];
-    if (entry.name != name || (!module.empty() && entry.module != module))
+    const Ref ref = name_slots_[at] - 1;
+    if (NameAt(ref) != name || (!module.empty() && ModuleAt(ref) != module))
       continue;
-    if (best == nullptr || Rank(entry.module) < Rank(best->module))
-      best = &entry;
+    if (!best || Rank(ModuleAt(ref)) < Rank(ModuleAt(*best)))
+      best = ref;
   }
-  return best == nullptr ? nullptr : NodeOf(*best);
+  return best ? NodeOf(*best) : nullptr;
 }
 
 bool CMibSet::ToOid(std::string_view text, Arcs& out, std::string& error) const {
@@ -501,15 +549,15 @@ bool CMibSet::ToOid(std::string_view text, Arcs& out, std::string& error) const 
 
 void CMibSet::ForEachNode(const std::function<void(const MibNode&)>& visit) const {
   std::shared_lock lock(mutex_);
-  for (std::uint32_t i : by_oid_)
-    visit(*NodeOf(entries_[i]));
+  for (Ref ref : by_oid_)
+    visit(*NodeOf(ref));
 }
 
 void CMibSet::ForEachName(
     const std::function<void(std::string_view module, std::string_view name)>& visit) const {
   std::shared_lock lock(mutex_);
-  for (const Entry& entry : entries_)
-    visit(entry.module, entry.name);
+  for (Ref ref : entries_)
+    visit(ModuleAt(ref), NameAt(ref));
 }
 
 std::string CMibSet::Description(const MibNode& node) const {

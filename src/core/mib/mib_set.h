@@ -80,15 +80,9 @@ class CMibSet {
       const std::function<void(std::string_view module, std::string_view name)>& visit) const;
 
  private:
-  // One known OID or name: a row of the built-in table, read into a MibNode only when asked
-  // for, or a node of the user's modules.
-  struct Entry {
-    std::span<const std::uint32_t> oid;
-    std::string_view module;
-    std::string_view name;
-    const MibNode* node = nullptr;  // the user's node; null for a table row
-    std::uint32_t row = 0;          // the table row when `node` is null
-  };
+  // One known OID or name: below TableRows(), a row of the built-in table, read into a MibNode
+  // only when asked for; from there on, the user's node nodes_[ref - TableRows()].
+  using Ref = std::uint32_t;
 
   // Lower wins where modules define one OID or one name: the user's modules, then the standard
   // SNMPv2/IF/IP modules, then the rest, then the SMIv1 ones they replaced (RFC1213-MIB...).
@@ -96,22 +90,29 @@ class CMibSet {
   bool ReadTable(const std::string& folder, bool index);
   void Reindex();          // unique lock held
   void HashNames() const;  // shared lock and names_mutex_ held
-  const MibNode* NodeOf(const Entry& entry) const;
+  Ref TableRows() const { return static_cast<Ref>(table_rows_); }
+  std::string_view RowText(Ref row) const;
+  std::span<const std::uint32_t> OidAt(Ref ref) const;
+  std::string_view ModuleAt(Ref ref) const;
+  std::string_view NameAt(Ref ref) const;
+  const MibNode* NodeOf(Ref ref) const;
 
   mutable std::shared_mutex mutex_;
-  // The table as mapped, one line a row, and every row's OID in one array: loading cuts lines
-  // and reads arcs, nothing more.
+  // The table and its index as mapped. The index says where each row, its module and name are
+  // and holds its OID as numbers (little-endian); nothing of it is copied, so a walk with names
+  // costs the memory of the rows it names.
   std::string_view table_text_;
-  std::vector<std::string_view> table_rows_;
-  std::vector<std::uint32_t> table_arcs_;
-  std::vector<Entry> table_entries_;
+  std::string_view table_index_;
+  std::size_t table_rows_ = 0;
+  std::span<const std::uint32_t> table_arcs_;
+  std::vector<std::uint32_t> table_arcs_swapped_;  // a big-endian host's copy
   std::string description_file_;
   std::deque<MibNode> nodes_;  // the user's; never shrinks: pointers handed out stay valid
   std::set<std::string, std::less<>> user_modules_;
   std::set<const MibNode*> replaced_;  // user nodes of a module loaded again
-  std::vector<Entry> entries_;         // the table's rows not replaced, then the user's nodes
-  std::vector<std::uint32_t> by_oid_;  // entries in the order of OIDs, one per OID
-  // A hash table of entries by name, index + 1; made on first use, under names_mutex_.
+  std::vector<Ref> entries_;           // the table's rows not replaced, then the user's nodes
+  std::vector<Ref> by_oid_;            // entries in the order of OIDs, one per OID
+  // A hash table of entries by name, ref + 1; made on first use, under names_mutex_.
   mutable std::mutex names_mutex_;
   mutable std::vector<std::uint32_t> name_slots_;
   std::vector<MibProblem> problems_;
@@ -119,7 +120,7 @@ class CMibSet {
   // Table rows read into nodes so far, kept for the set's life (pointers handed out).
   mutable std::mutex made_mutex_;
   mutable std::deque<MibNode> made_;
-  mutable std::vector<const MibNode*> made_of_row_;
+  mutable std::unordered_map<Ref, const MibNode*> made_of_row_;
   mutable std::unordered_map<const MibNode*, std::pair<std::uint32_t, std::uint32_t>>
       description_at_;
 };

@@ -2,6 +2,8 @@
 // values by DISPLAY-HINT and enumeration against hand-written bytes (RFC 2579's examples).
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -67,12 +69,18 @@ TEST(MibTable, ADamagedIndexGivesNoTable) {
   ASSERT_GT(idx.size(), 40u);
   std::string wide_row = idx;
   wide_row[20 + 7] = '\x7f';  // the first row's line runs far past the table
+  std::uint32_t rows = 0;
+  std::memcpy(&rows, idx.data() + 12, 4);  // little-endian, as the build writes it
+  std::string reordered = idx;  // the second row and a middle one swapped: sorted when read
+  std::swap_ranges(reordered.begin() + 40, reordered.begin() + 60,
+                   reordered.begin() + 20 + rows / 2 * 20);
   for (const auto& [what, tab_bytes, idx_bytes, loads] :
        std::vector<std::tuple<const char*, std::string, std::string, bool>>{
            {"intact", tab, idx, true},
            {"cut short", tab, idx.substr(0, idx.size() - 4), false},
            {"stale", tab + "\n", idx, false},
            {"row past the table", tab, wide_row, false},
+           {"rows out of order", tab, reordered, true},
            {"no index", tab, "", false}}) {
     sondara_test::TempFolder dir;
     sondara_test::WriteFile(dir / "builtin.tab", tab_bytes);
@@ -80,6 +88,7 @@ TEST(MibTable, ADamagedIndexGivesNoTable) {
       sondara_test::WriteFile(dir / "builtin.idx", idx_bytes);
     mib::CMibSet set;
     EXPECT_EQ(set.LoadTable(dir.Path() + "/"), loads) << what;
+    EXPECT_EQ(set.Size(), loads ? Table().Size() : 0U) << what;
     EXPECT_EQ(set.NameOf(std::vector<std::uint32_t>{1, 3, 6, 1, 2, 1, 1, 1, 0}),
               loads ? "SNMPv2-MIB::sysDescr.0" : "")
         << what;
