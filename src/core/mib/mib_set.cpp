@@ -335,31 +335,48 @@ void CMibSet::Reindex() {
   std::vector<Ref> user(entries_.begin() + static_cast<std::ptrdiff_t>(table_end), entries_.end());
   std::stable_sort(user.begin(), user.end(), arcs_less);
   bool sorted = true;
+  std::span<const std::uint32_t> kept;  // the OID of by_oid_.back()
   const auto keep = [&](Ref ref) {
+    const std::span<const std::uint32_t> oid = OidAt(ref);
     if (!by_oid_.empty()) {
-      const std::span<const std::uint32_t> kept = OidAt(by_oid_.back()), oid = OidAt(ref);
       const auto order =
           std::lexicographical_compare_three_way(kept.begin(), kept.end(), oid.begin(), oid.end());
       sorted = sorted && order <= 0;
       if (order >= 0) {
-        if (Rank(ModuleAt(ref)) < Rank(ModuleAt(by_oid_.back())))
+        if (Rank(ModuleAt(ref)) < Rank(ModuleAt(by_oid_.back()))) {
           by_oid_.back() = ref;
+          kept = oid;
+        }
         return;
       }
     }
     by_oid_.push_back(ref);
+    kept = oid;
   };
   by_oid_.clear();
-  auto next_user = user.begin();
-  for (std::size_t i = 0; i < table_end && sorted; ++i) {
-    for (; next_user != user.end() && arcs_less(*next_user, entries_[i]); ++next_user)
-      keep(*next_user);
-    keep(entries_[i]);
+  by_oid_.reserve(entries_.size());
+  std::size_t row = 0;
+  for (Ref node : user) {
+    // The rows before the node's place, found by galloping: the user's nodes come in runs.
+    std::size_t low = row, high = row, step = 1;
+    while (high < table_end && !arcs_less(node, entries_[high])) {
+      low = high + 1;
+      high = std::min(table_end, high + step);
+      step *= 2;
+    }
+    const auto place =
+        std::upper_bound(entries_.begin() + static_cast<std::ptrdiff_t>(low),
+                         entries_.begin() + static_cast<std::ptrdiff_t>(high), node, arcs_less);
+    for (const auto until = static_cast<std::size_t>(place - entries_.begin());
+         row < until && sorted; ++row)
+      keep(entries_[row]);
+    if (!sorted)
+      break;
+    keep(node);
   }
-  if (sorted) {
-    for (; next_user != user.end(); ++next_user)
-      keep(*next_user);
-  } else {  // a table out of order: sorted here, slowly
+  for (; row < table_end && sorted; ++row)
+    keep(entries_[row]);
+  if (!sorted) {  // a table out of order: sorted here, slowly
     std::vector<Ref> order = entries_;
     std::stable_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(table_end),
                      arcs_less);
