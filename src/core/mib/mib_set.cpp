@@ -134,7 +134,7 @@ const CMibSet& CMibSet::Builtin() {
     for (const MibProblem& problem : read.problems)
       partial.insert(problem.module);
     std::set<std::pair<std::string_view, std::string_view>> built_in;
-    for (Ref row = 0; row < loaded->TableRows(); ++row) {
+    for (Ref row = 0; row < loaded->TableRows() && !partial.empty(); ++row) {
       if (partial.count(loaded->ModuleAt(row)) != 0)
         built_in.emplace(loaded->ModuleAt(row), loaded->NameAt(row));
     }
