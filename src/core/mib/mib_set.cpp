@@ -12,7 +12,6 @@
 #include <cstring>
 #include <fstream>
 #include <mutex>
-#include <numeric>
 #include <optional>
 #include <set>
 #include <utility>
