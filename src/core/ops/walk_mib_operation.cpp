@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "mib/mib_set.h"
+#include "mib/mib_value.h"
 #include "net/snmp_requester.h"
 #include "ops/results_file.h"
 #include "ops/usm_fields.h"
@@ -273,7 +274,11 @@ bool CWalkMIBOperation::Emit(WalkRun& run, const WalkJob& job, const snmp::CVarB
   info.oid = bind.Name()->Text();
   (void)bind.ValueText(info.value, info.type);  // Null and the exceptions show empty
   if (job.options.names) {
-    info.name = tvkutil::FromUtf8Lenient(mib::CMibSet::Builtin().NameOf(ArcsOf(*bind.Name())));
+    const mib::OidMatch match = mib::CMibSet::Builtin().Match(ArcsOf(*bind.Name()));
+    info.name = tvkutil::FromUtf8Lenient(mib::CMibSet::NameOf(match));
+    if (const auto shown =
+            bind.Value() ? mib::NamedValueText(*bind.Value(), match.node) : std::nullopt)
+      info.shown_value = tvkutil::FromUtf8Lenient(*shown);
   }
   if (job.found)
     job.found(info, bind);  // printed as it comes: keeping it too would grow without end

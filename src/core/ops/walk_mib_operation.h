@@ -44,6 +44,9 @@ struct COidInfo {
   std::uint32_t type = 0;  // the value's tag
   std::wstring value;      // the value as the pages show it
   std::wstring name;       // "IF-MIB::ifDescr.1" when the walk was asked for names and one is known
+  // The value as its MIB node describes it ("up(1)", "00:1b:21:3a:4f:10"), when the walk was
+  // asked for names and the node says more than the value alone.
+  std::wstring shown_value;
 };
 
 // The page's fields as the checks name them for app::IOperationUi.
@@ -98,7 +101,7 @@ struct WalkOptions {
   // the subtrees found, each part walked by one request at a time, each request with its own
   // id, time-out and retries. The objects still come in ascending order.
   int in_flight = 1;
-  // Fills COidInfo::name from the MIB modules (read first if nobody has yet).
+  // Fills COidInfo::name and shown_value from the MIB modules (read first if nobody has yet).
   bool names = false;
   // After each object found, on the walk's thread; the page polls Progress() instead.
   ProgressFn progress{};

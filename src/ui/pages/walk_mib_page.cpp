@@ -130,6 +130,8 @@ void CWalkMIBPropertyPage::BuildControls() {
             return Q(info.name.empty() ? app::CMibNames::Instance().NameOf(info.oid) : info.name);
           default:
             // The number alone says little to a person; the file keeps it as it came.
+            if (!info.shown_value.empty() && app::CMibNames::Instance().Shown())
+              return Q(info.shown_value);
             if (info.type == snmp::kTagTimeTicks)
               return Q(snmp::TimeTicksText(tvkutil::WcsToU32(info.value)));
             return Q(info.value);

@@ -284,6 +284,16 @@ class PagesTest : public QObject {
       Click(page, "saveResultsButton");  // with the Name column the page shows
       QVERIFY(sondara_test::ReadFile(dir_ / "walk.csv").find("\nOID,Name,DataType,Value\n") !=
               std::string::npos);
+      // Walked with names: values in the words of their node while names show.
+      Type(page, "walkStartOid", "IF-MIB::ifOperStatus");
+      Click(page, "walkButton");
+      QTRY_COMPARE_WITH_TIMEOUT(Button(page, "walkButton")->text(), QString("Begin &Walk"), 120000);
+      const QModelIndex value = table->model()->index(0, 3);
+      QCOMPARE(table->model()->index(0, 4).data().toString(), "IF-MIB::ifOperStatus.1");
+      QCOMPARE(value.data().toString(), "up(1)");
+      app::CMibNames::Instance().SetShown(false);
+      QCOMPARE(value.data().toString(), "1");
+      app::CMibNames::Instance().SetShown(true);
     }
     tvkutil::CIniFile profile(dir_ / "widths.ini");
     profile.Load();
