@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -105,13 +106,6 @@ std::vector<std::string>& ExtraFolders() {
 
 }  // namespace
 
-CMibSet::~CMibSet() {
-  for (std::string_view mapped : {table_text_, table_index_}) {
-    if (!mapped.empty())
-      ::munmap(const_cast<char*>(mapped.data()), mapped.size());
-  }
-}
-
 void CMibSet::AddFolders(std::vector<std::string> folders) {
   ExtraFolders() = std::move(folders);
 }
@@ -166,10 +160,8 @@ bool CMibSet::LoadTable(const std::string& folder) {
   return ReadTable(folder, true);
 }
 
-namespace {
-
 // A file mapped read-only for as long as this lives; empty when it cannot be.
-class MappedFile {
+class CMibSet::MappedFile {
  public:
   explicit MappedFile(const std::string& path) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -191,11 +183,15 @@ class MappedFile {
   MappedFile(const MappedFile&) = delete;
   MappedFile& operator=(const MappedFile&) = delete;
   std::string_view Bytes() const { return bytes_; }
-  std::string_view Release() { return std::exchange(bytes_, {}); }
 
  private:
   std::string_view bytes_;
 };
+
+CMibSet::CMibSet() = default;
+CMibSet::~CMibSet() = default;
+
+namespace {
 
 constexpr std::size_t kIndexHead = 20, kIndexRow = 20;
 
@@ -213,6 +209,20 @@ Number Little(std::string_view bytes, std::size_t at) {
   return n;
 }
 
+// A row of the index: where its line is, where its arcs are, and the lengths of the line's OID
+// text, module and name, which come first on the line, each followed by a tab.
+struct IndexRow {
+  std::size_t line_at, line_size, first, count, oid, module, name;
+};
+
+IndexRow RowAt(std::string_view idx, std::size_t row) {
+  const std::size_t at = kIndexHead + row * kIndexRow;
+  return {Little<std::uint32_t>(idx, at),      Little<std::uint32_t>(idx, at + 4),
+          Little<std::uint32_t>(idx, at + 8),  Little<std::uint16_t>(idx, at + 12),
+          Little<std::uint16_t>(idx, at + 14), Little<std::uint16_t>(idx, at + 16),
+          Little<std::uint16_t>(idx, at + 18)};
+}
+
 }  // namespace
 
 bool CMibSet::ReadTable(const std::string& folder, bool index) {
@@ -220,10 +230,10 @@ bool CMibSet::ReadTable(const std::string& folder, bool index) {
     return false;
   // Both mapped, not read: the rows stay where the page cache has them, and no text is parsed
   // at start.
-  MappedFile table(folder + "builtin.tab");
-  MappedFile where(folder + "builtin.idx");
-  const std::string_view tab = table.Bytes();
-  const std::string_view idx = where.Bytes();
+  auto table = std::make_unique<const MappedFile>(folder + "builtin.tab");
+  auto where = std::make_unique<const MappedFile>(folder + "builtin.idx");
+  const std::string_view tab = table->Bytes();
+  const std::string_view idx = where->Bytes();
   if (tab.empty() || idx.size() < kIndexHead || idx.substr(0, 8) != "SNDRIDX1" ||
       Little<std::uint32_t>(idx, 8) != tab.size())
     return false;
@@ -233,23 +243,18 @@ bool CMibSet::ReadTable(const std::string& folder, bool index) {
   if (idx.size() != arcs_at + arcs * 4)
     return false;
   for (std::size_t row = 0; row < rows; ++row) {
-    const std::size_t at = kIndexHead + row * kIndexRow;
-    const std::size_t line_at = Little<std::uint32_t>(idx, at);
-    const std::size_t line_size = Little<std::uint32_t>(idx, at + 4);
-    const std::size_t first = Little<std::uint32_t>(idx, at + 8);
-    const std::size_t count = Little<std::uint16_t>(idx, at + 12);
-    const std::size_t oid = Little<std::uint16_t>(idx, at + 14);
-    const std::size_t module = Little<std::uint16_t>(idx, at + 16);
-    const std::size_t name = Little<std::uint16_t>(idx, at + 18);
-    if (line_at + line_size > tab.size() || oid + module + name + 3 > line_size ||
-        first + count > arcs || count == 0)
+    const IndexRow r = RowAt(idx, row);
+    if (r.line_at + r.line_size > tab.size() || r.oid + r.module + r.name + 3 > r.line_size ||
+        r.first + r.count > arcs || r.count == 0)
       return false;
   }
   std::unique_lock lock(mutex_);
-  if (!table_text_.empty())
+  if (table_file_)
     return false;  // one table per set: rows are numbered from its first line
-  table_text_ = table.Release();
-  table_index_ = where.Release();
+  table_file_ = std::move(table);
+  index_file_ = std::move(where);
+  table_text_ = tab;
+  table_index_ = idx;
   table_rows_ = rows;
   // The arcs start on a multiple of four bytes of a mapping: used where they are.
   const auto* mapped_arcs = reinterpret_cast<const std::uint32_t*>(table_index_.data() + arcs_at);
@@ -267,34 +272,29 @@ bool CMibSet::ReadTable(const std::string& folder, bool index) {
 }
 
 std::string_view CMibSet::RowText(Ref row) const {
-  const std::size_t at = kIndexHead + row * kIndexRow;
-  return table_text_.substr(Little<std::uint32_t>(table_index_, at),
-                            Little<std::uint32_t>(table_index_, at + 4));
+  const IndexRow r = RowAt(table_index_, row);
+  return table_text_.substr(r.line_at, r.line_size);
 }
 
 std::span<const std::uint32_t> CMibSet::OidAt(Ref ref) const {
   if (ref >= TableRows())
     return nodes_[ref - TableRows()].oid;
-  const std::size_t at = kIndexHead + ref * kIndexRow;
-  return table_arcs_.subspan(Little<std::uint32_t>(table_index_, at + 8),
-                             Little<std::uint16_t>(table_index_, at + 12));
+  const IndexRow r = RowAt(table_index_, ref);
+  return table_arcs_.subspan(r.first, r.count);
 }
 
 std::string_view CMibSet::ModuleAt(Ref ref) const {
   if (ref >= TableRows())
     return nodes_[ref - TableRows()].module;
-  const std::size_t at = kIndexHead + ref * kIndexRow;
-  return RowText(ref).substr(Little<std::uint16_t>(table_index_, at + 14) + 1,
-                             Little<std::uint16_t>(table_index_, at + 16));
+  const IndexRow r = RowAt(table_index_, ref);
+  return table_text_.substr(r.line_at + r.oid + 1, r.module);
 }
 
 std::string_view CMibSet::NameAt(Ref ref) const {
   if (ref >= TableRows())
     return nodes_[ref - TableRows()].name;
-  const std::size_t at = kIndexHead + ref * kIndexRow;
-  const std::size_t oid = Little<std::uint16_t>(table_index_, at + 14);
-  const std::size_t module = Little<std::uint16_t>(table_index_, at + 16);
-  return RowText(ref).substr(oid + module + 2, Little<std::uint16_t>(table_index_, at + 18));
+  const IndexRow r = RowAt(table_index_, ref);
+  return table_text_.substr(r.line_at + r.oid + r.module + 2, r.name);
 }
 
 int CMibSet::Rank(std::string_view module) const {
@@ -375,14 +375,9 @@ void CMibSet::Reindex() {
   }
   for (; row < table_end && sorted; ++row)
     keep(entries_[row]);
-  if (!sorted) {  // a table out of order: sorted here, slowly
+  if (!sorted) {  // a table out of order: sorted here, slowly; equals stay in the order loaded
     std::vector<Ref> order = entries_;
-    std::stable_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(table_end),
-                     arcs_less);
-    std::stable_sort(order.begin() + static_cast<std::ptrdiff_t>(table_end), order.end(),
-                     arcs_less);
-    std::inplace_merge(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(table_end),
-                       order.end(), arcs_less);
+    std::stable_sort(order.begin(), order.end(), arcs_less);
     by_oid_.clear();
     for (Ref ref : order)
       keep(ref);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <shared_mutex>
@@ -39,7 +40,7 @@ struct ArcsLess {
 
 class CMibSet {
  public:
-  CMibSet() = default;
+  CMibSet();
   ~CMibSet();
   CMibSet(const CMibSet&) = delete;
   CMibSet& operator=(const CMibSet&) = delete;
@@ -98,9 +99,12 @@ class CMibSet {
   const MibNode* NodeOf(Ref ref) const;
 
   mutable std::shared_mutex mutex_;
-  // The table and its index as mapped. The index says where each row, its module and name are
-  // and holds its OID as numbers (little-endian); nothing of it is copied, so a walk with names
-  // costs the memory of the rows it names.
+  // The table and its index as mapped, and their bytes. The index says where each row, its
+  // module and name are and holds its OID as numbers (little-endian); nothing of it is copied,
+  // so a walk with names costs the memory of the rows it names.
+  class MappedFile;
+  std::unique_ptr<const MappedFile> table_file_;
+  std::unique_ptr<const MappedFile> index_file_;
   std::string_view table_text_;
   std::string_view table_index_;
   std::size_t table_rows_ = 0;
