@@ -175,15 +175,8 @@ std::optional<std::string> ValueText(const MibNode& node, const snmp::CASNDataTy
   if (!number)
     return std::nullopt;
   for (const auto& [n, label] : node.enums) {
-    if (n == *number) {
-      std::string out;
-      out.reserve(label.size() + 22);
-      out += label;
-      out += '(';
-      out += std::to_string(n);
-      out += ')';
-      return out;
-    }
+    if (n == *number)
+      return label + "(" + std::to_string(n) + ")";
   }
   std::optional<std::string> text = IntegerByHint(node.display_hint, *number);
   if (node.units.empty())
