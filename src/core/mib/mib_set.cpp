@@ -209,18 +209,25 @@ Number Little(std::string_view bytes, std::size_t at) {
   return n;
 }
 
-// A row of the index: where its line is, where its arcs are, and the lengths of the line's OID
-// text, module and name, which come first on the line, each followed by a tab.
+// A row of the index as written: where its line is, where its arcs are, and the lengths of the
+// line's OID text, module and name, which come first on the line, each followed by a tab.
 struct IndexRow {
-  std::size_t line_at, line_size, first, count, oid, module, name;
+  std::uint32_t line_at, line_size, first;
+  std::uint16_t count, oid, module, name;
 };
+static_assert(sizeof(IndexRow) == kIndexRow);
 
+// Copied whole: only the fields a caller reads are loaded.
 IndexRow RowAt(std::string_view idx, std::size_t row) {
-  const std::size_t at = kIndexHead + row * kIndexRow;
-  return {Little<std::uint32_t>(idx, at),      Little<std::uint32_t>(idx, at + 4),
-          Little<std::uint32_t>(idx, at + 8),  Little<std::uint16_t>(idx, at + 12),
-          Little<std::uint16_t>(idx, at + 14), Little<std::uint16_t>(idx, at + 16),
-          Little<std::uint16_t>(idx, at + 18)};
+  IndexRow r;
+  std::memcpy(&r, idx.data() + kIndexHead + row * kIndexRow, sizeof r);
+  if constexpr (std::endian::native == std::endian::big) {
+    for (std::uint32_t* n : {&r.line_at, &r.line_size, &r.first})
+      *n = __builtin_bswap32(*n);
+    for (std::uint16_t* n : {&r.count, &r.oid, &r.module, &r.name})
+      *n = __builtin_bswap16(*n);
+  }
+  return r;
 }
 
 }  // namespace
@@ -244,8 +251,9 @@ bool CMibSet::ReadTable(const std::string& folder, bool index) {
     return false;
   for (std::size_t row = 0; row < rows; ++row) {
     const IndexRow r = RowAt(idx, row);
-    if (r.line_at + r.line_size > tab.size() || r.oid + r.module + r.name + 3 > r.line_size ||
-        r.first + r.count > arcs || r.count == 0)
+    if (std::size_t{r.line_at} + r.line_size > tab.size() ||
+        std::size_t{r.oid} + r.module + r.name + 3 > r.line_size ||
+        std::size_t{r.first} + r.count > arcs || r.count == 0)
       return false;
   }
   std::unique_lock lock(mutex_);
@@ -287,14 +295,14 @@ std::string_view CMibSet::ModuleAt(Ref ref) const {
   if (ref >= TableRows())
     return nodes_[ref - TableRows()].module;
   const IndexRow r = RowAt(table_index_, ref);
-  return table_text_.substr(r.line_at + r.oid + 1, r.module);
+  return table_text_.substr(std::size_t{r.line_at} + r.oid + 1, r.module);
 }
 
 std::string_view CMibSet::NameAt(Ref ref) const {
   if (ref >= TableRows())
     return nodes_[ref - TableRows()].name;
   const IndexRow r = RowAt(table_index_, ref);
-  return table_text_.substr(r.line_at + r.oid + r.module + 2, r.name);
+  return table_text_.substr(std::size_t{r.line_at} + r.oid + r.module + 2, r.name);
 }
 
 int CMibSet::Rank(std::string_view module) const {
