@@ -102,6 +102,12 @@ class CResultsTableView : public QTableView {
   // Keeps the widths the user set; a fitted column is kept as -1, to be fitted again.
   void StoreWidths(tvkutil::IProfileStore& profile, std::wstring_view section, int columns) const;
 
+  // Fits `column` to its content as well (one kept nowhere), and limits the fitting of
+  // `column` to `percent` of the table's width, 0 for none; a column wider than a new limit
+  // is fitted again. A width the user drags wins over both.
+  void FitToContent(int column);
+  void LimitFit(int column, int percent);
+
   void Poll();
   CPolledTableModel* Model() const { return model_; }
 
@@ -115,6 +121,7 @@ class CResultsTableView : public QTableView {
   CountFn count_fn_;
   std::uint64_t reorders_seen_ = 0;
   std::vector<bool> fitted_;  // columns sized to their content, not (yet) by the user
+  std::vector<int> limits_;   // percent of the width a fitted column may take, 0 for no limit
   bool sizing_ = false;       // the view itself is resizing a column
 };
 

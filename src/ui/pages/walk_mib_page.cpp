@@ -146,7 +146,9 @@ void CWalkMIBPropertyPage::BuildControls() {
   // Last in the model, so the widths kept for the other columns keep their keys; seen after
   // the OID.
   results_->horizontalHeader()->moveSection(kNameColumn, 2);
-  results_->setColumnWidth(kNameColumn, 180);
+  results_->FitToContent(kNameColumn);
+  // A cut OID or name keeps its instance, the part that tells the rows apart.
+  results_->setTextElideMode(Qt::ElideMiddle);
   ShowNames(app::CMibNames::Instance().Shown());
   connect(&app::CMibNames::Instance(), &app::CMibNames::ShownChanged, this,
           &CWalkMIBPropertyPage::ShowNames);
@@ -331,6 +333,10 @@ void CWalkMIBPropertyPage::OnSaveResults() {
 
 void CWalkMIBPropertyPage::ShowNames(bool shown) {
   results_->setColumnHidden(kNameColumn, !shown);
+  // Beside the names, a long OID (a process's, an address's) is cut short rather than
+  // pushing the names and values out of sight; the user can still widen it.
+  results_->LimitFit(1, shown ? 25 : 0);
+  results_->LimitFit(kNameColumn, shown ? 35 : 0);
 }
 
 void CWalkMIBPropertyPage::OnCopyOid() {

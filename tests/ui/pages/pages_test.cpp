@@ -303,6 +303,27 @@ class PagesTest : public QObject {
     QVERIFY(!profile.GetString(L"walkMIB", L"SaveResultsPath", L"").empty());
   }
 
+  // With names shown and no widths stored, a walk of the whole view (long OIDs of processes and
+  // addresses) leaves the values in sight and the names whole.
+  void WalkColumnsLeaveTheValuesInSight() {
+    app::CSondaraUtilityApp sondara(dir_ / "fit.ini", dir_ / "fit_profile.ini");
+    pages::CWalkMIBPropertyPage page(sondara);
+    page.resize(800, 500);
+    page.show();
+    app::CMibNames::Instance().SetShown(true);
+    Type(&page, "walkHost", "127.0.0.1");
+    Type(&page, "walkPort", QString::number(agent_.Port()));
+    Type(&page, "walkCommunity", "getcom");
+    Type(&page, "walkStartOid", ".1.3.6.1");
+    Click(&page, "walkButton");
+    QTRY_COMPARE_WITH_TIMEOUT(Button(&page, "walkButton")->text(), QString("Begin &Walk"), 120000);
+    QTableView* table = page.ResultsTable();
+    const QHeaderView* header = table->horizontalHeader();
+    QVERIFY(header->sectionViewportPosition(3) + 100 < table->viewport()->width());
+    const QString name = table->model()->index(0, 4).data().toString();  // SNMPv2-MIB::sysDescr.0
+    QVERIFY(header->sectionSize(4) > table->fontMetrics().horizontalAdvance(name));
+  }
+
   // The switches of the sendTrap page, and bindings added through "Edit Varbinds" and
   // "Add VarBind" join the list VarBind# counts.
   void TrapSwitchesAndTheVarBindEditor() {
