@@ -4,8 +4,7 @@
 #   free_udp_port               prints a free UDP port on 127.0.0.1
 #   timed CMD...                seconds CMD takes, its output in $work/out; "fail" on failure
 #   median <<< "t1 t2 ..."      the median of the times
-#   ratio A B                   A / B with two decimals
-#   ratio4 A B                  A / B with four decimals, for a median of ratios
+#   ratio A B [DECIMALS]        A / B with two decimals, or DECIMALS
 #   require_built PROGRAM       exits 2 unless PROGRAM was built
 #   require_tools TOOL...       exits 2 unless each tool (net-snmp's, taskset) is installed
 
@@ -29,8 +28,7 @@ timed() {
   awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }'
 }
 median() { tr ' ' '\n' | grep -v '^$' | sort -g | awk '{ v[NR] = $1 } END { print (NR ? v[int((NR + 1) / 2)] : "n/a") }'; }
-ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "n/a" }'; }
-ratio4() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.4f", a / b; else print "n/a" }'; }
+ratio() { awk -v a="$1" -v b="$2" -v d="${3:-2}" 'BEGIN { if (b > 0) printf "%.*f", d, a / b; else print "n/a" }'; }
 require_built() {
   [ -x "$1" ] || { echo "no $1; build it first (bench/README.md)" >&2; exit 2; }
 }

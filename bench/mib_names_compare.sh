@@ -48,7 +48,7 @@ for i in $(seq "$runs"); do
   else
     w=$(timed "${walk[@]}") n=$(timed "${walk[@]}" -On)
   fi
-  t_numeric+=" $n" t_names+=" $w" pairs+=" $(ratio4 "$w" "$n")"
+  t_numeric+=" $n" t_names+=" $w" pairs+=" $(ratio "$w" "$n" 4)"
 done
 m_version=$(median <<<"$t_version") m_translate=$(median <<<"$t_translate")
 m_numeric=$(median <<<"$t_numeric") m_names=$(median <<<"$t_names")

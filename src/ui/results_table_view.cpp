@@ -196,12 +196,8 @@ void CResultsTableView::FitToContent(int column) {
 }
 
 void CResultsTableView::LimitFit(int column, int percent) {
-  if (column < 0)
-    return;
-  if (static_cast<std::size_t>(column) >= limits_.size())
-    limits_.resize(static_cast<std::size_t>(column) + 1, 0);
-  limits_[static_cast<std::size_t>(column)] = percent;
-  if (static_cast<std::size_t>(column) < fitted_.size() &&
+  limits_[column] = percent;
+  if (column >= 0 && static_cast<std::size_t>(column) < fitted_.size() &&
       fitted_[static_cast<std::size_t>(column)]) {
     sizing_ = true;  // narrowed to its caption, then fitted under the new limit
     horizontalHeader()->resizeSection(column, horizontalHeader()->sectionSizeHint(column));
@@ -211,19 +207,17 @@ void CResultsTableView::LimitFit(int column, int percent) {
 }
 
 void CResultsTableView::FitColumns() {
-  // The last column shown takes the rest of the width: never fitted.
-  const int stretched = horizontalHeader()->logicalIndex(horizontalHeader()->count() - 1);
+  const int columns = model_->columnCount({});
   sizing_ = true;
-  for (std::size_t at = 0; at < fitted_.size(); ++at) {
-    const int i = static_cast<int>(at);
-    if (!fitted_[at] || i == stretched || i >= model_->columnCount({}))
+  for (int i = 0; i < columns && static_cast<std::size_t>(i) < fitted_.size(); ++i) {
+    if (!fitted_[static_cast<std::size_t>(i)])
       continue;
     // The rows in view and the caption; a column only widens, so it does not jump as rows
     // scroll by.
     const int caption = horizontalHeader()->sectionSizeHint(i);
     int wanted = std::max(sizeHintForColumn(i), caption);
-    if (at < limits_.size() && limits_[at] > 0)
-      wanted = std::min(wanted, std::max(caption, width() * limits_[at] / 100));
+    if (const auto limit = limits_.find(i); limit != limits_.end() && limit->second > 0)
+      wanted = std::min(wanted, std::max(caption, width() * limit->second / 100));
     if (wanted > horizontalHeader()->sectionSize(i))
       horizontalHeader()->resizeSection(i, wanted);
   }

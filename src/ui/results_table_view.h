@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string_view>
 #include <vector>
 
@@ -120,9 +121,9 @@ class CResultsTableView : public QTableView {
   ReordersFn reorders_fn_;
   CountFn count_fn_;
   std::uint64_t reorders_seen_ = 0;
-  std::vector<bool> fitted_;  // columns sized to their content, not (yet) by the user
-  std::vector<int> limits_;   // percent of the width a fitted column may take, 0 for no limit
-  bool sizing_ = false;       // the view itself is resizing a column
+  std::vector<bool> fitted_;   // columns sized to their content, not (yet) by the user
+  std::map<int, int> limits_;  // percent of the width a fitted column may take, 0 for no limit
+  bool sizing_ = false;        // the view itself is resizing a column
 };
 
 }  // namespace app

@@ -42,6 +42,7 @@ constexpr int kMaxHostLen = 128;
 constexpr int kPortTextLimit = 5;
 constexpr int kTickMs = 250;
 constexpr int kColumns = 4;  // kept in the profile; the Name column is not
+constexpr int kOidColumn = 1;
 constexpr int kNameColumn = 4;
 constexpr wchar_t kSection[] = L"walkMIB";
 
@@ -121,7 +122,7 @@ void CWalkMIBPropertyPage::BuildControls() {
         switch (column) {
           case 0:
             return QString::number(row + 1);
-          case 1:
+          case kOidColumn:
             return Q(info.oid);
           case 2:
             return Q(snmp::TypeNameOfTag(info.type));
@@ -335,7 +336,7 @@ void CWalkMIBPropertyPage::ShowNames(bool shown) {
   results_->setColumnHidden(kNameColumn, !shown);
   // Beside the names, a long OID (a process's, an address's) is cut short rather than
   // pushing the names and values out of sight; the user can still widen it.
-  results_->LimitFit(1, shown ? 25 : 0);
+  results_->LimitFit(kOidColumn, shown ? 25 : 0);
   results_->LimitFit(kNameColumn, shown ? 35 : 0);
 }
 
